@@ -1,0 +1,44 @@
+# Flags live on one interface target; every target of ours links it.
+add_library(orvane_flags INTERFACE)
+target_compile_options(orvane_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
+  # The same samples on every processor: no silent fused multiply-add.
+  -ffp-contract=off)
+if(ORVANE_WERROR)
+  target_compile_options(orvane_flags INTERFACE -Werror)
+endif()
+if(ORVANE_SANITIZE)
+  target_compile_options(orvane_flags INTERFACE -fsanitize=${ORVANE_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(orvane_flags INTERFACE -fsanitize=${ORVANE_SANITIZE})
+endif()
+find_program(ORVANE_MOLD mold)
+if(ORVANE_MOLD)
+  target_link_options(orvane_flags INTERFACE -fuse-ld=mold)
+endif()
+
+# orvane_add_library(folder DEPENDS target...)
+# One static library per folder. The folder is the only thing its include path opens, so that a header
+# of a folder that is not among DEPENDS (or their dependencies) cannot be included.
+function(orvane_add_library name)
+  cmake_parse_arguments(arg "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  set(include_root ${PROJECT_BINARY_DIR}/include/${name})
+  file(MAKE_DIRECTORY ${include_root})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${name} SYMBOLIC)
+  add_library(orvane_${name} STATIC ${sources})
+  target_include_directories(orvane_${name} PUBLIC ${include_root})
+  target_link_libraries(orvane_${name} PUBLIC ${arg_DEPENDS} PRIVATE orvane_flags)
+endfunction()
+
+# orvane_add_test(name DEPENDS target...): the test program of tests/<name>, every test a ctest case.
+function(orvane_add_test name)
+  cmake_parse_arguments(arg "" "" "DEPENDS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  if(sources)
+    add_executable(test_${name} ${sources})
+    target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support ${PROJECT_SOURCE_DIR}/tests/oracle)
+    target_compile_definitions(test_${name} PRIVATE ORVANE_TESTS_DIR="${PROJECT_SOURCE_DIR}/tests")
+    target_link_libraries(test_${name} PRIVATE ${arg_DEPENDS} orvane_flags GTest::gtest_main)
+    gtest_discover_tests(test_${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 240)
+  endif()
+endfunction()
