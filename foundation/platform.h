@@ -1,0 +1,101 @@
+// What Orvane asks of the operating system, in one place. Everything else in the program is portable.
+// Functions that can fail return 0 or the system's error number (errno); texts are made of it in fileerror.h.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace Tesslib {
+
+// A file's last-write time: units of 100 ns since 1601-01-01 UTC; 0 is unknown. Collections keep times in this form.
+using FileTime = int64_t;
+inline constexpr FileTime kFileTimeUnixEpoch = 116444736000000000;
+inline constexpr FileTime kFileTimeSecond = 10000000;
+
+struct FileInfo {
+    int64_t size = 0;
+    FileTime time = 0;
+    bool read_only = false;
+    bool is_folder = false;
+};
+
+// --- Files. Paths are UTF-8; either separator is taken where a path comes from outside (see path.h). ---
+int GetFileInfo(std::string_view path, FileInfo& info);
+bool FileExists(std::string_view path);
+// mode as fopen's. When file handles run out the limit is raised by half, to 8192 at most, and the open tried again.
+// A file being written is refused to other writers of this program only. Returns null and sets `error`.
+FILE* OpenFile(std::string_view path, const char* mode, int& error);
+// Flushes buffers and makes the system put the data on the disk.
+int FlushToDisk(FILE* file);
+int TruncateFile(FILE* file, int64_t length);
+int RenameFile(std::string_view from, std::string_view to);  // replaces `to`
+int DeleteFile(std::string_view path);
+int SetReadOnly(std::string_view path, bool read_only);
+int SetFileTime(std::string_view path, FileTime time);
+int CreateFolders(std::string_view path);  // with parents; there already is success
+// To the freedesktop Trash of the file's volume, from where the user can bring it back.
+int MoveToTrash(std::string_view path);
+int64_t FreeDiskSpace(std::string_view path);  // bytes for this user, -1 when it cannot be told
+
+// Holds an exclusive lock named by a path until destroyed, so that two processes do not work on one file at once.
+// The lock file is `path` + ".lock" and is removed with the lock; it names its holder.
+class FileLock {
+public:
+    FileLock() = default;
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock() { Release(); }
+    // False when another process holds it: `holder` then says who ("process 1234 on host").
+    bool Acquire(std::string_view path, std::string& holder);
+    void Release();
+
+private:
+    int descriptor = -1;
+    std::string lock_path;
+};
+
+// --- Folders of the user. Made absolute, without a separator at the end. ---
+std::string ConfigFolder();         // ORVANE_CONFIG_HOME, else XDG_CONFIG_HOME/orvane
+std::string MachineConfigFolder();  // the first of XDG_CONFIG_DIRS that has an orvane folder, or empty
+std::string CacheFolder();          // XDG_CACHE_HOME/orvane
+std::string DocumentsFolder();
+std::string MusicFolder();
+std::string TempFolder();
+std::string CurrentFolder();
+
+// --- Time, processors, threads. ---
+uint32_t TickMs();                          // monotonic, wraps
+int64_t MonotonicNs();
+int ProcessorCount();
+enum class ThreadPriority { Lowest, Normal, Highest };
+// Tried; false when the system refuses, which is logged once and otherwise harmless.
+bool SetThreadPriority(ThreadPriority priority);
+// Starts `run` on a new thread with at least `stack_size` bytes of stack. 0 or an error number; the handle is joined
+// with JoinThread.
+using ThreadHandle = uintptr_t;
+int StartThread(size_t stack_size, std::function<void()> run, ThreadHandle& handle);
+void JoinThread(ThreadHandle handle);
+
+// Keeps the machine awake while it lives.
+class WakeLock {
+public:
+    explicit WakeLock(std::string_view reason);
+    ~WakeLock();
+    WakeLock(const WakeLock&) = delete;
+    WakeLock& operator=(const WakeLock&) = delete;
+
+private:
+    int process = -1;
+};
+
+// The order of two texts without regard to case (simple case folding of UTF-8): below 0, 0 or above 0.
+int CompareNoCase(std::string_view a, std::string_view b);
+
+// One line to the program's log (stderr when ORVANE_LOG is set, otherwise nowhere). Any thread.
+void LogLine(std::string_view text);
+
+}  // namespace Tesslib

@@ -1,0 +1,36 @@
+// How a long job reports and is cancelled.
+#pragma once
+
+#include <atomic>
+#include <string>
+
+namespace Tesslib {
+
+// One job at a time. Begin, Wait and End belong to the main thread; Tick, SetPosition, Log and Cancel to any.
+class Progress {
+public:
+    // Shows the display of the host in use and clears `cancelled`.
+    static void Begin(const std::string& title, bool can_cancel = true);
+    // Asserts that no job's pool is left. With `keep_open` the display waits for the user.
+    static void End(bool keep_open = false);
+    static bool IsShown();
+
+    // True to go on. On the main thread it also handles at most 10 waiting tasks, with autosave held off.
+    static bool Tick();
+    // Like Tick, but blocks until a task has been handled. Main thread.
+    static bool Wait();
+
+    static void SetPosition(int per_mille);  // 0 to 1000; smaller than shown is ignored by most hosts
+    static void Log(const std::string& markup);
+
+    static void Cancel() { cancelled.store(true); }
+    static bool Cancelled() { return cancelled.load(std::memory_order_relaxed); }
+
+private:
+    static std::atomic<bool> cancelled;
+};
+
+// While above 0, autosave waits. Main thread.
+extern int gAutosaveHeldOff;
+
+}  // namespace Tesslib

@@ -1,0 +1,22 @@
+// Replacing a file so that at every moment the user has either the old one or the new one, whole.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Tesslib {
+
+// The name of the temporary file for `path`: its last dot is followed by the extension, before which "_$$$" goes
+// ("Name.mcf" -> "Name_$$$.mcf"). A path without a dot is an assertion failure.
+std::string TemporaryName(std::string_view path);
+
+enum class OldFile { Keep, Drop };  // what becomes of the backup when the new file stands
+
+// Puts `temporary`, a finished file that is on the disk, in the place of `path`: an existing `path` becomes `backup`
+// (an older backup is replaced), then `temporary` takes its name. When the first rename fails, the old file goes to
+// the Trash. With OldFile::Drop the backup is deleted at the end. On failure the temporary is deleted where the old
+// file still stands, the thread's last error says why, and the result is negative.
+int ReplaceFile(std::string_view temporary, std::string_view path, std::string_view backup, OldFile old_file);
+
+}  // namespace Tesslib

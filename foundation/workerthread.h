@@ -1,0 +1,74 @@
+// Background jobs: worker threads, the fixed table of the threads of one job, and the pump that keeps the main thread
+// alive meanwhile.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "foundation/criticalsection.h"
+#include "foundation/lasterror.h"
+#include "foundation/thread.h"
+
+namespace Tesslib {
+
+class WorkerThread;
+
+// The threads of one job. Not a queue of tasks: the table's size is fixed when it is made, and it is destroyed empty.
+class ThreadPool {
+public:
+    explicit ThreadPool(int max_threads);
+    ~ThreadPool();
+
+    const int max_threads;
+    int ThreadCount() const;
+    void SetPriority(ThreadPriority priority);  // of threads that register from now on
+
+private:
+    friend class WorkerThread;
+    int Register(WorkerThread* thread);
+    void Remove(int index);
+
+    struct Entry {
+        WorkerThread* thread = nullptr;
+        std::thread::id thread_id;
+    };
+    mutable CriticalSection lock;
+    std::vector<Entry> entries;
+    int n_threads = 0;
+    ThreadPriority priority = ThreadPriority::Normal;
+};
+
+// The pool of the job in progress, null when there is none. Main thread sets it.
+extern ThreadPool* gWorkerThreadPool;
+
+class WorkerThread : public Thread {
+public:
+    // Runs this thread as a job of one: publishes its pool, starts it and pumps the main loop until it has ended.
+    // Main thread. The result is that of Work.
+    int Launch();
+
+    // Runs several threads as one job; returns when all have ended. Main thread. The threads stay the caller's.
+    static void LaunchAll(const std::vector<WorkerThread*>& threads);
+
+    // The worker's last error, kept by SaveError for the main thread.
+    const LastError& Error() const { return error; }
+    void ReportError() const;  // main thread: makes it this thread's last error again
+
+    static int RunningCount();  // workers now running in the process
+
+protected:
+    virtual int Work() = 0;
+    void SaveError() { error = GetLastError(); }
+
+private:
+    int Run() final;
+
+    ThreadPool* pool = nullptr;
+    LastError error;
+    int pool_index = -1;
+    int result = 0;
+};
+
+}  // namespace Tesslib
