@@ -1,0 +1,91 @@
+#include "cleanup/orvanefft.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <random>
+#include <thread>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+std::vector<float> Noise(size_t n) {
+    std::mt19937 generator(7);
+    std::uniform_real_distribution<float> uniform(-1.f, 1.f);
+    std::vector<float> noise(n);
+    for (float& x : noise) x = uniform(generator);
+    return noise;
+}
+
+TEST(OrvaneFFT, ForwardIsTheDiscreteFourierTransformWithNyquistAtIndexN) {
+    const int n = 64;
+    const std::vector<float> in = Noise(n);
+    std::vector<float> out(n + 2);
+    GetFFT().Transform(GetFFT().CreatePlan(n, kFFTForward), FFTDirection::Forward, in, out);
+    for (int k = 0; k <= n / 2; k++) {
+        std::complex<double> bin;
+        for (int i = 0; i < n; i++) bin += double(in[i]) * std::polar(1.0, -2 * std::numbers::pi * k * i / n);
+        EXPECT_NEAR(out[2 * k], bin.real(), 1e-5) << k;
+        EXPECT_NEAR(out[2 * k + 1], bin.imag(), 1e-5) << k;
+    }
+}
+
+TEST(OrvaneFFT, InverseUndoesForwardTimesNAtEverySizeAndAlignment) {
+    for (int n = 64; n <= 65536; n *= 2) {
+        const FFT_PLAN* plan = GetFFT().CreatePlan(n, kFFTBoth);
+        const std::vector<float> source = Noise(n);
+        std::vector<float> first_spectrum;
+        for (int offset : {0, 1, 2, 3}) {
+            std::vector<float> in(n + 4), spectrum(n + 8, 99.f), out(n + 5, 99.f);
+            std::copy(source.begin(), source.end(), in.begin() + offset);
+            const std::span bins = std::span(spectrum).subspan(offset, n + 2), back = std::span(out).subspan(offset, n);
+            GetFFT().Transform(plan, FFTDirection::Forward, std::span(in).subspan(offset, n), bins);
+            const std::vector<float> kept(bins.begin(), bins.end());
+            GetFFT().Transform(plan, FFTDirection::Inverse, bins, back);
+            for (int i = 0; i < n; i++) ASSERT_NEAR(back[i] / float(n), source[i], 2e-6) << n << " at " << i;
+            EXPECT_TRUE(std::equal(kept.begin(), kept.end(), bins.begin())) << "the inverse changed its input, " << n;
+            EXPECT_EQ(spectrum[offset + n + 2], 99.f);
+            EXPECT_EQ(out[offset + n], 99.f);
+            if (first_spectrum.empty()) first_spectrum = kept;
+            EXPECT_EQ(kept, first_spectrum) << "alignment changes bits at size " << n;
+        }
+    }
+}
+
+TEST(OrvaneFFT, ThreadsThatPlanAndTransformAtOnceAgree) {
+    const std::vector<float> in = Noise(8192);
+    std::vector<std::vector<float>> spectra(4, std::vector<float>(8194));
+    std::vector<std::thread> threads;
+    for (std::vector<float>& spectrum : spectra) {
+        threads.emplace_back([&] {
+            for (int n = 64; n <= 8192; n *= 2) {
+                GetFFT().Transform(GetFFT().CreatePlan(n, kFFTBoth), FFTDirection::Forward, in, spectrum);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (const std::vector<float>& spectrum : spectra) EXPECT_EQ(spectrum, spectra[0]);
+}
+
+TEST(OrvaneFFT, BlockSizeFollowsTheRate) {
+    struct Case {
+        int samplerate, block;
+    };
+    for (const Case& c : {Case{8000, 4096},
+                          {22050, 4096},
+                          {22051, 8192},
+                          {48000, 8192},
+                          {48001, 16384},
+                          {96000, 16384},
+                          {96001, 32768},
+                          {192000, 32768},
+                          {192001, 65536}}) {
+        EXPECT_EQ(FFTBlockSize(c.samplerate), c.block) << c.samplerate;
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
