@@ -1,6 +1,7 @@
 // A growable array that notices when something has written behind its last element.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

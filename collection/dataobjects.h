@@ -1,0 +1,163 @@
+// The objects a collection is made of: the set, its albums, their tracks and sides.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "collection/corrections.h"
+#include "collection/filehistory.h"
+#include "foundation/linked_list.h"
+#include "foundation/simple_vector.h"
+
+namespace Orvane {
+
+struct AlbumSet;
+
+enum TrackFlags : uint16_t { TRACK_FADE_IN = 1, TRACK_FADE_OUT = 2 };
+
+// One track. Times are ticks of 1/44100 s from the start of the album, on its concatenated sides, whatever the rate of
+// the recordings. A fade lies outside of start and end.
+struct ALBUMTRACK {
+    std::string title;
+    std::string artist;  // for compilations; empty: the album's. The same for the strings below.
+    std::string genre;
+    std::string grouping;
+    std::string composer;
+    std::string conductor;
+    std::string alias;
+    std::string comment;
+    std::string custom_tags;
+    int64_t start = 0;
+    int64_t end = 0;
+    int32_t fade_in = 0;
+    int32_t fade_out = 0;
+    uint16_t filter_flags = 0;  // TrackFlags
+    int16_t reserved_word = 0;  // written and never read back
+    bool excluded = false;      // left out of saving
+
+    bool operator==(const ALBUMTRACK&) const = default;
+
+    int64_t FadeStart() const;
+    int64_t FadeEnd() const { return end + FadeOut(); }
+    int32_t FadeIn() const { return filter_flags & TRACK_FADE_IN ? fade_in : 0; }     // 0 when off
+    int32_t FadeOut() const { return filter_flags & TRACK_FADE_OUT ? fade_out : 0; }
+    bool IsEmpty() const { return start == end; }  // a listing line that has no audio yet
+};
+
+// Stands for the "add a new track" line at the end of every listing; never in an album's tracks.
+extern ALBUMTRACK added_track;
+
+class AlbumSide {
+public:
+    AlbumSide() = default;
+    AlbumSide(const AlbumSide&) = delete;
+    AlbumSide& operator=(const AlbumSide&) = delete;
+
+    // Enters a recording at the end of the history and makes it the one in use.
+    void AddRecording(RefPtr<FileHistoryEntry> entry);
+    // The 1-based position in the history, 0 for none.
+    int PositionOf(const FileHistoryEntry* entry) const;
+
+    std::vector<RefPtr<FileHistoryEntry>> history;  // all recordings of the side, in the order of the collection file
+    FileHistoryEntry* newest = nullptr;             // the one in use; in the history, or null
+    FileHistoryEntry* latest_take = nullptr;
+    uint32_t pending = 0;
+};
+
+enum ChannelMode : uint8_t { CHANNELS_MONO = 1, CHANNELS_STEREO = 2, CHANNELS_LEFT_ONLY = 4, CHANNELS_RIGHT_ONLY = 8 };
+
+enum AlbumFlags : uint8_t {
+    ALBUM_SINGLE = 0x02,          // no track breaks of interest
+    ALBUM_WORKING_COPY = 0x08,    // changes raise no events and do not mark the collection dirty
+    ALBUM_LISTING_IMPORTED = 0x10,
+};
+
+enum AlbumStatus : uint8_t {
+    STATUS_NONE = 0,
+    STATUS_NEW = 1,
+    STATUS_RECORDED = 2,
+    STATUS_SPLIT = 3,
+    STATUS_CLEANED = 4,
+    STATUS_BURNED = 5,
+    STATUS_SAVED = 6,
+    STATUS_BURNED_AND_SAVED = 7,
+    STATUS_CUSTOM_1 = 10,
+    STATUS_CUSTOM_5 = 14,
+};
+
+struct AlbumInfo : LinkedListEntry {
+    AlbumInfo();
+    AlbumInfo(const AlbumInfo&) = delete;
+    AlbumInfo& operator=(const AlbumInfo&) = delete;
+    ~AlbumInfo() override;
+
+    bool IsSingle() const { return (flags & ALBUM_SINGLE) != 0; }
+    bool IsWorkingCopy() const { return (flags & ALBUM_WORKING_COPY) != 0; }
+
+    // The side of `index` (0 is side 1). With `create` it is made when absent, the gap before it filled with null
+    // entries; below 0 means a further side. `append_me` is placed there instead of a new one: only into an empty slot.
+    AlbumSide* GetSide(int index, bool create, std::unique_ptr<AlbumSide> append_me = nullptr);
+    // The sides' recordings in use, in order: what the album's time line is made of.
+    std::vector<FileHistoryEntry*> Recordings() const;
+
+    std::string artist;
+    std::string title;
+    std::string genre;
+    std::string label;
+    std::string grouping;
+    std::string composer;
+    std::string conductor;
+    std::string alias;
+    std::string comment;
+    std::string release_number;
+    std::string art_file;  // full path, or relative to the collection's side folder
+    std::string custom_tags;
+    std::string notes;
+    simple_vector<ALBUMTRACK> tracks{16};
+    std::unique_ptr<RecordEq> record_eq;
+    simple_vector<AlbumSide*> sides{16};  // owned; an entry may be null: a side that was skipped
+    int32_t running_jobs = 0;
+    std::atomic<int32_t> open_fhe_count{0};
+    int32_t samplerate = 44100;
+    int16_t playing_speed = 33;
+    int16_t year = 0;
+    uint16_t sides_adjusted = 0;
+    uint8_t channel_mode = CHANNELS_STEREO;
+    uint8_t status = STATUS_NONE;
+    uint8_t lookup_state = 0;
+    uint8_t sample_format = 0;
+    uint8_t flags = 0;
+    AlbumSet* set = nullptr;  // the set it is in or comes from; gives the folders
+};
+
+inline constexpr int kMaxAlbumSides = 30;
+
+// One collection. There is one live set, in gAlbumSet; others may be read for a move or a copy.
+struct AlbumSet {
+    explicit AlbumSet(std::string_view path = {});
+
+    int SideLimit() const { return max_album_sides ? max_album_sides : kMaxAlbumSides; }
+
+    LinkedList<AlbumInfo> albums;
+    std::string current_artist;  // of the current album when the file was read
+    std::string current_title;
+    int32_t max_album_sides = 0;  // 0: the default of 30
+
+    std::string path;               // the collection file
+    std::string recordings_folder;  // beside the file, with its name
+    std::string side_folder;        // "orvfiles" beside the file
+    AlbumInfo* current_album = nullptr;
+    bool dirty = false;             // the live set has unsaved changes
+};
+
+extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread
+
+// Marks the live collection as changed and tells whoever shows it (SetDirtyHook). Does nothing when none is open.
+void MarkDirty();
+void SetDirtyHook(void (*hook)());
+
+}  // namespace Orvane
