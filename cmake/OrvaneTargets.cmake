@@ -1,7 +1,9 @@
 # Flags live on one interface target; every target of ours links it.
 add_library(orvane_flags INTERFACE)
 target_compile_options(orvane_flags INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
+  -Wall -Wextra -Wpedantic -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor
+  # A constructor's parameter may have the name of the field it fills; GCC has to be told so.
+  $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
   # The same samples on every processor: no silent fused multiply-add.
   -ffp-contract=off)
 if(ORVANE_WERROR)
