@@ -16,18 +16,18 @@ namespace Tesslib {
 
 enum OpenMode : int {
     OM_NONE = 0,
-    OM_PROBE = 1,      // open for the reading of tags only: the header is not read
+    OM_PROBE = 1,  // open for the reading of tags only: the header is not read
     OM_READ = 2,
     OM_READWRITE = 3,
-    OM_EXTEND = 4,     // an existing file, to append samples
+    OM_EXTEND = 4,  // an existing file, to append samples
     OM_CREATE = 5,
 };
 
 enum Capabilities : uint32_t {
-    CAP_PCM_WRITE = 0x0001,     // Write takes float pairs
-    CAP_READ = 0x0002,          // can be read as a PCMStream
+    CAP_PCM_WRITE = 0x0001,  // Write takes float pairs
+    CAP_READ = 0x0002,       // can be read as a PCMStream
     CAP_EXTEND = 0x0004,
-    CAP_RECORD = 0x0008,        // can be recorded to directly
+    CAP_RECORD = 0x0008,  // can be recorded to directly
     CAP_TRUNCATE = 0x0010,
     CAP_DSD = 0x0020,
     CAP_20_BIT = 0x0040,
@@ -37,7 +37,7 @@ enum Capabilities : uint32_t {
 
 enum CloseFlags : int {
     CLOSE_FINISH = 0,
-    CLOSE_FAILED = 1,            // skip finishing
+    CLOSE_FAILED = 1,  // skip finishing
     CLOSE_FAILED_AND_DELETE = 3,
 };
 
@@ -55,6 +55,11 @@ struct FormatLimits {
     int32_t max_bit_depth = 32;
 };
 
+// The multiple of the DSD carrier that a rate of 16-bit carrier words is; 0 for a rate that is none.
+constexpr int32_t convert_dop_rate(int32_t samplerate) {
+    return samplerate % 176400 == 0 ? samplerate / 176400 : 0;
+}
+
 // Checks a file's depth and channels the way every reader must; 0, or ERR_CONTENTS with the message for `filename`.
 int ValidateFormat(int32_t bit_depth, int32_t n_channels, bool allow_20_bit, std::string_view filename);
 
@@ -68,8 +73,8 @@ public:
     virtual FormatLimits GetCapabilities(int32_t n_channels) const = 0;
     // Bends a wanted format to one that the class can write; 0 asks for the usual (44100, 16).
     virtual void AdjustFormat(int32_t& samplerate, int32_t& bit_depth, int32_t n_channels) const;
-    // Fixes the format before OM_CREATE. A rate or depth outside the limits is an assertion failure; a depth or count of
-    // channels that no class can write is ERR_CONTENTS.
+    // Fixes the format before OM_CREATE. A rate or depth outside the limits is an assertion failure; a depth or count
+    // of channels that no class can write is ERR_CONTENTS.
     virtual int SetSBC(int32_t samplerate, int32_t bit_depth, int32_t n_channels);
 
     // 0 or a StreamError. `buffer_size` 0 is the library's default. `argument` goes to PrepareWrite and WriteHeader.
@@ -84,7 +89,8 @@ public:
     virtual int64_t Truncate(int64_t total_samples);
     // The limit in GB, 0 for none; `can_be_limited` says whether the user's options decide it.
     virtual int32_t GetFileSizeLimit(bool& can_be_limited) const;
-    // The text of the program's private tag, empty without one. Self-contained: opens the file itself, on a closed object.
+    // The text of the program's private tag, empty without one. Self-contained: opens the file itself, on a closed
+    // object.
     virtual std::string ReadTags(std::string_view filename);
 
     int64_t GetTotalSamples(uint32_t /*flags*/) override { return total_samples; }
@@ -124,9 +130,12 @@ protected:
 };
 
 // Files that hold plain samples. Read may be called from several threads: a lock makes it safe, and alternating readers
-// cost a seek each.
+// cost a seek each. A mono file is written the mean of each pair.
 class PCMFileStream : public FileStream {
 public:
+    // Before OM_CREATE: whether 32-bit samples are written as integers (floats otherwise). Lasts until Close.
+    void SetInt32Samples(bool int32);
+
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t Write(const float* buffer, int32_t n_samples) override;
@@ -134,19 +143,25 @@ public:
 protected:
     virtual void DecodeSamples(const uint8_t* bytes, int32_t n_values, float* out);
     virtual int32_t EncodeSamples(const float* in, int32_t n_values, uint8_t* out);
+    bool PrepareWrite(int64_t argument) override;  // OM_EXTEND: goes to the end of the data
     void ResetState(bool ok) override;
     int32_t FrameSize() const;  // bytes of one position
+    // Stores where the samples stand and how many there are, held to what the file really has.
+    void SetData(int64_t offset, int64_t bytes, int64_t samples);
+    bool Int32Samples() const { return (format_flags & FORMAT_INT32) != 0; }
 
     int64_t data_bytes = 0;
     int64_t data_offset = 0;
     CriticalSection cs;
     int64_t next_position = -1;  // -1: the file position is not known
     std::vector<uint8_t> scratch;
+    std::vector<float> mono_scratch;
     std::unique_ptr<SampleDecoder> decoder;
     std::unique_ptr<SampleEncoder> encoder;
     uint32_t max_file_size = 0;  // 0: no limit
     bool big_endian = false;
     bool little_endian_override = false;
+    bool extended = false;  // samples have been appended since the file was opened
 };
 
 // Stands where a file is required and none exists: every operation on its samples is an assertion failure.
