@@ -11,7 +11,9 @@ std::atomic<AssertHook> assert_hook{nullptr};
 
 }  // namespace
 
-AssertHook SetAssertHook(AssertHook hook) { return assert_hook.exchange(hook); }
+AssertHook SetAssertHook(AssertHook hook) {
+    return assert_hook.exchange(hook);
+}
 
 void Assert(const char* condition, const char* file, int line) {
     if (AssertHook hook = assert_hook.load()) {

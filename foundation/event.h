@@ -7,23 +7,23 @@ namespace Tesslib {
 
 // Events by number. `a`, `b` and `c` of Fire are said with each.
 enum EventId : int {
-    EVENT_BEFORE_CHANGE = 1,        // a: change flags, b: AlbumInfo
-    EVENT_AFTER_CHANGE = 2,         // likewise
-    EVENT_ALBUM_CLOSING = 4,        // a: AlbumInfo
-    EVENT_COLLECTION_CLOSING = 5,   // a: AlbumSet
-    EVENT_BUSY_QUERY = 6,           // a: message id, b: pointer to the veto byte
-    EVENT_LIST_REPLACED = 14,       // a: the corrections list
-    EVENT_LIST_CHANGING = 15,       // likewise; handlers take their stack's lock ...
-    EVENT_LIST_CHANGED = 16,        // ... and give it back
+    EVENT_BEFORE_CHANGE = 1,       // a: change flags, b: AlbumInfo
+    EVENT_AFTER_CHANGE = 2,        // likewise
+    EVENT_ALBUM_CLOSING = 4,       // a: AlbumInfo
+    EVENT_COLLECTION_CLOSING = 5,  // a: AlbumSet
+    EVENT_BUSY_QUERY = 6,          // a: message id, b: pointer to the veto byte
+    EVENT_LIST_REPLACED = 14,      // a: the corrections list
+    EVENT_LIST_CHANGING = 15,      // likewise; handlers take their stack's lock ...
+    EVENT_LIST_CHANGED = 16,       // ... and give it back
     EVENT_PENDING = 18,
-    EVENT_WAVEFORM_STARTING = 19,   // a: FileHistoryEntry
+    EVENT_WAVEFORM_STARTING = 19,  // a: FileHistoryEntry
     EVENT_SCREEN_LEAVING = 21,
     EVENT_SCREEN_ENTERED = 22,
     EVENT_UNDO = 26,
     EVENT_STARTED = 27,
-    EVENT_ART_CHANGED = 34,         // a: change flags, b: AlbumInfo
-    EVENT_UNDO_QUESTION = 43,       // a: 1 before, 0 after
-    EVENT_CANCEL_WAVEFORMS = 50,    // a: kind (0 all, 1 one entry, 2 one collection), b: which
+    EVENT_ART_CHANGED = 34,       // a: change flags, b: AlbumInfo
+    EVENT_UNDO_QUESTION = 43,     // a: 1 before, 0 after
+    EVENT_CANCEL_WAVEFORMS = 50,  // a: kind (0 all, 1 one entry, 2 one collection), b: which
     EVENT_INPUT_FILES_REFRESHED = 55,
 };
 
@@ -37,7 +37,8 @@ using Handler = intptr_t (*)(void* context, int event_id, EventArg a, EventArg b
 // `bind_to_thread` asserts that the entry is removed on the thread that made it. Any thread.
 void Subscribe(int event_id, EventArg filter, Handler handler, void* context, bool bind_to_thread = false);
 
-// After the return the handler is not running on another thread and will not run again. It may be called from a handler.
+// After the return the handler is not running on another thread and will not run again. It may be called from a
+// handler.
 void Unsubscribe(int event_id, Handler handler, void* context);
 
 // Calls the handlers in the order of subscription on this thread; the result is the last one's, 0 without any.

@@ -17,13 +17,13 @@ enum StreamError : int {
 };
 
 // Each stores its message for `path` with the system's `error` (an errno value) and returns the code that goes with it.
-int FailOpen(std::string_view path, int error);         // ERR_CANNOT_OPEN or ERR_IN_USE
+int FailOpen(std::string_view path, int error);  // ERR_CANNOT_OPEN or ERR_IN_USE
 int FailOpenForWriting(std::string_view path, int error);
-int FailRead(std::string_view path, int error);         // ERR_IO
-int FailWrite(std::string_view path, int error);        // ERR_IO
+int FailRead(std::string_view path, int error);                         // ERR_IO
+int FailWrite(std::string_view path, int error);                        // ERR_IO
 int FailRename(std::string_view from, std::string_view to, int error);  // ERR_IO
-int FailCreateFolder(std::string_view path, int error); // ERR_CANNOT_OPEN
-int FailContents(std::string text);                     // ERR_CONTENTS, with a text of the caller's
+int FailCreateFolder(std::string_view path, int error);                 // ERR_CANNOT_OPEN
+int FailContents(std::string text);                                     // ERR_CONTENTS, with a text of the caller's
 
 // The system's own words for an errno value.
 std::string SystemErrorText(int error);

@@ -31,9 +31,9 @@ class ProgressHost {
 public:
     virtual ~ProgressHost() = default;
     virtual void Begin(const std::string& title, bool can_cancel) = 0;
-    virtual void Position(int per_mille) = 0;                // 0 to 1000
-    virtual void Log(const std::string& markup) = 0;         // a piece of the results log; may hold line breaks or none
-    virtual void End(bool keep_open) = 0;                    // with keep_open it waits for the user to close it
+    virtual void Position(int per_mille) = 0;         // 0 to 1000
+    virtual void Log(const std::string& markup) = 0;  // a piece of the results log; may hold line breaks or none
+    virtual void End(bool keep_open) = 0;             // with keep_open it waits for the user to close it
 };
 
 // The hosts in use; null restores the built-in ones (messages to stderr, the safest answer, no progress display).

@@ -31,8 +31,8 @@ public:
     int size() const { return n_entries; }
     bool empty() const { return n_entries == 0; }
 
-    bool sorted = false;              // the owner keeps the entries in its order
-    const bool owns_entries;          // entries are deleted with the list; otherwise it must be empty by then
+    bool sorted = false;      // the owner keeps the entries in its order
+    const bool owns_entries;  // entries are deleted with the list; otherwise it must be empty by then
 
 protected:
     explicit LinkedListBase(bool owns_entries) : owns_entries(owns_entries) {}

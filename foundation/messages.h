@@ -8,56 +8,58 @@
 
 namespace Tesslib {
 
+inline constexpr const char* kProgramName = "Orvane";
+
 // Numbers below 30000 are stable: users and logs know them. Texts that never had a number of their own follow from
-// 30000 up.
+// 30000 up. Behind each stand the arguments of its text, in order.
 enum class Msg : int {
-    SaveReadOnlyCollection = 154,
-    FatalError = 159,
-    SaveChangedFile = 148,
+    SaveReadOnlyCollection = 154,  // file
+    FatalError = 159,              // operation
+    SaveChangedFile = 148,         // file
     SavedNowClosing = 160,
     Cancelled = 170,
-    CannotRenameFile = 183,
-    NotACollection = 186,
-    CannotFindFile = 247,
+    CannotRenameFile = 183,  // file, new name, error, its text
+    NotACollection = 186,    // file
+    CannotFindFile = 247,    // file
     BusyClose = 298,
     BusyHibernate = 300,
-    RecordingInUse = 335,
-    NewerCollection = 351,
+    RecordingInUse = 335,   // file
+    NewerCollection = 351,  // file
     TrackBreaksCorrected = 390,
-    BadCrdHeader = 459,
+    BadCrdHeader = 459,  // file
     RecordingOpenNote = 469,
     Done = 488,
-    NewerCrdVersion = 514,
-    CollectionNameTaken = 524,
+    NewerCrdVersion = 514,      // file
+    CollectionNameTaken = 524,  // name
     CollectionRenamed = 525,
-    WrongSampleRate = 527,
+    WrongSampleRate = 527,  // file, its rate, the album's rate
     NoCollectionOpen = 599,
     EmptyCollection = 601,
-    AlbumListHeader = 615,
+    AlbumListHeader = 615,  // shown, all, links
     Autosaving = 658,
-    AlbumsDeleted = 737,
-    SourceFileNote = 867,
+    AlbumsDeleted = 737,   // count
+    SourceFileNote = 867,  // file; ends with a line break
     CollectionSaved = 874,
     Custom = 1243,
     CreateSingleTracks = 1355,
     BackgroundJobs = 1577,
-    CrdRepaired = 1755,
+    CrdRepaired = 1755,  // file, count
     TryAgain = 1805,
-    ErrorWriting = 20006,
-    CannotCreateFolder = 20018,
-    ErrorReading = 20058,
-    CannotOpenFile = 20068,
-    CannotOpenForWriting = 20071,
+    ErrorWriting = 20006,          // error, file, its text
+    CannotCreateFolder = 20018,    // folder, error, its text
+    ErrorReading = 20058,          // error, file, its text
+    CannotOpenFile = 20068,        // file, error, its text
+    CannotOpenForWriting = 20071,  // file, error, its text
 
-    ControlledAccess = 30000,
-    BadChunk,
-    UnexpectedEnd,
-    FileIsEmpty,
-    UnsupportedRiff,
-    FileSizeLimit,
-    UnsupportedBitDepth,
-    UnsupportedChannels,
-    CrdUnreadableKept,
+    ControlledAccess = 30000,  // program
+    BadChunk,                  // chunk, file
+    UnexpectedEnd,             // file
+    FileIsEmpty,               // file
+    UnsupportedRiff,           // file
+    FileSizeLimit,             // gigabytes, file
+    UnsupportedBitDepth,       // bits, file
+    UnsupportedChannels,       // channels, file
+    CrdUnreadableKept,         // file, name it is kept under
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.
@@ -68,7 +70,7 @@ std::string FormatMessage(Msg id, const Args&... args) {
     return fmt::sprintf(MessageText(id), args...);
 }
 
-// A message in plain words: tags dropped, links reduced to their text, runs of line breaks to one space.
+// A message in plain words: tags dropped, links reduced to their text, runs of line breaks to one space. See markup.h.
 std::string PlainText(std::string_view markup);
 
 }  // namespace Tesslib

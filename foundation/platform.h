@@ -33,6 +33,10 @@ FILE* OpenFile(std::string_view path, const char* mode, int& error);
 int FlushToDisk(FILE* file);
 int TruncateFile(FILE* file, int64_t length);
 int RenameFile(std::string_view from, std::string_view to);  // replaces `to`
+// Gives a file a second name, which must be free; not every file system can.
+int LinkFile(std::string_view path, std::string_view second_name);
+// Makes new names and renames in a folder last.
+int FlushFolderToDisk(std::string_view folder);
 int DeleteFile(std::string_view path);
 int SetReadOnly(std::string_view path, bool read_only);
 int SetFileTime(std::string_view path, FileTime time);
@@ -49,7 +53,8 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
     ~FileLock() { Release(); }
-    // False when another process holds it: `holder` then says who ("process 1234 on host").
+    // False when another process, or another FileLock of this one, holds it: `holder` then says who ("process 1234 on
+    // host"). A lock file left behind is no obstacle, and where none can be made the answer is true.
     bool Acquire(std::string_view path, std::string& holder);
     void Release();
 
@@ -62,13 +67,14 @@ private:
 std::string ConfigFolder();         // ORVANE_CONFIG_HOME, else XDG_CONFIG_HOME/orvane
 std::string MachineConfigFolder();  // the first of XDG_CONFIG_DIRS that has an orvane folder, or empty
 std::string CacheFolder();          // XDG_CACHE_HOME/orvane
+std::string DataFolder();           // XDG_DATA_HOME, which programs share
 std::string DocumentsFolder();
 std::string MusicFolder();
 std::string TempFolder();
 std::string CurrentFolder();
 
 // --- Time, processors, threads. ---
-uint32_t TickMs();                          // monotonic, wraps
+uint32_t TickMs();  // monotonic, wraps
 int64_t MonotonicNs();
 int ProcessorCount();
 enum class ThreadPriority { Lowest, Normal, Highest };
@@ -80,7 +86,7 @@ using ThreadHandle = uintptr_t;
 int StartThread(size_t stack_size, std::function<void()> run, ThreadHandle& handle);
 void JoinThread(ThreadHandle handle);
 
-// Keeps the machine awake while it lives.
+// Keeps the machine awake while it lives, where the system lets us; without a word where it does not.
 class WakeLock {
 public:
     explicit WakeLock(std::string_view reason);
@@ -90,6 +96,7 @@ public:
 
 private:
     int process = -1;
+    int pipe_end = -1;
 };
 
 // The order of two texts without regard to case (simple case folding of UTF-8): below 0, 0 or above 0.

@@ -10,10 +10,11 @@
 
 namespace Tesslib {
 
-// The store is the text file "settings" in ConfigFolder(): lines of `key = value` in UTF-8. Every change is written back at
-// once through a temporary file and a rename, under a lock shared with other processes, and only the changed key is
-// replaced, so that two programs can write at once. A damaged line is skipped with a warning in the log and kept.
-// There is no schema: a key is read with its default at the place of use. All functions may be called from any thread.
+// The store is the text file "settings" in ConfigFolder(): lines of `key = value` in UTF-8. Every change is written
+// back at once through a temporary file and a rename, under a lock shared with other processes, and only the changed
+// key is replaced, so that two programs can write at once. A damaged line is skipped with a warning in the log and
+// kept. There is no schema: a key is read with its default at the place of use. All functions may be called from any
+// thread.
 
 // Opens the store of `folder`, or of ConfigFolder() when it is empty. False when it cannot be read or made; the
 // reason is the thread's last error. Reads before it has been opened open it.

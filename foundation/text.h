@@ -8,7 +8,7 @@
 
 namespace Tesslib {
 
-std::string_view Trim(std::string_view text);                     // blanks and control characters at both ends
+std::string_view Trim(std::string_view text);  // blanks and control characters at both ends
 std::vector<std::string_view> Split(std::string_view text, char separator);
 std::string Replace(std::string_view text, std::string_view from, std::string_view to);
 std::string LowerAscii(std::string_view text);
@@ -21,7 +21,14 @@ int64_t ParseInt(std::string_view text);
 // The decimal number at the front of `text` with a point, whatever the locale; 0 without one.
 double ParseDouble(std::string_view text);
 
-// Every byte sequence that is not UTF-8 replaced by U+FFFD; valid text is returned as it stands.
+// The character (code point) at `offset`, which moves behind it; U+FFFD and one byte where the bytes are not UTF-8.
+char32_t NextCharacter(std::string_view text, size_t& offset);
+// Surrogates and numbers above U+10FFFF are appended as U+FFFD.
+void AppendUtf8(std::string& text, char32_t character);
+
+// The number of bytes at the front of `bytes` that are whole UTF-8 characters.
+size_t ValidUtf8Prefix(std::string_view bytes);
+// Every byte that is not part of UTF-8 replaced by U+FFFD; valid text is returned as it stands.
 std::string ValidUtf8(std::string_view bytes);
 
 // The number of characters (code points), and the byte offset of the nth.

@@ -1,0 +1,69 @@
+#include "foundation/fileerror.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
+
+namespace Tesslib {
+namespace {
+
+bool IsAccessDenied(int error) {
+    return error == EACCES || error == EPERM;
+}
+bool IsWriteDenied(int error) {
+    return IsAccessDenied(error) || error == EROFS;
+}
+bool IsInUse(int error) {
+    return error == EBUSY || error == ETXTBSY || error == EAGAIN || error == EWOULDBLOCK;
+}
+
+int Fail(int code, int error, std::string text, bool denied = false) {
+    if (denied) text += "\n\n" + FormatMessage(Msg::ControlledAccess, kProgramName);
+    SetLastError({error, std::move(text)});
+    return code;
+}
+
+}  // namespace
+
+std::string SystemErrorText(int error) {
+    char buffer[256] = "";
+    // The GNU form may answer with a text of its own in place of the buffer.
+    return strerror_r(error, buffer, sizeof buffer);
+}
+
+int FailOpen(std::string_view path, int error) {
+    return Fail(IsInUse(error) ? ERR_IN_USE : ERR_CANNOT_OPEN, error,
+                FormatMessage(Msg::CannotOpenFile, path, error, SystemErrorText(error)), IsAccessDenied(error));
+}
+
+int FailOpenForWriting(std::string_view path, int error) {
+    return Fail(IsInUse(error) ? ERR_IN_USE : ERR_CANNOT_OPEN, error,
+                FormatMessage(Msg::CannotOpenForWriting, path, error, SystemErrorText(error)), IsWriteDenied(error));
+}
+
+int FailRead(std::string_view path, int error) {
+    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorReading, error, path, SystemErrorText(error)));
+}
+
+int FailWrite(std::string_view path, int error) {
+    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorWriting, error, path, SystemErrorText(error)),
+                IsWriteDenied(error));
+}
+
+int FailRename(std::string_view from, std::string_view to, int error) {
+    return Fail(ERR_IO, error, FormatMessage(Msg::CannotRenameFile, from, to, error, SystemErrorText(error)));
+}
+
+int FailCreateFolder(std::string_view path, int error) {
+    return Fail(ERR_CANNOT_OPEN, error, FormatMessage(Msg::CannotCreateFolder, path, error, SystemErrorText(error)),
+                IsWriteDenied(error));
+}
+
+int FailContents(std::string text) {
+    return Fail(ERR_CONTENTS, 0, std::move(text));
+}
+
+}  // namespace Tesslib

@@ -1,0 +1,119 @@
+#include "foundation/messages.h"
+
+#include "foundation/assert.h"
+
+namespace Tesslib {
+
+std::string_view MessageText(Msg id) {
+    switch (id) {
+        case Msg::SaveChangedFile:
+            return "File:\n\n<b>%s</b>\n\nhas changed.  Do you want to save it?";
+        case Msg::SaveReadOnlyCollection:
+            return "File:\n\n<b>%s</b>\n\nis read-only.  Do you want to save it all the same?";
+        case Msg::FatalError:
+            return "Orvane has encountered an unexpected error (%s).";
+        case Msg::SavedNowClosing:
+            return "File saved successfully.  Orvane will now close.";
+        case Msg::Cancelled:
+            return "Cancelled";
+        case Msg::CannotRenameFile:
+            return "Cannot rename file:\n\n<b>%s</b>\n\nto:\n\n<b>%s</b>\n\nerror %d (%s)";
+        case Msg::NotACollection:
+            return "%s is not a valid collection";
+        case Msg::CannotFindFile:
+            return "Cannot find file:\n\n<b>%s</b>";
+        case Msg::BusyClose:
+            return "close Orvane";
+        case Msg::BusyHibernate:
+            return "hibernate your computer";
+        case Msg::RecordingInUse:
+            return "Recording:\n\n<b>%s</b>\n\nis in use by an album that cannot be changed at the moment.";
+        case Msg::NewerCollection:
+            return "File: <b>%s</b> was created by a more recent version of Orvane.  Open it anyway? (Some information "
+                   "will be lost when the file is saved.)";
+        case Msg::TrackBreaksCorrected:
+            return "Orvane has found and corrected inconsistencies in the track breaks for this album.  As a result, "
+                   "your track breaks may not be exactly where you left them.";
+        case Msg::BadCrdHeader:
+            return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
+                   "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
+        case Msg::RecordingOpenNote:
+            return "The recording stays in the album, but it cannot be used until this has been put right.";
+        case Msg::Done:
+            return "Done";
+        case Msg::NewerCrdVersion:
+            return "The click repair data file for this album side (%s) cannot be opened because it was created by a "
+                   "later version of Orvane.\n\nDo not scan for clicks or you will lose your previous results!";
+        case Msg::CollectionNameTaken:
+            return "There is already a collection called %s.  Please choose another name";
+        case Msg::CollectionRenamed:
+            return "Collection successfully renamed";
+        case Msg::WrongSampleRate:
+            return "Recording:\n\n<b>%s</b>\n\nhas a sample rate of %d Hz, but this album has %d Hz.\n\nOrvane "
+                   "requires "
+                   "that all sides of an album be recorded at the same sample rate.";
+        case Msg::NoCollectionOpen:
+            return "There is no collection open.  To open an existing collection, look under 'Recent Collections' in "
+                   "the File menu.";
+        case Msg::EmptyCollection:
+            return "Your collection is currently empty";
+        case Msg::AlbumListHeader:
+            return "Albums (%d of %d | %s):";
+        case Msg::Autosaving:
+            return "Autosaving...";
+        case Msg::AlbumsDeleted:
+            return "%d albums or album components deleted.\n\nEmpty the recycle bin to recover lost disk space.";
+        case Msg::SourceFileNote:
+            return "Source file: %s\n";
+        case Msg::CollectionSaved:
+            return "Collection saved";
+        case Msg::Custom:
+            return "Custom";
+        case Msg::CreateSingleTracks:
+            return "Create single tracks";
+        case Msg::BackgroundJobs:
+            return "You have background jobs running.  They need to be terminated to complete this action.\n\nProceed?";
+        case Msg::CrdRepaired:
+            return "Click repair file:\n\n<b>%s</b>\n\nwas damaged and has been repaired.  %d repairs were removed.";
+        case Msg::TryAgain:
+            return "Try again?";
+        case Msg::ErrorWriting:
+            return "Error %d writing to file:\n\n<b>%s</b>\n\n(%s)";
+        case Msg::CannotCreateFolder:
+            return "Cannot create folder:\n\n<b>%s</b>\n\nerror %d (%s)";
+        case Msg::ErrorReading:
+            return "Error %d reading file:\n\n<b>%s</b>\n\n(%s)";
+        case Msg::CannotOpenFile:
+            return "Cannot open file:\n\n<b>%s</b>\n\nerror %d (%s)";
+        case Msg::CannotOpenForWriting:
+            return "Cannot open file:\n\n<b>%s</b>\n\nfor writing, error %d (%s)";
+        case Msg::ControlledAccess:
+            return "Is Controlled Folder Access enabled?  If so, please either turn it off or add %s to the list of "
+                   "allowed apps.";
+        case Msg::BadChunk:
+            return "Bad or missing chunk '%s' in file:\n\n<b>%s</b>";
+        case Msg::UnexpectedEnd:
+            return "Unexpected end of file in file:\n\n<b>%s</b>";
+        case Msg::FileIsEmpty:
+            return "File:\n\n<b>%s</b>\n\nis empty";
+        case Msg::UnsupportedRiff:
+            return "Unrecognised or unsupported RIFF / AIFF chunk in file:\n\n<b>%s</b>";
+        case Msg::FileSizeLimit:
+            return "File size limit (%d GB) reached for file:\n\n<b>%s</b>\n\nIf you are recording to WAV format, you "
+                   "can "
+                   "check the 'Write RF64 files' box in the WAV File Options dialog.";
+        case Msg::UnsupportedBitDepth:
+            return "Unsupported bit depth (%d) in file:\n\n<b>%s</b>\n\nOnly 16, 24 and 32 bit files are supported "
+                   "(plus "
+                   "20 bit for FLAC and Apple Lossless)";
+        case Msg::UnsupportedChannels:
+            return "Unsupported channel count (%d) in file:\n\n<b>%s</b>\n\nOnly 1 and 2 channel files are supported";
+        case Msg::CrdUnreadableKept:
+            return "Click repair file:\n\n<b>%s</b>\n\nis damaged and cannot be read.  It has been kept "
+                   "as:\n\n<b>%s</b>";
+    }
+    ORVANE_ASSERT(!"message number without a text");
+    return {};
+}
+
+}  // namespace Tesslib
