@@ -9,9 +9,14 @@ TEST(MulDiv, RoundsHalvesAwayFromZero) {
     struct Case {
         int64_t value, multiplier, divisor, expected;
     };
-    for (const Case& c : {Case{20, 44100, 11520, 77}, {1, 1, 2, 1}, {-1, 1, 2, -1}, {412, 48000, 44100, 448}, {5, 3, 0, -1},
+    for (const Case& c : {Case{20, 44100, 11520, 77},
+                          {1, 1, 2, 1},
+                          {-1, 1, 2, -1},
+                          {412, 48000, 44100, 448},
+                          {5, 3, 0, -1},
                           {INT64_MAX, 4, 4, INT64_MAX}}) {
-        EXPECT_EQ(MulDiv64(c.value, c.multiplier, c.divisor), c.expected) << c.value << "*" << c.multiplier << "/" << c.divisor;
+        EXPECT_EQ(MulDiv64(c.value, c.multiplier, c.divisor), c.expected)
+            << c.value << "*" << c.multiplier << "/" << c.divisor;
     }
     EXPECT_EQ(MulDiv(INT32_MAX, 2, 1), -1);
 }

@@ -1,0 +1,79 @@
+#include "foundation/mainloop.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Tesslib {
+namespace {
+
+TEST(MainLoopTest, HandlesTasksInOrderOneAtATime) {
+    auto loop = MakePlainMainLoop();
+    std::string order;
+    loop->Post([&] {
+        order += "a";
+        loop->Post([&] { order += "c"; });
+    });
+    loop->Post([&] { order += "b"; });
+    EXPECT_TRUE(loop->RunOne(0));
+    EXPECT_EQ(order, "a");
+    while (loop->RunOne(0)) continue;
+    EXPECT_EQ(order, "abc");
+    EXPECT_FALSE(loop->RunOne(1));
+}
+
+TEST(MainLoopTest, WakesForOtherThreadsAndQuitsBehindWhatWaits) {
+    auto loop = MakePlainMainLoop();
+    constexpr int kTasks = 1000;
+    int n_done = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 2; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kTasks; ++i) {
+                loop->Post([&] {
+                    if (++n_done == 2 * kTasks) loop->Quit(7);
+                });
+            }
+        });
+    }
+    EXPECT_EQ(loop->Run(), 7);
+    EXPECT_EQ(n_done, 2 * kTasks);
+    for (std::thread& thread : threads) thread.join();
+}
+
+TEST(MainLoopTest, TimersRepeatOnceAndStopInTheirOwnHandler) {
+    auto loop = MakePlainMainLoop();
+    int n_repeats = 0;
+    int n_once = 0;
+    int n_stopped = 0;
+    MainLoop::TimerId repeating = loop->StartTimer(1, true, [&] {
+        if (++n_repeats < 3) return;
+        loop->StopTimer(repeating);
+        loop->StartTimer(5, false, [&] { loop->Quit(0); });
+    });
+    loop->StartTimer(0, false, [&] { ++n_once; });
+    loop->StopTimer(loop->StartTimer(1, true, [&] { ++n_stopped; }));
+    loop->Run();
+    EXPECT_EQ(n_repeats, 3);
+    EXPECT_EQ(n_once, 1);
+    EXPECT_EQ(n_stopped, 0);
+}
+
+TEST(MainLoopTest, WorkersRunTasksOnTheMainThread) {
+    bool on_main = false;
+    bool worker_saw_it = false;
+    std::thread worker([&] {
+        RunOnMainThread([&] { on_main = IsMainThread(); });
+        worker_saw_it = on_main && !IsMainThread();
+    });
+    while (!on_main) GetMainLoop().RunOne(-1);
+    worker.join();
+    EXPECT_TRUE(worker_saw_it);
+    RunOnMainThread([&] { on_main = false; });  // at once, without a loop running
+    EXPECT_FALSE(on_main);
+}
+
+}  // namespace
+}  // namespace Tesslib
