@@ -1,0 +1,80 @@
+// The click detector: how rough one channel is at every sample, against the mean roughness around it.
+//
+// It works on the squared second difference of the signal and runs backward in time, from a high sample
+// index to a low one, because its two rolling sums are fixed by that order: the same samples always give
+// the same bits. All samples are at 44100 Hz. A detector is used by one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace Orvane {
+
+// Samples on each side of a stretch that the detector needs before its values there are full.
+inline constexpr int EXTRA_DATA_WING = 5757;
+
+// A step of the detector, at sample index `i`, reports on a sample that lies EXTRA_DATA_WING above `i`: its
+// roughness was computed 5750 steps ago (the sum reaches six samples to either side of it), and the mean
+// of 5000 steps ago is the one centred on it.
+inline constexpr int kRoughnessLag = 5750;
+inline constexpr int kMeanLag = 5000;
+inline constexpr int kMeanWindow = 1501;
+
+class ClickDetector {
+public:
+    // Steps over `samples` from index `from` down to `to` with all sums at zero before. Needs
+    // 1 <= to <= from <= samples.size() - 2. `release`: how many times the mean a sample's roughness must
+    // exceed to be worth a look (see AnyAboveRelease). Keeps no reference to `samples`; allocates only when
+    // a run is longer than all before.
+    void Run(std::span<const float> samples, int from, int to, double release);
+
+    // What was stored by the step at `step`, which must be one of the last run's.
+    double roughness(int step) const { return roughness_at[static_cast<size_t>(step)]; }
+    double local_mean(int step) const { return mean_at[static_cast<size_t>(step)]; }
+
+    // Roughness of the sample at index `sample` and the mean around it. Where the run did not reach, both are 0:
+    // such a sample is never above its mean.
+    struct Level {
+        double roughness, mean;
+    };
+    Level LevelOf(int sample) const {
+        int step = sample - EXTRA_DATA_WING;
+        if (step + kMeanLag < lowest || step + kRoughnessLag > highest) return {0.0, 0.0};
+        return {roughness(step + kRoughnessLag), local_mean(step + kMeanLag)};
+    }
+
+    // Steps are looked at in groups of kGroup. False: no sample that a step of the group reports on is above
+    // `release` times its mean / no step's own roughness is above kPulseLevel times its own mean.
+    static constexpr int kGroup = 64;
+    static constexpr double kPulseLevel = 2.85;
+    bool AnyAboveRelease(int mean_step) const { return release_groups[static_cast<size_t>(mean_step / kGroup)]; }
+    bool AnyPulse(int step) const { return pulse_groups[static_cast<size_t>(step / kGroup)]; }
+
+private:
+    struct Sums {
+        double diff_sum = 0.0, roughness_sum = 0.0;
+    };
+    void RunTile(const float* samples, int from, int to, double* diff_sq, Sums& sums);
+    void MarkGroups(int from, int to, double release);
+
+    // Indexed by step, with zeros for the steps above the first.
+    std::vector<double> roughness_at, mean_at;
+    std::vector<uint8_t> release_groups, pulse_groups;
+    int lowest = 0, highest = -1;
+};
+
+// For a repair that is made again outside a scan: runs the detector over the samples around it. `first` is
+// the index of the repair's first sample in `samples`.
+void PrimeDetector(ClickDetector& detector, std::span<const float> samples, int first);
+
+// Cleans `data` of other clicks, so that a model or an energy taken from it is of the music alone: each
+// disturbance that rises above ten times the mean is replaced, over the whole run above three times it, by a
+// straight line. `data` holds every `step`-th sample, the first being the detector's sample `first_sample`.
+// Samples from three before data[gap_first] to three after data[gap_last] are the click under repair and end
+// a run; a gap at or beyond data.size() + 3 means there is none.
+void RemoveNeighbours(std::span<double> data, int gap_first, int gap_last, int step, const ClickDetector& detector,
+                      int first_sample);
+
+}  // namespace Orvane

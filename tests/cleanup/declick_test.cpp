@@ -1,0 +1,368 @@
+#include "cleanup/declick.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tuple>
+
+#include "declick_signals.h"
+#include "literal_declick.h"
+
+namespace Orvane {
+namespace {
+
+using namespace Signals;
+
+struct Entry {
+    int type;  // 2 for a repair
+    int64_t start, end;
+    int pad, value;
+    bool big_pop;
+    double cleaned;  // digest of the context after RemoveNeighbours
+    auto operator<=>(const Entry&) const = default;
+};
+
+void PrintTo(const Entry& e, std::ostream* out) {
+    *out << "type " << e.type << " [" << e.start << ", " << e.end << "] pad " << e.pad << " value " << e.value
+         << " pop " << e.big_pop << " cleaned " << e.cleaned;
+}
+
+// Keeps what a scan reports. `answer` is what every repair answers; with `detector` and `samples` set, each repair
+// also cleans its context as the solver does, so that what the detector knows at that moment is compared too.
+template <typename Detector>
+class RecordingSink : public ClickSink {
+public:
+    int Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) override {
+        entries.push_back({2, start, end, pad, score, big_pop, detector ? CleanedContext(start, end) : 0.0});
+        return answer(static_cast<int>(entries.size()));
+    }
+    bool Marker(int type, int64_t start, int64_t end, int value) override {
+        entries.push_back({type, start, end, 0, value, false, 0.0});
+        return keep_markers;
+    }
+    bool Tick(int64_t position) override {
+        ticks.push_back(position);
+        return static_cast<int>(ticks.size()) != stop_at_tick;
+    }
+
+    std::vector<Entry> entries;
+    std::vector<int64_t> ticks;
+    int (*answer)(int) = [](int) { return 0; };
+    bool keep_markers = true;
+    int stop_at_tick = -1;
+    const Detector* detector = nullptr;
+    const ChannelBlock* block = nullptr;
+
+private:
+    double CleanedContext(int64_t start, int64_t end) const {
+        int first = static_cast<int>(start - block->position) + EXTRA_DATA_WING;
+        int last = static_cast<int>(end - block->position) + EXTRA_DATA_WING;
+        double digest = 0.0;
+        for (int step = 1; step <= 3; ++step) {
+            int context = 600 / step * step, begin = first - context, n = (last - first + 2 * context) / step;
+            std::vector<double> data;
+            for (int k = 0; k < n; ++k)
+                data.push_back(static_cast<double>(block->samples[static_cast<size_t>(begin + k * step)]));
+            RemoveNeighbours(data, context / step, (context + last - first) / step, step, *detector, begin);
+            for (size_t k = 0; k < data.size(); ++k) digest += data[k] * std::sin(static_cast<double>(k));
+        }
+        return digest;
+    }
+};
+
+template <typename Detector>
+struct Scan {
+    Scan(std::span<const float> samples, const DetectorSettings& settings, int64_t first = 0,
+         int64_t last = INT64_MAX) {
+        block = {samples, kPosition, first, last, static_cast<int64_t>(samples.size())};
+        sink.detector = &detector;
+        sink.block = &block;
+        tables = settings;
+    }
+    bool Run() { return ScanChannel(block, DetectorTables(tables), detector, sink, counts); }
+
+    // The first sample of `samples` lies at place 0.
+    static constexpr int64_t kPosition = EXTRA_DATA_WING;
+    ChannelBlock block;
+    DetectorSettings tables;
+    Detector detector;
+    RecordingSink<Detector> sink;
+    ScanCounts counts;
+};
+
+using Fast = Scan<ClickDetector>;
+using Plain = Scan<Literal::Detector>;
+
+bool operator==(const ScanCounts& a, const ScanCounts& b) {
+    return std::tie(a.repaired, a.not_repaired, a.pp, a.bp) == std::tie(b.repaired, b.not_repaired, b.pp, b.bp);
+}
+
+struct NamedSignal {
+    std::string name;
+    std::vector<float> samples;
+};
+
+std::vector<NamedSignal> AllSignals() {
+    constexpr int kLength = 120000;
+    std::vector<NamedSignal> signals;
+    auto add = [&](std::string name, std::vector<float> x, bool sixteen_bits) {
+        if (sixteen_bits) Quantise(x);
+        signals.push_back({std::move(name), std::move(x)});
+    };
+    add("silence", std::vector<float>(kLength, 0.0F), false);
+    add("noise", Noise(kLength, 0.3, 1), true);
+    for (uint32_t seed = 2; seed < 5; ++seed) {
+        std::vector<float> music = Music(kLength + static_cast<int>(seed), seed);
+        add("music " + std::to_string(seed), music, true);
+        AddClicks(music, seed == 3 ? 200.0 : 20.0, 0.9, seed);
+        add("clicky music " + std::to_string(seed), music, seed != 4);
+    }
+    std::vector<float> lone(kLength, 0.0F);
+    AddClicks(lone, 10.0, 0.9, 7);
+    add("clicks in digital silence", lone, true);
+    std::vector<float> pulses = Noise(kLength, 0.002, 8);
+    for (int at = 100; at < kLength - 100; at += 100) AddClick(pulses, at, 3, at % 5000 == 0 ? 0.4 : 0.03);
+    add("pulses", pulses, false);
+    std::vector<float> wide = Noise(kLength, 0.001, 9);
+    for (int at = 20000, width = 100; at < 100000; at += 7000, width += 60) {
+        std::vector<float> burst = Noise(width, 0.5, static_cast<uint32_t>(at));
+        std::copy(burst.begin(), burst.end(), wide.begin() + at);
+    }
+    add("wide disturbances", wide, true);
+    return signals;
+}
+
+TEST(ScanChannel, FindsWhatThePlainFormFinds) {
+    auto answers = [](int n) { return n % 7 == 0 ? 5 : n % 5 == 0 ? 2 : n % 11 == 0 ? 4 : 0; };
+    int n_entries[13] = {};
+    for (const NamedSignal& signal : AllSignals()) {
+        for (int sensitivity = 0; sensitivity <= 7; ++sensitivity) {
+            for (int percussion = 0; percussion <= 5; ++percussion) {
+                // Every pair of sliders once; protection of brass on every other.
+                DetectorSettings settings{sensitivity, percussion, (sensitivity + percussion + 1) % 2};
+                Fast fast(signal.samples, settings);
+                Plain plain(signal.samples, settings);
+                fast.sink.answer = plain.sink.answer = answers;
+                ASSERT_TRUE(fast.Run() && plain.Run());
+                std::string name = signal.name + ", sensitivity " + std::to_string(sensitivity) + ", percussion " +
+                                   std::to_string(percussion);
+                ASSERT_EQ(fast.sink.entries, plain.sink.entries) << name;
+                ASSERT_EQ(fast.sink.ticks, sensitivity > 0 ? plain.sink.ticks : std::vector<int64_t>{}) << name;
+                ASSERT_TRUE(fast.counts == plain.counts) << name;
+                for (const Entry& e : fast.sink.entries) ++n_entries[e.type];
+            }
+        }
+    }
+    // The signals must reach every kind of decision for the comparison to mean anything.
+    EXPECT_GT(n_entries[2], 10000);
+    EXPECT_GT(n_entries[kMarkerBP], 1000);
+    EXPECT_GT(n_entries[kMarkerPP], 1000);
+}
+
+TEST(ClickDetector, GivesThePlainFormsBits) {
+    for (const NamedSignal& signal : AllSignals()) {
+        for (int from : {static_cast<int>(signal.samples.size()) - 3, 30001, 30000, 1029, 1024, 1023}) {
+            ClickDetector fast;
+            Literal::Detector plain;
+            fast.Run(signal.samples, from, 1, 2.75);
+            for (int i = from; i >= 1; --i) {
+                double plain_mean;
+                double plain_e = plain.Detect(signal.samples, i, plain_mean, -1, 0.8);
+                if (i + kRoughnessLag > from) continue;
+                ASSERT_EQ(fast.roughness(i + kRoughnessLag), plain_e) << signal.name << " at " << i;
+                ASSERT_EQ(fast.local_mean(i + kMeanLag), plain_mean) << signal.name << " at " << i;
+            }
+        }
+    }
+}
+
+// A quiet tone with a little hiss: nothing in it is a click.
+std::vector<float> QuietTone(int n) {
+    std::vector<float> x = Noise(n, 0.002, 3);
+    AddTone(x, 300.0, 0.1);
+    return x;
+}
+
+TEST(ScanChannel, RepairsAClickWhereItIs) {
+    std::vector<float> x = QuietTone(40000);
+    AddClick(x, 20000, 4, 0.3);
+    Fast scan(x, {});
+    ASSERT_TRUE(scan.Run());
+    ASSERT_EQ(scan.sink.entries.size(), 1U);
+    const Entry& e = scan.sink.entries[0];
+    EXPECT_EQ(e.type, 2);
+    EXPECT_LE(e.start, 20000);
+    EXPECT_GE(e.start, 19985);
+    EXPECT_GE(e.end, 20006);
+    EXPECT_LE(e.end, 20030);
+    EXPECT_TRUE(e.value >= 0 && e.value < 15) << e.value;
+    EXPECT_EQ(scan.counts.repaired, 1);
+}
+
+TEST(ScanChannel, LeavesMusicAndSilenceAlone) {
+    for (const std::vector<float>& x : {QuietTone(40000), std::vector<float>(40000, 0.0F), Noise(40000, 0.5, 5)}) {
+        Fast scan(x, {});
+        ASSERT_TRUE(scan.Run());
+        EXPECT_TRUE(scan.sink.entries.empty());
+    }
+}
+
+TEST(ScanChannel, MarksRegularPulsesAndRepairsTheLouderOneAmongThem) {
+    std::vector<float> x = Noise(60000, 0.001, 4);
+    for (int at = 50; at < 60000; at += 100) AddClick(x, at, 3, at == 30050 ? 0.4 : 0.05);
+    Fast scan(x, {});
+    ASSERT_TRUE(scan.Run());
+    int repairs = 0, markers = 0;
+    for (const Entry& e : scan.sink.entries) {
+        if (e.type == 2) {
+            ++repairs;
+            EXPECT_TRUE(e.start <= 30050 && e.end > 30050) << e.start;
+        } else {
+            ++markers;
+            EXPECT_EQ(e.type, kMarkerBP);
+            EXPECT_TRUE(e.value >= 6 && e.value < 14) << e.value;
+        }
+    }
+    EXPECT_EQ(repairs, 1);
+    EXPECT_GT(markers, 300);
+    EXPECT_EQ(scan.counts.bp, markers);
+
+    Fast unprotected(x, {3, 2, 0});
+    ASSERT_TRUE(unprotected.Run());
+    EXPECT_EQ(unprotected.counts.bp, 0);
+    EXPECT_GT(unprotected.counts.repaired, 300);
+}
+
+TEST(ScanChannel, LeavesDrumsToPercussionProtectionAndCountsOnlyKeptMarkers) {
+    std::vector<float> x = QuietTone(220000);
+    for (int at = 20000; at < 200000; at += 15000) AddDrum(x, at, 0.3, static_cast<uint32_t>(at));
+    auto on_drums = [&](int percussion, bool keep) {
+        Fast scan(x, {5, percussion, 1});
+        scan.sink.keep_markers = keep;
+        EXPECT_TRUE(scan.Run());
+        return scan.counts;
+    };
+    ScanCounts off = on_drums(0, true), on = on_drums(2, true);
+    EXPECT_EQ(off.pp, 0);
+    EXPECT_GE(off.repaired, 12);
+    EXPECT_GE(on.pp, 12);
+    EXPECT_LE(on.repaired, off.repaired / 4);
+    EXPECT_EQ(on_drums(2, false).pp, 0);
+}
+
+TEST(ScanChannel, HoldsWideDisturbancesToTheLongestClick) {
+    std::vector<float> x = Noise(40000, 0.0005, 4);
+    std::vector<float> burst = Noise(450, 0.5, 6);
+    std::copy(burst.begin(), burst.end(), x.begin() + 20000);
+    Fast scan(x, {7, 0, 0});
+    ASSERT_TRUE(scan.Run());
+    ASSERT_FALSE(scan.sink.entries.empty());
+    for (const Entry& e : scan.sink.entries) {
+        EXPECT_LE(e.end - e.start + 1, kLongestClick);
+        EXPECT_EQ(e.pad, e.end - e.start + 1 > 60 ? 6 : 0);
+    }
+    // The first one reported is where the disturbance ends in time.
+    EXPECT_NEAR(static_cast<double>(scan.sink.entries[0].end), 20450.0, 20.0);
+}
+
+TEST(ScanChannel, TellsAPopBeforeAQuietStretch) {
+    std::vector<float> x = Noise(40000, 0.001, 4);
+    AddClick(x, 20000, 10, 0.9);
+    std::vector<float> with_music = x;
+    AddTone(with_music, 100.0, 0.3);
+    Fast quiet(x, {}), loud(with_music, {});
+    ASSERT_TRUE(quiet.Run() && loud.Run());
+    ASSERT_EQ(quiet.sink.entries.size(), 1U);
+    ASSERT_EQ(loud.sink.entries.size(), 1U);
+    EXPECT_TRUE(quiet.sink.entries[0].big_pop);
+    EXPECT_FALSE(loud.sink.entries[0].big_pop);
+    EXPECT_GE(quiet.sink.entries[0].end, loud.sink.entries[0].end + 50);
+}
+
+TEST(ScanChannel, WidensARepairThatFails) {
+    struct Case {
+        int (*answer)(int);
+        int calls, widened_by, repaired;
+    };
+    for (const Case& c : {Case{[](int) { return 0; }, 1, 0, 1},
+                          {[](int) { return 2; }, 2, 20, 1},
+                          {[](int) { return 5; }, 2, 5, 0},
+                          {[](int n) { return n == 1 ? 2 : 0; }, 2, 20, 1},
+                          {[](int n) { return n == 1   ? 2
+                                              : n == 2 ? 5
+                                                       : 0; }, 3, 25, 1},
+                          {[](int n) { return n == 1 ? 5 : 2; }, 2, 5, 1},
+                          {[](int) { return 4; }, 1, 0, 0}}) {
+        std::vector<float> x = QuietTone(40000);
+        AddClick(x, 20000, 4, 0.3);
+        Fast scan(x, {});
+        scan.sink.answer = c.answer;
+        ASSERT_TRUE(scan.Run());
+        ASSERT_EQ(static_cast<int>(scan.sink.entries.size()), c.calls);
+        EXPECT_EQ(scan.sink.entries.back().start, scan.sink.entries.front().start - c.widened_by);
+        EXPECT_EQ(scan.sink.entries.back().end, scan.sink.entries.front().end + c.widened_by);
+        EXPECT_EQ(scan.counts.repaired, c.repaired);
+        EXPECT_EQ(scan.counts.not_repaired, 1 - c.repaired);
+    }
+}
+
+TEST(ScanChannel, KeepsToTheSamplesItIsGiven) {
+    std::vector<float> x = QuietTone(40000);
+    for (int at = 8000; at <= 32000; at += 1000) AddClick(x, at, 4, 0.3);
+    Fast scan(x, {3, 2, 0}, 10500, 20500);
+    ASSERT_TRUE(scan.Run());
+    EXPECT_EQ(scan.counts.repaired, 10);
+    for (const Entry& e : scan.sink.entries) EXPECT_TRUE(e.start >= 10500 && e.end <= 20520);
+    EXPECT_EQ(scan.sink.ticks, (std::vector<int64_t>{20480, 16384, 12288}));
+
+    scan.sink.entries.clear();
+    scan.sink.stop_at_tick = 5;  // the second of this run
+    EXPECT_FALSE(scan.Run());
+    for (const Entry& e : scan.sink.entries) EXPECT_GT(e.start, 16384 - 40);
+}
+
+TEST(RemoveNeighbours, DrawsALineThroughOtherClicksOnly) {
+    constexpr int kClick = 20000, kNeighbour = 20300, kFirst = 19400;
+    std::vector<float> x = Noise(40000, 0.001, 4);
+    AddClick(x, kClick, 6, 0.5);
+    AddClick(x, kNeighbour, 6, 0.5);
+    ClickDetector detector;
+    PrimeDetector(detector, x, kClick);
+    for (int step = 1; step <= 3; ++step) {
+        std::vector<double> before;
+        for (int i = kFirst; i < kFirst + 1500; i += step)
+            before.push_back(static_cast<double>(x[static_cast<size_t>(i)]));
+        std::vector<double> data = before;
+        int gap_first = (kClick - kFirst - 8) / step, gap_last = (kClick - kFirst + 30) / step;
+        RemoveNeighbours(data, gap_first, gap_last, step, detector, kFirst);
+        for (int k = 0; k < static_cast<int>(data.size()); ++k) {
+            auto at = static_cast<size_t>(k);
+            bool in_neighbour = std::abs(kFirst + k * step - kNeighbour - 9) < 30;
+            if (in_neighbour) {
+                EXPECT_LT(std::fabs(data[at]), 0.01) << step << " " << k;
+            } else {
+                EXPECT_EQ(data[at], before[at]) << step << " " << k;
+            }
+        }
+    }
+}
+
+TEST(PrimeDetector, KnowsAroundARepairWhatTheScanKnew) {
+    constexpr int kAt = 60000;
+    std::vector<float> x = Music(120000, 5);
+    AddClicks(x, 30.0, 0.5, 5);
+    ClickDetector whole, part;
+    whole.Run(x, static_cast<int>(x.size()) - 3, 1, 2.75);
+    constexpr int kReach = 6269;
+    PrimeDetector(part, std::span(x).subspan(kAt - kReach, 2 * kReach), kReach);
+    for (int k = -1236; k < 1236 + 412; ++k) {
+        EXPECT_NEAR(part.LevelOf(kReach + k).roughness, whole.LevelOf(kAt + k).roughness, 1e-8);
+        EXPECT_NEAR(part.LevelOf(kReach + k).mean, whole.LevelOf(kAt + k).mean, 1e-8);
+    }
+    // Beyond its reach nothing counts as a click.
+    EXPECT_EQ(part.LevelOf(0).roughness, 0.0);
+    EXPECT_EQ(part.LevelOf(2 * kReach + 10).roughness, 0.0);
+}
+
+}  // namespace
+}  // namespace Orvane

@@ -1,0 +1,104 @@
+// Signals for the tests and benchmarks of the click scan: one channel at 44100 Hz, the same on every machine.
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numbers>
+#include <random>
+#include <vector>
+
+namespace Orvane::Signals {
+
+class Random {
+public:
+    explicit Random(uint32_t seed) : engine(seed) {}
+    double Uniform(double low, double high) {
+        return low + (high - low) * (static_cast<double>(engine()) / 4294967296.0);
+    }
+    int Integer(int low, int high) { return low + static_cast<int>(engine() % static_cast<uint32_t>(high - low + 1)); }
+
+private:
+    std::mt19937 engine;
+};
+
+inline std::vector<float> Noise(int n, double level, uint32_t seed) {
+    Random random(seed);
+    std::vector<float> x(static_cast<size_t>(n));
+    for (float& v : x) v = static_cast<float>(level * random.Uniform(-1.0, 1.0));
+    return x;
+}
+
+inline void AddTone(std::vector<float>& x, double frequency, double level) {
+    for (size_t i = 0; i < x.size(); ++i) {
+        x[i] +=
+            static_cast<float>(level * std::sin(2.0 * std::numbers::pi * frequency / 44100.0 * static_cast<double>(i)));
+    }
+}
+
+// A decaying burst of `width` samples or so, as a scratch leaves it.
+inline void AddClick(std::vector<float>& x, int at, int width, double level) {
+    for (int k = 0; k < 3 * width && at + k < static_cast<int>(x.size()); ++k) {
+        x[static_cast<size_t>(at + k)] +=
+            static_cast<float>(level * std::exp(-2.0 * k / width) * std::cos(std::numbers::pi * k / 2.0));
+    }
+}
+
+inline void AddClicks(std::vector<float>& x, double per_second, double largest, uint32_t seed) {
+    Random random(seed);
+    int n_clicks = static_cast<int>(per_second * static_cast<double>(x.size()) / 44100.0);
+    for (int k = 0; k < n_clicks; ++k) {
+        int at = random.Integer(0, static_cast<int>(x.size()) - 1);
+        int width = random.Integer(1, 12) * random.Integer(1, 8);
+        AddClick(x, at, width, random.Uniform(-largest, largest));
+    }
+}
+
+// A drum: a low tone that sets in at once and dies away, with a noisy beat.
+inline void AddDrum(std::vector<float>& x, int at, double level, uint32_t seed) {
+    Random random(seed);
+    for (int k = 0; k < 12000 && at + k < static_cast<int>(x.size()); ++k) {
+        double beat = 0.6 * std::exp(-k / 80.0) * random.Uniform(-1.0, 1.0);
+        double skin = std::exp(-k / 3000.0) * std::sin(2.0 * std::numbers::pi * 90.0 / 44100.0 * k);
+        x[static_cast<size_t>(at + k)] += static_cast<float>(level * (beat + skin));
+    }
+}
+
+// Chords of decaying partials, brassy pulses, drums and hiss, with rests of soft hiss and of digital silence.
+inline std::vector<float> Music(int n, uint32_t seed) {
+    Random random(seed);
+    std::vector<float> x(static_cast<size_t>(n), 0.0F);
+    for (int note = 0; note < n / 4000; ++note) {
+        int at = random.Integer(0, n - 1), length = random.Integer(4000, 30000);
+        double frequency = 55.0 * std::pow(2.0, random.Integer(0, 48) / 12.0), level = random.Uniform(0.01, 0.12);
+        double brightness = random.Uniform(0.5, 2.0);
+        bool brass = random.Integer(0, 4) == 0;
+        for (int k = 0; k < length && at + k < n; ++k) {
+            double phase = 2.0 * std::numbers::pi * frequency / 44100.0 * k, v = 0.0;
+            if (brass) {
+                v = 2.0 * std::exp(40.0 * (std::cos(phase) - 1.0));
+            } else {
+                for (int h = 1; h <= 5; ++h) v += std::sin(h * phase) / std::pow(h, brightness);
+            }
+            double envelope = std::min(1.0, k / 300.0) * std::exp(-3.0 * k / length);
+            x[static_cast<size_t>(at + k)] += static_cast<float>(level * envelope * v);
+        }
+    }
+    for (int at = 11025; at < n; at += random.Integer(8000, 30000)) {
+        AddDrum(x, at, random.Uniform(0.05, 0.5), static_cast<uint32_t>(at));
+    }
+    for (float& v : x) v += static_cast<float>(0.0005 * random.Uniform(-1.0, 1.0));
+    for (int at = 60000; at < n; at += 150000) {
+        std::fill(x.begin() + at, x.begin() + std::min(at + random.Integer(100, 9000), n), 0.0F);
+    }
+    return x;
+}
+
+// As a 16-bit file gives it back.
+inline void Quantise(std::vector<float>& x) {
+    for (float& v : x) {
+        v = static_cast<float>(std::nearbyint(std::clamp(v, -1.0F, 1.0F) * 32767.0F)) / 32767.0F;
+    }
+}
+
+}  // namespace Orvane::Signals
