@@ -97,7 +97,8 @@ bool Resampler::SetFactor(double wanted) {
     phase = factor == 0.0 ? 0 : phase * next.outputs / ratio.outputs;
     ratio = next;
     factor = wanted;
-    filter.emplace(quality, Npc, ratio, width, minFactor == maxFactor ? RowStorage::Kept : RowStorage::OnDemand);
+    const auto storage = minFactor == maxFactor ? RowStorage::Kept : RowStorage::OnDemand;
+    filter = std::make_unique<RatioFilter>(quality, Npc, ratio, width, storage);
     return true;
 }
 

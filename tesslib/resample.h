@@ -7,7 +7,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include "tesslib/resample_filter.h"
@@ -53,7 +53,7 @@ private:
     int width = 0;
     double factor = 0.0;  // of `ratio` and `filter`
     RateRatio ratio;
-    std::optional<RatioFilter> filter;
+    std::unique_ptr<const RatioFilter> filter;
     std::vector<float> row;          // of the present output, where the filter has no rows at hand
     std::vector<float> left, right;  // input frames not yet done with
     int64_t n_buffered = 0;
