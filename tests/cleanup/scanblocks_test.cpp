@@ -1,0 +1,180 @@
+#include "cleanup/scanblocks.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+
+#include "declick_signals.h"
+
+namespace Orvane {
+namespace {
+
+using namespace Signals;
+
+// Two channels in memory, read in pieces of at most `piece`; remembers how often each sample was read.
+struct Source {
+    explicit Source(int n) : left(Noise(n, 0.5, 1)), right(Noise(n, 0.5, 2)), times_read(static_cast<size_t>(n)) {}
+
+    SampleReader Reader() {
+        return [this](int64_t start, int64_t end, float* out_left, float* out_right) {
+            int64_t available = std::min<int64_t>({end - start + 1, ends_at - start, piece});
+            if (start >= fails_from) return -4;
+            if (available <= 0) return 0;
+            std::copy_n(left.begin() + start, available, out_left);
+            std::copy_n(right.begin() + start, available, out_right);
+            for (int64_t i = start; i < start + available; ++i) ++times_read[static_cast<size_t>(i)];
+            return static_cast<int>(available);
+        };
+    }
+
+    std::vector<float> left, right;
+    std::vector<int> times_read;
+    int piece = INT32_MAX;
+    int64_t ends_at = INT64_MAX, fails_from = INT64_MAX;
+};
+
+float SampleAt(const Source& source, int64_t place, int channel) {
+    int64_t last = static_cast<int64_t>(source.left.size()) - 1;
+    if (place < 0) place = -place;
+    if (place > last) place = 2 * last - place;
+    return (channel == 0 ? source.left : source.right)[static_cast<size_t>(place)];
+}
+
+TEST(ScanBlocks, CoverTheRangeWithWingsOfMirroredOrRealSamples) {
+    struct Case {
+        int total;
+        int64_t first, last;
+        int blocks;
+    };
+    for (const Case& c : {Case{5758, 0, 5758, 1},
+                          {30000, 0, 30000, 1},
+                          {30000, 9000, 9100, 1},
+                          {30000, 29000, 30000, 1},
+                          {199527, 0, 199527, 1},
+                          {199528, 0, 199528, 1},
+                          {199529, 0, 199529, 2},
+                          {450000, 0, 450000, 3},
+                          {420000, 2000, 412000, 3},
+                          {204000, 0, 204000, 2},
+                          {30000, 0, 15, 0},
+                          {30000, 500, 501, 0}}) {
+        Source source(c.total);
+        source.piece = 70001;
+        ScanBlocks blocks(c.first, c.last, c.total, Equalisation::None);
+        std::string name = std::to_string(c.total) + " " + std::to_string(c.first) + " " + std::to_string(c.last);
+        const int64_t first = std::max<int64_t>(c.first, 20), last = std::min<int64_t>(c.last - 1, c.total - 20);
+        int n_blocks = 0;
+        int64_t scanned_to = first - 1;
+        while (blocks.Next(source.Reader()) == 1) {
+            ++n_blocks;
+            for (int channel : {0, 1}) {
+                ChannelBlock block = blocks.Channel(channel);
+                ASSERT_EQ(block.first_sample, first) << name;
+                ASSERT_EQ(block.last_sample, last) << name;
+                ASSERT_EQ(block.total_samples, c.total) << name;
+                for (size_t i = 0; i < block.samples.size(); ++i) {
+                    int64_t place = block.position - EXTRA_DATA_WING + static_cast<int64_t>(i);
+                    ASSERT_EQ(block.samples[i], SampleAt(source, place, channel)) << name << " place " << place;
+                }
+                for (int64_t place : {blocks.read_start(), blocks.read_end()}) {
+                    auto index = static_cast<size_t>(blocks.offset0() + place - blocks.read_start());
+                    ASSERT_EQ(blocks.Recording(channel)[index], SampleAt(source, place, channel)) << name;
+                }
+            }
+            ChannelBlock block = blocks.Channel(0);
+            ASSERT_LE(block.position, scanned_to + 1) << name;
+            scanned_to = block.position + static_cast<int64_t>(block.samples.size()) - 11515;
+        }
+        EXPECT_EQ(n_blocks, c.blocks) << name;
+        EXPECT_TRUE(c.blocks == 0 || scanned_to >= last) << name;
+        EXPECT_LE(*std::max_element(source.times_read.begin(), source.times_read.end()), 1) << name;
+    }
+}
+
+TEST(ScanBlocks, EqualisesEachSampleOnceAndKeepsTheRecordingAsItIs) {
+    constexpr int kTotal = 450000;
+    Source source(kTotal);
+    BiQuadFilter curve, high_pass;
+    curve.b0 = 0.2381, curve.b1 = -0.17188253282, curve.b2 = -0.04429899417645;
+    curve.a1 = -1.700724, curve.a2 = 0.7029381524;
+    ComputeBiQuad(high_pass, kHighPass, 0.0, 20.0, 44100.0, 2.0);
+    std::vector<float> expected;
+    for (float x : source.left)
+        expected.push_back(static_cast<float>(high_pass.Process(curve.Process(static_cast<double>(x)))));
+
+    ScanBlocks blocks(0, kTotal, kTotal, Equalisation::Riaa);
+    int n_blocks = 0;
+    while (blocks.Next(source.Reader()) == 1) {
+        ++n_blocks;
+        ChannelBlock block = blocks.Channel(0);
+        for (int64_t place = blocks.read_start(); place <= blocks.read_end(); ++place) {
+            auto index = static_cast<size_t>(blocks.offset0() + place - blocks.read_start());
+            ASSERT_EQ(block.samples[index], expected[static_cast<size_t>(place)]) << place;
+            ASSERT_EQ(blocks.Recording(0)[index], source.left[static_cast<size_t>(place)]) << place;
+        }
+    }
+    EXPECT_EQ(n_blocks, 3);
+}
+
+TEST(ScanBlocks, EndWithTheAudioAndPassFailuresOn) {
+    constexpr int kTotal = 450000;
+    struct Case {
+        int64_t ends_at, fails_from;
+        int blocks, result;
+    };
+    for (const Case& c : {Case{0, INT64_MAX, 0, 0},
+                          {100000, INT64_MAX, 1, 0},
+                          {INT64_MAX, 0, 0, -4},
+                          {INT64_MAX, 205000, 1, -4},
+                          {3000, INT64_MAX, 1, 0}}) {
+        Source source(kTotal);
+        source.ends_at = c.ends_at;
+        source.fails_from = c.fails_from;
+        ScanBlocks blocks(0, kTotal, kTotal, Equalisation::None);
+        int n_blocks = 0, result;
+        while ((result = blocks.Next(source.Reader())) == 1) ++n_blocks;
+        EXPECT_EQ(n_blocks, c.blocks) << c.ends_at;
+        EXPECT_EQ(result, c.result) << c.ends_at;
+    }
+}
+
+class PlaceSink : public ClickSink {
+public:
+    int Repair(int64_t start, int64_t end, int, int, bool) override {
+        for (int64_t place = start; place <= end; ++place) repaired.insert(place);
+        return kRepaired;
+    }
+    bool Marker(int, int64_t, int64_t, int) override { return true; }
+    bool Tick(int64_t) override { return true; }
+    std::set<int64_t> repaired;
+};
+
+TEST(ScanBlocks, ClicksAreFoundAtBothEndsAndAcrossSeams) {
+    constexpr int kTotal = 450000, kStep = 211514 - 12026;
+    Source source(kTotal);
+    source.left = Noise(kTotal, 0.002, 3);
+    AddTone(source.left, 440.0, 0.1);
+    std::vector<int> clicks = {30, 1000, kTotal - 60};
+    for (int seam : {20 + kStep, 20 + 2 * kStep}) {
+        for (int at : {-1500, -100, 0, 250, 500, 1500}) clicks.push_back(seam + at);
+    }
+    for (int at : clicks) AddClick(source.left, at, 4, 0.3);
+
+    ScanBlocks blocks(0, kTotal, kTotal, Equalisation::None);
+    ClickDetector detector;
+    PlaceSink sink;
+    ScanCounts counts;
+    while (blocks.Next(source.Reader()) == 1) {
+        ASSERT_TRUE(ScanChannel(blocks.Channel(0), DetectorTables({3, 2, 0}), detector, sink, counts));
+    }
+    for (int at : clicks) EXPECT_TRUE(sink.repaired.contains(at)) << at;
+    for (int64_t place : sink.repaired) {
+        EXPECT_TRUE(std::any_of(clicks.begin(), clicks.end(), [&](int at) { return std::abs(place - at) < 40; }))
+            << place;
+        EXPECT_TRUE(place >= 20 && place < kTotal) << place;
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
