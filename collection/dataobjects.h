@@ -61,6 +61,8 @@ public:
     void AddRecording(RefPtr<FileHistoryEntry> entry);
     // The 1-based position in the history, 0 for none.
     int PositionOf(const FileHistoryEntry* entry) const;
+    // Moves an entry, whose file's time has changed, before the first that has a later file.
+    void SortByTime(const FileHistoryEntry* entry);
 
     std::vector<RefPtr<FileHistoryEntry>> history;  // all recordings of the side, in the order of the collection file
     FileHistoryEntry* newest = nullptr;             // the one in use; in the history, or null
@@ -100,6 +102,7 @@ struct AlbumInfo : LinkedListEntry {
 
     // The side of `index` (0 is side 1). With `create` it is made when absent, the gap before it filled with null
     // entries; below 0 means a further side. `append_me` is placed there instead of a new one: only into an empty slot.
+    // Null for a side that is not there, and beyond the set's limit of sides.
     AlbumSide* GetSide(int index, bool create, std::unique_ptr<AlbumSide> append_me = nullptr);
     // The sides' recordings in use, in order: what the album's time line is made of.
     std::vector<FileHistoryEntry*> Recordings() const;
@@ -140,6 +143,9 @@ inline constexpr int kMaxAlbumSides = 30;
 struct AlbumSet {
     explicit AlbumSet(std::string_view path = {});
 
+    // Names the collection file, which decides the folders beside it.
+    void SetPath(std::string_view new_path);
+
     int SideLimit() const { return max_album_sides ? max_album_sides : kMaxAlbumSides; }
 
     LinkedList<AlbumInfo> albums;
@@ -155,6 +161,7 @@ struct AlbumSet {
 };
 
 extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread
+extern bool gClosing;        // the collection is being torn down on the way out: recordings may still be open
 
 // Marks the live collection as changed and tells whoever shows it (SetDirtyHook). Does nothing when none is open.
 void MarkDirty();

@@ -101,8 +101,9 @@ public:
     void Close(uint32_t user);
     bool IsOpen() const { return open_file.get() != nullptr; }
 
-    // Compares size and time with what is on the disk and drops what was derived from an older file. True if anything
-    // in the entry changed.
+    // Compares size and time with what is on the disk and drops what was derived from an older file: the waveform, and
+    // with another size the corrections too. A file that is missing, as on a drive that is not there today, loses
+    // nothing, and an open file is left alone. True if anything in the entry changed. Main thread.
     bool CheckFile();
     // Removes side files: bit 0 the four waveform files, bit 1 the corrections file.
     void DeleteDerivedFiles(int what);
@@ -110,6 +111,8 @@ public:
     std::string WaveformPath(std::string_view extension) const;
 
     // --- The corrections file ---
+    // The recording's full name and ".crd". Files of older versions carry ".crd" in the place of the extension and are
+    // read when no other is there.
     std::string CorrectionsPath() const;
     // Reads the click lists on first use. 0, or a StreamError with its message as last error; with `report` messages are
     // shown. Under the file history lock.
@@ -117,8 +120,14 @@ public:
     // Writes the click lists through a temporary file; an empty pair removes the file. 0 or a StreamError.
     int SaveCorrections();
 
+    // After a change of the cuts: filters and curves keep their place in the file, markers theirs on the edited
+    // timeline.
+    void RecomputeTimes();
+
     // --- Copies ---
-    // A private copy for a background job, with its own lists and no file open. It keeps the id.
+    // A private copy for a background job, with its own lists and no file open. It keeps the id, the path and the rate
+    // that the album's recordings must have, all as they are now, so that the job needs nothing else of the collection.
+    // Its album must outlive it. Main thread.
     RefPtr<FileHistoryEntry> Copy(uint32_t what);
 
     int32_t SampleRate() const { return samplerate ? samplerate : kTicksPerSecond; }
@@ -170,6 +179,25 @@ public:
     std::atomic<bool> generating{false};   // waveform data are being made
     std::atomic<int32_t> progress{0};      // of that, in percent
     bool waveform_ready = false;
+
+private:
+    FileHistoryEntry(const FileHistoryEntry& original, uint32_t what);
+
+    // The rate and format that the album's other recordings in use have; 0 while none is known.
+    struct AlbumFormat {
+        int32_t samplerate = 0;
+        uint8_t sample_format = 0;
+    };
+    bool IsPrivate() const { return (flags2 & FHE_PRIVATE_COPY) != 0; }
+    AlbumFormat FormatOfOthers() const;
+    int OpenLocked();
+    bool StoreFacts();
+    void MarkChanged() const;
+    std::string LegacyCorrectionsPath() const;
+    int ReadCorrectionsFile(const std::string& path, bool report);
+
+    std::string fixed_path;    // of a private copy
+    AlbumFormat fixed_format;  // likewise
 };
 
 // Guards the opening and closing of all recordings and the loading of their corrections. Order of locks: a stack's lock

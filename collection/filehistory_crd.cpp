@@ -1,0 +1,164 @@
+// The click repairs of a recording and the file that keeps them.
+#include <chrono>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "collection/crd_file.h"
+#include "collection/filehistory.h"
+#include "foundation/host.h"
+#include "foundation/lasterror.h"
+#include "foundation/mainloop.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/safefile.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int kOpenTries = 8;
+constexpr auto kOpenPause = std::chrono::milliseconds(250);
+
+struct FileCloser {
+    void operator()(FILE* file) const { fclose(file); }
+};
+using FileHandle = std::unique_ptr<FILE, FileCloser>;
+
+void Show(bool report, const std::string& text) {
+    if (report && IsMainThread()) ShowMessage(text);
+}
+
+int Fail(bool report, std::string text) {
+    const int error = FailContents(std::move(text));
+    Show(report, GetLastError().text);
+    return error;
+}
+
+int ReadWhole(const std::string& path, std::vector<uint8_t>& bytes) {
+    FileHandle file;
+    int error = 0;
+    for (int tries = 1; !file; ++tries) {
+        file.reset(OpenFile(path, "rb", error));
+        if (file) break;
+        const int code = FailOpen(path, error);
+        if (code != ERR_IN_USE || tries == kOpenTries) return code;
+        std::this_thread::sleep_for(kOpenPause);
+    }
+    FileInfo info;
+    if ((error = GetFileInfo(path, info)) != 0) return FailRead(path, error);
+    bytes.resize(static_cast<size_t>(info.size));
+    bytes.resize(fread(bytes.data(), 1, bytes.size(), file.get()));
+    return ferror(file.get()) ? FailRead(path, errno) : 0;
+}
+
+int WriteWhole(const std::string& path, const std::string& bytes) {
+    int error = 0;
+    FILE* file = OpenFile(path, "wb", error);
+    if (!file) return FailOpenForWriting(path, error);
+    if (fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size()) error = errno;
+    if (!error) error = FlushToDisk(file);
+    if (fclose(file) != 0 && !error) error = errno;
+    if (!error) return 0;
+    DeleteFile(path);
+    return FailWrite(path, error);
+}
+
+// A free name beside the file.
+std::string NameForDamaged(const std::string& path) {
+    std::string name = path + ".damaged";
+    for (int n = 2; FileExists(name); ++n) name = path + ".damaged" + std::to_string(n);
+    return name;
+}
+
+}  // namespace
+
+std::string FileHistoryEntry::CorrectionsPath() const {
+    return GetPath() + ".crd";
+}
+
+std::string FileHistoryEntry::LegacyCorrectionsPath() const {
+    return WithoutExtension(GetPath()) + ".crd";
+}
+
+int FileHistoryEntry::LoadCorrections(bool report) {
+    std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
+    if (!IsPrivate()) lock.lock();
+    if (flags & FHE_CORRECTIONS_LOADED) return 0;
+    for (ClickRepairList& list : click_repairs) list.samplerate = SampleRate();
+
+    FileInfo info;
+    std::string path = CorrectionsPath();
+    if (GetFileInfo(path, info) != 0) {
+        path = LegacyCorrectionsPath();
+        if (GetFileInfo(path, info) != 0) path.clear();
+    }
+    if (!path.empty()) {
+        if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
+            DeleteFile(path);
+        } else if (const int error = ReadCorrectionsFile(path, report)) {
+            return error;
+        }
+    }
+    crd_time = info.time;
+    flags |= FHE_CORRECTIONS_LOADED;
+    SetGeneration();
+    return 0;
+}
+
+int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) {
+    std::vector<uint8_t> bytes;
+    if (const int error = ReadWhole(path, bytes)) {
+        Show(report, GetLastError().text);
+        return error;
+    }
+    switch (ReadCrd(bytes, click_repairs)) {
+        case CrdResult::Good:
+            break;
+        case CrdResult::BadHeader:
+            if (MoveToTrash(path) != 0) DeleteFile(path);
+            return Fail(report, FormatMessage(Msg::BadCrdHeader, path));
+        case CrdResult::NewerVersion:
+            return Fail(report, FormatMessage(Msg::NewerCrdVersion, path));
+        case CrdResult::Damaged: {
+            const std::string kept = NameForDamaged(path);
+            if (const int error = RenameFile(path, kept)) {
+                FailRename(path, kept, error);
+                return Fail(report, GetLastError().text);
+            }
+            return Fail(report, FormatMessage(Msg::CrdUnreadableKept, path, kept));
+        }
+    }
+    int n_removed = 0;
+    for (ClickRepairList& list : click_repairs) {
+        list.dirty = false;
+        n_removed += CheckRepairList(list, true);
+    }
+    if (n_removed) {
+        MarkChanged();
+        Show(report, FormatMessage(Msg::CrdRepaired, path, n_removed));
+    }
+    return 0;
+}
+
+int FileHistoryEntry::SaveCorrections() {
+    std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
+    if (!IsPrivate()) lock.lock();
+    const std::string path = CorrectionsPath();
+    if (click_repairs[0].empty() && click_repairs[1].empty()) {
+        for (const std::string& old : {path, LegacyCorrectionsPath()}) {
+            const int error = FileExists(old) ? DeleteFile(old) : 0;
+            if (error) return FailWrite(old, error);
+        }
+        crd_time = 0;
+    } else {
+        const std::string temporary = WithoutExtension(path) + ".$$$";
+        if (const int error = WriteWhole(temporary, WriteCrd(click_repairs))) return error;
+        if (const int error = ReplaceFile(temporary, path, path + "_bak", OldFile::Drop)) return error;
+        FileInfo info;
+        if (GetFileInfo(path, info) == 0) crd_time = info.time;
+    }
+    for (ClickRepairList& list : click_repairs) list.dirty = false;
+    return 0;
+}
+
+}  // namespace Orvane
