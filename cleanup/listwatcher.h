@@ -1,0 +1,30 @@
+// How a stage of a chain keeps its view of a corrections list valid while the list changes under a running reader.
+#pragma once
+
+#include "collection/listchange.h"
+#include "foundation/criticalsection.h"
+#include "foundation/event.h"
+
+namespace Orvane {
+
+// Base of the stages that read lists. Between the events around a change it holds the stack's lock, so that no Read runs
+// meanwhile; after it the stage is told to look at the list again. Made and destroyed with the stack, while no Read runs.
+class ListWatcher {
+public:
+    explicit ListWatcher(CriticalSection& lock);
+    ListWatcher(const ListWatcher&) = delete;
+    ListWatcher& operator=(const ListWatcher&) = delete;
+    virtual ~ListWatcher();
+
+protected:
+    virtual bool Watches(const void* list) const = 0;
+    virtual void ListChanged() = 0;  // under the lock
+
+private:
+    static intptr_t OnEvent(void* context, int event_id, EventArg a, EventArg b, EventArg c);
+
+    CriticalSection& lock;
+    const void* changing = nullptr;  // the list whose change we hold the lock for
+};
+
+}  // namespace Orvane
