@@ -66,11 +66,11 @@ void InterpolatePairs(const Run& run, int n, float* output) {
 
 }  // namespace
 
-void Resampler::resample_open(int quality, int Npc, double minFactor, double maxFactor) {
-    this->quality = quality;
-    this->Npc = Npc;
-    this->minFactor = minFactor;
-    this->maxFactor = maxFactor;
+void Resampler::resample_open(int Nmult, int n_per_crossing, double lowest, double highest) {
+    quality = Nmult;
+    Npc = n_per_crossing;
+    minFactor = lowest;
+    maxFactor = highest;
     ORVANE_ASSERT(minFactor >= 0 && maxFactor >= 0 && maxFactor >= minFactor);
     ORVANE_ASSERT(quality > 1);
     ORVANE_ASSERT(minFactor > 0);  // no filter is long enough for 0

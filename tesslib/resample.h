@@ -16,10 +16,10 @@ namespace Tesslib {
 
 class Resampler {
 public:
-    // `quality` (> 1) is the number of zero crossings of the filter + 1, `Npc` the table entries to a crossing.
-    // `factor` of the calls below is output rate / input rate, from `minFactor` to `maxFactor`; where these are
+    // `Nmult` (> 1) is the number of zero crossings of the filter + 1, `n_per_crossing` its table entries to each.
+    // `factor` of the calls below is output rate / input rate, from `lowest` (> 0) to `highest`; where these are
     // equal the coefficients are worked out here, otherwise frame by frame. The stream starts at input frame 0.
-    void resample_open(int quality, int Npc, double minFactor, double maxFactor);
+    void resample_open(int Nmult, int n_per_crossing, double lowest, double highest);
     void resample_close();
     bool IsOpen() const { return width != 0; }
 
