@@ -11,6 +11,8 @@ std::atomic<AssertHook> assert_hook{nullptr};
 
 }  // namespace
 
+std::atomic<bool> in_fatal_error_handler{false};
+
 AssertHook SetAssertHook(AssertHook hook) {
     return assert_hook.exchange(hook);
 }

@@ -2,7 +2,12 @@
 // what a file, a device or a user can do wrong gets a message instead.
 #pragma once
 
+#include <atomic>
+
 namespace Tesslib {
+
+// Set by whoever handles a fatal error, which may be on any thread: checks of order are off from then on.
+extern std::atomic<bool> in_fatal_error_handler;
 
 // What the hook tells the assertion to do next. `End` ends the process when the hook returns.
 enum class AssertAnswer { End = 0, GoOn = 2 };

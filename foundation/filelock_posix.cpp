@@ -39,13 +39,26 @@ std::string OwnName() {
 }  // namespace
 
 bool FileLock::Acquire(std::string_view path, std::string& holder) {
+    return Lock(path, false, holder);
+}
+
+void FileLock::AcquireWaiting(std::string_view path) {
+    std::string holder;
+    Lock(path, true, holder);
+}
+
+bool FileLock::Lock(std::string_view path, bool waits, std::string& holder) {
     Release();
     lock_path = std::string(path) + ".lock";
     for (;;) {
         const int opened = OpenLockFile(lock_path.c_str());
         // Where no lock file can be made, no other process can write the file either.
         if (opened < 0) return true;
-        if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+        int result;
+        do {
+            result = flock(opened, waits ? LOCK_EX : LOCK_EX | LOCK_NB);
+        } while (result != 0 && errno == EINTR);
+        if (result != 0) {
             const bool held = errno == EWOULDBLOCK;
             if (held) holder = ReadHolder(opened);
             close(opened);

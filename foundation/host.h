@@ -26,7 +26,8 @@ public:
     virtual Answer Ask(const Message& message) = 0;
 };
 
-// The progress dialog. All calls come from Progress (progress.h), one at a time.
+// The progress dialog. All calls come from Progress (progress.h). Position and Log may come from workers, one at a
+// time; they must not wait for the main thread.
 class ProgressHost {
 public:
     virtual ~ProgressHost() = default;

@@ -56,9 +56,13 @@ public:
     // False when another process, or another FileLock of this one, holds it: `holder` then says who ("process 1234 on
     // host"). A lock file left behind is no obstacle, and where none can be made the answer is true.
     bool Acquire(std::string_view path, std::string& holder);
+    // Waits until it is free.
+    void AcquireWaiting(std::string_view path);
     void Release();
 
 private:
+    bool Lock(std::string_view path, bool waits, std::string& holder);
+
     int descriptor = -1;
     std::string lock_path;
 };

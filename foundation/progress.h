@@ -20,7 +20,7 @@ public:
     // Like Tick, but blocks until a task has been handled. Main thread.
     static bool Wait();
 
-    static void SetPosition(int per_mille);  // 0 to 1000; smaller than shown is ignored by most hosts
+    static void SetPosition(int per_mille);  // 0 to 1000; unchanged ones are not passed on
     static void Log(const std::string& markup);
 
     static void Cancel() { cancelled.store(true); }
@@ -32,5 +32,14 @@ private:
 
 // While above 0, autosave waits. Main thread.
 extern int gAutosaveHeldOff;
+
+// Holds autosave off while it lives. Main thread.
+class AutosaveHoldOff {
+public:
+    AutosaveHoldOff() { ++gAutosaveHeldOff; }
+    ~AutosaveHoldOff() { --gAutosaveHeldOff; }
+    AutosaveHoldOff(const AutosaveHoldOff&) = delete;
+    AutosaveHoldOff& operator=(const AutosaveHoldOff&) = delete;
+};
 
 }  // namespace Tesslib

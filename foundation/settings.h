@@ -17,7 +17,8 @@ namespace Tesslib {
 // thread.
 
 // Opens the store of `folder`, or of ConfigFolder() when it is empty. False when it cannot be read or made; the
-// reason is the thread's last error. Reads before it has been opened open it.
+// reason is the thread's last error. Reads before it has been opened open it. Opening a second time drops the
+// overrides.
 bool OpenSettings(std::string_view folder = {});
 
 int32_t GetSetting(std::string_view key, int32_t default_value);
@@ -39,5 +40,9 @@ int32_t GetMachineSetting(std::string_view key, int32_t default_value);
 
 // Reads the text of a store: the pure part, for tests and damaged files. `n_damaged` counts the lines skipped.
 std::vector<std::pair<std::string, std::string>> ParseSettings(std::string_view text, int* n_damaged = nullptr);
+
+// The text of a store with one key given a value, or deleted when `value` is null. Every other line stands as it is,
+// damaged ones and comments ("#" first) too.
+std::string ChangeSettingsText(std::string_view text, std::string_view key, const std::string* value);
 
 }  // namespace Tesslib

@@ -11,6 +11,9 @@ namespace Tesslib {
 
 enum class Encoding { Detect = 0, ANSI = 1, UTF16LE = 2, UTF16BE = 3, UTF8 = 4 };
 
+// The bytes that a file of this encoding begins with; ANSI has none.
+std::string_view ByteOrderMark(Encoding encoding);
+
 // All texts handed in and out are UTF-8. The ANSI classes use code page 65001, which is UTF-8 too: bytes that are not
 // UTF-8 become U+FFFD, so that whatever a file holds, what comes out is valid.
 class TextFileReader {

@@ -2,7 +2,7 @@
 // alive meanwhile.
 #pragma once
 
-#include <memory>
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,6 +37,7 @@ private:
     mutable CriticalSection lock;
     std::vector<Entry> entries;
     int n_threads = 0;
+    std::atomic<int> n_unfinished{0};  // threads of the job that have not ended, started or not
     ThreadPriority priority = ThreadPriority::Normal;
 };
 

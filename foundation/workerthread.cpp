@@ -1,0 +1,107 @@
+#include "foundation/workerthread.h"
+
+#include <algorithm>
+
+#include "foundation/assert.h"
+#include "foundation/mainloop.h"
+#include "foundation/progress.h"
+#include "foundation/settings.h"
+
+namespace Tesslib {
+namespace {
+
+std::atomic<int> n_running_workers{0};
+
+}  // namespace
+
+ThreadPool* gWorkerThreadPool = nullptr;
+
+ThreadPool::ThreadPool(int max_threads) : max_threads(max_threads), entries(static_cast<size_t>(max_threads)) {}
+
+ThreadPool::~ThreadPool() {
+    ORVANE_ASSERT(n_threads == 0);
+}
+
+int ThreadPool::ThreadCount() const {
+    Locked hold(lock);
+    return n_threads;
+}
+
+void ThreadPool::SetPriority(ThreadPriority new_priority) {
+    Locked hold(lock);
+    priority = new_priority;
+}
+
+int ThreadPool::Register(WorkerThread* thread) {
+    ThreadPriority wanted;
+    int index;
+    {
+        Locked hold(lock);
+        ORVANE_ASSERT(this->n_threads < this->max_threads);
+        const auto tpe =
+            std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.thread == nullptr; });
+        ORVANE_ASSERT(tpe->thread_id == std::thread::id());
+        *tpe = {thread, std::this_thread::get_id()};
+        ++n_threads;
+        index = static_cast<int>(tpe - entries.begin());
+        wanted = priority;
+    }
+    if (wanted != ThreadPriority::Normal) SetThreadPriority(wanted);
+    return index;
+}
+
+void ThreadPool::Remove(int index) {
+    Locked hold(lock);
+    entries[static_cast<size_t>(index)] = {};
+    --n_threads;
+}
+
+int WorkerThread::Launch() {
+    LaunchAll({this});
+    return result;
+}
+
+void WorkerThread::LaunchAll(const std::vector<WorkerThread*>& threads) {
+    ORVANE_ASSERT(IsMainThread());
+    ORVANE_ASSERT(gWorkerThreadPool == nullptr);
+    ThreadPool job_pool(static_cast<int>(threads.size()));
+    job_pool.n_unfinished = static_cast<int>(threads.size());
+    if (GetSetting("Nice", 0) != 0) job_pool.SetPriority(ThreadPriority::Lowest);
+    gWorkerThreadPool = &job_pool;
+    for (WorkerThread* thread : threads) {
+        thread->pool = &job_pool;
+        ++n_running_workers;
+        thread->Start();
+    }
+    {
+        AutosaveHoldOff hold_off;
+        while (job_pool.n_unfinished.load() > 0) GetMainLoop().RunOne(-1);
+    }
+    for (WorkerThread* thread : threads) {
+        thread->Wait();
+        thread->pool = nullptr;
+    }
+    gWorkerThreadPool = nullptr;
+}
+
+int WorkerThread::Run() {
+    pool_index = pool->Register(this);
+    result = Work();
+    pool->Remove(pool_index);
+    pool_index = -1;
+    --n_running_workers;
+    // In this order: the pump that the empty task wakes has to see that we are done.
+    --pool->n_unfinished;
+    GetMainLoop().Post([] {});
+    return result;
+}
+
+void WorkerThread::ReportError() const {
+    SetLastError(error);
+}
+
+int WorkerThread::RunningCount() {
+    return n_running_workers.load();
+}
+
+}  // namespace Tesslib

@@ -1,0 +1,187 @@
+#include "foundation/settings.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "foundation/lasterror.h"
+#include "scoped_environment.h"
+#include "temp_folder.h"
+
+namespace Tesslib {
+namespace {
+
+using namespace std::string_literals;
+using OrvaneTest::ReadBytes;
+using OrvaneTest::TempFolder;
+using Settings = std::vector<std::pair<std::string, std::string>>;
+
+TEST(SettingsText, DamagedLinesCostThemselvesOnly) {
+    int n_damaged = 0;
+    EXPECT_EQ(
+        ParseSettings("\xEF\xBB\xBF# a comment = x\r\n"
+                      "Recent Files #1 = /a=b.mcf\r\n"
+                      "no equals sign\n"
+                      " = no key\n"
+                      "bad escape = \\q\n"
+                      "cut escape = \\x4\n"
+                      "not UTF-8 = \xE9\n"
+                      "\n"
+                      "  spaced   =   out  \n"
+                      "empty =\n"
+                      "escaped\\x3Dkey = \\x20two\\nlines\\\\",
+                      &n_damaged),
+        (Settings{
+            {"Recent Files #1", "/a=b.mcf"}, {"spaced", "out"}, {"empty", ""}, {"escaped=key", " two\nlines\\"}}));
+    EXPECT_EQ(n_damaged, 5);
+}
+
+TEST(SettingsText, AnyKeyAndValueSurviveAndOtherLinesStand) {
+    std::mt19937 random(7);
+    const std::string before = "# mine\ngarbage\nOther = 1\n";
+    std::string text = before;
+    Settings expected = ParseSettings(before);
+    const char* odd[] = {"",   " ",  "#", "=",      "\\",   "\\n",      "\n",
+                         "\r", "\t", "a", "\u00E9", "\xE9", "\xF0\x9F", "\xEF\xBB\xBF"};
+    for (int i = 0; i < 300; ++i) {
+        std::string key = std::to_string(i);
+        std::string value;
+        for (auto n = random() % 6; n > 0; --n) value += odd[random() % std::size(odd)];
+        for (auto n = random() % 6; n > 0; --n) key.insert(0, odd[random() % std::size(odd)]);
+        value += std::string(random() % 2, '\0');
+        expected.emplace_back(key, value);
+        text = ChangeSettingsText(text, key, &value);
+        ASSERT_EQ(ParseSettings(text).back(), expected.back());
+    }
+    EXPECT_EQ(ParseSettings(text), expected);
+    for (size_t i = 1; i < expected.size(); ++i) text = ChangeSettingsText(text, expected[i].first, nullptr);
+    EXPECT_EQ(text, before);
+}
+
+TEST(SettingsText, AChangeKeepsTheLinesPlaceAndDropsItsDoubles) {
+    const std::string value = "new";
+    EXPECT_EQ(ChangeSettingsText("a = 1\nb = 2\na = 3", "a", &value), "a = new\nb = 2\n");
+    EXPECT_EQ(ChangeSettingsText("x", "a", &value), "x\na = new\n");
+}
+
+TEST(SettingsStore, ValuesLastAndAreReadWithTheirDefaults) {
+    TempFolder folder;
+    ASSERT_TRUE(OpenSettings(folder / "new/folder"));
+    EXPECT_EQ(GetSetting("Max Threads", 4), 4);
+    EXPECT_FALSE(HasSetting("Max Threads"));
+    EXPECT_TRUE(SetSetting("Max Threads", -2));
+    EXPECT_TRUE(SetStringSetting("Steering File", " /music/x.mcf\n"));
+    EXPECT_TRUE(SetStringSetting("Word", "abc"));
+    EXPECT_TRUE(SetStringSetting("Huge", "99999999999"));
+    ASSERT_TRUE(OpenSettings(folder / "new/folder"));
+    EXPECT_EQ(GetSetting("Max Threads", 4), -2);
+    EXPECT_EQ(GetStringSetting("Steering File"), " /music/x.mcf\n");
+    EXPECT_EQ(GetSetting("Word", 5), 5);
+    EXPECT_EQ(GetSetting("Huge", 5), INT32_MAX);
+    EXPECT_EQ(GetStringSetting("None", "default"), "default");
+    EXPECT_TRUE(DeleteSetting("Word"));
+    EXPECT_FALSE(HasSetting("Word"));
+    EXPECT_EQ(folder.Listing(), std::set<std::string>{"new"});
+}
+
+TEST(SettingsStore, AnOverrideHoldsForThisRunOnly) {
+    TempFolder folder;
+    OpenSettings(folder.Path());
+    SetSetting("A", 1);
+    OverrideSetting("A", "2");
+    SetSetting("A", 3);
+    SetSetting("B", 4);
+    EXPECT_EQ(GetSetting("A", 0), 2);
+    EXPECT_EQ(ListSettings(), (Settings{{"A", "2"}, {"B", "4"}}));
+    OpenSettings(folder.Path());
+    EXPECT_EQ(GetSetting("A", 0), 3);
+}
+
+TEST(SettingsStore, TheMachinesValuesStandBehindTheUsers) {
+    TempFolder folder;
+    OrvaneTest::ScopedEnvironment machine("XDG_CONFIG_DIRS", folder / "xdg");
+    folder.Write("xdg/orvane/settings", "Updated From = 1310\n");
+    OpenSettings(folder / "user");
+    EXPECT_EQ(GetMachineSetting("Updated From", 0), 1310);
+    EXPECT_EQ(GetSetting("Updated From", 0), 0);
+    SetSetting("Updated From", 0);
+    EXPECT_EQ(GetMachineSetting("Updated From", 7), 0);
+}
+
+TEST(SettingsStore, WhatCannotBeWrittenHoldsForThisRun) {
+    TempFolder folder;
+    const std::string path = folder.Write("store/settings", "A = 1\nB = 2\n");
+    ASSERT_TRUE(OpenSettings(folder / "store"));
+    // A folder in the place of the temporary file stops the superuser too.
+    folder.Write("store/settings_$$$/x", "");
+    EXPECT_FALSE(SetSetting("A", 5));
+    EXPECT_NE(GetLastError().text.find("Cannot open file:"), std::string::npos);
+    EXPECT_FALSE(DeleteSetting("B"));
+    EXPECT_EQ(GetSetting("A", 0), 5);
+    EXPECT_FALSE(HasSetting("B"));
+    EXPECT_EQ(ListSettings(), (Settings{{"A", "5"}}));
+    EXPECT_EQ(ReadBytes(path), "A = 1\nB = 2\n");
+    std::filesystem::remove_all(folder / "store/settings_$$$");
+    EXPECT_TRUE(SetSetting("C", 3));
+    EXPECT_EQ(GetSetting("A", 0), 5);
+
+    folder.Write("file", "");
+    EXPECT_FALSE(OpenSettings(folder / "file/below"));
+    EXPECT_NE(GetLastError().text.find("Cannot create folder:"), std::string::npos);
+}
+
+// Runs `work` in a process of its own.
+template <class Work>
+pid_t Fork(Work work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(0);
+    }
+    return child;
+}
+
+TEST(SettingsStore, TwoProcessesWriteAtOnceWithoutLosingAKey) {
+    TempFolder folder;
+    constexpr int kProcesses = 3;
+    constexpr int kKeys = 25;
+    std::vector<pid_t> children;
+    for (int p = 0; p < kProcesses; ++p) {
+        children.push_back(Fork([&] {
+            OpenSettings(folder.Path());
+            for (int i = 0; i < kKeys; ++i) SetSetting("Process " + std::to_string(p) + " #" + std::to_string(i), i);
+        }));
+    }
+    for (pid_t child : children) waitpid(child, nullptr, 0);
+    OpenSettings(folder.Path());
+    EXPECT_EQ(ListSettings().size(), size_t{kProcesses * kKeys});
+    for (int p = 0; p < kProcesses; ++p) EXPECT_EQ(GetSetting("Process " + std::to_string(p) + " #24", -1), 24);
+}
+
+TEST(SettingsStore, KillingAWriterLosesNothingThatWasThere) {
+    TempFolder folder;
+    OpenSettings(folder.Path());
+    for (int i = 0; i < 50; ++i) SetStringSetting("Kept " + std::to_string(i), std::string(100, 'x'));
+    for (int round = 0; round < 30; ++round) {
+        const pid_t child = Fork([&] {
+            for (int i = 0;; ++i) SetSetting("Changing", i);
+        });
+        usleep(static_cast<useconds_t>(round * 137));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        int n_damaged = 0;
+        const size_t n_settings = ParseSettings(ReadBytes(folder / "settings"), &n_damaged).size();
+        ASSERT_TRUE(n_settings == 50 || n_settings == 51) << n_settings;
+        ASSERT_EQ(n_damaged, 0);
+    }
+    // Whatever the dead left behind stops nobody.
+    EXPECT_TRUE(SetSetting("Changing", -1));
+    EXPECT_EQ(folder.Listing(), std::set<std::string>{"settings"});
+}
+
+}  // namespace
+}  // namespace Tesslib

@@ -1,0 +1,259 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "fake_hosts.h"
+#include "foundation/event.h"
+#include "foundation/mainloop.h"
+#include "foundation/progress.h"
+#include "foundation/settings.h"
+#include "foundation/workerthread.h"
+#include "temp_folder.h"
+
+namespace Tesslib {
+namespace {
+
+class SleepingThread : public Thread {
+public:
+    std::atomic<int> n_naps{0};
+
+private:
+    int Run() override {
+        while (Sleep(60000)) ++n_naps;
+        return 42;
+    }
+};
+
+TEST(ThreadTest, StopWakesASleeperAndTheEndIsPosted) {
+    SleepingThread thread;
+    int result = 0;
+    thread.NotifyOnEnd([&](int r) { result = r; });
+    for (int round = 0; round < 2; ++round) {
+        result = 0;
+        thread.Start(true);
+        EXPECT_TRUE(thread.IsRunning());
+        thread.Stop();
+        while (result == 0) GetMainLoop().RunOne(-1);
+        EXPECT_FALSE(thread.IsRunning());
+        thread.Wait();
+        EXPECT_EQ(result, 42);
+    }
+    EXPECT_EQ(thread.n_naps, 0);
+}
+
+// Remembers the events it was called for, and can do something from inside.
+struct Listener {
+    static intptr_t Handle(void* context, int event_id, EventArg a, EventArg, EventArg) {
+        auto* self = static_cast<Listener*>(context);
+        self->seen += std::to_string(event_id) + ":" + std::to_string(a) + " ";
+        if (const auto action = std::exchange(self->action, nullptr)) action();
+        return self->answer;
+    }
+    std::string seen;
+    intptr_t answer = 0;
+    std::function<void()> action;
+};
+
+constexpr int kEvent = 1001;
+
+TEST(EventBus, HandlersRunInOrderUnderTheirFilter) {
+    Listener all, only_five;
+    all.answer = 1;
+    only_five.answer = 2;
+    EXPECT_EQ(event::Fire(kEvent, 5), 0);
+    event::Subscribe(kEvent, 0, Listener::Handle, &all);
+    event::Subscribe(kEvent, 5, Listener::Handle, &only_five);
+    EXPECT_EQ(event::Fire(kEvent, 5), 2);
+    EXPECT_EQ(event::Fire(kEvent, 4), 1);
+    event::Fire(kEvent + 1, 5);
+    event::Unsubscribe(kEvent, Listener::Handle, &all);
+    EXPECT_EQ(event::Fire(kEvent, 4), 0);
+    event::Unsubscribe(kEvent, Listener::Handle, &only_five);
+    EXPECT_EQ(all.seen, "1001:5 1001:4 ");
+    EXPECT_EQ(only_five.seen, "1001:5 ");
+}
+
+TEST(EventBus, HandlersMayChangeTheBusDuringAFire) {
+    Listener first, second, third;
+    first.action = [&] {
+        event::Unsubscribe(kEvent, Listener::Handle, &first);
+        event::Unsubscribe(kEvent, Listener::Handle, &second);
+        event::Subscribe(kEvent, 0, Listener::Handle, &third);
+        event::Fire(kEvent, 2);
+    };
+    event::Subscribe(kEvent, 0, Listener::Handle, &first);
+    event::Subscribe(kEvent, 0, Listener::Handle, &second);
+    event::Fire(kEvent, 1);
+    event::Fire(kEvent, 3);
+    event::Unsubscribe(kEvent, Listener::Handle, &third);
+    EXPECT_EQ(first.seen, "1001:1 ");
+    EXPECT_EQ(second.seen, "");
+    EXPECT_EQ(third.seen, "1001:2 1001:3 ");
+}
+
+TEST(EventBus, AfterUnsubscribeTheHandlerRunsNowhere) {
+    std::atomic<bool> done{false};
+    std::vector<std::thread> firing;
+    for (int t = 0; t < 2; ++t) {
+        firing.emplace_back([&] {
+            while (!done) event::Fire(kEvent, 1);
+        });
+    }
+    for (int round = 0; round < 300; ++round) {
+        // The handler uses what dies right behind Unsubscribe.
+        auto alive = std::make_unique<std::atomic<int>>(0);
+        const event::Handler count = [](void* context, int, EventArg, EventArg, EventArg) -> intptr_t {
+            return ++*static_cast<std::atomic<int>*>(context);
+        };
+        event::Subscribe(kEvent, 0, count, alive.get());
+        if (round % 3 == 0) std::this_thread::yield();
+        event::Unsubscribe(kEvent, count, alive.get());
+    }
+    done = true;
+    for (std::thread& thread : firing) thread.join();
+}
+
+TEST(EventBusDeathTest, ABoundHandlerIsRemovedOnItsThreadOnly) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    Listener listener;
+    event::Subscribe(kEvent, 0, Listener::Handle, &listener, true);
+    EXPECT_DEATH(std::thread([&] { event::Unsubscribe(kEvent, Listener::Handle, &listener); }).join(), "is_its_thread");
+    event::Unsubscribe(kEvent, Listener::Handle, &listener);
+}
+
+class CountingWorker : public WorkerThread {
+public:
+    std::function<int()> work;
+    ThreadPool* pool_seen = nullptr;
+
+private:
+    int Work() override {
+        pool_seen = gWorkerThreadPool;
+        const int result = work();
+        if (result < 0) SaveError();
+        return result;
+    }
+};
+
+class Workers : public testing::Test {
+protected:
+    Workers() { OpenSettings(folder.Path()); }
+    OrvaneTest::TempFolder folder;
+};
+
+TEST_F(Workers, AJobOfSeveralRunsWhileTheMainThreadHandlesTasks) {
+    constexpr int kThreads = 4;
+    std::atomic<int> n_arrived{0};
+    std::atomic<int> n_tasks{0};
+    std::vector<CountingWorker> workers(kThreads);
+    std::vector<WorkerThread*> job;
+    for (CountingWorker& worker : workers) {
+        worker.work = [&] {
+            // Needs all of them at once, and the main thread.
+            ++n_arrived;
+            while (n_arrived < kThreads) std::this_thread::yield();
+            RunOnMainThread([&] {
+                ++n_tasks;
+                EXPECT_GT(gAutosaveHeldOff, 0);
+            });
+            return 1;
+        };
+        job.push_back(&worker);
+    }
+    for (int round = 0; round < 20; ++round) {
+        n_arrived = 0;
+        WorkerThread::LaunchAll(job);
+        EXPECT_EQ(WorkerThread::RunningCount(), 0);
+    }
+    EXPECT_EQ(n_tasks, 20 * kThreads);
+    EXPECT_NE(workers[0].pool_seen, nullptr);
+    EXPECT_EQ(gWorkerThreadPool, nullptr);
+    EXPECT_EQ(gAutosaveHeldOff, 0);
+}
+
+TEST_F(Workers, TheWorkersErrorReachesTheMainThread) {
+    CountingWorker worker;
+    worker.work = [] {
+        SetLastError({28, "disk full"});
+        return -4;
+    };
+    SetLastErrorText("");
+    SetSetting("Nice", 1);
+    EXPECT_EQ(worker.Launch(), -4);
+    EXPECT_EQ(GetLastError().text, "");
+    worker.ReportError();
+    EXPECT_EQ(GetLastError().text, "disk full");
+    EXPECT_EQ(GetLastError().code, 28);
+}
+
+TEST_F(Workers, CancelIsSeenByTheWorkerAndClearedAtTheEnd) {
+    OrvaneTest::FakeProgressHost host;
+    Progress::Begin("Saving tracks");
+    EXPECT_TRUE(Progress::IsShown());
+    CountingWorker worker;
+    worker.work = [] {
+        for (int i = 0; Progress::Tick(); ++i) {
+            Progress::SetPosition(i);
+            Progress::SetPosition(i);
+            if (i == 2) GetMainLoop().Post([] { Progress::Cancel(); });
+            if (i >= 2) std::this_thread::yield();
+        }
+        Progress::Log("<b>cancelled</b>\n");
+        return 3;
+    };
+    EXPECT_EQ(worker.Launch(), 3);
+    EXPECT_TRUE(Progress::Cancelled());
+    EXPECT_FALSE(Progress::Wait());
+    Progress::End(true);
+    EXPECT_FALSE(Progress::Cancelled());
+    EXPECT_FALSE(Progress::IsShown());
+    EXPECT_EQ(host.title, "Saving tracks");
+    EXPECT_EQ(host.log, "<b>cancelled</b>\n");
+    EXPECT_TRUE(host.kept_open);
+    EXPECT_EQ(std::vector<int>(host.positions.begin(), host.positions.begin() + 3), (std::vector<int>{0, 1, 2}));
+}
+
+TEST_F(Workers, ATickOfTheMainThreadHandlesAtMostTenTasks) {
+    int n_handled = 0;
+    int most_held_off = 0;
+    for (int i = 0; i < 15; ++i) {
+        GetMainLoop().Post([&] {
+            ++n_handled;
+            most_held_off = std::max(most_held_off, gAutosaveHeldOff);
+        });
+    }
+    EXPECT_TRUE(Progress::Tick());
+    EXPECT_EQ(n_handled, 10);
+    EXPECT_TRUE(Progress::Wait());
+    EXPECT_EQ(n_handled, 11);
+    EXPECT_TRUE(Progress::Tick());
+    EXPECT_EQ(n_handled, 15);
+    EXPECT_EQ(most_held_off, 1);
+    EXPECT_EQ(gAutosaveHeldOff, 0);
+}
+
+TEST_F(Workers, MisuseIsCaught) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            CountingWorker worker;
+            worker.work = [] {
+                RunOnMainThread([] { Progress::End(); });
+                return 0;
+            };
+            worker.Launch();
+        },
+        "gWorkerThreadPool == nullptr \\|\\| in_fatal_error_handler");
+    EXPECT_DEATH(
+        {
+            SleepingThread thread;
+            thread.Start();
+        },
+        "thread_handle == 0");
+}
+
+}  // namespace
+}  // namespace Tesslib
