@@ -12,6 +12,8 @@ endif()
 if(ORVANE_SANITIZE)
   target_compile_options(orvane_flags INTERFACE -fsanitize=${ORVANE_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(orvane_flags INTERFACE -fsanitize=${ORVANE_SANITIZE})
+  # Sanitizers cannot follow the choice of a function version at start.
+  target_compile_definitions(orvane_flags INTERFACE ORVANE_NO_MULTIVERSION)
 endif()
 find_program(ORVANE_MOLD mold)
 if(ORVANE_MOLD)

@@ -29,7 +29,8 @@ public:
 
 private:
     enum Region { None, FadeIn, FadeOut };
-    float GainAt(int64_t position) const;
+    float GainAt(int64_t position, Region region) const;
+    void Fade(float* pairs, int64_t first, int64_t end, Region region) const;
 
     FADERS faders;
     int64_t cached_position = -1;
@@ -51,9 +52,10 @@ public:
 
 private:
     const std::vector<RefPtr<PCMStream>>& streams;
-    int64_t stream_start = 0;
+    int64_t stream_start = 0;  // of `current`, by the lengths that `walked_flags` gave
     int current = 0;
     int last_used = -1;
+    uint32_t walked_flags = 0;
 };
 
 class MergeFrameSources : public FrameSource {
@@ -119,12 +121,14 @@ public:
 private:
     int32_t cache_size;
     std::vector<float> cache;
+    std::vector<uint8_t> filled;  // for each position of the cache whether it holds a sample of the input
     int64_t first = 0;
     int32_t count = 0;
     uint32_t last_flags = 0;
 };
 
-// Changes the rate without filtering, for places where quality does not matter.
+// Changes the rate without filtering, for places where quality does not matter: the only stage whose samples depend on
+// how a stretch is cut into reads.
 class PCMConvert : public PCMStream {
 public:
     PCMConvert(PCMStream* source, int32_t output_frequency);
@@ -134,6 +138,9 @@ public:
     int32_t GetSampleRate(uint32_t /*flags*/) override { return convert_to; }
 
 private:
+    int32_t Down(float* buffer, int32_t n_samples, int32_t available);
+    int32_t Up(float* buffer, int32_t n_samples, int32_t available);
+
     int64_t next_position = -1;
     std::vector<float> input;
     int32_t input_first = 0;  // where the leftover pairs start in `input`
@@ -142,7 +149,7 @@ private:
     int32_t convert_from;
     int32_t convert_to;
     int32_t phase = 0;
-    int32_t carry = 0;
+    int32_t carry = 0;  // how many leftover pairs there are
 };
 
 // A stream over samples in memory: what tests and small jobs read from.
