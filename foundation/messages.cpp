@@ -111,6 +111,14 @@ std::string_view MessageText(Msg id) {
         case Msg::CrdUnreadableKept:
             return "Click repair file:\n\n<b>%s</b>\n\nis damaged and cannot be read.  It has been kept "
                    "as:\n\n<b>%s</b>";
+        case Msg::DamagedAudio:
+            return "Damaged audio data in file:\n\n<b>%s</b>\n\n(%s)";
+        case Msg::LibraryError:
+            return "Error %d in %s, file:\n\n<b>%s</b>";
+        case Msg::FormatNotHandled:
+            return "%s files cannot be read or written by this program";
+        case Msg::NotAudio:
+            return "File:\n\n<b>%s</b>\n\nis not an audio file that can be read";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -60,6 +60,10 @@ enum class Msg : int {
     UnsupportedBitDepth,       // bits, file
     UnsupportedChannels,       // channels, file
     CrdUnreadableKept,         // file, name it is kept under
+    DamagedAudio,              // file, what is wrong
+    LibraryError,              // error, function, file
+    FormatNotHandled,          // format
+    NotAudio,                  // file
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.
