@@ -1,0 +1,101 @@
+#include "cleanup/filterchain.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <random>
+#include <vector>
+
+namespace Orvane {
+namespace {
+
+std::vector<BiQuadFilter> Sections(int n) {
+    std::vector<BiQuadFilter> sections(n);
+    for (int i = 0; i < n; i++) {
+        ComputeBiQuad(sections[i], i % 7, 3.0 * i - 7, i < 5 ? 60.0 * (i + 1) : 16.0 * i, 44100, i < 5 ? 0.05 : 1.5);
+    }
+    return sections;
+}
+
+FilterChain ChainOf(const std::vector<BiQuadFilter>& sections) {
+    FilterChain chain;
+    for (const BiQuadFilter& section : sections) chain.Append(section);
+    return chain;
+}
+
+std::vector<float> Plain(std::vector<BiQuadFilter> sections, std::vector<float> audio) {
+    for (float& sample : audio) {
+        double x = sample;
+        for (BiQuadFilter& section : sections) x = section.Process(x);
+        sample = float(x);
+    }
+    return audio;
+}
+
+std::vector<float> Noise(size_t n, unsigned seed) {
+    std::mt19937 generator(seed);
+    std::uniform_real_distribution<float> uniform(-1.f, 1.f);
+    std::vector<float> noise(n);
+    for (float& x : noise) x = uniform(generator);
+    return noise;
+}
+
+void ExpectSameBits(const std::vector<float>& a, const std::vector<float>& b) {
+    ASSERT_EQ(a.size(), b.size());
+    for (size_t i = 0; i < a.size(); i++) ASSERT_EQ(std::bit_cast<uint32_t>(a[i]), std::bit_cast<uint32_t>(b[i])) << i;
+}
+
+TEST(FilterChain, SameBitsAsSectionBySectionAtEveryWidthCountAndChunking) {
+    const std::vector<float> left = Noise(3000, 1), right = Noise(3000, 2);
+    for (VectorWidth width : {VectorWidth::Two, VectorWidth::Four, VectorWidth::Eight}) {
+        if (width > BestVectorWidth()) continue;
+        for (int n_sections = 0; n_sections <= FilterChain::kMostSections; n_sections++) {
+            SCOPED_TRACE(n_sections);
+            const std::vector<BiQuadFilter> sections = Sections(n_sections);
+            FilterChain chain = ChainOf(sections);
+            std::vector<float> l = left, r = right;
+            std::mt19937 generator(n_sections);
+            for (size_t done = 0; done < l.size();) {
+                const size_t n = std::min<size_t>(l.size() - done, generator() % (done < 300 ? 15 : 700));
+                chain.Process(std::span(l).subspan(done, n), std::span(r).subspan(done, n), width);
+                done += n;
+            }
+            ExpectSameBits(l, Plain(sections, left));
+            ExpectSameBits(r, Plain(sections, right));
+        }
+    }
+}
+
+TEST(FilterChain, EndsInExactSilenceAfterLongSilence) {
+    std::vector<BiQuadFilter> sections(1);
+    ComputeBiQuad(sections[0], kHighPass, 0, 16, 44100, 1.5);
+    FilterChain chain = ChainOf(sections);
+    std::vector<float> left(1'000'000), right(1'000'000);
+    left[0] = 1.f;
+    chain.Process(left, right);
+    EXPECT_NE(left[1000], 0.f);
+    std::vector<float> more_left(1), more_right(1);
+    chain.Process(more_left, more_right);
+    EXPECT_EQ(more_left[0], 0.f);
+    EXPECT_EQ(right.back(), 0.f);
+}
+
+TEST(FilterChain, CopyGoesOnFromTheSameState) {
+    const std::vector<float> audio = Noise(400, 3);
+    FilterChain chain = ChainOf(Sections(4));
+    std::vector<float> l = audio, r = audio;
+    chain.Process(l, r);
+    FilterChain copy = chain;
+    std::vector<float> l1 = audio, r1 = audio, l2 = audio, r2 = audio;
+    chain.Process(l1, r1);
+    copy.Process(l2, r2);
+    ExpectSameBits(l1, l2);
+}
+
+TEST(FilterChainDeathTest, TakesNoMoreSectionsThanItHolds) {
+    FilterChain chain = ChainOf(Sections(FilterChain::kMostSections));
+    EXPECT_DEATH(chain.Append(BiQuadFilter()), "kMostSections");
+}
+
+}  // namespace
+}  // namespace Orvane
