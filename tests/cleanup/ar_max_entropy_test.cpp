@@ -1,0 +1,156 @@
+#include "cleanup/ar_max_entropy.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+
+#include "audiosignals.h"
+#include "cleanup/ar_kernels.h"
+#include "interpolator_literal.h"
+
+namespace Orvane {
+namespace {
+
+using OrvaneTest::Noise;
+using OrvaneTest::Resonant;
+
+std::vector<double> Wide(const std::vector<float>& v) {
+    return {v.begin(), v.end()};
+}
+
+TEST(Burg, AgreesWithTheLiteralFormForEverySizeOfBlock) {
+    for (auto [length, degree] :
+         {std::pair{2, 1}, {5, 4}, {17, 1}, {33, 16}, {150, 31}, {300, 75}, {599, 240}, {600, 240}}) {
+        const auto data = Wide(Resonant(length, length, {{300, 0.99}, {3000, 0.9}}));
+        const auto expected = OrvaneOracle::Burg(data.data(), length, degree);
+        std::vector<double> model(degree);
+        BurgDouble(data, model);
+        for (int i = 0; i < degree; i++)
+            ASSERT_NEAR(model[i], expected[i + 1], 1e-9) << length << " " << degree << " " << i;
+    }
+}
+
+TEST(Burg, FindsTheCoefficientsOfAKnownSignal) {
+    // One resonance has two coefficients; the rest of the model must be nearly nothing.
+    const double radius = 0.98, angle = 2 * std::numbers::pi * 1000 / 44100;
+    std::vector<double> model(6);
+    BurgDouble(Wide(Resonant(3, 600, {{1000, radius}})), model);
+    EXPECT_NEAR(model[0], -2 * radius * std::cos(angle), 0.15);
+    EXPECT_NEAR(model[1], radius * radius, 0.25);
+
+    std::vector<float> long_model(2);
+    BurgFloat(Resonant(3, 100000, {{1000, radius}}), long_model);
+    EXPECT_NEAR(long_model[0], -2 * radius * std::cos(angle), 0.005);
+    EXPECT_NEAR(long_model[1], radius * radius, 0.005);
+}
+
+TEST(Burg, SilenceAndPerfectlyPredictedSignalsStayFinite) {
+    for (double step : {0.0, 1e-160, 0.5}) {
+        std::vector<double> constant(300, step), model(60);
+        BurgDouble(constant, model);
+        for (double a : model) ASSERT_TRUE(std::isfinite(a)) << step;
+        if (step == 0) {
+            EXPECT_EQ(model, std::vector<double>(60));
+        }
+        if (step == 0.5) {
+            EXPECT_EQ(model[0], -1);
+        }
+    }
+}
+
+TEST(Burg, FirstReflectionsMakeTheLowerModel) {
+    const auto data = Wide(Resonant(11, 500, {{500, 0.995}, {2500, 0.9}}));
+    std::vector<double> model(200), reflections(200), lower(37), expected(37);
+    BurgDouble(data, model, reflections);
+    ModelFromReflections(reflections, lower);
+    BurgDouble(data, expected);
+    EXPECT_EQ(lower, expected);
+}
+
+// Audio repaired on one processor must be that of every other.
+TEST(ArKernels, AllFormsGiveTheSameBits) {
+    Noise noise(5);
+    for (int round = 0; round < 40; round++) {
+        const int length = 3 + noise.Below(600), degree = 1 + noise.Below(std::min(240, length - 2)),
+                  n = 1 + noise.Below(137);
+        const auto data = Wide(Resonant(round, length, {{400, 0.999}, {4000, 0.95}}));
+        std::vector<std::vector<double>> results;
+        for (const ArKernels* kernels : AllArKernels()) {
+            std::vector<double> forward = data, steps(degree), model(degree + 2 * kArPadding), scratch(model.size());
+            forward.resize(length + kArPadding);
+            std::vector<double> backward = forward;
+            double* a = model.data() + kArPadding;
+            kernels->burg(forward.data(), backward.data(), length, degree, steps.data(), a,
+                          scratch.data() + kArPadding);
+
+            std::vector<double> filter = {1.0};
+            filter.insert(filter.end(), a, a + degree);
+            filter.resize(degree + 1 + n + 2 * kArPadding);
+            const int n_lags = std::max(n, degree + 1);
+            std::vector<double> lags(n_lags + kArPadding), context(n + 2 * degree + kArPadding), u(n + kArPadding);
+            kernels->autocorrelation(filter.data(), degree + 1, lags.data(), n_lags);
+            for (size_t i = 0; i < context.size(); i++) context[i] = data[i % length];
+            kernels->both_sides(context.data() + degree, lags.data(), degree, u.data(), n);
+
+            std::vector<double> row(lags.begin(), lags.begin() + n), columns(n * (n + kArPadding)), inverses(n);
+            row.resize(n + kArPadding);
+            u.resize(n);
+            u.resize(n + kArPadding);
+            EXPECT_TRUE(kernels->solve_toeplitz(row.data(), u.data(), n, columns.data(), inverses.data()));
+
+            std::vector<double> all = steps;
+            all.insert(all.end(), a, a + degree);
+            all.insert(all.end(), lags.begin(), lags.begin() + n_lags);
+            all.insert(all.end(), u.begin(), u.begin() + n);
+            results.push_back(all);
+        }
+        for (size_t form = 1; form < results.size(); form++) {
+            ASSERT_EQ(std::memcmp(results[0].data(), results[form].data(), results[0].size() * sizeof(double)), 0)
+                << AllArKernels()[form]->name << " length " << length << " degree " << degree << " n " << n;
+        }
+    }
+}
+
+TEST(GapSolver, SolvesToeplitzSystemsLikeAPlainFactorisation) {
+    GapSolver solver;
+    Noise noise(2);
+    for (int n : {1, 2, 7, 16, 17, 33, 138, 60}) {
+        std::vector<double> filter(40);
+        for (double& c : filter) c = noise.Normal();
+        std::vector<double> row(n), side(n);
+        for (int l = 0; l < std::min(n, 40); l++) {
+            for (int k = 0; k + l < 40; k++) row[l] += filter[k] * filter[k + l];
+        }
+        for (double& v : side) v = noise.Normal();
+        OrvaneOracle::Matrix matrix = OrvaneOracle::Zeros(n, n), solution = OrvaneOracle::Zeros(n, 1);
+        for (int i = 0; i < n; i++) {
+            solution[i][0] = side[i];
+            for (int j = 0; j < n; j++) matrix[i][j] = row[std::abs(i - j)];
+        }
+        ASSERT_TRUE(OrvaneOracle::SolveByLU(matrix, solution));
+        ASSERT_TRUE(solver.SolveToeplitz(row, side));
+        for (int i = 0; i < n; i++) {
+            EXPECT_NEAR(side[i], solution[i][0], 1e-9 * (1 + std::abs(solution[i][0]))) << n << " " << i;
+        }
+    }
+}
+
+TEST(GapSolver, RefusesMatricesThatAreNotPositiveDefinite) {
+    const double not_a_number = std::numeric_limits<double>::quiet_NaN(),
+                 infinite = std::numeric_limits<double>::infinity();
+    const std::vector<double> rows[] = {
+        {0}, {-1, 0}, {1, 1}, {1, 2, 1}, {1, -1, 1}, {2, 1, -2}, {not_a_number, 0}, {1, not_a_number}, {infinite, 1}};
+    GapSolver solver;
+    for (const auto& row : rows) {
+        std::vector<double> side(row.size(), 1.0);
+        EXPECT_FALSE(solver.SolveToeplitz(row, side)) << row[0] << " ... " << row.back();
+    }
+    std::vector<double> side = {3, 0};
+    EXPECT_TRUE(solver.SolveToeplitz(std::vector<double>{2, 1}, side));
+    EXPECT_NEAR(side[0], 2, 1e-14);
+    EXPECT_NEAR(side[1], -1, 1e-14);
+}
+
+}  // namespace
+}  // namespace Orvane

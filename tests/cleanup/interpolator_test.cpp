@@ -1,0 +1,228 @@
+#include "cleanup/interpolator.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "audiosignals.h"
+#include "cleanup/repairsamples.h"
+#include "interpolator_literal.h"
+
+namespace Orvane {
+namespace {
+
+using OrvaneTest::Music;
+using OrvaneTest::Noise;
+using OrvaneTest::Resonant;
+
+constexpr float kUnwritten = -7;
+
+const auto kKeepNeighbours = [](auto&&...) {};
+
+// A repair as the scanner asks for it: n samples and the one more that is solved, with its context.
+struct Job {
+    std::vector<float> signal;
+    int click_start, click_end, fade;
+    bool big_pop;
+};
+
+Job MakeJob(const std::vector<float>& audio, int n, bool big_pop = false) {
+    const int context = RepairContext(n, big_pop);
+    return {{audio.begin(), audio.begin() + 2 * context + n}, context, context + n, n > 60 ? 6 : 0, big_pop};
+}
+
+RepairResult Repair(Interpolator& interpolator, const Job& job, std::vector<float>& out) {
+    out.assign(job.click_end - job.click_start + 6, kUnwritten);
+    return interpolator.Interpolate(job.signal, job.click_start, job.click_end, job.fade, job.big_pop, out,
+                                    kKeepNeighbours);
+}
+
+// Destroys what no decimation takes for context: the scanner leaves a margin around a click that it will decimate, and
+// at a third of the rate the gap may lose two samples more by rounding.
+void Damage(Job& job, float value) {
+    const int margin = job.fade > 0 ? job.fade + 2 : 0;
+    std::fill(job.signal.begin() + job.click_start + margin, job.signal.begin() + job.click_end - margin, value);
+}
+
+std::vector<int16_t> Stored(std::span<const float> samples) {
+    std::vector<int16_t> stored(samples.size());
+    RepairTo16Bit(samples, stored);
+    return stored;
+}
+
+// Audio as a recording of 16 bits holds it, a little surface noise included. (Without any noise the normal matrix of
+// a strongly resonant signal is so badly conditioned that the literal form's own inverse is off by whole steps.)
+std::vector<float> TestAudio(int kind, uint64_t seed, int n) {
+    const auto audio = [&] {
+        switch (kind) {
+            case 0:
+                return Music(seed, n);
+            case 1:
+                return Resonant(seed, n, {{300, 0.999}, {1200, 0.995}, {5000, 0.98}});
+            case 2:
+                return Resonant(seed, n, {});
+            default:
+                return Resonant(seed, n, {{60, 0.9995}, {61, 0.9995}});
+        }
+    };
+    Noise noise(seed + 1000);
+    std::vector<float> recorded = audio();
+    for (float& sample : recorded) {
+        sample = static_cast<float>(std::round((sample + 1e-4 * noise.Normal()) * 32767.0) / 32767.0);
+    }
+    return recorded;
+}
+
+TEST(Interpolator, GivesTheSameStoredSamplesAsTheLiteralForm) {
+    Interpolator interpolator;
+    std::vector<float> out, expected;
+    int samples = 0, off_by_one = 0;
+    for (int kind = 0; kind < 4; kind++) {
+        for (int n = 1; n <= 412; n += n < 70 ? 3 : 31) {
+            for (bool big_pop : {false, true}) {
+                const Job job = MakeJob(TestAudio(kind, n, 3000), n, big_pop);
+                const RepairResult result = Repair(interpolator, job, out);
+                const int wanted = OrvaneOracle::Interpolate(job.signal, job.click_start, job.click_end, job.fade,
+                                                             big_pop, expected, kKeepNeighbours);
+                ASSERT_EQ(static_cast<int>(result), wanted) << "kind " << kind << " n " << n;
+                ASSERT_GE(out.size(), expected.size());
+                EXPECT_EQ(out[expected.size()], kUnwritten);
+                out.resize(expected.size());
+                const auto stored = Stored(out), literal = Stored(expected);
+                for (int i = 0; i <= n; i++) {
+                    samples++;
+                    if (stored[i] == literal[i]) continue;
+                    off_by_one++;
+                    ASSERT_LE(std::abs(stored[i] - literal[i]), 1) << "kind " << kind << " n " << n << " sample " << i;
+                }
+            }
+        }
+    }
+    RecordProperty("samples", samples);
+    RecordProperty("off_by_one", off_by_one);
+    EXPECT_LE(off_by_one, samples / 1000) << "of " << samples;
+}
+
+// What an autoregressive signal's own model can predict comes back; the figures are well under what is measured.
+TEST(Interpolator, RecoversKnownSignals) {
+    struct Case {
+        const char* name;
+        int n;
+        double least_db;
+        std::vector<OrvaneTest::Resonance> resonances;
+    };
+    const Case cases[] = {
+        {"narrow band, one sample", 1, 40, {{300, 0.999}, {1200, 0.995}}},
+        {"narrow band, 1 ms", 44, 25, {{300, 0.999}, {1200, 0.995}}},
+        {"narrow band, half rate", 100, 15, {{300, 0.9995}, {900, 0.999}}},
+        {"narrow band, third of the rate", 400, 3, {{150, 0.9995}}},
+        {"broad resonance", 20, 3, {{2000, 0.97}}},
+    };
+    Interpolator interpolator;
+    std::vector<float> out;
+    for (const Case& c : cases) {
+        double least = 1000;
+        for (uint64_t seed = 1; seed <= 5; seed++) {
+            Job job = MakeJob(Resonant(seed, 4000, c.resonances), c.n);
+            const std::vector<float> original = job.signal;
+            Damage(job, 0.9f);
+            ASSERT_EQ(Repair(interpolator, job, out), RepairResult::Repaired);
+            least = std::min(least, OrvaneTest::SignalToErrorDb(original.data() + job.click_start, out.data(), c.n));
+        }
+        EXPECT_GE(least, c.least_db) << c.name;
+        RecordProperty(std::string("db ") + c.name, std::to_string(least));
+    }
+}
+
+TEST(Interpolator, EveryWidthJoinsASteadyTone) {
+    Interpolator interpolator;
+    std::vector<float> out;
+    for (int n = 1; n <= kMaxRepair; n++) {
+        std::vector<float> tone(4000);
+        Noise noise(n);
+        for (size_t i = 0; i < tone.size(); i++) {
+            tone[i] = static_cast<float>(0.7 * std::sin(0.05 * static_cast<double>(i) + n) + 1e-4 * noise.Normal());
+        }
+        Job job = MakeJob(tone, n);
+        Damage(job, -1.0f);
+        ASSERT_EQ(Repair(interpolator, job, out), RepairResult::Repaired) << n;
+        // A decimated gap takes its two sides from different phases of the signal, up to two samples apart.
+        const double tolerance = n < 60 ? 0.01 : n < 120 ? 0.04 : 0.08;
+        for (int i = 0; i < n; i++)
+            ASSERT_NEAR(out[i], tone[job.click_start + i], tolerance) << "n " << n << " sample " << i;
+        if (job.fade > 0) {
+            EXPECT_EQ(out[0], tone[job.click_start]) << "a fade begins with the real sample, n " << n;
+        }
+    }
+}
+
+TEST(Interpolator, TellsTheNeighbourCleanerWhereTheGapIsAndModelsWhatItLeaves) {
+    struct Case {
+        int n, step, first, last, len;
+    };
+    // A repair of 60 samples solves 61 and is already decimated.
+    for (const Case& c : {Case{1, 1, 300, 301, 601},
+                          {59, 1, 600, 659, 1259},
+                          {60, 2, 300, 329, 630},
+                          {61, 2, 303, 327, 630},
+                          {119, 2, 303, 356, 659},
+                          {120, 3, 202, 237, 440},
+                          {121, 3, 202, 237, 440},
+                          {412, 3, 414, 546, 961}}) {
+        Job job = MakeJob(TestAudio(1, 7, 3000), c.n);
+        Interpolator interpolator;
+        std::vector<float> out(c.n + 4), untouched;
+        int calls = 0;
+        const auto silence_all = [&](std::span<double> data, int first, int last, int n, int step) {
+            calls++;
+            EXPECT_EQ(std::tuple(first, last, n, step), std::tuple(c.first, c.last, c.len, c.step)) << c.n;
+            EXPECT_EQ(static_cast<int>(data.size()), n);
+            std::fill(data.begin(), data.end(), 0.0);
+        };
+        EXPECT_EQ(
+            interpolator.Interpolate(job.signal, job.click_start, job.click_end, job.fade, false, out, silence_all),
+            RepairResult::Repaired);
+        EXPECT_EQ(calls, 1);
+        EXPECT_NEAR(out[c.n / 2], 0, 1e-12) << "silence predicts silence";
+    }
+}
+
+TEST(Interpolator, HoldsAndReportsWhatOvershoots) {
+    Interpolator interpolator;
+    std::vector<float> out;
+    for (int n : {20, 100, 300}) {
+        std::vector<float> loud(4000);
+        const int middle = RepairContext(n, false) + n / 2;
+        for (int i = 0; i < 4000; i++) loud[i] = static_cast<float>(1.4 * std::cos(0.004 * (i - middle)));
+        ASSERT_EQ(Repair(interpolator, MakeJob(loud, n), out), RepairResult::Overshoot) << n;
+        for (int i = 0; i < n; i++) ASSERT_LE(std::abs(out[i]), 1.0f) << n;
+        EXPECT_EQ(out[n / 2], 1.0f) << n;
+    }
+}
+
+TEST(Interpolator, SilenceStaysSilentAndWhatIsNoNumberIsSingular) {
+    Interpolator interpolator;
+    std::vector<float> out;
+    for (int n : {1, 59, 100, 412}) {
+        const Job silent = MakeJob(std::vector<float>(4000), n);
+        EXPECT_EQ(Repair(interpolator, silent, out), RepairResult::Repaired);
+        for (int i = 0; i <= n; i++) ASSERT_EQ(out[i], 0.0f);
+        for (float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+            for (int side : {-1, 1}) {
+                Job job = MakeJob(TestAudio(0, 5, 4000), n);
+                const int near = side < 0 ? job.click_start - 6 : job.click_end + 6;
+                std::fill_n(job.signal.begin() + near - 3, 6, bad);
+                EXPECT_EQ(Repair(interpolator, job, out), RepairResult::Singular) << n << " side " << side;
+            }
+        }
+        // What a bad repair left in the working memory must not reach the next one.
+        Interpolator fresh;
+        std::vector<float> again;
+        const Job job = MakeJob(TestAudio(0, 6, 4000), n);
+        EXPECT_EQ(Repair(interpolator, job, out), Repair(fresh, job, again));
+        EXPECT_EQ(out, again);
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
