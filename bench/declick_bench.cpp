@@ -13,7 +13,7 @@ using namespace Orvane;
 
 class CountingSink : public ClickSink {
 public:
-    int Repair(int64_t, int64_t, int, int, bool) override { return kRepaired; }
+    RepairResult Repair(int64_t, int64_t, int, int, bool) override { return RepairResult::Repaired; }
     bool Marker(int, int64_t, int64_t, int) override { return true; }
     bool Tick(int64_t) override { return true; }
 };

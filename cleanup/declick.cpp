@@ -47,7 +47,7 @@ private:
     bool IsBrass(int64_t width, double mean) const;
     Test TestPercussion(int64_t start, int width, double mean, int& score) const;
     void RepairClick(int64_t start, double mean, int score);
-    int RepairWidening(int64_t start, int64_t end, int pad, int score, bool big_pop);
+    RepairResult RepairWidening(int64_t start, int64_t end, int pad, int score, bool big_pop);
     bool Widen(int64_t& start, int64_t& end, int by) const;
     // Index in the block's samples of a place in the recording.
     int IndexOf(int64_t place) const { return static_cast<int>(place - block.position) + EXTRA_DATA_WING; }
@@ -197,14 +197,15 @@ void ChannelScan::RepairClick(int64_t start, double mean, int score) {
     prev_start = start;
     prev_end = click_end;
 
-    int result = RepairWidening(start, click_end, pad, score, big_pop);
-    ++(result == kRepaired || result == kOvershoot ? counts.repaired : counts.not_repaired);
+    const RepairResult result = RepairWidening(start, click_end, pad, score, big_pop);
+    ++(result == RepairResult::Repaired || result == RepairResult::Overshoot ? counts.repaired : counts.not_repaired);
 }
 
-int ChannelScan::RepairWidening(int64_t start, int64_t end, int pad, int score, bool big_pop) {
-    int result = sink.Repair(start, end, pad, score, big_pop);
-    if (result == kOvershoot && Widen(start, end, 20)) result = sink.Repair(start, end, pad, score, big_pop);
-    if (result == kSingular && Widen(start, end, 5)) result = sink.Repair(start, end, pad, score, big_pop);
+RepairResult ChannelScan::RepairWidening(int64_t start, int64_t end, int pad, int score, bool big_pop) {
+    RepairResult result = sink.Repair(start, end, pad, score, big_pop);
+    if (result == RepairResult::Overshoot && Widen(start, end, 20))
+        result = sink.Repair(start, end, pad, score, big_pop);
+    if (result == RepairResult::Singular && Widen(start, end, 5)) result = sink.Repair(start, end, pad, score, big_pop);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "cleanup/clickdetector.h"
+#include "cleanup/repairresult.h"
 
 namespace Orvane {
 
@@ -42,16 +43,13 @@ struct ChannelBlock {
     int64_t total_samples;              // of the recording
 };
 
-// Results of one repair.
-enum RepairResult : int { kRepaired = 0, kOvershoot = 2, kNoRoom = 4, kSingular = 5 };
-
 // Receives the candidates of a scan, latest in the recording first, on the thread of the scan.
 class ClickSink {
 public:
     virtual ~ClickSink() = default;
-    // Repairs `start` to `end` inclusive with fades of `pad` samples; returns a RepairResult. May be called
-    // again, wider, for the same click after kOvershoot or kSingular. `score`: see ScanChannel.
-    virtual int Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) = 0;
+    // Repairs `start` to `end` inclusive with fades of `pad` samples. May be called again, wider, for the same
+    // click after Overshoot or Singular. `score`: see ScanChannel.
+    virtual RepairResult Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) = 0;
     // A candidate left alone, `end` exclusive: kMarkerBP with the pattern's count or kMarkerPP with the
     // score as `value`. Returns whether the marker was kept.
     virtual bool Marker(int type, int64_t start, int64_t end, int value) = 0;

@@ -6,12 +6,10 @@
 #include <vector>
 
 #include "cleanup/ar_max_entropy.h"
+#include "cleanup/repairresult.h"
 #include "foundation/functionref.h"
 
 namespace Orvane {
-
-// How a repair ended. With Overshoot there is a result, held to full scale; the last two leave none.
-enum class RepairResult { Repaired = 0, Overshoot = 2, TooNearEdge = 4, Singular = 5 };
 
 // The longest gap: the longest repair and the one sample more that is solved but not stored.
 constexpr int kMaxGap = 413;

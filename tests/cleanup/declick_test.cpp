@@ -32,9 +32,9 @@ void PrintTo(const Entry& e, std::ostream* out) {
 template <typename Detector>
 class RecordingSink : public ClickSink {
 public:
-    int Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) override {
+    RepairResult Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) override {
         entries.push_back({2, start, end, pad, score, big_pop, detector ? CleanedContext(start, end) : 0.0});
-        return answer(static_cast<int>(entries.size()));
+        return static_cast<RepairResult>(answer(static_cast<int>(entries.size())));
     }
     bool Marker(int type, int64_t start, int64_t end, int value) override {
         entries.push_back({type, start, end, 0, value, false, 0.0});

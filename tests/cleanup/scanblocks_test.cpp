@@ -141,9 +141,9 @@ TEST(ScanBlocks, EndWithTheAudioAndPassFailuresOn) {
 
 class PlaceSink : public ClickSink {
 public:
-    int Repair(int64_t start, int64_t end, int, int, bool) override {
+    RepairResult Repair(int64_t start, int64_t end, int, int, bool) override {
         for (int64_t place = start; place <= end; ++place) repaired.insert(place);
-        return kRepaired;
+        return RepairResult::Repaired;
     }
     bool Marker(int, int64_t, int64_t, int) override { return true; }
     bool Tick(int64_t) override { return true; }

@@ -352,14 +352,15 @@ inline bool ScanChannel(const ChannelBlock& block, const DetectorTables& t, Dete
         prev_start = start;
         prev_end = click_end;
 
-        int result = sink.Repair(start, click_end, pad, score, big_pop);
+        auto repair = [&] { return static_cast<int>(sink.Repair(start, click_end, pad, score, big_pop)); };
+        int result = repair();
         for (int by : {20, 5}) {
             if (result != (by == 20 ? 2 : 5)) continue;
             int64_t wide_start = start - by, wide_end = click_end + by;
             if (wide_end - wide_start + 1 >= 412) continue;
             start = std::max<int64_t>(wide_start, 0);
             click_end = std::min(wide_end, block.total_samples - 1);
-            result = sink.Repair(start, click_end, pad, score, big_pop);
+            result = repair();
         }
         if (result == 0 || result == 2) {
             ++counts.repaired;
