@@ -56,9 +56,9 @@ public:
     int64_t ToEdited(int64_t absolute) const;
     int64_t TotalLength() const;
 
-    // Takes out the stretch `t1` to `t2` of the edited timeline with a cross-fade of `splice_length` frames (made even);
-    // cuts that begin within 10 ms of it are merged into it. Later cuts keep their absolute times; their edited times
-    // follow. Returns the cut now in the list.
+    // Takes out the stretch `t1` to `t2` of the edited timeline with a cross-fade of `splice_length` frames (made
+    // even); cuts that begin within 10 ms of it are merged into it. Later cuts keep their absolute times; their edited
+    // times follow. Returns the cut now in the list.
     CutAndSpliceCorrection* Add(int64_t t1, int64_t t2, int32_t splice_length, int32_t samplerate);
     // Takes a cut out again; the caller owns it. Later cuts keep their absolute times.
     std::unique_ptr<CutAndSpliceCorrection> Take(CutAndSpliceCorrection* cut);
@@ -67,18 +67,20 @@ public:
 };
 
 enum RepairType : int16_t {
-    REPAIR_MANUAL = 1,      // made by the user, or found by the scanner and then adjusted
+    REPAIR_MANUAL = 1,  // made by the user, or found by the scanner and then adjusted
     REPAIR_SCANNER = 2,
-    REPAIR_PATCH = 3,       // exempt from the length limit
-    REPAIR_RECOMPUTED = 10, // left out of the stream for a moment
-    REPAIR_BP = 11,         // marker: left alone, a pulsing horn
-    REPAIR_PP = 12,         // marker: left alone, a drum beat
+    REPAIR_PATCH = 3,        // exempt from the length limit
+    REPAIR_RECOMPUTED = 10,  // left out of the stream for a moment
+    REPAIR_BP = 11,          // marker: left alone, a pulsing horn
+    REPAIR_PP = 12,          // marker: left alone, a drum beat
 };
 
 inline constexpr int32_t kMaxRepair = 412;  // frames at 44100 Hz, about 9.3 ms
 
 // The longest repair that a list of this rate takes, patches aside.
-constexpr int64_t MaxRepairLength(int32_t samplerate) { return MulDiv(kMaxRepair, samplerate, kTicksPerSecond) + 3; }
+constexpr int64_t MaxRepairLength(int32_t samplerate) {
+    return MulDiv(kMaxRepair, samplerate, kTicksPerSecond) + 3;
+}
 
 // One repair of one channel, or a marker of what the scanner left alone.
 struct ClickRepair : BaseCorrection {
@@ -100,8 +102,8 @@ struct ClickRepair : BaseCorrection {
 
     std::unique_ptr<int16_t[]> samples;  // one a frame, -32767 to 32767; null for markers
     int16_t repair_type;
-    int16_t cross_fade;  // frames at each end that are a fade into the real audio, at the recording's rate
-    int16_t wiggles = 0; // the scanner's score; in patches the sign bit marks a stereo pair
+    int16_t cross_fade;   // frames at each end that are a fade into the real audio, at the recording's rate
+    int16_t wiggles = 0;  // the scanner's score; in patches the sign bit marks a stereo pair
     int16_t min_sample = 32767;
     int16_t max_sample = -32767;
 };
@@ -140,7 +142,7 @@ struct FilterValues {
     int32_t mains_frequency = -1;  // Hz
     int32_t rumble_mode = FILTER_NO_CHANGE;
     int32_t eq_mode = FILTER_NO_CHANGE;
-    int32_t preamp_left = 0;   // tenths of a dB
+    int32_t preamp_left = 0;  // tenths of a dB
     int32_t preamp_right = 0;
     std::array<int32_t, kEqBands> bands{};  // steps, -12 to 12
     int32_t dc_offset_only = -1;
@@ -199,9 +201,9 @@ struct FFTEq : BaseGenericFilterSetting {
 // The equalisation that a record was cut with.
 struct RecordEq {
     std::string name;
-    int32_t t1 = 3180;  // time constants in microseconds: shelf,
-    int32_t t2 = 318;   // turnover
-    int32_t t3 = 75;    // and rolloff
+    int32_t t1 = 3180;                    // time constants in microseconds: shelf,
+    int32_t t2 = 318;                     // turnover
+    int32_t t3 = 75;                      // and rolloff
     std::unique_ptr<FFTCurve> fft_curve;  // a drawn curve instead of a formula
     float rolloff = -13.7f;               // dB at 10 kHz
     int32_t enable = 1;

@@ -11,8 +11,16 @@ AlbumSet* gAlbumSet = nullptr;
 bool gClosing = false;
 
 namespace {
+
 void (*dirty_hook)() = nullptr;
+
+void SetDirty(bool dirty) {
+    if (!gAlbumSet) return;
+    gAlbumSet->dirty = dirty;
+    if (dirty_hook) dirty_hook();
 }
+
+}  // namespace
 
 int64_t ALBUMTRACK::FadeStart() const {
     return std::max<int64_t>(0, start - FadeIn());
@@ -80,9 +88,11 @@ void AlbumSet::SetPath(std::string_view new_path) {
 }
 
 void MarkDirty() {
-    if (!gAlbumSet) return;
-    gAlbumSet->dirty = true;
-    if (dirty_hook) dirty_hook();
+    SetDirty(true);
+}
+
+void ClearDirty() {
+    SetDirty(false);
 }
 
 void SetDirtyHook(void (*hook)()) {

@@ -43,7 +43,7 @@ struct ALBUMTRACK {
 
     int64_t FadeStart() const;
     int64_t FadeEnd() const { return end + FadeOut(); }
-    int32_t FadeIn() const { return filter_flags & TRACK_FADE_IN ? fade_in : 0; }     // 0 when off
+    int32_t FadeIn() const { return filter_flags & TRACK_FADE_IN ? fade_in : 0; }  // 0 when off
     int32_t FadeOut() const { return filter_flags & TRACK_FADE_OUT ? fade_out : 0; }
     bool IsEmpty() const { return start == end; }  // a listing line that has no audio yet
 };
@@ -73,8 +73,8 @@ public:
 enum ChannelMode : uint8_t { CHANNELS_MONO = 1, CHANNELS_STEREO = 2, CHANNELS_LEFT_ONLY = 4, CHANNELS_RIGHT_ONLY = 8 };
 
 enum AlbumFlags : uint8_t {
-    ALBUM_SINGLE = 0x02,          // no track breaks of interest
-    ALBUM_WORKING_COPY = 0x08,    // changes raise no events and do not mark the collection dirty
+    ALBUM_SINGLE = 0x02,        // no track breaks of interest
+    ALBUM_WORKING_COPY = 0x08,  // changes raise no events and do not mark the collection dirty
     ALBUM_LISTING_IMPORTED = 0x10,
 };
 
@@ -157,14 +157,16 @@ struct AlbumSet {
     std::string recordings_folder;  // beside the file, with its name
     std::string side_folder;        // "orvfiles" beside the file
     AlbumInfo* current_album = nullptr;
-    bool dirty = false;             // the live set has unsaved changes
+    bool dirty = false;  // the live set has unsaved changes
 };
 
 extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread
 extern bool gClosing;        // the collection is being torn down on the way out: recordings may still be open
 
-// Marks the live collection as changed and tells whoever shows it (SetDirtyHook). Does nothing when none is open.
+// Marks the live collection as changed, or as saved, and tells whoever shows it (SetDirtyHook). They do nothing when
+// none is open.
 void MarkDirty();
+void ClearDirty();
 void SetDirtyHook(void (*hook)());
 
 }  // namespace Orvane

@@ -277,13 +277,11 @@ bool FileHistoryEntry::CheckFile() {
     if (open_file) return false;
     FileInfo info;
     const std::string path = GetPath();
-    if (GetFileInfo(path, info) != 0) return Assign<int16_t>(open_status, OPEN_MISSING);
-    bool changed = open_status == OPEN_MISSING && Assign<int16_t>(open_status, OPEN_GOOD);
-
+    if (GetFileInfo(path, info) != 0) return false;
     const bool known = file_size != 0 || file_time != 0;
     const bool other_size = info.size != file_size;
     const bool other_time = std::abs(info.time - file_time) > kTimeTolerance;
-    if (!other_size && !other_time) return changed;
+    if (!other_size && !other_time) return false;
     file_size = info.size;
     file_time = info.time;
     if (other_time && side) side->SortByTime(this);

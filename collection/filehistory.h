@@ -29,12 +29,12 @@ enum ScanOptions : uint8_t {
 
 // Settings of a click scan. -1 stands for the default.
 struct ScanSettings {
-    int32_t total_clicks = 0;             // repairs found by earlier scans; not stored in the collection
-    int8_t sensitivity = -1;              // 0 to 7, default 3
-    int8_t percussion_protection = -1;    // 0 to 5, default 2
-    int8_t brass_protection = -1;         // 0 or 1, default 1
-    int8_t passes = -1;                   // 1 to 9, default 1
-    uint8_t channels = 3;                 // bit 0 left, bit 1 right
+    int32_t total_clicks = 0;           // repairs found by earlier scans; not stored in the collection
+    int8_t sensitivity = -1;            // 0 to 7, default 3
+    int8_t percussion_protection = -1;  // 0 to 5, default 2
+    int8_t brass_protection = -1;       // 0 or 1, default 1
+    int8_t passes = -1;                 // 1 to 9, default 1
+    uint8_t channels = 3;               // bit 0 left, bit 1 right
     uint8_t options = SCAN_KEEP_MANUAL;
 
     ScanSettings WithDefaults() const;
@@ -45,7 +45,7 @@ struct ScanSettings {
 // Who has a recording open; one bit each.
 enum RecordingUser : uint32_t {
     USER_PLAY = 0x0001,
-    USER_EDIT = 0x0008,       // the shared stack of the entry
+    USER_EDIT = 0x0008,  // the shared stack of the entry
     USER_SAVE = 0x0010,
     USER_SCAN = 0x0020,
     USER_PROBE = 0x0100,
@@ -60,7 +60,8 @@ enum OpenStatus : int16_t {
     OPEN_NO_MP3 = -6,
     OPEN_BAD_RATE = -7,
 };
-// The short text beside the recording in a list: "(missing)", "(in use)", "(no mp3)", "cancelled", "(bad sr)", "(bad file)".
+// The short text beside the recording in a list: "(missing)", "(in use)", "(no mp3)", "cancelled", "(bad sr)", "(bad
+// file)".
 const char* OpenStatusText(int status);
 
 enum FheFlags : uint8_t {
@@ -69,7 +70,7 @@ enum FheFlags : uint8_t {
     FHE_EXTERNAL_FILE = 0x04,
     FHE_SEVERAL_STREAMS = 0x08,
     FHE_CORRECTIONS_LOADED = 0x10,
-    FHE_SHARED_LISTS = 0x20,         // the lists belong to another entry
+    FHE_SHARED_LISTS = 0x20,  // the lists belong to another entry
     FHE_SPEED_CONVERSION = 0x40,
 };
 enum FheFlags2 : uint8_t {
@@ -91,8 +92,8 @@ public:
     ~FileHistoryEntry() override;
 
     // --- The file ---
-    // The recording's full path: the external file, or the name made of artist, title, side, suffix and extension in the
-    // collection's recordings folder.
+    // The recording's full path: the external file, or the name made of artist, title, side, suffix and extension in
+    // the collection's recordings folder.
     std::string GetPath() const;
     // Opens the file for `user`; a file already open only gets the user added. 0 or an OpenStatus, with the reason as
     // last error; `report` shows it, once, on the main thread. Stores what the file reports about itself. Any thread.
@@ -114,8 +115,8 @@ public:
     // The recording's full name and ".crd". Files of older versions carry ".crd" in the place of the extension and are
     // read when no other is there.
     std::string CorrectionsPath() const;
-    // Reads the click lists on first use. 0, or a StreamError with its message as last error; with `report` messages are
-    // shown. Under the file history lock.
+    // Reads the click lists on first use. 0, or a StreamError with its message as last error; with `report` messages
+    // are shown. Under the file history lock.
     int LoadCorrections(bool report);
     // Writes the click lists through a temporary file; an empty pair removes the file. 0 or a StreamError.
     int SaveCorrections();
@@ -139,7 +140,7 @@ public:
     uint32_t generation;
     AlbumInfo* album;
     AlbumSide* side;
-    std::string extension;    // lower case, with the dot
+    std::string extension;  // lower case, with the dot
     std::string name_suffix;
     FileTime file_time = 0;
     ScanSettings click_scan;
@@ -147,37 +148,37 @@ public:
     CutList cuts;
     LinkedList<FilterSetting> filters;  // in the order in which the user stacked them
     LinkedList<FFTEq> fft_eqs;
-    ClickRepairList click_repairs[2];   // left, right
-    RefPtr<FileStream> open_file;       // null while closed
-    RefPtr<PCMStream> shared_stack;     // the stack of GetFileToPCM
-    RefPtr<RefCount> waveform;          // the drawing's object, when one is open
+    ClickRepairList click_repairs[2];  // left, right
+    RefPtr<FileStream> open_file;      // null while closed
+    RefPtr<PCMStream> shared_stack;    // the stack of GetFileToPCM
+    RefPtr<RefCount> waveform;         // the drawing's object, when one is open
     std::string comment;
-    std::string original_name;          // source file of an import
+    std::string original_name;  // source file of an import
     std::unique_ptr<RecordEq> record_eq_post;
-    int64_t view_position[2] = {0, 0};  // the stretch that holds the noise sample, start and end in the file
-    bool noise_sample_changed = true;   // the next read builds the noise spectrum
-    simple_vector<int64_t> side_breaks; // sorted recording times of breaks between sides
-    int64_t file_size = 0;              // of the file when last checked
-    int64_t total_samples = 0;          // when last open
+    int64_t view_position[2] = {0, 0};   // the stretch that holds the noise sample, start and end in the file
+    bool noise_sample_changed = true;    // the next read builds the noise spectrum
+    simple_vector<int64_t> side_breaks;  // sorted recording times of breaks between sides
+    int64_t file_size = 0;               // of the file when last checked
+    int64_t total_samples = 0;           // when last open
     FileTime crd_time = 0;
     std::atomic<uint32_t> active_users{0};
-    int32_t samplerate = 0;             // 0: not yet known, counts as 44100
-    int32_t bit_rate = 0;               // kbit/s
+    int32_t samplerate = 0;  // 0: not yet known, counts as 44100
+    int32_t bit_rate = 0;    // kbit/s
     int32_t stream_index = -1;
     int16_t open_status = -1;
     int16_t view_mode = -1;
-    int16_t speed_from;                 // "Turntable Speed"
-    int16_t speed_to;                   // "Normal Playing Speed"
+    int16_t speed_from;  // "Turntable Speed"
+    int16_t speed_to;    // "Normal Playing Speed"
     uint8_t file_format = 0;
     uint8_t bits = 0;
     uint8_t channels = 2;
-    uint8_t sample_format = 0;          // not 0 for DSD
+    uint8_t sample_format = 0;  // not 0 for DSD
     uint8_t flags = 0;
     uint8_t flags2 = 0;
-    std::string external_file;          // full path, meaningful with FHE_EXTERNAL_FILE
+    std::string external_file;  // full path, meaningful with FHE_EXTERNAL_FILE
 
-    std::atomic<bool> generating{false};   // waveform data are being made
-    std::atomic<int32_t> progress{0};      // of that, in percent
+    std::atomic<bool> generating{false};  // waveform data are being made
+    std::atomic<int32_t> progress{0};     // of that, in percent
     bool waveform_ready = false;
 
 private:
