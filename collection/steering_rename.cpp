@@ -1,0 +1,94 @@
+// Renaming the live collection.
+#include <functional>
+#include <vector>
+
+#include "collection/albumset.h"
+#include "collection/steering_file.h"
+#include "foundation/fileerror.h"
+#include "foundation/host.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/settings.h"
+
+namespace Orvane {
+namespace {
+
+// Renames that are taken back, the last one first, unless they are kept.
+class Renames {
+public:
+    Renames() = default;
+    ~Renames() {
+        for (auto step = steps.rbegin(); step != steps.rend(); ++step) RenameFile(step->to, step->from);
+    }
+    Renames(const Renames&) = delete;
+    Renames& operator=(const Renames&) = delete;
+
+    bool Do(const std::string& from, const std::string& to) {
+        if (const int error = RenameFile(from, to)) {
+            FailRename(from, to, error);
+            return false;
+        }
+        steps.push_back({from, to});
+        return true;
+    }
+    void Keep() { steps.clear(); }
+
+private:
+    struct Step {
+        std::string from, to;
+    };
+    std::vector<Step> steps;
+};
+
+// Recordings that lie in the folder are named by their full path when they were entered from there.
+void MoveExternalFiles(const AlbumSet& set, const std::string& old_folder) {
+    const std::string beginning = old_folder + kSeparator;
+    for (const AlbumInfo& album : set.albums) {
+        for (const AlbumSide* side : album.sides) {
+            if (!side) continue;
+            for (const RefPtr<FileHistoryEntry>& entry : side->history) {
+                std::string& file = entry->external_file;
+                if (file.compare(0, beginning.size(), beginning) != 0) continue;
+                file = JoinPath(set.recordings_folder, file.substr(beginning.size()));
+                MarkDirty();
+            }
+        }
+    }
+}
+
+}  // namespace
+
+bool RenameCollection(std::string_view new_name) {
+    ORVANE_ASSERT(gAlbumSet);
+    AlbumSet& set = *gAlbumSet;
+    const std::string name = SafeFileName(new_name);
+    const std::string old_path = set.path;
+    const std::string old_folder = set.recordings_folder;
+    const std::string new_path = JoinPath(FolderOf(old_path), name + ".mcf");
+    const std::string new_folder = JoinPath(FolderOf(old_path), name);
+    if (FileExists(new_path)) {
+        FailContents(FormatMessage(Msg::CollectionNameTaken, name));
+        ShowLastError();
+        return false;
+    }
+    Renames renames;
+    if (!renames.Do(old_path, new_path) || (FileExists(old_folder) && !renames.Do(old_folder, new_folder))) {
+        ShowLastError();
+        return false;
+    }
+    renames.Keep();
+
+    for (int n = 1; n <= kRecentFiles; ++n) {
+        const std::string key = "Recent Files #" + std::to_string(n);
+        if (GetStringSetting(key) == old_path) SetStringSetting(key, new_path);
+    }
+    SetStringSetting("Steering File", new_path);
+    SetStringSetting("Last Steering File", new_path);
+    const Change change(CHANGE_SETTLED);
+    set.SetPath(new_path);
+    MoveExternalFiles(set, old_folder);
+    ShowMessage(FormatMessage(Msg::CollectionRenamed), Severity::Information);
+    return true;
+}
+
+}  // namespace Orvane
