@@ -20,7 +20,7 @@ namespace Tesslib {
 namespace {
 
 // Sanitizers and signal handlers need room that no caller reckons with.
-constexpr size_t kLeastStack = 1024 * 1024;
+constexpr size_t kLeastStack = 2 * 1024 * 1024;
 
 void* RunThread(void* argument) {
     std::unique_ptr<std::function<void()>> run(static_cast<std::function<void()>*>(argument));
