@@ -90,7 +90,7 @@ void ScanBlocks::Equalise(int index, int n) {
     for (size_t c = 0; c < 2; ++c) {
         auto& [curve, high_pass] = sections[c];
         auto from = unfiltered[c].begin() + index;
-        std::transform(from, from + n, buffers[c].begin() + index, [&](float x) {
+        std::transform(from, from + n, buffers[c].begin() + index, [&curve = curve, &high_pass = high_pass](float x) {
             return static_cast<float>(high_pass.Process(curve.Process(static_cast<double>(x))));
         });
     }

@@ -9,7 +9,13 @@ namespace {
 
 constexpr char kComment = '#';
 
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
 enum class Part { Key, Value };
+
+bool BeginsWithMark(std::string_view text) {
+    return text.substr(0, kMark.size()) == kMark;
+}
 
 void AppendHex(char c, std::string& line) {
     constexpr const char* kDigits = "0123456789ABCDEF";
@@ -79,8 +85,7 @@ Line ParseLine(std::string_view line, std::string& key, std::string& value) {
 // Calls `visit(line, kind, key, value)` for each line, which is handed over without its line feed.
 template <class Visit>
 void ForEachLine(std::string_view text, Visit visit) {
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    if (text.substr(0, kMark.size()) == kMark) text.remove_prefix(kMark.size());
+    if (BeginsWithMark(text)) text.remove_prefix(kMark.size());
     std::string key;
     std::string value;
     while (!text.empty()) {
@@ -117,7 +122,10 @@ std::string ChangeSettingsText(std::string_view text, std::string_view key, cons
             placed = true;
         }
     });
-    return placed ? result : result + new_line;
+    if (!placed) result += new_line;
+    // A mark that belongs to the first line needs the file's own before it, or it would be taken for that.
+    if (BeginsWithMark(text) || BeginsWithMark(result)) result.insert(0, kMark);
+    return result;
 }
 
 }  // namespace Tesslib
