@@ -139,8 +139,12 @@ public:
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t Write(const float* buffer, int32_t n_samples) override;
+    // In OM_READWRITE and OM_EXTEND; a count that is not lower changes nothing. What stands behind the data is dropped.
+    int64_t Truncate(int64_t new_total_samples) override;
 
 protected:
+    // Brings the header of an existing file in line with `data_bytes` and `total_samples`; false with errno set.
+    virtual bool WriteSizes(int64_t /*new_end*/) { return true; }
     virtual void DecodeSamples(const uint8_t* bytes, int32_t n_values, float* out);
     virtual int32_t EncodeSamples(const float* in, int32_t n_values, uint8_t* out);
     bool PrepareWrite(int64_t argument) override;  // OM_EXTEND: goes to the end of the data

@@ -84,6 +84,25 @@ int64_t PCMFileStream::Write(const float* buffer, int32_t n_samples) {
     return bytes;
 }
 
+int64_t PCMFileStream::Truncate(int64_t new_total_samples) {
+    ORVANE_ASSERT(this->open_mode == OM_READWRITE || this->open_mode == OM_EXTEND);
+    if (new_total_samples >= total_samples && !extended) return file_size;
+    total_samples = std::clamp<int64_t>(new_total_samples, 0, total_samples);
+    data_bytes = total_samples * FrameSize();
+    int64_t new_end = data_offset + data_bytes;
+    errno = 0;
+    int error = WriteSizes(new_end) ? 0 : errno ? errno : EIO;
+    if (!error) error = TruncateFile(file, new_end);
+    if (!error && fseeko(file, new_end, SEEK_SET) != 0) error = errno;
+    if (error) {
+        FailWrite(filename, error);
+        return -1;
+    }
+    file_size = new_end;
+    extended = false;
+    return new_end;
+}
+
 void PCMFileStream::DecodeSamples(const uint8_t* bytes, int32_t n_values, float* out) {
     if (!decoder) {
         bool byte_swap = big_endian && !little_endian_override;

@@ -1,0 +1,92 @@
+#include "tesslib/id3v2.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "foundation/text.h"
+#include "tesslib/bytes.h"
+
+namespace Tesslib {
+namespace {
+
+constexpr size_t kHeaderSize = 10;  // of the block and of each frame
+
+uint32_t LoadSyncsafe(const uint8_t* bytes) {
+    return (bytes[0] & 0x7Fu) << 21 | (bytes[1] & 0x7Fu) << 14 | (bytes[2] & 0x7Fu) << 7 | (bytes[3] & 0x7Fu);
+}
+
+std::string FromUtf16(std::span<const uint8_t> bytes, bool big_endian) {
+    if (bytes.size() >= 2) {
+        uint16_t mark = LoadBE<uint16_t>(bytes.data());
+        if (mark == 0xFEFF || mark == 0xFFFE) {
+            big_endian = mark == 0xFEFF;
+            bytes = bytes.subspan(2);
+        }
+    }
+    std::string text;
+    uint32_t high = 0;
+    for (; bytes.size() >= 2; bytes = bytes.subspan(2)) {
+        uint32_t unit = big_endian ? LoadBE<uint16_t>(bytes.data()) : LoadLE<uint16_t>(bytes.data());
+        bool is_low = (unit & 0xFC00) == 0xDC00;
+        if (high && is_low) {
+            AppendUtf8(text, 0x10000 + ((high & 0x3FF) << 10 | (unit & 0x3FF)));
+            high = 0;
+            continue;
+        }
+        if (high) AppendUtf8(text, 0xFFFD);
+        high = (unit & 0xFC00) == 0xD800 ? unit : 0;
+        if (!high) AppendUtf8(text, is_low ? 0xFFFD : unit);
+    }
+    if (high) AppendUtf8(text, 0xFFFD);
+    return text;
+}
+
+// A text begins with the number of its encoding; without one it is taken as UTF-8.
+std::string DecodeText(std::span<const uint8_t> payload) {
+    uint8_t encoding = payload.empty() || payload[0] > 3 ? 255 : payload[0];
+    if (encoding != 255) payload = payload.subspan(1);
+    std::string text;
+    switch (encoding) {
+        case 0:
+            for (uint8_t c : payload) AppendUtf8(text, c);
+            break;
+        case 1:
+        case 2:
+            text = FromUtf16(payload, encoding == 2);
+            break;
+        default:
+            text = ValidUtf8({reinterpret_cast<const char*>(payload.data()), payload.size()});
+    }
+    text.erase(text.find_last_not_of('\0') + 1);
+    return text;
+}
+
+}  // namespace
+
+std::string ReadID3v2Text(std::span<const uint8_t> block, std::string_view frame_id) {
+    if (block.size() < kHeaderSize || block[0] != 'I' || block[1] != 'D' || block[2] != '3') return {};
+    int version = block[3];
+    if (version != 3 && version != 4) return {};
+    bool has_extended_header = (block[5] & 0x40) != 0;
+    std::span<const uint8_t> rest = block.subspan(kHeaderSize);
+    rest = rest.first(std::min<size_t>(rest.size(), LoadSyncsafe(&block[6])));
+    if (has_extended_header) {
+        if (rest.size() < 4) return {};
+        // The size leaves itself out in 2.3 and counts itself in 2.4.
+        uint64_t size = version == 3 ? uint64_t{LoadBE<uint32_t>(rest.data())} + 4 : LoadSyncsafe(rest.data());
+        if (size > rest.size()) return {};
+        rest = rest.subspan(static_cast<size_t>(size));
+    }
+    // Padding begins with a zero where an identifier would.
+    while (rest.size() > kHeaderSize && rest[0] != 0) {
+        uint32_t size = version == 3 ? LoadBE<uint32_t>(&rest[4]) : LoadSyncsafe(&rest[4]);
+        std::string_view id(reinterpret_cast<const char*>(rest.data()), 4);
+        rest = rest.subspan(kHeaderSize);
+        if (size > rest.size()) return {};
+        if (id == frame_id) return DecodeText(rest.first(size));
+        rest = rest.subspan(size);
+    }
+    return {};
+}
+
+}  // namespace Tesslib
