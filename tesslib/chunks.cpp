@@ -61,7 +61,7 @@ private:
         if (format & CHUNK_SIZE_HAS_HEADER) size -= static_cast<int64_t>(header.length);
         if (header.id == "data" && size == kAllOnes && ds64) {
             size = LoadLE<int64_t>(ds64->data.data() + 8);
-            if (size == 0) size = file_end - payload;
+            if (size <= 0) size = file_end - payload;
         }
         if (size < 0) return FailChunk(header.id, filename);
 
