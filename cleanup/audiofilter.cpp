@@ -5,6 +5,9 @@
 
 #include "cleanup/clickrepair.h"
 #include "cleanup/cutandsplice.h"
+#include "cleanup/denoise.h"
+#include "cleanup/equaliser.h"
+#include "cleanup/humrumblefilter.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
 #include "tesslib/josconvert.h"
@@ -109,6 +112,22 @@ struct PCMStack::PCMStackData {
         top = stage;
         return stage;
     }
+
+    template <class Filter, class... Args>
+    Filter* AddFilter(Args&&... args) {
+        filters.push_back(std::make_unique<Filter>(std::forward<Args>(args)...));
+        return static_cast<Filter*>(filters.back().get());
+    }
+
+    // Hum and rumble, hiss and curves, equaliser: between the two adaptors.
+    void AddFilterSection(uint32_t flags) {
+        const int32_t rate = top->GetSampleRate(flags);
+        PCMStreamToFilter* bottom = AddFilter<PCMStreamToFilter>(top, cs, flags);
+        PCMFilter* last = AddFilter<HumRumbleFilter>(bottom, entry, cs, rate);
+        if (!(flags & (PCM_NO_DENOISE | PCM_DENOISE_OFF))) last = AddFilter<Denoise>(last, entry, cs, rate);
+        if (!(flags & PCM_NO_EQUALISER)) last = AddFilter<Equaliser>(last, entry, cs, rate);
+        Add<PCMFilterToStream>(top, last, bottom, cs);
+    }
 };
 
 PCMStack::PCMStack(FileHistoryEntry* entry, PCMStream* source, uint32_t flags, int32_t output_samplerate)
@@ -124,6 +143,7 @@ PCMStack::PCMStack(FileHistoryEntry* entry, PCMStream* source, uint32_t flags, i
         d.cut_instance_repaired = d.Add<PCMCutAndSplice>(input, entry, d.cs);
     }
     size_t stages_with_cuts = d.stages.size();
+    if (!(flags & (PCM_NO_FILTERS | PCM_RAW_DOP))) d.AddFilterSection(flags);
     if (!(flags & (PCM_NO_FADERS | PCM_RAW_DOP))) d.fader = d.Add<PCMFader>(d.top, flags);
     int32_t rate = d.top->GetSampleRate(flags);
     if (output_samplerate && rate != output_samplerate && !(flags & PCM_RAW_DOP)) {

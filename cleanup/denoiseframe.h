@@ -29,6 +29,8 @@ public:
 
     // The noise that is suppressed, mean power of bins 0 to N / 2.
     void SetNoise(int channel, std::span<const float> noise) { channels[channel].hiss.SetNoise(noise); }
+    // Whether there is any to suppress.
+    bool HasNoise() const { return channels[0].hiss.HasNoise() || channels[1].hiss.HasNoise(); }
     // Forgets the frames before: the next one is overlapped with silence.
     void Reset();
     // Takes the next N samples of a channel (0 left, 1 right), which begin N / 2 behind the frame before, and gives

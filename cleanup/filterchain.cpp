@@ -150,6 +150,14 @@ void FilterChain::Append(const BiQuadFilter& section) {
     sections[n_sections++] = {section.b0, section.b1, section.b2, section.a1, section.a2, {}, {}, {}, {}};
 }
 
+bool FilterChain::HasCoefficientsOf(const FilterChain& other) const {
+    const auto same = [](const Section& a, const Section& b) {
+        return a.b0 == b.b0 && a.b1 == b.b1 && a.b2 == b.b2 && a.a1 == b.a1 && a.a2 == b.a2;
+    };
+    return std::equal(sections.begin(), sections.begin() + n_sections, other.sections.begin(),
+                      other.sections.begin() + other.n_sections, same);
+}
+
 void FilterChain::Process(std::span<float> left, std::span<float> right, VectorWidth width) {
     ORVANE_ASSERT(left.size() == right.size());
     if (n_sections == 0) return;

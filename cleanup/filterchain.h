@@ -29,8 +29,9 @@ public:
     void Process(std::span<float> left, std::span<float> right) { Process(left, right, BestVectorWidth()); }
     void Process(std::span<float> left, std::span<float> right, VectorWidth width);
 
-    bool IsEmpty() const { return n_sections == 0; }
     int GetCount() const { return n_sections; }
+    // Whether the other chain has the same sections, in whatever state.
+    bool HasCoefficientsOf(const FilterChain& other) const;
 
     // One section: the coefficients that the channels share and the state of left and right.
     struct Section {

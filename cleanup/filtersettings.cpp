@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "tesslib/audiostream.h"
-
 namespace Orvane {
 namespace {
 

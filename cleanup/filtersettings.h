@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "collection/filehistory.h"
+#include "collection/corrections.h"
+#include "tesslib/audiostream.h"
 
 namespace Orvane {
 
@@ -30,5 +31,30 @@ struct CurvesAt {
 };
 
 CurvesAt GetCurvesAt(const LinkedList<FFTEq>& curves, int64_t position, uint32_t flags);
+
+// Keeps the last answer of one of the two for the stretch that it holds for. Under the stack's lock.
+template <class Answer>
+class StretchMemo {
+public:
+    // `look_up(position)` gives an Answer.
+    template <class LookUp>
+    const Answer& At(int64_t position, uint32_t flags, LookUp look_up) {
+        const bool in_file = (flags & PCM_NO_CUTS) != 0;
+        if (!valid || in_file != timeline_of_file || position < from || position >= answer.next_change) {
+            answer = look_up(position);
+            from = position;
+            timeline_of_file = in_file;
+            valid = true;
+        }
+        return answer;
+    }
+    void Forget() { valid = false; }
+
+private:
+    Answer answer;
+    int64_t from = 0;
+    bool timeline_of_file = false;
+    bool valid = false;
+};
 
 }  // namespace Orvane

@@ -1,0 +1,538 @@
+// Hum and rumble, equaliser and Denoise as they stand in the chain.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <random>
+
+#include "analog_biquad.h"
+#include "cleanup/audiofilter.h"
+#include "cleanup/denoise.h"
+#include "cleanup/equaliser.h"
+#include "cleanup/humrumblefilter.h"
+#include "collection/listchange.h"
+#include "foundation/lasterror.h"
+#include "memorystream.h"
+#include "response.h"
+#include "temp_folder.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int kRate = 44100;
+
+std::vector<float> Noise(int64_t n_pairs, float level, unsigned seed) {
+    std::mt19937 generator(seed);
+    std::normal_distribution<float> normal(0.f, level);
+    std::vector<float> pairs(static_cast<size_t>(2 * n_pairs));
+    for (float& x : pairs) x = normal(generator);
+    return pairs;
+}
+
+std::vector<float> Impulse(int64_t n_pairs) {
+    std::vector<float> pairs(static_cast<size_t>(2 * n_pairs));
+    pairs[0] = 1.f;
+    pairs[1] = 0.5f;
+    return pairs;
+}
+
+double RmsDb(const std::vector<float>& pairs, int64_t from, int64_t to) {
+    double sum = 0;
+    for (int64_t i = 2 * from; i < 2 * to; i++) sum += double(pairs[i]) * pairs[i];
+    return 10 * std::log10(sum / double(2 * (to - from)));
+}
+
+// A recording in memory with its chain.
+class Recording {
+public:
+    explicit Recording(std::vector<float> pairs, int rate = kRate, uint32_t flags = PCM_NO_CLICK_REPAIR | PCM_NO_FADERS)
+        : source(rate, std::move(pairs)), stack(&entry, &source, flags, 0) {
+        entry.samplerate = rate;
+    }
+
+    FilterValues& AddFilter(int64_t start = 0, int64_t end = 0) {
+        auto* setting = new FilterSetting;
+        SetTimes(*setting, start, end);
+        const ListChange change(&entry.filters);
+        entry.filters.Append(setting);
+        return setting->values;
+    }
+
+    FFTEq& AddCurve(std::vector<FFTCurve::Point> points, int64_t start = 0, int64_t end = 0, int mode = CURVE_ON) {
+        auto* eq = new FFTEq;
+        SetTimes(*eq, start, end);
+        eq->enable = mode;
+        eq->curve.points = std::move(points);
+        const ListChange change(&entry.fft_eqs);
+        entry.fft_eqs.Append(eq);
+        return *eq;
+    }
+
+    std::vector<float> Read(int64_t position, int32_t n, uint32_t flags = 0) {
+        std::vector<float> pairs(2 * static_cast<size_t>(n));
+        n_read = stack.Read(position, pairs.data(), n, flags);
+        pairs.resize(2 * static_cast<size_t>(std::max(0, n_read)));
+        return pairs;
+    }
+    std::vector<float> ReadAll(uint32_t flags = 0) { return Read(0, int32_t(source.GetTotalSamples(0)), flags); }
+
+    static void SetTimes(BaseCorrection& correction, int64_t start, int64_t end) {
+        correction.start_time = correction.absolute_start_time = start;
+        correction.end_time = correction.absolute_end_time = end;
+    }
+
+    FileHistoryEntry entry{nullptr, nullptr};
+    Tesslib::Testing::MemoryStream source;
+    PCMStack stack;
+    int32_t n_read = 0;
+};
+
+void SetHumAndRumble(FilterValues& values) {
+    values.hum_mode = values.rumble_mode = FILTER_ON;
+    values.mains_frequency = 60;
+    values.filter_harmonics = 1;
+    values.dc_offset_only = 0;
+}
+
+void SetEqualiser(FilterValues& values) {
+    values.eq_mode = FILTER_ON;
+    values.bands = {4, -3, 0, 12, -12, 2, 0, 5, -6, 7};
+    values.preamp_left = -30;
+    values.preamp_right = 15;
+}
+
+// Settings of every kind that begin and end at odd places, and a noise stretch.
+void AddEverything(Recording& recording) {
+    recording.entry.view_position[0] = 1000, recording.entry.view_position[1] = 30000;
+    SetHumAndRumble(recording.AddFilter());
+    FilterValues& equaliser = recording.AddFilter(20011, 90007);
+    SetEqualiser(equaliser);
+    FilterValues& hiss = recording.AddFilter(40961, 110000);
+    hiss.hiss_mode = FILTER_ON;
+    hiss.hiss_reduction = 8;
+    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}}, 55555, 100001);
+}
+
+std::vector<float> Channel(const std::vector<float>& pairs, int channel) {
+    std::vector<float> samples;
+    for (size_t i = channel; i < pairs.size(); i += 2) samples.push_back(pairs[i]);
+    return samples;
+}
+
+TEST(FilterStages, WithoutSettingsEveryBitPasses) {
+    const std::vector<float> audio = Noise(70000, 0.3f, 1);
+    Recording recording(audio);
+    EXPECT_EQ(recording.ReadAll(), audio);
+    EXPECT_FALSE(recording.stack.AltersAudio(0, 70000, 0));
+    recording.AddFilter();  // changes nothing
+    recording.AddCurve({{100, 10}}, 0, 0, CURVE_OFF);
+    EXPECT_EQ(recording.ReadAll(), audio);
+    EXPECT_FALSE(recording.stack.AltersAudio(0, 70000, 0));
+}
+
+TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
+    struct Section {
+        int type;
+        double frequency, bandwidth;
+        int count;
+    };
+    struct Case {
+        const char* name;
+        int hum, harmonics, rumble, dc_only;
+        std::vector<Section> sections;
+    };
+    for (const Case& c :
+         {Case{"hum 50", 50, 0, 0, 0, {{kNotch, 50, 0.05, 2}}},
+          {"hum 60 with harmonics",
+           60,
+           1,
+           0,
+           0,
+           {{kNotch, 60, 0.05, 2}, {kNotch, 120, 0.05, 1}, {kNotch, 240, 0.05, 1}, {kNotch, 360, 0.05, 1}}},
+          {"rumble", 0, 0, 1, 0, {{kHighPass, 16, 1.5, 5}}},
+          {"offset", 0, 0, 1, 1, {{kHighPass, 16, 2.0, 1}}},
+          {"hum and rumble", 60, 0, 1, -1, {{kNotch, 60, 0.05, 2}, {kHighPass, 16, 1.5, 5}}}}) {
+        Recording recording(Impulse(300000));
+        FilterValues& values = recording.AddFilter();
+        values.hum_mode = c.hum ? FILTER_ON : FILTER_NO_CHANGE;
+        values.mains_frequency = c.hum;
+        values.filter_harmonics = c.harmonics;
+        values.rumble_mode = c.rumble ? FILTER_ON : FILTER_NO_CHANGE;
+        values.dc_offset_only = c.dc_only;
+        int count = 0;
+        for (const Section& s : c.sections) count += s.count;
+        EXPECT_EQ(BuildHumRumbleChain(values, kRate).GetCount(), count) << c.name;
+        const std::vector<float> response = Channel(recording.ReadAll(), 0);
+        for (double f : {10.0, 16.0, 30.0, 49.0, 59.0, 61.5, 100.0, 121.0, 245.0, 500.0, 5000.0}) {
+            double expected = 0;
+            for (const Section& s : c.sections) {
+                expected += s.count * Oracle::AnalogBiQuadDb(s.type, 0, s.frequency, kRate, s.bandwidth, f);
+            }
+            EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate), expected, 0.05) << c.name << ", " << f;
+        }
+    }
+}
+
+TEST(Equaliser, EachBandHasTheResponseOfItsFormula) {
+    for (int band = 0; band < kEqBands; band++) {
+        for (int steps : {12, -7}) {
+            Recording recording(Impulse(60000));
+            FilterValues& values = recording.AddFilter();
+            values.eq_mode = FILTER_ON;
+            values.bands[band] = steps;
+            const std::vector<float> response = Channel(recording.ReadAll(), 0);
+            const int type = band == 0 ? kLowShelf : band == 9 ? kHighShelf : kPeaking;
+            const double gain = steps * (type == kPeaking ? 11.0 : 14.0) / 12.0;
+            for (double f : {20.0, 47.0, 63.0, 130.0, 1000.0, 3000.0, 8000.0, 12000.0, 18000.0}) {
+                EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate),
+                            Oracle::AnalogBiQuadDb(type, gain, kEqFrequencies[band], kRate, 1.4, f), 0.05)
+                    << "band " << band << " at " << f;
+            }
+        }
+    }
+}
+
+TEST(Equaliser, LeavesOutBandsFromHalfTheRateOn) {
+    FilterValues values;
+    values.eq_mode = FILTER_ON;
+    values.bands.fill(1);
+    EXPECT_EQ(BuildEqualiserChain(values, 44100).GetCount(), 10);
+    EXPECT_EQ(BuildEqualiserChain(values, 24000).GetCount(), 9);
+    EXPECT_EQ(BuildEqualiserChain(values, 22050).GetCount(), 9);
+    EXPECT_EQ(BuildEqualiserChain(values, 8000).GetCount(), 7);
+    values.eq_mode = FILTER_OFF;
+    EXPECT_EQ(BuildEqualiserChain(values, 44100).GetCount(), 0);
+}
+
+TEST(Equaliser, PreampIsTenthsOfADecibelPerChannelUnlessForbidden) {
+    const std::vector<float> audio = Noise(5000, 0.2f, 2);
+    Recording recording(audio);
+    FilterValues& values = recording.AddFilter();
+    values.eq_mode = FILTER_ON;
+    values.preamp_left = -60;
+    values.preamp_right = 25;
+    const std::vector<float> louder = recording.ReadAll();
+    for (size_t i = 0; i < audio.size(); i++) {
+        ASSERT_NEAR(louder[i], audio[i] * std::pow(10.0, (i % 2 ? 2.5 : -6.0) / 20), 1e-6) << i;
+    }
+    EXPECT_TRUE(recording.stack.AltersAudio(0, 10, 0));
+    EXPECT_EQ(recording.ReadAll(PCM_NO_PREAMP), audio);
+    EXPECT_FALSE(recording.stack.AltersAudio(0, 10, PCM_NO_PREAMP));
+    EXPECT_EQ(recording.ReadAll(PCM_NO_EQUALISER), audio);
+}
+
+TEST(FilterStages, SettingsActOnExactlyTheirSamples) {
+    const int64_t start = 30001, end = 50003, total = 80000;
+    const std::vector<float> audio = Noise(total, 0.3f, 3);
+    struct Case {
+        const char* name;
+        std::function<void(Recording&, int64_t, int64_t)> add;
+        int64_t heard_after;  // samples behind the start
+    };
+    for (const Case& c :
+         {Case{"hum and rumble", [](Recording&r, int64_t a, int64_t b) { SetHumAndRumble(r.AddFilter(a, b)); }, 0},
+          {"equaliser", [](Recording&r, int64_t a, int64_t b) { SetEqualiser(r.AddFilter(a, b)); },
+           BiQuadEngine::kChangeOver},
+          {"curve",
+           [](Recording&r, int64_t a, int64_t b) {
+               r.AddCurve({{50, 6}, {5000, -6}}, a, b);
+           },
+           0}}) {
+        SCOPED_TRACE(c.name);
+        Recording ranged(audio), whole(audio);
+        c.add(ranged, start, end);
+        c.add(whole, 0, 0);
+        const std::vector<float> output = ranged.ReadAll(), everywhere = whole.ReadAll();
+        ASSERT_EQ(output.size(), audio.size());
+        double worst = 0;
+        for (int64_t i = 0; i < total; i++) {
+            if (i < start || i >= end) {
+                ASSERT_EQ(output[2 * i], audio[2 * i]) << i;
+                ASSERT_EQ(output[2 * i + 1], audio[2 * i + 1]) << i;
+            } else if (i >= start + c.heard_after + 3000) {
+                worst = std::max(worst, double(std::abs(output[2 * i] - everywhere[2 * i])));
+            }
+        }
+        EXPECT_LT(worst, 0.02);
+        EXPECT_NE(output[2 * (start + c.heard_after)], audio[2 * (start + c.heard_after)]);
+        EXPECT_NE(output[2 * end - 2], audio[2 * end - 2]);
+        EXPECT_FALSE(ranged.stack.AltersAudio(start - 1, 10, 0));
+        EXPECT_TRUE(ranged.stack.AltersAudio(start, 10, 0));
+        EXPECT_FALSE(ranged.stack.AltersAudio(end, 10, 0));
+    }
+}
+
+TEST(FilterStages, AnyDivisionIntoReadsGivesTheSameBits) {
+    const int64_t total = 130000;
+    Recording straight(Noise(total, 0.1f, 4));
+    AddEverything(straight);
+    const std::vector<float> expected = straight.ReadAll();
+    ASSERT_EQ(expected.size(), 2 * total);
+    for (unsigned seed : {1u, 2u, 3u}) {
+        Recording recording(straight.source.pairs);
+        AddEverything(recording);
+        std::mt19937 generator(seed);
+        std::vector<float> pieces;
+        while (pieces.size() < expected.size()) {
+            const int32_t n = 1 + int32_t(generator() % (seed == 1 ? 60 : 20000));
+            const std::vector<float> piece = recording.Read(int64_t(pieces.size() / 2), n);
+            ASSERT_FALSE(piece.empty());
+            pieces.insert(pieces.end(), piece.begin(), piece.end());
+        }
+        EXPECT_TRUE(pieces == expected) << "seed " << seed;
+    }
+}
+
+TEST(FilterStages, ReadingAfterAJumpAgreesWithAStraightRun) {
+    const int64_t total = 200000;
+    Recording recording(Noise(total, 0.1f, 5));
+    recording.entry.view_position[1] = 100000;
+    SetHumAndRumble(recording.AddFilter());
+    FilterValues& hiss = recording.AddFilter();
+    hiss.hiss_mode = FILTER_ON;
+    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}});
+    const std::vector<float> straight = recording.ReadAll();
+    for (int64_t position : {150007, 40000, 199000, 8192, 100, 0}) {
+        const std::vector<float> once = recording.Read(position, 1000), again = recording.Read(position, 1000);
+        EXPECT_EQ(once, again) << position;
+        for (size_t i = 0; i < once.size(); i++) {
+            ASSERT_NEAR(once[i], straight[2 * position + i], 0.01) << position << " + " << i / 2;
+        }
+    }
+}
+
+TEST(Denoise, JumpsWithCurvesAloneHitTheSameFrames) {
+    Recording recording(Noise(150000, 0.1f, 6));
+    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}});
+    const std::vector<float> straight = recording.ReadAll();
+    for (int64_t position : {123457, 4095, 4096, 60001}) {
+        const std::vector<float> piece = recording.Read(position, 9000);
+        for (size_t i = 0; i < piece.size(); i++) ASSERT_NEAR(piece[i], straight[2 * position + i], 1e-6) << position;
+    }
+}
+
+TEST(Denoise, OutputHasNoDelayAndTheInputsLengthFromFirstToLastSample) {
+    const int64_t total = 50123;
+    std::vector<float> audio(2 * total);
+    for (int64_t i = 0; i < total; i++) {
+        audio[2 * i] = 0.4f * float(std::sin(0.05 * double(i)));
+        audio[2 * i + 1] = 0.4f * float(std::cos(0.11 * double(i)));
+    }
+    const std::vector<float> faint = Noise(total, 1e-5f, 7);
+    for (size_t i = 0; i < audio.size(); i++) audio[i] = i < 60000 ? faint[i] : audio[i];
+    Recording recording(audio);
+    recording.entry.view_position[1] = 29000;
+    recording.AddFilter().hiss_mode = FILTER_ON;
+    const std::vector<float> output = recording.ReadAll();
+    ASSERT_EQ(output.size(), audio.size());
+    for (int64_t i = 40000; i < total; i++) ASSERT_NEAR(output[2 * i], audio[2 * i], 0.001) << i;
+    EXPECT_EQ(recording.Read(total - 10, 100).size(), 20u);
+    EXPECT_EQ(recording.Read(total, 100).size(), 0u);
+    EXPECT_EQ(recording.Read(total + 1000000, 100).size(), 0u);
+
+    // The first samples are no fade in: a recording that begins loud.
+    std::vector<float> loud(audio.end() - 40000, audio.end());
+    loud.insert(loud.end(), audio.begin(), audio.begin() + 40000);
+    Recording reversed(loud);
+    reversed.entry.view_position[0] = 21000, reversed.entry.view_position[1] = 39000;
+    reversed.AddFilter().hiss_mode = FILTER_ON;
+    const std::vector<float> begins_loud = reversed.ReadAll();
+    for (int64_t i = 0; i < 10000; i++) ASSERT_NEAR(begins_loud[2 * i], loud[2 * i], 0.001) << i;
+}
+
+TEST(Denoise, LowersTheNoiseOfItsSampleAndKeepsTheTone) {
+    const int64_t total = 400000, tone_from = 200000;
+    std::vector<float> audio = Noise(total, 0.003f, 8);
+    for (int64_t i = tone_from; i < total; i++) {
+        for (int channel : {0, 1}) audio[2 * i + channel] += 0.3f * float(std::sin(0.07 * double(i)));
+    }
+    double last = 0;
+    for (int reduction : {0, 4, 8}) {
+        Recording recording(audio);
+        recording.entry.view_position[0] = 10000, recording.entry.view_position[1] = 190000;
+        FilterValues& values = recording.AddFilter();
+        values.hiss_mode = FILTER_ON;
+        values.hiss_reduction = reduction;
+        const std::vector<float> output = recording.ReadAll();
+        const double noise_down = RmsDb(audio, 20000, 180000) - RmsDb(output, 20000, 180000);
+        EXPECT_GT(noise_down, last + 1.0) << reduction;
+        EXPECT_NEAR(RmsDb(output, 220000, 380000), RmsDb(audio, 220000, 380000), 0.05) << reduction;
+        last = noise_down;
+    }
+    EXPECT_GT(last, 7.0);
+}
+
+TEST(Denoise, WithoutANoiseSampleAudioPassesUntouched) {
+    const std::vector<float> audio = Noise(60000, 0.1f, 9);
+    for (int64_t end : {0, 8191}) {
+        Recording recording(audio);
+        recording.entry.view_position[1] = end;
+        recording.AddFilter().hiss_mode = FILTER_ON;
+        EXPECT_EQ(recording.ReadAll(), audio) << "noise stretch of " << end;
+    }
+}
+
+TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
+    const OrvaneTest::TempFolder folder;
+    const std::vector<float> audio = Noise(120000, 0.01f, 10);
+    Recording measured(audio);
+    measured.entry.view_position[1] = 100000;
+    measured.AddFilter().hiss_mode = FILTER_ON;
+    const std::vector<float> expected = measured.ReadAll();
+
+    NoiseMeter meter(kRate);
+    for (int channel : {0, 1}) {
+        const std::vector<float> samples = Channel(audio, channel);
+        for (int i = 0; i < kNoiseFrames; i++) {
+            meter.Add(channel, std::span(samples).subspan(NoiseFrameStart(i, 0, 100000, 8192), 8192));
+        }
+    }
+    const std::string path = folder / "noise.vns";
+    ASSERT_EQ(WriteNoiseFile(path, meter.Finish()), 0);
+    Recording from_file(audio);
+    from_file.AddFilter().hiss_mode = FILTER_ON;
+    from_file.entry.filters.First()->extra = path;
+    EXPECT_EQ(from_file.ReadAll(), expected);
+
+    Recording missing(audio);
+    missing.AddFilter().hiss_mode = FILTER_ON;
+    missing.entry.filters.First()->extra = folder / "none.vns";
+    EXPECT_TRUE(missing.Read(0, 1000).empty());
+    EXPECT_LT(missing.n_read, 0);
+    EXPECT_EQ(GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + (folder / "none.vns") + "</b>");
+    EXPECT_EQ(missing.Read(0, 1000, PCM_NO_DENOISE).size(), 2000u);
+}
+
+TEST(Denoise, FlagsChooseBetweenHissAndCurves) {
+    const std::vector<float> audio = Noise(60000, 0.05f, 11);
+    const auto with = [&](bool hiss, bool curve, uint32_t flags) {
+        Recording recording(audio);
+        recording.entry.view_position[1] = 50000;
+        if (hiss) recording.AddFilter().hiss_mode = FILTER_ON;
+        if (curve) recording.AddCurve({{50, 6}, {1000, 0}});
+        return recording.ReadAll(flags);
+    };
+    const std::vector<float> both = with(true, true, 0), hiss = with(true, false, 0), curve = with(false, true, 0);
+    EXPECT_NE(both, hiss);
+    EXPECT_NE(hiss, audio);
+    EXPECT_EQ(with(true, true, PCM_NO_DENOISE), curve);
+    EXPECT_EQ(with(true, true, PCM_DENOISE_OFF), hiss);
+    EXPECT_EQ(with(true, false, PCM_NO_DENOISE), audio);
+    EXPECT_EQ(with(false, true, PCM_DENOISE_OFF), audio);
+    for (uint32_t flags : {0u | PCM_NO_FILTERS, 0u | PCM_RAW_DOP, 0u | PCM_NO_DENOISE | PCM_DENOISE_OFF}) {
+        EXPECT_EQ(with(true, true, flags), audio) << flags;
+    }
+}
+
+TEST(FilterStages, AStackBuiltWithoutThemNeverAltersAudio) {
+    Recording recording(Noise(1000, 0.1f, 12), kRate, PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR | PCM_NO_FADERS);
+    SetHumAndRumble(recording.AddFilter());
+    recording.AddCurve({{100, 10}});
+    EXPECT_FALSE(recording.stack.AltersAudio(0, 1000, 0));
+    EXPECT_EQ(recording.ReadAll(), recording.source.pairs);
+}
+
+TEST(BiQuadEngine, ChangedSettingsTakeOverAfterTheChangeOver) {
+    const std::vector<float> audio = Noise(40000, 0.1f, 13);
+    Recording recording(audio);
+    const std::vector<float> before = recording.Read(0, 10000);
+    FilterValues& values = recording.AddFilter();
+    SetEqualiser(values);
+    values.preamp_left = values.preamp_right = 0;
+    { const ListChange change(&recording.entry.filters); }
+    std::vector<float> output = recording.Read(10000, 30);
+    const std::vector<float> more = recording.Read(10030, 1000);
+    output.insert(output.end(), more.begin(), more.end());
+    for (int i = 0; i < 2 * BiQuadEngine::kChangeOver; i++) ASSERT_EQ(output[i], audio[20000 + i]) << i;
+    EXPECT_NE(output[2 * BiQuadEngine::kChangeOver], audio[20000 + 2 * BiQuadEngine::kChangeOver]);
+}
+
+TEST(BiQuadEngine, AnotherSettingsEdgeDoesNotDisturbARunningFilter) {
+    Recording alone(Noise(60000, 0.1f, 14));
+    SetHumAndRumble(alone.AddFilter());
+    FilterValues& equaliser = alone.AddFilter();
+    SetEqualiser(equaliser);
+    { const ListChange change(&alone.entry.filters); }
+    const std::vector<float> expected = alone.ReadAll();
+    // Edges of a setting that leaves these filters as they are.
+    alone.AddFilter(20000, 30000).hiss_mode = FILTER_OFF;
+    EXPECT_EQ(alone.ReadAll(), expected);
+}
+
+TEST(FilterSettings, LaterOnesGoOverEarlierOnesModeByMode) {
+    LinkedList<FilterSetting> list;
+    const auto add = [&](int64_t start, int64_t end) -> FilterSetting& {
+        auto* setting = new FilterSetting;
+        Recording::SetTimes(*setting, start, end);
+        list.Append(setting);
+        return *setting;
+    };
+    FilterSetting& everywhere = add(0, 0);
+    everywhere.values.hum_mode = FILTER_ON, everywhere.values.mains_frequency = 50;
+    everywhere.values.eq_mode = FILTER_ON, everywhere.values.bands[3] = 5;
+    FilterSetting& off = add(100, 300);
+    off.values.hum_mode = FILTER_OFF;
+    FilterSetting& hiss = add(200, 400);
+    hiss.values.hiss_mode = FILTER_ON, hiss.values.hiss_reduction = 7, hiss.extra = "a.vns";
+    hiss.values.bands[3] = -9;  // stays out, its mode says no change
+    hiss.absolute_start_time = 1200, hiss.absolute_end_time = 1400;
+
+    struct Case {
+        int64_t position;
+        uint32_t flags;
+        int hum_mode, hiss_mode;
+        int64_t next_change;
+    };
+    for (const Case& c : {Case{0, 0, FILTER_ON, FILTER_NO_CHANGE, 100},
+                          {99, 0, FILTER_ON, FILTER_NO_CHANGE, 100},
+                          {100, 0, FILTER_OFF, FILTER_NO_CHANGE, 200},
+                          {200, 0, FILTER_OFF, FILTER_ON, 300},
+                          {300, 0, FILTER_ON, FILTER_ON, 400},
+                          {400, 0, FILTER_ON, FILTER_NO_CHANGE, kNoChange},
+                          {200, PCM_NO_CUTS, FILTER_OFF, FILTER_NO_CHANGE, 300},
+                          {1200, PCM_NO_CUTS, FILTER_ON, FILTER_ON, 1400}}) {
+        const SettingsAt merged = GetSettingsAt(list, c.position, c.flags);
+        EXPECT_EQ(merged.values.hum_mode, c.hum_mode) << c.position;
+        EXPECT_EQ(merged.values.hiss_mode, c.hiss_mode) << c.position;
+        EXPECT_EQ(merged.next_change, c.next_change) << c.position;
+        EXPECT_EQ(merged.values.bands[3], 5) << c.position;
+        EXPECT_EQ(merged.noise_file, c.hiss_mode == FILTER_ON ? "a.vns" : "") << c.position;
+    }
+}
+
+TEST(FilterSettings, CurvesReplaceEndOrFollowEachOther) {
+    LinkedList<FFTEq> list;
+    const auto add = [&](int64_t start, int64_t end, int mode) {
+        auto* eq = new FFTEq;
+        Recording::SetTimes(*eq, start, end);
+        eq->enable = mode;
+        eq->gain = 24;
+        list.Append(eq);
+        return eq;
+    };
+    using Curves = std::vector<const FFTEq*>;
+    const FFTEq* first = add(0, 0, CURVE_ON);
+    const FFTEq* added = add(100, 500, CURVE_ADD);
+    add(200, 300, CURVE_OFF);
+    add(150, 500, CURVE_NO_CHANGE);
+    const FFTEq* last = add(400, 500, CURVE_ON);
+    struct Case {
+        int64_t position;
+        Curves curves;
+        int64_t next_change;
+    };
+    for (const Case& c : {Case{0, {first}, 100},
+                          {100, {first, added}, 150},
+                          {200, {}, 300},
+                          {300, {first, added}, 400},
+                          {400, {last}, 500},
+                          {500, {first}, kNoChange}}) {
+        const CurvesAt merged = GetCurvesAt(list, c.position, 0);
+        EXPECT_EQ(merged.curves, c.curves) << c.position;
+        EXPECT_EQ(merged.next_change, c.next_change) << c.position;
+        EXPECT_DOUBLE_EQ(merged.Level(), 10.0 * double(c.curves.size())) << c.position;
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
