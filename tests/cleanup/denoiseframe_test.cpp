@@ -45,6 +45,24 @@ TEST(DenoiseFrame, WithoutWorkTheFramesAddUpToTheSignal) {
     for (size_t i = 0; i < signal.size(); i++) ASSERT_NEAR(output[i], signal[i], 0.0005) << i;
 }
 
+TEST(DenoiseFrame, FollowsThePlainModel) {
+    const int block = 64;
+    FFTCurve curve;
+    curve.points = {{100, 0}, {400, 12}, {2000, -20}, {3000, 10}};
+    const FFTCurve* curves[] = {&curve};
+    CurveGains gains(8000, block);
+    gains.SetCurves(curves, 0);
+    DenoiseFrame filter(block);
+    Oracle::PlainFrames plain({gains.GetGains().begin(), gains.GetGains().end()});
+    std::vector<float> output(block / 2);
+    for (unsigned i = 0; i < 5; i++) {
+        const std::vector<float> frame = Noise(block, 1.f, i);
+        filter.Process(1, frame, {nullptr, &gains}, output);
+        const std::vector<double> expected = plain.Process({frame.begin(), frame.end()});
+        for (int k = 0; k < block / 2; k++) ASSERT_NEAR(output[k], expected[k], 2e-6) << i << ", " << k;
+    }
+}
+
 TEST(DenoiseFrame, AToneComesOutWithTheGainOfItsBin) {
     const int rate = 44100, block = 8192;
     CurveGains gains(rate, block);

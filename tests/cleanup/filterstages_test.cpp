@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <functional>
+#include <numbers>
 #include <random>
 
 #include "analog_biquad.h"
@@ -10,6 +11,7 @@
 #include "cleanup/denoise.h"
 #include "cleanup/equaliser.h"
 #include "cleanup/humrumblefilter.h"
+#include "cleanup/recordeq.h"
 #include "collection/listchange.h"
 #include "foundation/lasterror.h"
 #include "memorystream.h"
@@ -308,6 +310,32 @@ TEST(Denoise, JumpsWithCurvesAloneHitTheSameFrames) {
     for (int64_t position : {123457, 4095, 4096, 60001}) {
         const std::vector<float> piece = recording.Read(position, 9000);
         for (size_t i = 0; i < piece.size(); i++) ASSERT_NEAR(piece[i], straight[2 * position + i], 1e-6) << position;
+    }
+}
+
+TEST(Denoise, ACurveIsHeardBehindAHighPass) {
+    const int64_t total = 100000;
+    for (int bin : {0, 4, 10, 186, 1000}) {
+        const double frequency = double(bin) * kRate / 8192;
+        std::vector<float> tone(2 * total);
+        for (size_t i = 0; i < tone.size(); i++) {
+            tone[i] = 0.1f * float(std::cos(2 * std::numbers::pi * bin * double(i / 2) / 8192));
+        }
+        Recording recording(tone);
+        recording.AddCurve(BuildCurve(RecordEq(), 33, 33, SpeedMode::Same)->points);
+        const double level = RmsDb(recording.ReadAll(), 32768, 32768 + 8 * 4096);
+        if (bin == 0) {
+            EXPECT_LT(level, -100);
+            continue;
+        }
+        CurveGains gains(kRate, 8192);
+        const FFTCurve* curves[] = {&recording.entry.fft_eqs.First()->curve};
+        gains.SetCurves(curves, 0);
+        EXPECT_NEAR(
+            level - RmsDb(tone, 32768, 32768 + 8 * 4096),
+            20 * std::log10(gains.GetGains()[bin]) + Oracle::AnalogBiQuadDb(kHighPass, 0, 20, kRate, 2.0, frequency),
+            0.05)
+            << frequency;
     }
 }
 

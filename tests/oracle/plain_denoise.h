@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <numbers>
 #include <vector>
 
 #include "collection/corrections.h"
@@ -86,6 +87,43 @@ private:
     double strength, a;
     std::vector<double> estimate;
     bool seen = false;
+};
+
+// Frames with a gain for every bin, by direct sums: for small blocks.
+class PlainFrames {
+public:
+    explicit PlainFrames(std::vector<double> bin_gains) : gains(std::move(bin_gains)), tail(gains.size() - 1) {}
+
+    std::vector<double> Process(const std::vector<double>& frame) {
+        const int half = int(gains.size()) - 1, n = 2 * half;
+        const double pi = std::numbers::pi;
+        std::vector<std::complex<double>> bins(n);
+        for (int k = 0; k <= half; k++) {
+            for (int i = 0; i < n; i++) {
+                bins[k] +=
+                    frame[i] * (0.5 - 0.5 * std::cos(2 * pi * i / (n - 1))) * std::polar(1.0, -2 * pi * k * i / n);
+            }
+            if (k > 0) bins[k] *= gains[k];
+            if (k > 0 && k < half) bins[n - k] = std::conj(bins[k]);
+        }
+        std::vector<double> work(n), output(half);
+        for (int i = 0; i < n; i++) {
+            std::complex<double> sum;
+            for (int k = 0; k < n; k++) sum += bins[k] * std::polar(1.0, 2 * pi * k * i / n);
+            work[i] = sum.real() / n;
+        }
+        const double first = work[0], last = work[n - 1], z = half - 1;
+        for (int i = 0; i < half; i++) work[i] -= (z - i) / z * first;
+        for (int i = half; i < n; i++) work[i] -= (i - z) / z * last;
+        for (int i = 0; i < half; i++) {
+            output[i] = work[i] + tail[i];
+            tail[i] = work[half + i];
+        }
+        return output;
+    }
+
+private:
+    std::vector<double> gains, tail;
 };
 
 }  // namespace Orvane::Oracle
