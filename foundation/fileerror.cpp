@@ -6,6 +6,7 @@
 
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
+#include "foundation/version.h"
 
 namespace Tesslib {
 namespace {

@@ -8,7 +8,6 @@
 
 namespace Tesslib {
 
-inline constexpr const char* kProgramName = "Orvane";
 
 // Numbers below 30000 are stable: users and logs know them. Texts that never had a number of their own follow from
 // 30000 up. Behind each stand the arguments of its text, in order.

@@ -14,6 +14,7 @@
 #include <memory>
 
 #include "foundation/messages.h"
+#include "foundation/version.h"
 #include "foundation/platform.h"
 
 namespace Tesslib {

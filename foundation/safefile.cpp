@@ -1,6 +1,8 @@
 #include "foundation/safefile.h"
 
 #include <cerrno>
+#include <cstdio>
+#include <vector>
 
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
@@ -44,6 +46,32 @@ int ReplaceFile(std::string_view temporary, std::string_view path, std::string_v
     if (has_backup && old_file == OldFile::Drop) DeleteFile(backup);
     FlushFolderToDisk(FolderOf(path));
     return 0;
+}
+
+int CopyFile(std::string_view from, std::string_view to) {
+    int error = 0;
+    FILE* source = OpenFile(from, "rb", error);
+    if (!source) return FailOpen(from, error);
+    const std::string temporary = TemporaryName(to);
+    FILE* copy = OpenFile(temporary, "wb", error);
+    if (!copy) {
+        fclose(source);
+        return FailOpenForWriting(temporary, error);
+    }
+    int result = 0;
+    std::vector<char> block(1 << 20);
+    while (result == 0) {
+        const size_t n = fread(block.data(), 1, block.size(), source);
+        if (n == 0 && ferror(source)) result = FailRead(from, errno);
+        if (n == 0) break;
+        if (fwrite(block.data(), 1, n, copy) != n) result = FailWrite(to, errno);
+    }
+    fclose(source);
+    if (result == 0 && (error = FlushToDisk(copy)) != 0) result = FailWrite(to, error);
+    if (fclose(copy) != 0 && result == 0) result = FailWrite(to, errno);
+    if (result == 0 && (error = RenameFile(temporary, to)) != 0) result = FailRename(temporary, to, error);
+    if (result != 0) DeleteFile(temporary);
+    return result;
 }
 
 }  // namespace Tesslib

@@ -19,4 +19,7 @@ enum class OldFile { Keep, Drop };  // what becomes of the backup when the new f
 // file still stands, the thread's last error says why, and the result is negative.
 int ReplaceFile(std::string_view temporary, std::string_view path, std::string_view backup, OldFile old_file);
 
+// Copies a file's bytes to `to`, through a temporary file beside it; an existing file is replaced. 0 or a StreamError.
+int CopyFile(std::string_view from, std::string_view to);
+
 }  // namespace Tesslib
