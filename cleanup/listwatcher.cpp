@@ -27,11 +27,11 @@ intptr_t ListWatcher::OnEvent(void* context, int event_id, EventArg a, EventArg,
     if (!self->Watches(list)) return 0;
     if (event_id == EVENT_LIST_CHANGING) {
         self->lock.lock();
-        self->changing = list;
-    } else if (self->changing == list) {
+        ++self->n_changing;
+    } else if (self->n_changing > 0) {
         ORVANE_ASSERT(self->lock.RecursionCount > 0);
         self->ListChanged();
-        self->changing = nullptr;
+        --self->n_changing;
         self->lock.unlock();
     }
     return 0;

@@ -24,7 +24,7 @@ private:
     static intptr_t OnEvent(void* context, int event_id, EventArg a, EventArg b, EventArg c);
 
     CriticalSection& lock;
-    const void* changing = nullptr;  // the list whose change we hold the lock for
+    int n_changing = 0;  // changes for which we hold the lock; they may be nested
 };
 
 }  // namespace Orvane

@@ -7,9 +7,6 @@
 
 namespace Orvane {
 
-// The longest repair, in samples at 44100 Hz.
-constexpr int kMaxRepair = 412;
-
 // Samples of context that a repair of n samples needs on each side, at 44100 Hz: 300 to 1236.
 int RepairContext(int n, bool big_pop);
 

@@ -6,6 +6,7 @@
 
 #include "audiosignals.h"
 #include "cleanup/repairsamples.h"
+#include "collection/corrections.h"
 #include "interpolator_literal.h"
 
 namespace Orvane {

@@ -1,0 +1,324 @@
+#include "cleanup/scanforclicks.h"
+
+#include <algorithm>
+#include <barrier>
+
+#include "cleanup/audiofilter.h"
+#include "cleanup/correctionslist.h"
+#include "cleanup/repairclick.h"
+#include "cleanup/scanblocks.h"
+#include "cleanup/scanreader.h"
+#include "collection/dataobjects.h"
+#include "collection/listchange.h"
+#include "foundation/messages.h"
+#include "foundation/progress.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int64_t kTickNs = 250'000'000;
+constexpr int kMergeWing = 6269;  // samples at 44100 Hz read round a repair that is made again
+
+int PadFor(int64_t n) { return n > 60 ? 6 : 0; }
+
+// One channel of a scan: its detector, its interpolator and the list of what this pass finds.
+class ChannelScan : public ClickSink {
+public:
+    ChannelScan(int channel, int32_t samplerate) : found(channel, samplerate) {}
+
+    // Called with what part of the pass is behind, 0 to 1; false ends the scan.
+    std::function<bool(double)> on_tick;
+    ClickRepairList found;
+    ScanCounts counts;
+    ClickRepairer repairer;
+    ClickDetector detector;
+
+    // False when the scan was ended.
+    bool ScanBlock(const ScanBlocks& blocks, const DetectorTables& tables) {
+        const int channel = found.channel;
+        block = blocks.Channel(channel);
+        source = {blocks.Recording(channel), blocks.read_start() - blocks.offset0(), blocks.read_start(), blocks.read_end(),
+                  &detector};
+        return ScanChannel(block, tables, detector, *this, counts);
+    }
+
+private:
+    RepairResult Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) override {
+        return repairer.RepairClick(source, {start, end, pad, score, big_pop}, found, slot);
+    }
+
+    bool Marker(int type, int64_t start, int64_t end, int value) override {
+        end = std::min(end, start + kMaxRepair);
+        auto marker = std::make_unique<ClickRepair>(static_cast<int16_t>(type), start, end, int16_t{0}, found.samplerate);
+        marker->wiggles = static_cast<int16_t>(value);
+        const AddOutcome outcome = AddRepair(found, marker, slot, type == REPAIR_BP ? ADD_SCANNED_BP : ADD_SCANNED).outcome;
+        return outcome == AddOutcome::Inserted || outcome == AddOutcome::Trimmed;
+    }
+
+    bool Tick(int64_t position) override {
+        const int64_t now = MonotonicNs();
+        if (now < next_tick) return true;
+        next_tick = now + kTickNs;
+        // Within a block the scan runs from its end to its start.
+        const int64_t block_end = block.position + static_cast<int64_t>(block.samples.size()) - 2 * EXTRA_DATA_WING;
+        const double done = static_cast<double>(block.position + std::max<int64_t>(0, block_end - position) - block.first_sample);
+        return on_tick(done / static_cast<double>(block.last_sample - block.first_sample + 1));
+    }
+
+    ChannelBlock block{};
+    RepairSource source;
+    ClickRepair* slot = nullptr;
+    int64_t next_tick = 0;
+};
+
+// A scan of one recording, shared by the threads of its channels. The first of them reads the blocks and merges what a
+// pass has found; the barrier keeps the others out meanwhile.
+class ScanJob {
+public:
+    ScanJob(FileHistoryEntry* entry, FileToPCM* stream, const ScanRequest& request, std::vector<int> channels)
+        : entry(entry),
+          request(request),
+          settings(request.settings.WithDefaults()),
+          tables({settings.sensitivity, settings.percussion_protection, settings.brass_protection}),
+          reader(stream),
+          total(reader.TotalSamples()),
+          channels(std::move(channels)),
+          in_step(static_cast<std::ptrdiff_t>(this->channels.size())) {}
+
+    void Run(int channel) {
+        const bool first = channel == channels.front();
+        for (int pass = 0; pass < settings.passes && !stopped; ++pass) {
+            if (first) BeginPass(pass);
+            for (;;) {
+                if (first) NextBlock();
+                in_step.arrive_and_wait();
+                if (!has_block) break;
+                if (!scans[channel]->ScanBlock(*blocks, tables)) cancelled = true;
+                in_step.arrive_and_wait();
+            }
+            if (first && !stopped) EndPass(pass);
+            in_step.arrive_and_wait();
+        }
+    }
+
+    ScanStats stats;
+    std::atomic<bool> cancelled{false};
+    int error = 0;  // of the reader; the reason is then the first thread's last error
+
+private:
+    void BeginPass(int pass) {
+        const int32_t rate = entry->SampleRate();
+        const int64_t begin = to_ticks(rate, request.first_sample);
+        const int64_t end = request.last_sample < 0 ? total : to_ticks(rate, request.last_sample);
+        blocks = std::make_unique<ScanBlocks>(begin, end, total,
+                                              settings.options & SCAN_EQUALISE ? Equalisation::Riaa : Equalisation::None);
+        for (int channel = 0; channel < 2; ++channel) {
+            scans[channel] = std::make_unique<ChannelScan>(channel, rate);
+            scans[channel]->on_tick = [this, pass](double done) {
+                const double all = (pass + std::clamp(done, 0.0, 1.0)) / settings.passes;
+                Progress::SetPosition(request.progress_base + static_cast<int>(all * request.progress_range));
+                return Progress::Tick();
+            };
+        }
+        scans[0]->found.buddy = &scans[1]->found;
+        scans[1]->found.buddy = &scans[0]->found;
+        if (settings.passes > 1) Progress::Log(fmt::sprintf("\nPass %d", pass + 1));
+    }
+
+    // Only the first thread decides whether the scan goes on, so that all leave their loops at the same step.
+    void NextBlock() {
+        has_block = false;
+        if (cancelled) {
+            stopped = true;
+            return;
+        }
+        const int result = blocks->Next([this](int64_t start, int64_t end, float* left, float* right) {
+            return reader.ReadSamples(start, end, left, right);
+        });
+        if (result < 0) {
+            error = result;
+            stopped = true;
+        }
+        has_block = result > 0;
+    }
+
+    void EndPass(int pass) {
+        int found = 0;
+        const bool last_pass = pass == settings.passes - 1;
+        for (const int channel : channels) {
+            const ChannelScan& scan = *scans[channel];
+            stats.not_repaired += scan.counts.not_repaired;
+            for (const ClickRepair& e : scan.found) {
+                if (e.repair_type == REPAIR_PP) {
+                    stats.pp += last_pass;
+                } else if (e.repair_type == REPAIR_BP) {
+                    stats.bp += pass == 0;
+                } else {
+                    ++found;
+                }
+            }
+        }
+        stats.repaired += found;
+        if (settings.passes > 1) Progress::Log(fmt::sprintf(" - %d clicks found", found));
+        bool told = false;
+        for (const int channel : channels) {
+            ClickRepairList& list = entry->click_repairs[channel];
+            ListChange change(&list);
+            if (list.empty()) {
+                list.Swap(scans[channel]->found);
+                list.dirty = true;
+                continue;
+            }
+            if (!told) Progress::Log("\nMerging corrections list...");
+            told = true;
+            ListChange buddy_change(&entry->click_repairs[1 - channel]);
+            Merge(*scans[channel], list);
+        }
+    }
+
+    // Enters what a pass has found into a list that holds repairs already.
+    void Merge(ChannelScan& scan, ClickRepairList& list) {
+        ClickRepair* slot = nullptr;
+        while (ClickRepair* next = scan.found.First()) {
+            std::unique_ptr<ClickRepair> repair(scan.found.Remove(next));
+            const AddOutcome outcome = AddRepair(list, repair, slot, ADD_MERGED).outcome;
+            if (outcome == AddOutcome::Trimmed && !slot->IsMarker()) {
+                const int16_t type = slot->repair_type;
+                slot->repair_type = REPAIR_RECOMPUTED;
+                MakeAgain(scan, *slot);
+                slot->repair_type = type;
+            } else if (outcome == AddOutcome::Inside) {
+                MakeAgain(scan, *repair);
+                const int64_t offset = repair->absolute_start_time - slot->absolute_start_time;
+                if (repair->samples) std::copy_n(repair->samples.get(), repair->Length(), slot->samples.get() + offset);
+                slot->FindExtremes();
+                list.dirty = true;
+            }
+        }
+    }
+
+    // Solves a repair over the range it now has, on the audio with all other repairs applied.
+    void MakeAgain(ChannelScan& scan, ClickRepair& repair) {
+        const int32_t rate = entry->SampleRate();
+        RepairRequest again;
+        again.start = to_ticks(rate, repair.absolute_start_time);
+        again.end = std::max(again.start, to_ticks(rate, repair.absolute_end_time) - 1);
+        again.cross_fade = PadFor(again.end - again.start + 1);
+        again.score = -1;
+        const int64_t from = std::max<int64_t>(0, again.start - kMergeWing);
+        const int64_t to = std::min(total - 1, again.end + kMergeWing);
+        std::vector<float> audio[2];
+        for (auto& channel : audio) channel.resize(static_cast<size_t>(to - from + 1));
+        const int n = reader.ReadSamples(from, to, audio[0].data(), audio[1].data());
+        if (n <= 0) return;
+        const std::span<const float> signal(audio[scan.found.channel].data(), static_cast<size_t>(n));
+        ClickDetector detector;
+        PrimeDetector(detector, signal, static_cast<int>(again.start - from));
+        const RepairSource source{signal, from, from, from + n - 1, &detector};
+        if (scan.repairer.Recompute(source, again, repair, rate) == RepairResult::Repaired) repair.wiggles = -1;
+    }
+
+    FileHistoryEntry* entry;
+    const ScanRequest& request;
+    const ScanSettings settings;
+    const DetectorTables tables;
+    ScanReader reader;
+    const int64_t total;  // samples at 44100 Hz
+    const std::vector<int> channels;
+    std::barrier<> in_step;
+    std::unique_ptr<ScanBlocks> blocks;
+    std::unique_ptr<ChannelScan> scans[2];
+    bool has_block = false;
+    bool stopped = false;  // written by the first thread while the others wait
+};
+
+class ScanForClicksThread : public WorkerThread {
+public:
+    ScanForClicksThread(ScanJob& job, int channel) : job(job), channel(channel) {}
+
+private:
+    int Work() override {
+        job.Run(channel);
+        if (job.error < 0) SaveError();
+        return 0;
+    }
+    ScanJob& job;
+    const int channel;
+};
+
+void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
+    Progress::Log(fmt::sprintf("%d potential clicks found in %s, of which:\n    %d repaired\n    %d ignored (PP - percussion "
+                               "protection)\n    %d ignored (BP - brass protection)\n",
+                               stats.repaired + stats.pp + stats.bp, entry.GetPath(), stats.repaired, stats.pp, stats.bp));
+}
+
+}  // namespace
+
+bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings) {
+    return entry.click_scan.sensitivity >= 0 && entry.click_scan.SameScan(settings);
+}
+
+void DropRepairs(FileHistoryEntry& entry, uint8_t options) {
+    for (ClickRepairList& list : entry.click_repairs) {
+        ListChange change(&list);
+        for (ClickRepair* e = list.First(); e;) {
+            ClickRepair* next = ClickRepairList::Next(e);
+            const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
+            if (!(options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS))) {
+                list.Delete(e);
+                list.dirty = true;
+            }
+            e = next;
+        }
+    }
+}
+
+ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats) {
+    const ScanSettings settings = request.settings.WithDefaults();
+    stats = {};
+    std::vector<int> channels;
+    for (int channel = 0; channel < 2; ++channel) {
+        if (settings.channels & (1 << channel)) channels.push_back(channel);
+    }
+    if (channels.empty()) return ScanOutcome::NoChannels;
+    const uint8_t only_if_new = settings.options & SCAN_BATCH ? SCAN_BATCH_IF_NEW : SCAN_IF_NEW;
+    if ((settings.options & only_if_new) && ScannedBefore(*entry, settings)) return ScanOutcome::Skipped;
+
+    FileToPCM* stream = GetFileToPCM(entry);
+    if (!stream) return ScanOutcome::Failed;
+    ScanOutcome outcome = ScanOutcome::Done;
+    if (entry->LoadCorrections(true) < 0) {
+        outcome = ScanOutcome::Failed;
+    } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
+        outcome = ScanOutcome::TooSmall;
+    } else if (settings.sensitivity > 0) {
+        DropRepairs(*entry, settings.options);
+        ScanJob job(entry, stream, request, channels);
+        std::vector<std::unique_ptr<ScanForClicksThread>> threads;
+        std::vector<WorkerThread*> running;
+        for (const int channel : channels) {
+            threads.push_back(std::make_unique<ScanForClicksThread>(job, channel));
+            running.push_back(threads.back().get());
+        }
+        WorkerThread::LaunchAll(running);
+        stats = job.stats;
+        entry->flags |= FHE_CORRECTIONS_CHANGED;
+        MarkDirty();
+        if (job.error < 0) {
+            threads.front()->ReportError();
+            outcome = ScanOutcome::Failed;
+        } else if (job.cancelled) {
+            outcome = ScanOutcome::Cancelled;
+        } else {
+            const int32_t earlier = settings.options & SCAN_KEEP_PREVIOUS ? entry->click_scan.total_clicks : 0;
+            entry->click_scan = settings;
+            entry->click_scan.total_clicks = earlier + stats.repaired;
+            LogResult(*entry, stats);
+        }
+        if (entry->SaveCorrections() < 0 && outcome == ScanOutcome::Done) outcome = ScanOutcome::Failed;
+    }
+    ReleaseFileToPCM(entry);
+    return outcome;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,40 @@
+#include "cleanup/scanreader.h"
+
+#include <algorithm>
+
+#include "foundation/muldiv.h"
+#include "tesslib/josconvert.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int32_t kPiece = 32768;
+
+}  // namespace
+
+ScanReader::ScanReader(PCMStream* stream) : stream(stream), pairs(2 * kPiece) {
+    if (stream->GetSampleRate(kScanFlags) != kTicksPerSecond) converter = MakeRef<JOSConvert>(stream, kTicksPerSecond);
+}
+
+int64_t ScanReader::TotalSamples() {
+    return to_ticks(stream->GetSampleRate(kScanFlags), stream->GetTotalSamples(kScanFlags));
+}
+
+int ScanReader::ReadSamples(int64_t start, int64_t end, float* left, float* right) {
+    PCMStream* source = converter ? converter.get() : stream;
+    int total = 0;
+    while (start + total <= end) {
+        const int32_t wanted = static_cast<int32_t>(std::min<int64_t>(kPiece, end - start - total + 1));
+        const int32_t n = source->Read(start + total, pairs.data(), wanted, kScanFlags);
+        if (n < 0) return n;
+        for (int32_t i = 0; i < n; ++i) {
+            left[total + i] = pairs[2 * i];
+            right[total + i] = pairs[2 * i + 1];
+        }
+        total += n;
+        if (n < wanted) break;
+    }
+    return total;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,242 @@
+#include "cleanup/audiofilter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "allocations.h"
+#include "collection/dataobjects.h"
+#include "collection/listchange.h"
+#include "memorystream.h"
+
+namespace Orvane {
+namespace {
+
+using Tesslib::Testing::CountAllocations;
+using Tesslib::Testing::MemoryStream;
+using Tesslib::Testing::ReadAll;
+
+constexpr uint32_t kSaving = PCM_BEST_QUALITY;
+
+std::vector<float> RandomPairs(int n, std::mt19937& random) {
+    std::uniform_real_distribution<float> value(-1, 1);
+    std::vector<float> pairs(2 * static_cast<size_t>(n));
+    for (float& x : pairs) x = value(random);
+    return pairs;
+}
+
+// A recording of random audio whose corrections a test fills in.
+class Chain : public testing::Test {
+protected:
+    Chain() {
+        entry->samplerate = 44100;
+        entry->flags |= FHE_CORRECTIONS_LOADED;
+    }
+
+    void AddRepair(int channel, int64_t start, int64_t end, int16_t type = REPAIR_SCANNER) {
+        auto repair = std::make_unique<ClickRepair>(type, start, end, int16_t{0});
+        auto samples = std::make_unique<int16_t[]>(static_cast<size_t>(end - start));
+        for (int64_t i = 0; i < end - start; ++i) samples[i] = static_cast<int16_t>(random() % 60000 - 30000);
+        if (!repair->IsMarker()) repair->SetSamples(std::move(samples));
+        entry->click_repairs[channel].Append(repair.release());
+    }
+
+    void AddRandomRepairs() {
+        for (int channel = 0; channel < 2; ++channel) {
+            for (int64_t at = 50; at + 500 < kFrames; at += 200 + static_cast<int64_t>(random() % 3000)) {
+                AddRepair(channel, at, at + 1 + static_cast<int64_t>(random() % 150), random() % 8 ? REPAIR_SCANNER : REPAIR_PP);
+            }
+        }
+    }
+
+    // What the chain must give, from arrays alone: repairs laid over, then cut after cut spliced out from the last.
+    std::vector<float> Model(bool repaired, bool cut) const {
+        std::vector<float> pairs = stream->pairs;
+        for (int channel = 0; channel < 2 && repaired; ++channel) {
+            for (const ClickRepair& repair : entry->click_repairs[channel]) {
+                for (int64_t i = 0; i < repair.Length() && repair.Applied(); ++i) {
+                    pairs[2 * (repair.absolute_start_time + i) + channel] = static_cast<float>(repair.samples[i] * (1 / 32767.0));
+                }
+            }
+        }
+        if (!cut) return pairs;
+        std::vector<float> result;
+        int64_t from = 0;  // in the file
+        int64_t offset = 0;
+        for (const CutAndSpliceCorrection& c : entry->cuts) {
+            const int64_t n = c.splice_length;
+            const int64_t fade_at = c.start_time - n / 2 + offset;
+            result.insert(result.end(), pairs.begin() + 2 * from, pairs.begin() + 2 * fade_at);
+            for (int64_t i = 0; i < 2 * n; ++i) {
+                const float w = static_cast<float>(i / 2);
+                const float all = static_cast<float>(n);
+                result.push_back((pairs[2 * fade_at + i] * (all - w) + pairs[2 * (fade_at + c.Length()) + i] * w) / all);
+            }
+            from = fade_at + n + c.Length();
+            offset += c.Length();
+        }
+        result.insert(result.end(), pairs.begin() + 2 * from, pairs.end());
+        return result;
+    }
+
+    // Cuts in order with the room that every splice needs.
+    void AddRandomCuts(int n_cuts) {
+        const int32_t splices[] = {0, 44, 220, 1102, 4410};
+        int64_t at = 6000;
+        for (int i = 0; i < n_cuts; ++i) {
+            const int32_t splice = splices[random() % 5];
+            const int64_t length = splice + 100 + static_cast<int64_t>(random() % 3000);
+            entry->cuts.Add(at, at + length, splice, 44100);
+            at += 6000 + static_cast<int64_t>(random() % 4000);
+        }
+        ASSERT_EQ(entry->cuts.size(), n_cuts);
+    }
+
+    static constexpr int kFrames = 900000;
+    std::mt19937 random{7};
+    AlbumInfo album;
+    RefPtr<FileHistoryEntry> entry{new FileHistoryEntry(&album, nullptr)};
+    RefPtr<MemoryStream> stream{new MemoryStream(44100, RandomPairs(kFrames, random))};
+};
+
+TEST_F(Chain, WithoutCorrectionsGivesTheFileBitForBit) {
+    PCMStack stack(entry.get(), stream.get(), 0, 44100);
+    EXPECT_EQ(ReadAll(stack), stream->pairs);
+    EXPECT_FALSE(stack.AltersAudio(0, kFrames, 0));
+    EXPECT_EQ(stack.GetSampleRate(0), 44100);
+}
+
+TEST_F(Chain, RandomPiecesEqualTheStraightRead) {
+    AddRandomRepairs();
+    AddRandomCuts(50);
+    const uint32_t ways[] = {0, PCM_NO_CLICK_REPAIR, PCM_NO_CUTS, PCM_NO_CUTS | PCM_NO_CLICK_REPAIR, PCM_NO_FILTERS, kSaving};
+    std::vector<float> expected[std::size(ways)];
+    for (size_t i = 0; i < std::size(ways); ++i) {
+        PCMStack straight(entry.get(), stream.get(), PCM_NO_FADERS, 44100);
+        expected[i] = ReadAll(straight, ways[i]);
+        ASSERT_EQ(expected[i], Model(!(ways[i] & PCM_NO_CLICK_REPAIR), !(ways[i] & PCM_NO_CUTS))) << "way " << i;
+    }
+    PCMStack stack(entry.get(), stream.get(), PCM_NO_FADERS | PCM_USE_CACHE, 44100);
+    std::vector<float> piece(2 * 100000);
+    int64_t position = 0;
+    for (int i = 0; i < 3000; ++i) {
+        const size_t way = random() % std::size(ways);
+        const std::vector<float>& all = expected[way];
+        const int64_t total = static_cast<int64_t>(all.size() / 2);
+        if (random() % 3 == 0) position = static_cast<int64_t>(random() % static_cast<uint32_t>(total + 1000));
+        const int32_t n = 1 + static_cast<int32_t>(random() % (i % 5 ? 3000 : 100000));
+        const int32_t got = stack.Read(position, piece.data(), n, ways[way] | (random() % 2 ? 0u : uint32_t{PCM_USE_CACHE}));
+        ASSERT_EQ(got, std::clamp<int64_t>(total - position, 0, n)) << position;
+        ASSERT_TRUE(std::equal(piece.begin(), piece.begin() + 2 * got, all.begin() + 2 * std::min(position, total)))
+            << position << " + " << n << " way " << way;
+        position += got;
+    }
+}
+
+TEST_F(Chain, CutsThatCrowdEachOtherFadeInTurn) {
+    entry->cuts.Add(10000, 20000, 4410, 44100);
+    entry->cuts.Add(11000, 30000, 4410, 44100);
+    PCMStack stack(entry.get(), stream.get(), 0, 44100);
+    const std::vector<float> straight = ReadAll(stack);
+    EXPECT_EQ(static_cast<int64_t>(straight.size() / 2), stack.GetTotalSamples(0));
+    std::vector<float> piece(2 * 3000);
+    for (int64_t position = 20000; position > 4000; position -= 777) {
+        ASSERT_EQ(stack.Read(position, piece.data(), 3000, 0), 3000);
+        ASSERT_TRUE(std::equal(piece.begin(), piece.end(), straight.begin() + 2 * position)) << position;
+    }
+}
+
+TEST_F(Chain, ACutToTheEndOfTheFileFadesIntoWhatIsThereAndEnds) {
+    entry->cuts.Add(kFrames - 5000, kFrames - 100, 1000, 44100);
+    PCMStack stack(entry.get(), stream.get(), 0, 44100);
+    const int64_t total = stack.GetTotalSamples(0);
+    std::vector<float> piece(2 * 8000);
+    EXPECT_EQ(stack.Read(total - 2000, piece.data(), 8000, 0), 2000);
+    EXPECT_EQ(stack.Read(total - 3, piece.data(), 8000, 0), 3);
+    EXPECT_EQ(stack.Read(total, piece.data(), 8000, 0), 0);
+}
+
+TEST_F(Chain, SwapsChannelsUnlessTold) {
+    entry->flags2 |= FHE_SWAP_CHANNELS;
+    PCMStack stack(entry.get(), stream.get(), 0, 44100);
+    float pair[2];
+    ASSERT_EQ(stack.Read(5, pair, 1, 0), 1);
+    EXPECT_EQ(pair[0], stream->pairs[11]);
+    EXPECT_EQ(pair[1], stream->pairs[10]);
+    EXPECT_TRUE(stack.AltersAudio(0, 1, 0));
+    ASSERT_EQ(stack.Read(5, pair, 1, PCM_NO_SWAP), 1);
+    EXPECT_EQ(pair[0], stream->pairs[10]);
+    EXPECT_FALSE(stack.AltersAudio(0, 1, PCM_NO_SWAP));
+}
+
+TEST_F(Chain, SaysWhereItAltersAudio) {
+    AddRepair(1, 5000, 5100);
+    AddRepair(0, 9000, 9100, REPAIR_BP);
+    PCMStack stack(entry.get(), stream.get(), 0, 44100);
+    struct Case {
+        int64_t position, n_samples;
+        uint32_t flags;
+        bool alters;
+    };
+    for (const Case& c : {Case{0, 5000, 0, false}, {0, 5001, 0, true}, {5099, 1, 0, true}, {5100, 10000, 0, false},
+                          {5000, 10, PCM_NO_CLICK_REPAIR, false}, {0, 10, 0, false}, {8000, 5000, 0, false}}) {
+        EXPECT_EQ(stack.AltersAudio(c.position, c.n_samples, c.flags), c.alters) << c.position << " + " << c.n_samples;
+    }
+}
+
+TEST_F(Chain, ConvertsTheRateAndCountsItsFrames) {
+    PCMStack stack(entry.get(), stream.get(), 0, 48000);
+    EXPECT_EQ(stack.GetSampleRate(0), 48000);
+    EXPECT_EQ(stack.GetTotalSamples(0), MulDiv64(kFrames, 48000, 44100));
+    EXPECT_EQ(static_cast<int64_t>(ReadAll(stack).size() / 2), stack.GetTotalSamples(0));
+}
+
+TEST_F(Chain, ReadsOnWithoutTakingMemory) {
+    AddRandomRepairs();
+    AddRandomCuts(20);
+    PCMStack stack(entry.get(), stream.get(), PCM_USE_CACHE, 44100);
+    std::vector<float> piece(2 * 4096);
+    auto ReadThrough = [&] {
+        for (int64_t position = 0; stack.Read(position, piece.data(), 4096, 0) > 0; position += 4096) {
+        }
+    };
+    ReadThrough();
+    const int64_t before = CountAllocations();
+    ReadThrough();
+    EXPECT_EQ(CountAllocations(), before);
+}
+
+// One thread reads while another changes the lists. Every block must be one version: with the repair and its level of
+// `version`, or without it.
+TEST_F(Chain, AReaderSeesOneVersionOfTheLists) {
+    std::fill(stream->pairs.begin(), stream->pairs.end(), 0.0f);
+    PCMStack stack(entry.get(), stream.get(), PCM_NO_FADERS, 44100);
+    std::atomic<bool> done{false};
+    std::thread reader([&] {
+        std::vector<float> piece(2 * 1000);
+        while (!done) {
+            ASSERT_EQ(stack.Read(1000, piece.data(), 1000, 0), 1000);
+            for (int i = 0; i < 1000; ++i) ASSERT_EQ(piece[2 * i], piece[0]);
+        }
+    });
+    for (int i = 1; i <= 10000; ++i) {
+        ListChange change(&entry->click_repairs[0]);
+        entry->click_repairs[0].Clear();
+        if (i % 3 == 0) continue;
+        auto repair = std::make_unique<ClickRepair>(REPAIR_PATCH, 900, 2100, int16_t{0});
+        auto samples = std::make_unique<int16_t[]>(1200);
+        std::fill_n(samples.get(), 1200, static_cast<int16_t>(i));
+        repair->SetSamples(std::move(samples));
+        entry->click_repairs[0].Append(repair.release());
+    }
+    done = true;
+    reader.join();
+}
+
+}  // namespace
+}  // namespace Orvane
