@@ -1,0 +1,175 @@
+#include "cleanup/patchmethods.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+
+#include "audiosignals.h"
+
+namespace Orvane {
+namespace {
+
+using OrvaneTest::Music;
+using OrvaneTest::Noise;
+using OrvaneTest::SignalToErrorDb;
+
+constexpr PatchMethod kMethods[] = {PatchMethod::APA, PatchMethod::AR, PatchMethod::FFT};
+
+// Music with a stretch full of crackle.
+struct Damaged {
+    std::vector<float> original, signal;
+    int first, last;
+};
+
+Damaged MakeDamaged(uint64_t seed, int n, double peak = 0.5) {
+    const int context = PatchContext(n);
+    Damaged d{Music(seed, 2 * context + n, peak), {}, context, context + n - 1};
+    d.signal = d.original;
+    Noise noise(seed);
+    for (int i = d.first; i <= d.last; i++) {
+        if (noise.Below(20) == 0) d.signal[i] += static_cast<float>(0.3 * noise.Normal());
+    }
+    return d;
+}
+
+void ExpectBoundedAndOutsideUntouched(const std::vector<float>& patched, const std::vector<float>& before, int first,
+                                      int last, const std::string& what) {
+    for (int i = 0; i < static_cast<int>(patched.size()); i++) {
+        if (i < first || i > last) {
+            ASSERT_EQ(patched[i], before[i]) << what << " at " << i;
+        } else {
+            ASSERT_LE(std::abs(patched[i]), 1.0f) << what << " at " << i;
+        }
+    }
+}
+
+// 5, 50 and 250 ms. The synthetic methods make up audio of the right kind, so that only the AR method comes near the
+// original; it is the one to pick.
+TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
+    struct Case {
+        int n;
+        double least_ar_db;
+    };
+    for (const Case& c : {Case{220, 15}, {2205, 8}, {11025, 4}}) {
+        double ar_db = 0, best_db = 0;
+        const int rounds = c.n > 10000 ? 1 : 4;
+        for (uint64_t seed = 1; seed <= static_cast<uint64_t>(rounds); seed++) {
+            const Damaged damaged = MakeDamaged(seed, c.n);
+            double most = -1000;
+            const auto db = [&](const std::vector<float>& patched) {
+                return SignalToErrorDb(damaged.original.data() + damaged.first, patched.data() + damaged.first, c.n);
+            };
+            for (PatchMethod method : kMethods) {
+                auto patched = damaged.signal;
+                Patch(method, patched, damaged.first, damaged.last);
+                ExpectBoundedAndOutsideUntouched(patched, damaged.signal, damaged.first, damaged.last, "patch");
+                EXPECT_GT(db(patched), -6) << "as loud as the music, no more; method " << static_cast<int>(method);
+                if (method == PatchMethod::AR) ar_db += db(patched) / rounds;
+                most = std::max(most, db(patched));
+            }
+            auto patched = damaged.signal;
+            PatchBest(patched, damaged.first, damaged.last);
+            best_db += (db(patched) - most) / rounds;
+        }
+        EXPECT_GT(ar_db, c.least_ar_db) << c.n;
+        EXPECT_GT(best_db, -1) << "the pick against the best there was, n " << c.n;
+        RecordProperty("ar_db_" + std::to_string(c.n), std::to_string(ar_db));
+    }
+}
+
+TEST(Patch, ShortStretchesAndPlacesAtTheEndsOfARecordingAreSane) {
+    const auto music = Music(9, 30000);
+    for (int n : {2, 3, 59, 60, 61, 119, 120, 121, 122, 1500}) {
+        for (int first : {0, 1, 40, 30000 - n - 1, 30000 - n}) {
+            for (PatchMethod method : kMethods) {
+                auto patched = music;
+                Patch(method, patched, first, first + n - 1);
+                const auto what = "method " + std::to_string(static_cast<int>(method)) + " n " + std::to_string(n) +
+                                  " at " + std::to_string(first);
+                ExpectBoundedAndOutsideUntouched(patched, music, first, first + n - 1, what);
+            }
+        }
+    }
+}
+
+TEST(Patch, OneSampleIsTheMeanOfItsNeighboursAndNoneIsNothing) {
+    const std::vector<float> signal = {0.1f, 0.2f, 0.9f, 0.4f, -0.3f, 0.0f, 0.0f};
+    for (PatchMethod method : kMethods) {
+        auto patched = signal;
+        Patch(method, patched, 2, 2);
+        EXPECT_FLOAT_EQ(patched[2], 0.3f);
+        Patch(method, patched, 0, 0);
+        EXPECT_FLOAT_EQ(patched[0], 0.2f) << "with one neighbour";
+        patched = signal;
+        Patch(method, patched, 3, 2);
+        EXPECT_EQ(patched, signal);
+    }
+}
+
+TEST(Patch, ArKeepsASteadyToneInPlaceAtEveryDecimation) {
+    for (int n : {2, 30, 60, 61, 90, 120, 121, 125, 400}) {
+        std::vector<float> tone(8000);
+        Noise noise(n);
+        for (size_t i = 0; i < tone.size(); i++) {
+            tone[i] = static_cast<float>(0.6 * std::sin(0.06 * static_cast<double>(i)) + 1e-4 * noise.Normal());
+        }
+        auto patched = tone;
+        std::fill_n(patched.begin() + 4000, n, 0.95f);
+        PatchAR(patched, 4000, 4000 + n - 1);
+        for (int i = 4000; i < 4000 + n; i++)
+            ASSERT_NEAR(patched[i], tone[i], 0.02) << "n " << n << " sample " << i - 4000;
+    }
+}
+
+// The mean of two spectra is the spectrum of the mean.
+TEST(Patch, FftIsTheMeanOfBothSidesBetweenItsFades) {
+    const Damaged d = MakeDamaged(4, 1000);
+    auto patched = d.signal;
+    PatchFFT(patched, d.first, d.last);
+    const int size = 1024, middle = (size - 1000) / 2;
+    for (int i = 0; i < 1000; i++) {
+        const int from_end = std::min(i, 999 - i);
+        const double w = std::min(1.0, from_end / 100.0);
+        const double mean = (d.signal[d.first - size + middle + i] + d.signal[d.last + 1 + middle + i]) / 2.0;
+        ASSERT_NEAR(patched[d.first + i], (1 - w) * d.signal[d.first + i] + w * mean, 1e-5) << i;
+    }
+}
+
+TEST(Patch, ApaGoesFromTheWindowBeforeToTheWindowAfter) {
+    const Damaged d = MakeDamaged(5, 1000);
+    auto patched = d.signal;
+    PatchAPA(patched, d.first, d.last);
+    EXPECT_NEAR(patched[d.first], d.signal[d.first - 1024], 5e-3);
+    EXPECT_NEAR(patched[d.last], d.signal[d.last + 1], 5e-3);
+    int repeated = 0;
+    for (int i = d.first + 11; i < d.last; i++) repeated += patched[i] == patched[i - 1];
+    EXPECT_NEAR(repeated, 495, 3);
+}
+
+TEST(Patch, WhatIsLouderThanFullScaleIsHeld) {
+    Damaged d = MakeDamaged(6, 700, 1.8);
+    for (PatchMethod method : kMethods) {
+        auto patched = d.signal;
+        Patch(method, patched, d.first, d.last);
+        ExpectBoundedAndOutsideUntouched(patched, d.signal, d.first, d.last, "loud");
+    }
+}
+
+TEST(PatchMismatch, RisesWithEveryKindOfMisfit) {
+    const Damaged d = MakeDamaged(7, 2000);
+    const double fitting = PatchMismatch(d.original, d.first, d.last);
+    const auto spoilt = [&](auto change) {
+        auto signal = d.original;
+        for (int i = d.first; i <= d.last; i++) signal[i] = static_cast<float>(change(signal[i], i));
+        return PatchMismatch(signal, d.first, d.last);
+    };
+    Noise noise(1);
+    EXPECT_LT(fitting, 4);
+    EXPECT_GT(spoilt([](float, int) { return 0; }), fitting + 20) << "silence";
+    EXPECT_GT(spoilt([](float v, int) { return v / 2; }), fitting + 3) << "too soft";
+    EXPECT_GT(spoilt([&](float v, int) { return v + 0.01 * noise.Normal(); }), fitting + 10) << "noise";
+    EXPECT_GT(spoilt([](float v, int) { return v + 0.2; }), fitting + 5) << "a step at each end";
+}
+
+}  // namespace
+}  // namespace Orvane
