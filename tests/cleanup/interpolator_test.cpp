@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "allocations.h"
 #include "audiosignals.h"
 #include "cleanup/repairsamples.h"
 #include "collection/corrections.h"
@@ -199,6 +200,23 @@ TEST(Interpolator, HoldsAndReportsWhatOvershoots) {
         for (int i = 0; i < n; i++) ASSERT_LE(std::abs(out[i]), 1.0f) << n;
         EXPECT_EQ(out[n / 2], 1.0f) << n;
     }
+}
+
+TEST(Interpolator, TakesNoMemoryForSizesItHasSeen) {
+    Interpolator interpolator;
+    std::vector<Job> jobs;
+    for (int n : {412, 59, 119}) jobs.push_back(MakeJob(TestAudio(0, 3, 4000), n));
+    std::vector<float> out(kMaxGap + 3);
+    const auto repair_all = [&] {
+        for (const Job& job : jobs) {
+            (void)interpolator.Interpolate(job.signal, job.click_start, job.click_end, job.fade, job.big_pop, out,
+                                           kKeepNeighbours);
+        }
+    };
+    repair_all();
+    const int64_t before = Tesslib::Testing::CountAllocations();
+    repair_all();
+    EXPECT_EQ(Tesslib::Testing::CountAllocations(), before);
 }
 
 TEST(Interpolator, SilenceStaysSilentAndWhatIsNoNumberIsSingular) {
