@@ -49,6 +49,12 @@ int SkipLoud(std::span<const float> samples, int i, int direction) {
     return i;
 }
 
+double SumOfSquares(std::span<const double> data) {
+    double sums[4] = {};
+    for (size_t i = 0; i < data.size(); ++i) sums[i % 4] += data[i] * data[i];
+    return sums[0] + sums[1] + sums[2] + sums[3];
+}
+
 }  // namespace
 
 int CountSwings(std::span<const float> samples, int start, int end, int limit, double factor) {
@@ -72,9 +78,13 @@ LowBandEnergy::LowBandEnergy() {
     ComputeBiQuad(high_pass, kHighPass, 0.0, 32.0, kSampleRate, 2.0);
 }
 
-double LowBandEnergy::EnergyOf(std::span<double> data, int first_sample, const ClickDetector& detector) const {
+// 0 if it is below `least` for certain: none of the sections amplifies any frequency, so that the output's energy
+// is at most the input's. (The margin is for rounding.)
+double LowBandEnergy::EnergyOf(std::span<double> data, int first_sample, double least,
+                               const ClickDetector& detector) const {
     const int no_gap = static_cast<int>(data.size()) + 3;
     RemoveNeighbours(data, no_gap, no_gap, 1, detector, first_sample);
+    if (SumOfSquares(data) * 1.001 < least) return 0.0;
     BiQuadFilter low = low_pass, high_1 = high_pass, high_2 = high_pass, high_3 = high_pass;
     double energy = 0.0;
     for (double x : data) {
@@ -94,13 +104,13 @@ int LowBandEnergy::EnergyRatio(std::span<const float> samples, int start, int en
     std::array<double, kAfter> after;
     const int after_first = SkipLoud(samples, end + 1, 1);
     copy(after_first, after);
-    const double a = EnergyOf(after, after_first, detector);
+    const double a = EnergyOf(after, after_first, limit / 5.0, detector);
     if (limit * 3 > a * 15.0) return 0;
 
     std::array<double, kBefore> before;
     const int before_first = SkipLoud(samples, start - kBefore, -1);
     copy(before_first, before);
-    const double b = EnergyOf(before, before_first, detector);
+    const double b = EnergyOf(before, before_first, 0.0, detector);
     // Silence before the candidate divides by zero, and music that sets in out of nothing is a stroke too.
     const double ratio = a * kBefore * 60.0 / (b * kAfter * limit);
     return ratio < kLargest ? static_cast<int>(ratio) : static_cast<int>(kLargest);

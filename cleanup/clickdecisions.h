@@ -23,7 +23,7 @@ public:
     int EnergyRatio(std::span<const float> samples, int start, int end, int limit, const ClickDetector& detector) const;
 
 private:
-    double EnergyOf(std::span<double> data, int first_sample, const ClickDetector& detector) const;
+    double EnergyOf(std::span<double> data, int first_sample, double least, const ClickDetector& detector) const;
     BiQuadFilter low_pass, high_pass;
 };
 

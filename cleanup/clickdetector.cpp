@@ -46,7 +46,7 @@ inline Pair RoughnessOfSums(Pair sums) {
 }
 
 // True if a[k] > factor * b[k] for any k below n.
-inline bool AnyAbove(const double* a, const double* b, double factor, int n) {
+inline bool AnyExceeds(const double* a, const double* b, double factor, int n) {
     int k = 0;
     bool any = false;
 #if defined(__SSE2__)
@@ -98,14 +98,14 @@ void ClickDetector::RunTile(const float* samples, int from, int to, double* diff
     sums = {diff_sum, roughness_sum};
 }
 
-void ClickDetector::MarkGroups(int from, int to, double release) {
+void ClickDetector::MarkGroups(int from, int to, double level) {
     for (int low = to; low <= from;) {
         int end = std::min((low / kGroup + 1) * kGroup, from + 1);
         const double* mean = mean_at.data() + low;
         const double* rough = roughness_at.data() + low;
         auto group = static_cast<size_t>(low / kGroup);
-        release_groups[group] |= AnyAbove(rough + (kRoughnessLag - kMeanLag), mean, release, end - low);
-        pulse_groups[group] |= AnyAbove(rough, mean, kPulseLevel, end - low);
+        above_groups[group] |= AnyExceeds(rough + (kRoughnessLag - kMeanLag), mean, level, end - low);
+        pulse_groups[group] |= AnyExceeds(rough, mean, kPulseLevel, end - low);
         low = end;
     }
 }
@@ -116,7 +116,7 @@ void ClickDetector::Run(std::span<const float> samples, int from, int to, double
     roughness_at.resize(std::max(roughness_at.size(), n + kMeanWindow));
     mean_at.resize(roughness_at.size());
     std::fill_n(roughness_at.begin() + static_cast<ptrdiff_t>(n), kMeanWindow, 0.0);
-    release_groups.assign(n / kGroup + 1, 0);
+    above_groups.assign(n / kGroup + 1, 0);
     pulse_groups.assign(n / kGroup + 1, 0);
     lowest = to;
     highest = from;
@@ -126,29 +126,34 @@ void ClickDetector::Run(std::span<const float> samples, int from, int to, double
     for (int high = from; high >= to;) {
         int low = std::max(high / kTile * kTile, to);
         RunTile(samples.data(), high, low, diff_sq.data(), sums);
-        MarkGroups(high, low, release);
+        MarkGroups(high, low, std::min(release, kNeighbourLevel));
         high = low - 1;
         // The next tile's lowest step is at the array's start again.
         int next_low = std::max(high / kTile * kTile, to);
-        std::copy_n(diff_sq.begin(), kDiffWindow, diff_sq.begin() + (low - next_low));
+        std::copy_backward(diff_sq.begin(), diff_sq.begin() + kDiffWindow,
+                           diff_sq.begin() + kDiffWindow + (low - next_low));
     }
 }
 
 void PrimeDetector(ClickDetector& detector, std::span<const float> samples, int first) {
-    constexpr double kNoRelease = 1e300;
     detector.Run(samples, static_cast<int>(samples.size()) - 2, std::max(first - EXTRA_DATA_WING + 1, 0) + 1,
-                 kNoRelease);
+                 ClickDetector::kNeighbourLevel);
 }
 
 void RemoveNeighbours(std::span<double> data, int gap_first, int gap_last, int step, const ClickDetector& detector,
                       int first_sample) {
-    constexpr int kGapMargin = 3;
+    constexpr int kGapMargin = 3, kMeanOffset = EXTRA_DATA_WING - kMeanLag;
     const int gap_start = gap_first * step - kGapMargin, gap_end = gap_last * step + kGapMargin;
     int run_end = -1, bad_end = -1;
     for (int i = static_cast<int>(data.size()) * step - 1; i >= 0; --i) {
+        const int mean_step = first_sample + i - kMeanOffset;
+        if (run_end < 0 && !detector.AnyAbove(mean_step)) {
+            i -= std::max(mean_step, 0) % ClickDetector::kGroup;
+            continue;
+        }
         if (i < gap_start || i >= gap_end) {
             auto [e, mean] = detector.LevelOf(first_sample + i);
-            if (e > 3.0 * mean) {
+            if (e > ClickDetector::kNeighbourLevel * mean) {
                 run_end = std::max(run_end, i);
                 if (e > 10.0 * mean) bad_end = run_end;
                 continue;

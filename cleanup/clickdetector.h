@@ -26,7 +26,7 @@ class ClickDetector {
 public:
     // Steps over `samples` from index `from` down to `to` with all sums at zero before. Needs
     // 1 <= to <= from <= samples.size() - 2. `release`: how many times the mean a sample's roughness must
-    // exceed to be worth a look (see AnyAboveRelease). Keeps no reference to `samples`; allocates only when
+    // exceed to be worth a look (see AnyAbove). Keeps no reference to `samples`; allocates only when
     // a run is longer than all before.
     void Run(std::span<const float> samples, int from, int to, double release);
 
@@ -45,11 +45,15 @@ public:
         return {roughness(step + kRoughnessLag), local_mean(step + kMeanLag)};
     }
 
-    // Steps are looked at in groups of kGroup. False: no sample that a step of the group reports on is above
-    // `release` times its mean / no step's own roughness is above kPulseLevel times its own mean.
+    // Steps come in groups of kGroup. A sample is above kNeighbourLevel or `release` times the mean around it only if
+    // its mean's step is in a group with AnyAbove; a step's roughness is above kPulseLevel times its own mean
+    // only in a group with AnyPulse.
     static constexpr int kGroup = 64;
+    static constexpr double kNeighbourLevel = 3.0;
     static constexpr double kPulseLevel = 2.85;
-    bool AnyAboveRelease(int mean_step) const { return release_groups[static_cast<size_t>(mean_step / kGroup)]; }
+    bool AnyAbove(int mean_step) const {
+        return mean_step >= lowest && mean_step <= highest && above_groups[static_cast<size_t>(mean_step / kGroup)];
+    }
     bool AnyPulse(int step) const { return pulse_groups[static_cast<size_t>(step / kGroup)]; }
 
 private:
@@ -57,11 +61,11 @@ private:
         double diff_sum = 0.0, roughness_sum = 0.0;
     };
     void RunTile(const float* samples, int from, int to, double* diff_sq, Sums& sums);
-    void MarkGroups(int from, int to, double release);
+    void MarkGroups(int from, int to, double level);
 
     // Indexed by step, with zeros for the steps above the first.
     std::vector<double> roughness_at, mean_at;
-    std::vector<uint8_t> release_groups, pulse_groups;
+    std::vector<uint8_t> above_groups, pulse_groups;
     int lowest = 0, highest = -1;
 };
 

@@ -87,7 +87,7 @@ bool ChannelScan::Run() {
 void ChannelScan::ScanStretch(int from, int to) {
     for (int i = from; i >= to; --i) {
         const int mean_step = i + kMeanLag;
-        if (!in_click && pending < 0 && !detector.AnyAboveRelease(mean_step)) {
+        if (!in_click && pending < 0 && !detector.AnyAbove(mean_step)) {
             i -= mean_step % ClickDetector::kGroup;
             continue;
         }

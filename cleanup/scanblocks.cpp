@@ -88,7 +88,7 @@ int ScanBlocks::Fill(const SampleReader& read, int64_t end) {
 // The sections carry on from block to block, so each sample passes through them once.
 void ScanBlocks::Equalise(int index, int n) {
     for (size_t c = 0; c < 2; ++c) {
-        auto& [curve, high_pass] = sections[c];
+        BiQuadFilter &curve = sections[c][0], &high_pass = sections[c][1];
         auto from = unfiltered[c].begin() + index;
         std::transform(from, from + n, buffers[c].begin() + index, [&curve = curve, &high_pass = high_pass](float x) {
             return static_cast<float>(high_pass.Process(curve.Process(static_cast<double>(x))));

@@ -103,7 +103,7 @@ struct NamedSignal {
 };
 
 std::vector<NamedSignal> AllSignals() {
-    constexpr int kLength = 120000;
+    constexpr int kLength = 70000;
     std::vector<NamedSignal> signals;
     auto add = [&](std::string name, std::vector<float> x, bool sixteen_bits) {
         if (sixteen_bits) Quantise(x);
@@ -124,7 +124,7 @@ std::vector<NamedSignal> AllSignals() {
     for (int at = 100; at < kLength - 100; at += 100) AddClick(pulses, at, 3, at % 5000 == 0 ? 0.4 : 0.03);
     add("pulses", pulses, false);
     std::vector<float> wide = Noise(kLength, 0.001, 9);
-    for (int at = 20000, width = 100; at < 100000; at += 7000, width += 60) {
+    for (int at = 20000, width = 100; at < 65000; at += 7000, width += 100) {
         std::vector<float> burst = Noise(width, 0.5, static_cast<uint32_t>(at));
         std::copy(burst.begin(), burst.end(), wide.begin() + at);
     }
@@ -172,6 +172,22 @@ TEST(ClickDetector, GivesThePlainFormsBits) {
                 ASSERT_EQ(fast.roughness(i + kRoughnessLag), plain_e) << signal.name << " at " << i;
                 ASSERT_EQ(fast.local_mean(i + kMeanLag), plain_mean) << signal.name << " at " << i;
             }
+        }
+    }
+}
+
+TEST(ClickDetector, MayEndAnywhere) {
+    const std::vector<float> x = Music(12000, 6);
+    for (int to : {1, 2, 13, 1010, 1015, 1020, 1023, 1024, 1025, 9000}) {
+        ClickDetector fast;
+        Literal::Detector plain;
+        fast.Run(x, 9001, to, 2.75);
+        double mean;
+        for (int i = 9001; i >= to; --i) plain.Detect(x, i, mean, -1, 0.8);
+        for (int step = to; step <= std::min(to + 1100, 9001); ++step) {
+            ASSERT_EQ(fast.roughness(step), plain.RoughnessOf(step + EXTRA_DATA_WING - kRoughnessLag))
+                << to << " " << step;
+            ASSERT_EQ(fast.local_mean(step), plain.MeanOf(step + EXTRA_DATA_WING - kMeanLag)) << to << " " << step;
         }
     }
 }
