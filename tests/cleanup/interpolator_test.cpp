@@ -80,7 +80,7 @@ TEST(Interpolator, GivesTheSameStoredSamplesAsTheLiteralForm) {
     std::vector<float> out, expected;
     int samples = 0, off_by_one = 0;
     for (int kind = 0; kind < 4; kind++) {
-        for (int n = 1; n <= 412; n += n < 70 ? 3 : 31) {
+        for (int n = 1; n <= 412; n += n < 70 ? 3 : 57) {
             for (bool big_pop : {false, true}) {
                 const Job job = MakeJob(TestAudio(kind, n, 3000), n, big_pop);
                 const RepairResult result = Repair(interpolator, job, out);

@@ -78,9 +78,9 @@ TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
 }
 
 TEST(Patch, ShortStretchesAndPlacesAtTheEndsOfARecordingAreSane) {
-    const auto music = Music(9, 30000);
+    const auto music = Music(9, 9000);
     for (int n : {2, 3, 59, 60, 61, 119, 120, 121, 122, 1500}) {
-        for (int first : {0, 1, 40, 30000 - n - 1, 30000 - n}) {
+        for (int first : {0, 1, 40, 9000 - n - 1, 9000 - n}) {
             for (PatchMethod method : kMethods) {
                 auto patched = music;
                 Patch(method, patched, first, first + n - 1);
