@@ -14,6 +14,9 @@
 
 namespace Tesslib {
 
+// The name of the private frame, chunk or comment whose text says how a file was made.
+inline constexpr std::string_view kPrivateTag = "ORVT";
+
 enum OpenMode : int {
     OM_NONE = 0,
     OM_PROBE = 1,  // open for the reading of tags only: the header is not read

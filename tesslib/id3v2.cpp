@@ -89,4 +89,16 @@ std::string ReadID3v2Text(std::span<const uint8_t> block, std::string_view frame
     return {};
 }
 
+std::vector<uint8_t> MakeID3v2Text(std::string_view frame_id, std::string_view text) {
+    const auto payload = static_cast<uint32_t>(text.size() + 1);  // the encoding stands in front
+    const auto size = static_cast<uint32_t>(kHeaderSize + payload);
+    std::vector<uint8_t> block = {'I', 'D', '3', 3, 0, 0};
+    for (int shift = 21; shift >= 0; shift -= 7) block.push_back(static_cast<uint8_t>(size >> shift & 0x7F));
+    block.insert(block.end(), frame_id.begin(), frame_id.end());
+    for (int shift = 24; shift >= 0; shift -= 8) block.push_back(static_cast<uint8_t>(payload >> shift));
+    block.insert(block.end(), {0, 0, 0});  // two bytes of flags, and the encoding: Latin 1
+    block.insert(block.end(), text.begin(), text.end());
+    return block;
+}
+
 }  // namespace Tesslib

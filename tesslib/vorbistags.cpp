@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "foundation/text.h"
+#include "tesslib/filestream.h"
 
 namespace Tesslib {
 

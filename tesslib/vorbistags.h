@@ -31,9 +31,6 @@ struct VorbisTags {
     }
 };
 
-// The comment that holds the program's own text.
-inline constexpr std::string_view kPrivateTag = "ORVT";
-
 // True for a name of one or more printable ASCII characters, "=" excluded, that is followed by "=".
 bool IsLegalComment(std::string_view comment);
 
