@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -26,10 +27,9 @@ struct Span {
 AddOutcome ModelAdd(std::vector<Span>& list, Span c, int mode) {
     AddOutcome outcome = AddOutcome::Inserted;
     std::vector<Span> kept;
-    bool inserted = false;
-    for (const Span& original : list) {
-        Span e = original;
-        const bool meets = !inserted && c.start < e.end && e.start < c.end;
+    for (size_t i = 0; i < list.size(); ++i) {
+        Span e = list[i];
+        const bool meets = c.start < e.end && e.start < c.end;
         if (!meets) {
             kept.push_back(e);
             continue;
@@ -41,7 +41,11 @@ AddOutcome ModelAdd(std::vector<Span>& list, Span c, int mode) {
         if (c_yields) {
             const int64_t from = tail ? e.end : c.start;
             const int64_t to = head ? e.start : c.end;
-            if (!(head || tail) || to - from <= 2 * c.cross_fade) return AddOutcome::Refused;
+            if (!(head || tail) || to - from <= 2 * c.cross_fade) {
+                kept.insert(kept.end(), list.begin() + static_cast<std::ptrdiff_t>(i), list.end());
+                list = kept;  // what it had displaced before it came here stays away
+                return AddOutcome::Refused;
+            }
             c.Keep(from, to);
             outcome = AddOutcome::Trimmed;
             kept.push_back(e);

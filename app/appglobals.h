@@ -1,0 +1,36 @@
+// The program's few process-wide objects, and the folders and settings known before anything else runs.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "collection/dataobjects.h"
+
+namespace Orvane {
+
+enum class RecordState { IDLE, WAITING, RECORDING, STOPPING };
+extern RecordState gRecord;
+
+// Each has one owner, the main thread, and is reachable from everywhere. The open collection is gAlbumSet, the job in
+// progress gWorkerThreadPool; what autosave goes by stands with the collection's file (steering_file.h).
+struct AppGlobals {
+    std::string documents_folder;
+    std::string music_folder;
+    std::string recordings_folder;  // the default home of recordings, in the documents
+    std::string output_folder;      // "Output Directory"
+    bool append_collection_output = true;
+    int32_t sort_order = 0;         // "Sort Album List By"
+    bool show_release_number = true;
+    bool closing = false;           // the collection is being torn down on the way out
+    int screen = 0;                 // the one to show first
+};
+extern AppGlobals gApp;
+
+// The title bar's text: the dirty marker, the collection, the program's name, and the current album.
+std::string TitleBarText();
+
+// The processor's measured speed, at least 1; long jobs on slow machines report less often by it. Measured on the first
+// call, which takes 200 ms.
+int32_t CpuRatio();
+
+}  // namespace Orvane

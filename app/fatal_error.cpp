@@ -1,0 +1,67 @@
+#include "app/fatal_error.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string>
+
+#include "collection/dataobjects.h"
+#include "collection/steering_file.h"
+#include "foundation/assert.h"
+#include "foundation/host.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/platform.h"
+
+namespace Orvane {
+
+bool in_fatal_error_handler = false;
+
+namespace {
+
+std::atomic<bool> entered{false};
+
+AssertAnswer OnAssert(const char* condition, const char* file, int line) {
+    FatalError(fmt::sprintf("Assert failed: %s\n%s, line %d", condition, FileNameOf(file), line).c_str());
+}
+
+[[noreturn]] void OnTerminate() {
+    std::string what = "unhandled exception";
+    if (std::exception_ptr exception = std::current_exception()) {
+        try {
+            std::rethrow_exception(exception);
+        } catch (const std::bad_alloc&) {
+            what = "out of memory";
+        } catch (const std::exception& e) {
+            what = e.what();
+        } catch (...) {
+        }
+    }
+    FatalError(what.c_str());
+}
+
+}  // namespace
+
+void InstallFatalErrorHooks() {
+    SetAssertHook(OnAssert);
+    std::set_terminate(OnTerminate);
+}
+
+void FatalError(const char* what) {
+    // A fault inside the handler, or on a second thread meanwhile, ends the process at once.
+    if (entered.exchange(true)) std::_Exit(255);
+    in_fatal_error_handler = true;
+    LogLine(what);
+    Messages().Ask({FormatMessage(Msg::FatalError, what), Buttons::Ok, Severity::Error, {}});
+    if (gAlbumSet && gAlbumSet->dirty) {
+        Message question{FormatMessage(Msg::SaveChangedFile, gAlbumSet->path), Buttons::YesNo, Severity::Warning, {}};
+        if (Messages().Ask(question) == Answer::Yes && SaveCollection(gAlbumSet->path, *gAlbumSet, true)) {
+            ShowMessage(std::string(MessageText(Msg::SavedNowClosing)), Severity::Information);
+        }
+    }
+    std::fflush(nullptr);
+    std::_Exit(255);
+}
+
+}  // namespace Orvane

@@ -1,0 +1,198 @@
+#include "save/save_albums.h"
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+
+#include "collection/albumset.h"
+#include "foundation/criticalsection.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/progress.h"
+#include "foundation/safefile.h"
+#include "foundation/settings.h"
+#include "foundation/workerthread.h"
+#include "save/tracknames.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int kMaxThreads = 64;
+
+std::string LengthText(int64_t ticks) {
+    int64_t seconds = (ticks + kTicksPerSecond / 2) / kTicksPerSecond;
+    return fmt::sprintf("%d:%02d", seconds / 60, seconds % 60);
+}
+
+std::string Red(const std::string& text) { return "<fg color=#ff0000>" + text + "</fg>"; }
+
+// What the workers of an album's job share. The album is only read; the rest is guarded by the lock.
+class AlbumJob {
+public:
+    AlbumJob(AlbumInfo& album, const SaveSettings& settings, std::vector<int> tracks)
+        : album(album), settings(settings), names(TrackFileNames(album, settings)) {
+        for (int track : tracks) {
+            results.push_back({&album, track, names[track], SAVE_NEEDED, {}});
+            total_ticks += Ticks(track);
+        }
+    }
+
+    // Saves tracks until none is left or the user has cancelled.
+    void Work() {
+        for (;;) {
+            SavedTrack* next;
+            {
+                Locked guard(lock);
+                if (Progress::Cancelled() || next_result == results.size()) return;
+                next = &results[next_result++];
+            }
+            Save(*next);
+            std::string line = Line(*next);
+            if (!line.empty()) Progress::Log(line);
+        }
+    }
+
+    std::vector<SavedTrack> results;
+
+private:
+    int64_t Ticks(int track) const { return album.tracks[track].FadeEnd() - album.tracks[track].FadeStart(); }
+
+    void Save(SavedTrack& saved) {
+        saved.status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
+        int64_t told = 0;  // of this track, in ticks
+        auto Tell = [&](int64_t ticks) {
+            Locked guard(lock);
+            done_ticks += ticks - told;
+            told = ticks;
+            if (total_ticks > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done_ticks, 1000, total_ticks)));
+        };
+        if (saved.status == SAVE_NEEDED) {
+            auto OnProgress = [&](int64_t done, int64_t total) {
+                Tell(total > 0 ? MulDiv64(Ticks(saved.track), done, total) : 0);
+                return Progress::Tick();
+            };
+            saved.status = WriteTrack(album, saved.track, settings, saved.file, OnProgress, saved.message);
+        }
+        Tell(Ticks(saved.track));
+    }
+
+    std::string Line(const SavedTrack& saved) const {
+        std::string what = fmt::sprintf("Saving track: %s (%s)", album.tracks[saved.track].title, LengthText(Ticks(saved.track)));
+        switch (saved.status) {
+            case SAVE_DONE: return what + " - <fg color=#00a000>done</fg> \n";
+            case SAVE_PARTIAL: return what + " - <fg color=#ff8000>partially saved</fg> \n";
+            case SAVE_ALREADY: return what + " - Track already saved\n";
+            case SAVE_SKIPPED:
+            case SAVE_CANCELLED: return {};
+            case SAVE_NO_BREAK: return what + " - " + saved.message + "\n";
+            default: return what + " - " + Red(saved.message) + "\n";
+        }
+    }
+
+    AlbumInfo& album;
+    const SaveSettings& settings;
+    const std::vector<std::string> names;
+    CriticalSection lock;
+    size_t next_result = 0;
+    int64_t total_ticks = 0;
+    int64_t done_ticks = 0;
+};
+
+class SaveAlbumTrackThread : public WorkerThread {
+public:
+    explicit SaveAlbumTrackThread(AlbumJob& job) : job(job) {}
+
+private:
+    int Work() override {
+        job.Work();
+        return 0;
+    }
+    AlbumJob& job;
+};
+
+// Copies the album's cover beside its tracks as folder.jpg.
+void CopyAlbumArt(const AlbumInfo& album, const std::string& folder) {
+    if (album.art_file.empty() || !GetSetting("Generate Folder.jpg", 1)) return;
+    std::string art = NativePath(album.art_file);
+    if (!IsAbsolutePath(art) && album.set) art = JoinPath(album.set->side_folder, art);
+    std::string extension = ExtensionOf(art);
+    if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return;
+    std::string target = JoinPath(folder, "folder.jpg");
+    FileInfo from, to;
+    if (GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time) return;
+    if (CopyFile(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
+}
+
+void Count(const SavedTrack& saved, SaveResult& result) {
+    switch (saved.status) {
+        case SAVE_DONE: ++result.n_saved; break;
+        case SAVE_ALREADY: ++result.n_already_saved; break;
+        case SAVE_PARTIAL: ++result.n_partially_saved; break;
+        case SAVE_SKIPPED: ++result.n_skipped; break;
+        case SAVE_NEEDED:
+        case SAVE_CANCELLED: break;
+        default: ++result.n_failed;
+    }
+}
+
+}  // namespace
+
+int MaxThreads() {
+    int threads = GetSetting("Max Threads", 4);
+    if (threads <= 0) threads = kMaxThreads;
+    return std::clamp(threads, 1, std::max(1, std::min(kMaxThreads, ProcessorCount())));
+}
+
+SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings& settings, int n_threads,
+                      const std::vector<int>& only_tracks) {
+    if (n_threads <= 0) n_threads = MaxThreads();
+    SaveResult result;
+    int64_t started = MonotonicNs();
+    for (AlbumInfo* album : albums) {
+        if (Progress::Cancelled()) break;
+        std::vector<int> tracks = only_tracks;
+        if (tracks.empty()) {
+            for (int i = 0; i < album->tracks.size(); ++i) tracks.push_back(i);
+        }
+        int n = std::clamp<int>(static_cast<int>(tracks.size()), 1, n_threads);
+        Progress::Log(fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
+        AlbumJob job(*album, settings, tracks);
+        ++album->running_jobs;
+        std::vector<std::unique_ptr<SaveAlbumTrackThread>> workers;
+        std::vector<WorkerThread*> running;
+        for (int i = 0; i < n; ++i) {
+            workers.push_back(std::make_unique<SaveAlbumTrackThread>(job));
+            running.push_back(workers.back().get());
+        }
+        WorkerThread::LaunchAll(running);
+        --album->running_jobs;
+
+        SaveResult of_album;
+        for (SavedTrack& saved : job.results) {
+            if (saved.status == SAVE_NEEDED) saved.status = SAVE_CANCELLED;
+            Count(saved, of_album);
+            Count(saved, result);
+            if (saved.status == SAVE_DONE || saved.status == SAVE_PARTIAL) CopyAlbumArt(*album, FolderOf(saved.file));
+            result.tracks.push_back(saved);
+        }
+        bool all_well = of_album.n_failed == 0 && of_album.n_partially_saved == 0 && !Progress::Cancelled() &&
+                        only_tracks.empty() && of_album.n_saved + of_album.n_already_saved > 0;
+        if (all_well && GetSetting("Update Status On Save", 1)) {
+            bool burned = album->status == STATUS_BURNED || album->status == STATUS_BURNED_AND_SAVED;
+            SetStatus(*album, burned ? STATUS_BURNED_AND_SAVED : STATUS_SAVED, true);
+        }
+    }
+    result.cancelled = Progress::Cancelled();
+    if (result.cancelled) {
+        Progress::Log(std::string(MessageText(Msg::Cancelled)) + "\n");
+        return result;
+    }
+    Progress::Log(fmt::sprintf("\n<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
+                               result.n_saved, LengthText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
+                               result.n_already_saved, result.n_partially_saved, result.n_skipped));
+    Progress::Log(fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
+                               "Explorer</l>\n", settings.output_folder, settings.output_folder));
+    return result;
+}
+
+}  // namespace Orvane

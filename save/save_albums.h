@@ -1,0 +1,38 @@
+// Saving all tracks of albums with several threads.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "save/save_track.h"
+
+namespace Orvane {
+
+struct SavedTrack {
+    AlbumInfo* album;
+    int track;  // index
+    std::string file;
+    SaveTrackStatus status;
+    std::string message;  // why it failed, in mark-up
+};
+
+struct SaveResult {
+    std::vector<SavedTrack> tracks;  // in the order of albums and tracks
+    int n_saved = 0;
+    int n_already_saved = 0;
+    int n_partially_saved = 0;
+    int n_skipped = 0;
+    int n_failed = 0;
+    bool cancelled = false;
+};
+
+// "Max Threads" (0 or below: 64), held to 64 and to the number of processors, at least 1.
+int MaxThreads();
+
+// Saves the tracks of `albums` as one job, album by album, with its lines in the progress log, and moves the status of
+// albums that went well. `only_tracks` limits it to some tracks (indices) of a single album; empty means all. `n_threads`
+// 0 is MaxThreads. Main thread; it stays alive meanwhile. Progress::Begin and End are the caller's.
+SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings& settings, int n_threads = 0,
+                      const std::vector<int>& only_tracks = {});
+
+}  // namespace Orvane

@@ -1,0 +1,277 @@
+#include "save/save_track.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/safefile.h"
+#include "foundation/settings.h"
+#include "foundation/text.h"
+#include "save/track_tags.h"
+#include "save/tracknames.h"
+#include "save/trackstream.h"
+#include "tesslib/aiffile.h"
+#include "tesslib/flacfile.h"
+#include "tesslib/id3v2.h"
+#include "tesslib/oggfile.h"
+#include "tesslib/wavfile.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int32_t kBlock = 0x4000;           // pairs moved at once
+constexpr int64_t kReportNs = 250'000'000;   // progress is told no more often
+constexpr size_t kMaxFileName = 251;         // bytes of a name that, with the temporary file's mark, file systems take
+
+constexpr std::string_view kNotRecorded =
+    "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the recording).</fg>  You can "
+    "delete it in the <b>Split Tracks window</b> if you no longer want it.";
+constexpr std::string_view kNoBreak =
+    "<fg color=#ff0000>No track break has yet been defined for this track.</fg>  To add track breaks, click on the "
+    "<b>Split Tracks</b> tab and then place a red marker at the end of each track.";
+
+std::string Sha256Hex(std::string_view text) {
+    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+    unsigned int length = 0;
+    EVP_Digest(text.data(), text.size(), digest.data(), &length, EVP_sha256(), nullptr);
+    std::string hex;
+    for (unsigned int i = 0; i < length; ++i) hex += fmt::sprintf("%02x", digest[i]);
+    return hex;
+}
+
+// Every decision about the recording that is heard in its tracks.
+std::string CorrectionsText(const FileHistoryEntry& entry) {
+    std::string text = fmt::sprintf("%d|", entry.SwapChannels());
+    for (const CutAndSpliceCorrection& cut : entry.cuts) {
+        text += fmt::sprintf("c%d,%d,%d|", cut.absolute_start_time, cut.absolute_end_time, cut.splice_length);
+    }
+    for (const FilterSetting& filter : entry.filters) {
+        const FilterValues& v = filter.values;
+        text += fmt::sprintf("f%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%s", filter.absolute_start_time,
+                             filter.absolute_end_time, v.hiss_mode, v.hiss_reduction, v.hiss_quality, v.hum_mode,
+                             v.mains_frequency, v.rumble_mode, v.eq_mode, v.preamp_left, v.preamp_right, v.dc_offset_only,
+                             v.filter_harmonics, filter.extra);
+        for (int32_t band : v.bands) text += fmt::sprintf(",%d", band);
+        if (v.hiss_mode == FILTER_ON) text += fmt::sprintf(",%d,%d", entry.view_position[0], entry.view_position[1]);
+    }
+    for (const FFTEq& eq : entry.fft_eqs) {
+        text += fmt::sprintf("e%d,%d,%d,%d", eq.absolute_start_time, eq.absolute_end_time, eq.enable, eq.gain);
+        for (const FFTCurve::Point& point : eq.curve.points) text += fmt::sprintf(",%.2f:%.4f", point.freq, point.gain);
+    }
+    FileInfo crd;
+    if (GetFileInfo(entry.CorrectionsPath(), crd) == 0) text += fmt::sprintf("r%d,%d", crd.size, crd.time);
+    return text;
+}
+
+int32_t Channels(const AlbumInfo& album) {
+    if (album.channel_mode & CHANNELS_MONO) return 1;
+    std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    bool mono = std::all_of(recordings.begin(), recordings.end(), [](auto* entry) { return entry->channels == 1; });
+    return !recordings.empty() && mono ? 1 : 2;
+}
+
+// The format a track is written in: what the user chose, bent to what the class can hold.
+struct TrackFormat {
+    int32_t samplerate;
+    int32_t bit_depth;
+    int32_t n_channels;
+};
+TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, const FileStream& writer) {
+    FileOptions options = settings.options;
+    TrackFormat format{0, 0, Channels(album)};
+    options.Resolve(settings.Format(), format.samplerate, format.bit_depth);
+    if (settings.samplerate) format.samplerate = settings.samplerate;
+    if (settings.bit_depth) format.bit_depth = settings.bit_depth;
+    std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    if (!format.samplerate) format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
+    if (!format.bit_depth) {
+        for (const FileHistoryEntry* entry : recordings) format.bit_depth = std::max<int32_t>(format.bit_depth, entry->bits);
+    }
+    writer.AdjustFormat(format.samplerate, format.bit_depth, format.n_channels);
+    return format;
+}
+
+uint32_t SaveFlags(const SaveSettings& settings) {
+    return PCM_BEST_QUALITY | (settings.options.save_corrections ? 0 : PCM_NO_CLICK_REPAIR | PCM_NO_FILTERS);
+}
+
+void SetTags(FileStream& writer, const AlbumInfo& album, int track, const std::string& signature) {
+    if (auto* flac = dynamic_cast<FLACFile*>(&writer)) {
+        flac->SetTagData(MakeVorbisTags(album, track, signature));
+    } else if (auto* ogg = dynamic_cast<OggFile*>(&writer)) {
+        ogg->SetTagData(MakeVorbisTags(album, track, signature));
+    } else {
+        writer.tags = MakeID3v2Text(kPrivateTag, signature);
+    }
+}
+
+}  // namespace
+
+const char* SaveStatusText(SaveTrackStatus status) {
+    switch (status) {
+        case SAVE_DONE: return "saved";
+        case SAVE_ALREADY: return "already saved";
+        case SAVE_PARTIAL: return "partially saved";
+        case SAVE_SKIPPED: return "skipped";
+        case SAVE_CANCELLED: return "cancelled";
+        default: return "failed";
+    }
+}
+
+SaveSettings SaveSettings::FromStore(const AlbumSet* set) {
+    SaveSettings settings;
+    settings.options = FileOptions::Load(OptionsContext::SaveTracks);
+    settings.output_folder = GetStringSetting("Output Directory", MusicFolder());
+    if (set && GetSetting("Append Collection Output", 1)) {
+        settings.output_folder = JoinPath(settings.output_folder, FileNameOf(WithoutExtension(set->path)));
+    }
+    return settings;
+}
+
+RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
+    if (format == FF_WAV) return RefPtr<FileStream>(new WAVFile(options.wav_options));
+    RefPtr<FileStream> writer = MakeFileStream(format);
+    if (auto* flac = dynamic_cast<FLACFile*>(writer.get())) flac->SetCompressionLevel(options.Row(FF_FLAC).level);
+    if (auto* ogg = dynamic_cast<OggFile*>(writer.get())) ogg->SetQuality(options.Row(FF_OGG).level);
+    return writer;
+}
+
+std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings) {
+    std::string name_template = settings.name_template.empty() ? TemplateFor(album) : settings.name_template;
+    std::string_view extension = GetFileFormatInfo(settings.Format()).extension;
+    std::vector<std::string> names;
+    std::set<std::string> taken;
+    for (int track = 0; track < album.tracks.size(); ++track) {
+        std::string name = ExpandTemplate(name_template, album, track, NamePart::WholePath, settings.Format());
+        if (name.empty()) name = fmt::sprintf("%02d", track + 1);
+        std::string unique = name;
+        for (int i = 2; !taken.insert(LowerAscii(unique)).second; ++i) unique = fmt::sprintf("%s (%d)", name, i);
+        names.push_back(JoinPath(settings.output_folder, unique + std::string(extension)));
+    }
+    return names;
+}
+
+std::string TrackFileSignature(const AlbumInfo& album, int track, const SaveSettings& settings) {
+    const ALBUMTRACK& t = album.tracks[track];
+    std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    FileTime recorded = recordings.empty() ? 0 : recordings.front()->file_time;
+    std::string more = settings.options.ToText() + fmt::sprintf("|%d,%d|%d|", settings.options.save_corrections,
+                                                                settings.bit_depth, album.channel_mode);
+    int32_t silence_start, silence_end;
+    GetTrackSilence(album, track, 0, silence_start, silence_end);
+    more += fmt::sprintf("%d,%d|", silence_start, silence_end);
+    for (const std::string& comment : MakeVorbisTags(album, track, {}).comments) more += comment + "\n";
+    for (const FileHistoryEntry* entry : recordings) {
+        FileInfo info;
+        if (GetFileInfo(entry->GetPath(), info) == 0) more += fmt::sprintf("%d,%d,", info.size, info.time);
+        if (settings.options.save_corrections) more += CorrectionsText(*entry);
+    }
+    std::string text = fmt::sprintf("%d/%d/%d/%d/%d/%d/%s", recorded, t.start, t.end, t.filter_flags, t.fade_in, t.fade_out,
+                                    more);
+    RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
+    if (writer) text += fmt::sprintf("%d", OutputFormat(album, settings, *writer).samplerate);
+    return Sha256Hex(text);
+}
+
+SaveTrackStatus CheckTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
+                           std::string& message) {
+    const ALBUMTRACK& t = album.tracks[track];
+    if (t.excluded) return SAVE_SKIPPED;
+    if (settings.Format() == FF_DFF || settings.Format() == FF_DSF) {
+        message = "Orvane cannot save a PCM recording as a DSD file, sorry.";
+        return SAVE_CANNOT_HOLD;
+    }
+    RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
+    if (!writer) {
+        message = GetLastError().text;
+        return SAVE_CANNOT_HOLD;
+    }
+    if (FileNameOf(filename).size() > kMaxFileName || filename.size() >= 4096) {
+        message = "Filename is too long";
+        return SAVE_FAILED;
+    }
+    if (t.IsEmpty()) {
+        message = kNoBreak;
+        return SAVE_NO_BREAK;
+    }
+    bool good = FileExists(filename) && writer->ReadTags(filename) == TrackFileSignature(album, track, settings);
+    return good ? SAVE_ALREADY : SAVE_NEEDED;
+}
+
+int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode, const SaveProgress& progress) {
+    std::vector<float> block(static_cast<size_t>(kBlock) * 2);
+    int64_t total = stream.GetTotalSamples(flags);
+    int64_t next_report = MonotonicNs() + kReportNs;
+    for (int64_t position = 0;;) {
+        int32_t n = stream.Read(position, block.data(), kBlock, flags);
+        if (n < 0) return n;
+        if (n == 0) return 0;
+        if (channel_mode & (CHANNELS_LEFT_ONLY | CHANNELS_RIGHT_ONLY)) {
+            int from = channel_mode & CHANNELS_LEFT_ONLY ? 0 : 1;
+            for (int32_t i = 0; i < n; ++i) block[2 * i + 1 - from] = block[2 * i + from];
+        } else if (channel_mode & CHANNELS_MONO) {
+            MixToMono(block.data(), n, block.data());
+        }
+        if (int64_t written = file.Write(block.data(), n); written < 0) return static_cast<int>(written);
+        position += n;
+        if (!progress || MonotonicNs() < next_report) continue;
+        if (!progress(position, total)) return 1;
+        next_report = MonotonicNs() + kReportNs;
+    }
+}
+
+SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
+                           const SaveProgress& progress, std::string& message) {
+    RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
+    TrackFormat format = OutputFormat(album, settings, *writer);
+    uint32_t flags = SaveFlags(settings);
+    RefPtr<TrackPCMStream> stream = MakeTrackPCMStream(&album, track, flags, format.samplerate, 0);
+    int64_t total = stream->GetTotalSamples(flags);
+    if (total <= 0) {
+        message = kNotRecorded;
+        return SAVE_NO_BREAK;
+    }
+    auto Fail = [&] {
+        message = GetLastError().text;
+        return SAVE_FAILED;
+    };
+    if (int error = CreateFolders(FolderOf(filename))) {
+        FailCreateFolder(FolderOf(filename), error);
+        return Fail();
+    }
+    if (writer->SetSBC(format.samplerate, format.bit_depth, format.n_channels) < 0) return Fail();
+    SetTags(*writer, album, track, TrackFileSignature(album, track, settings));
+    std::string temporary = TemporaryName(filename);
+    if (writer->Open(temporary, OM_CREATE, 0, 0, total) < 0) return Fail();
+    if (progress && !progress(0, total)) {
+        writer->Close(CLOSE_FAILED_AND_DELETE);
+        return SAVE_CANCELLED;
+    }
+    int result = CopySamples(*stream, *writer, flags, album.channel_mode, progress);
+    if (result != 0) {
+        LastError reason = GetLastError();
+        writer->Close(CLOSE_FAILED_AND_DELETE);
+        SetLastError(reason);
+        return result > 0 ? SAVE_CANCELLED : Fail();
+    }
+    if (!writer->Close(CLOSE_FINISH)) {
+        DeleteFile(temporary);
+        return Fail();
+    }
+    if (int error = RenameFile(temporary, filename)) {
+        FailRename(temporary, filename, error);
+        DeleteFile(temporary);
+        return Fail();
+    }
+    if (progress) progress(total, total);
+    // Rounding of times can cost a frame or two; more than a millisecond is missing music.
+    bool partial = stream->WantedSamples() - stream->MusicSamples(flags) > format.samplerate / 1000;
+    return partial ? SAVE_PARTIAL : SAVE_DONE;
+}
+
+}  // namespace Orvane
