@@ -3,12 +3,12 @@
 #include <FLAC/metadata.h>
 
 #include <algorithm>
-#include <bit>
 #include <cerrno>
 
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
 #include "foundation/text.h"
+#include "tesslib/samples.h"
 
 namespace Tesslib {
 
@@ -56,15 +56,6 @@ bool SetPicture(FLAC__StreamMetadata* block, const PICTURE& picture) {
            FLAC__metadata_object_picture_is_legal(block, nullptr);
 }
 
-// Nearest, halves to even; a magnitude of 1.0 or more gives the extreme of its sign, NaN the negative one. The product
-// of a float and a scale of 24 bits is exact in a double, so that nothing is rounded twice.
-int32_t RoundToInt(float value, double scale) {
-    value = value > -1.0f ? value : -1.0f;
-    value = value < 1.0f ? value : 1.0f;
-    // Adding this puts the unit of the sum at 1, and the integer into its low bits.
-    return static_cast<int32_t>(std::bit_cast<int64_t>(value * scale + 0x1.8p52));
-}
-
 }  // namespace
 
 void FLACEncoder::Deleter::operator()(FLAC__StreamMetadata* block) const {
@@ -87,6 +78,7 @@ FLACEncoder::FLACEncoder(FILE* file, std::string_view filename, const FLACFormat
     if (estimate > 0) FLAC__stream_encoder_set_total_samples_estimate(e, static_cast<FLAC__uint64>(estimate));
     SetMetadata(tags);
     input.resize(size_t{kChunk} * static_cast<size_t>(format.n_channels));
+    if (format.n_channels == 1) mono.resize(kChunk);
     FLAC__StreamEncoderInitStatus init_status =
         FLAC__stream_encoder_init_stream(e, OnWrite, OnSeek, OnTell, nullptr, this);
     ORVANE_ASSERT(init_status == FLAC__STREAM_ENCODER_INIT_STATUS_OK || fault != 0);
@@ -119,15 +111,14 @@ void FLACEncoder::SetMetadata(const VorbisTags& tags) {
 
 int64_t FLACEncoder::Write(const float* pairs, int32_t n_samples) {
     const int64_t start = position;
-    const double scale = (1 << (format.bit_depth - 1)) - 1;
     for (int32_t done = 0; done < n_samples && fault == 0; done += kChunk) {
         const int32_t n = std::min(kChunk, n_samples - done);
         const float* in = pairs + 2 * static_cast<ptrdiff_t>(done);
-        if (format.n_channels == 2) {
-            for (int32_t i = 0; i < 2 * n; ++i) input[i] = RoundToInt(in[i], scale);
-        } else {
-            for (int32_t i = 0; i < n; ++i) input[i] = RoundToInt((in[2 * i] + in[2 * i + 1]) * 0.5f, scale);
+        if (format.n_channels == 1) {
+            for (int32_t i = 0; i < n; ++i) mono[i] = (in[2 * i] + in[2 * i + 1]) * 0.5f;
+            in = mono.data();
         }
+        FloatsToInts(in, n * format.n_channels, format.bit_depth, input.data());
         bool ok = FLAC__stream_encoder_process_interleaved(encoder.get(), input.data(), static_cast<uint32_t>(n));
         if (!ok && fault == 0) Fail(EIO);
     }

@@ -57,6 +57,7 @@ private:
     std::vector<std::unique_ptr<FLAC__StreamMetadata, Deleter>> metadata;  // the encoder points into it
     std::unique_ptr<FLAC__StreamEncoder, Deleter> encoder;
     std::vector<int32_t> input;
+    std::vector<float> mono;
     int64_t position = 0;
     int fault = 0;
 };

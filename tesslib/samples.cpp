@@ -121,6 +121,18 @@ struct EncodeFloat32 {
     }
 };
 
+// Integers of kBits in words of the processor's own, for the encoders that take them so.
+template <int kBits>
+struct EncodeWords {
+    static constexpr int kBytes = 4;
+    static ORVANE_INLINE void Block(const float* in, uint8_t* out, bool) {
+        Longs rounded;
+        ScaleAndRound(in, (1 << (kBits - 1)) - 1, rounded);
+        Words v = __builtin_convertvector(rounded, Words);
+        std::memcpy(out, &v, sizeof(v));
+    }
+};
+
 // v / (2^n - 1) as v * 2^-n, which is exact, and the rest of the series 2^-n + 2^-2n + 2^-3n. That gives the float
 // nearest to the quotient for every integer of n + 1 bits, without a division or double precision.
 struct Decode16 {
@@ -236,6 +248,9 @@ ORVANE_CONVERTER(EncodeTo16, EncodeAll, Encode16, float, uint8_t)
 ORVANE_CONVERTER(EncodeTo24, EncodeAll, Encode24, float, uint8_t)
 ORVANE_CONVERTER(EncodeToInt32, EncodeAll, EncodeInt32, float, uint8_t)
 ORVANE_CONVERTER(EncodeToFloat32, EncodeAll, EncodeFloat32, float, uint8_t)
+ORVANE_CONVERTER(EncodeToWords16, EncodeAll, EncodeWords<16>, float, uint8_t)
+ORVANE_CONVERTER(EncodeToWords20, EncodeAll, EncodeWords<20>, float, uint8_t)
+ORVANE_CONVERTER(EncodeToWords24, EncodeAll, EncodeWords<24>, float, uint8_t)
 ORVANE_CONVERTER(DecodeFrom16, DecodeAll, Decode16, uint8_t, float)
 ORVANE_CONVERTER(DecodeFrom24, DecodeAll, Decode24, uint8_t, float)
 ORVANE_CONVERTER(DecodeFromInt32, DecodeAll, DecodeInt32, uint8_t, float)
@@ -285,6 +300,12 @@ void SampleDecoder::Decode(const uint8_t* in, int32_t n_values, float* out) cons
                 std::memmove(out, in, static_cast<size_t>(n_values) * sizeof(float));
             }
     }
+}
+
+void FloatsToInts(const float* in, int32_t n_values, int bit_depth, int32_t* out) {
+    ORVANE_ASSERT(bit_depth == 16 || bit_depth == 20 || bit_depth == 24);
+    auto* bytes = reinterpret_cast<uint8_t*>(out);
+    (bit_depth == 16 ? EncodeToWords16 : bit_depth == 20 ? EncodeToWords20 : EncodeToWords24)(in, n_values, bytes, false);
 }
 
 void ExpandMono(float* buffer, int32_t n_samples) {

@@ -6,7 +6,9 @@
 
 namespace Tesslib {
 
-constexpr bool is_convertible_bit_depth(int bit_depth) { return bit_depth == 16 || bit_depth == 24 || bit_depth == 32; }
+constexpr bool is_convertible_bit_depth(int bit_depth) {
+    return bit_depth == 16 || bit_depth == 24 || bit_depth == 32;
+}
 
 // Floats to bytes. Integers are scaled symmetrically (32767, 8388607, 2147483647): a magnitude of 1.0 or more gives the
 // extreme, everything else is rounded to nearest, and the most negative code is never produced. 32-bit floats are held
@@ -37,6 +39,9 @@ public:
     const bool byte_swap;
     const bool int32;
 };
+
+// The rule of SampleEncoder for 16, 20 or 24 bits, each value in an integer of its own.
+void FloatsToInts(const float* in, int32_t n_values, int bit_depth, int32_t* out);
 
 // Expands `n_samples` single values to equal pairs, in place.
 void ExpandMono(float* buffer, int32_t n_samples);
