@@ -1,0 +1,8 @@
+// AIFF and AIFF-C files: header, samples, tags and cutting.
+#include "fuzz_pcmfile.h"
+#include "tesslib/aiffile.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    OrvaneTest::TryFile<Tesslib::AIFFile>(data, size);
+    return 0;
+}
