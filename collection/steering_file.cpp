@@ -24,6 +24,7 @@ namespace {
 
 constexpr size_t kBufferSize = 1 << 20;
 
+// A write of the store reaches the disk before it returns, so that what is there already is not written again.
 void StoreSetting(std::string_view key, std::string_view value) {
     if (GetStringSetting(key) != value) SetStringSetting(key, value);
 }
@@ -54,7 +55,7 @@ int IndexOf(const AlbumSet& set, const AlbumInfo* wanted) {
 void StoreCurrentAlbum() {
     const AlbumInfo* album = gAlbumSet->current_album;
     if (!album) return;
-    SetSetting("Current Album", IndexOf(*gAlbumSet, album));
+    StoreSetting("Current Album", std::to_string(IndexOf(*gAlbumSet, album)));
     StoreSetting("Current Artist", album->artist);
     StoreSetting("Current Album Title", album->title);
 }

@@ -215,7 +215,7 @@ void WriteFilterSetting(LineBuilder& line, const FilterSetting& setting) {
     line.Int(values.eq_mode);
     line.Int(values.preamp_left);
     line.Int(values.preamp_right);
-    for (int band : kBandOrder) line.Shortest(values.bands[static_cast<size_t>(band)] * 5 / 12.0);
+    for (int band : kBandOrder) line.Shortest(values.bands[static_cast<size_t>(band)] * 5.0 / 12);
     line.Name(setting.name);
     line.Int(values.hiss_mode);
     line.Int(values.dc_offset_only);
