@@ -1,0 +1,129 @@
+#include "collection/crd_file.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace Orvane {
+namespace {
+
+std::span<const uint8_t> Bytes(const std::string& text) {
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+struct Lists {
+    Lists() = default;
+    ClickRepair* Append(int channel, int16_t type, int64_t start, int64_t n, int16_t wiggles = 5) {
+        auto repair = std::make_unique<ClickRepair>(type, start, start + n, int16_t{6});
+        repair->wiggles = wiggles;
+        if (type < 11) {
+            auto samples = std::make_unique<int16_t[]>(static_cast<size_t>(n));
+            for (int64_t i = 0; i < n; ++i)
+                samples[static_cast<size_t>(i)] = static_cast<int16_t>(start * 31 + i * 977);
+            repair->SetSamples(std::move(samples));
+        }
+        list[channel].Append(repair.release());
+        return list[channel].Last();
+    }
+    ClickRepairList list[2];
+};
+
+void ExpectEqual(const ClickRepairList& a, const ClickRepairList& b) {
+    ASSERT_EQ(a.size(), b.size());
+    const ClickRepair* y = b.First();
+    for (const ClickRepair& x : a) {
+        EXPECT_EQ(x.repair_type, y->repair_type);
+        EXPECT_EQ(x.cross_fade, y->cross_fade);
+        EXPECT_EQ(x.wiggles, y->wiggles);
+        EXPECT_EQ(x.absolute_start_time, y->absolute_start_time);
+        ASSERT_EQ(x.absolute_end_time, y->absolute_end_time);
+        EXPECT_EQ(x.min_sample, y->min_sample);
+        EXPECT_EQ(x.max_sample, y->max_sample);
+        ASSERT_EQ(!x.samples, !y->samples);
+        if (x.samples) {
+            EXPECT_TRUE(std::equal(x.samples.get(), x.samples.get() + x.Length(), y->samples.get()));
+        }
+        y = ClickRepairList::Next(y);
+    }
+}
+
+TEST(CrdFile, WhatIsWrittenIsRead) {
+    for (const int64_t last_end : {int64_t{0x7FFF0000}, int64_t{0x7FFF0001}, int64_t{1} << 40}) {
+        Lists written;
+        written.Append(0, REPAIR_SCANNER, 1000, 60);
+        written.Append(0, REPAIR_PP, 2000, 40);
+        written.Append(1, REPAIR_PATCH, 1500, 5000, -1);
+        written.Append(1, REPAIR_MANUAL, last_end - 7, 7);
+        const std::string bytes = WriteCrd(written.list);
+        EXPECT_EQ(bytes[4], last_end > 0x7FFF0000 ? 3 : 2);
+        Lists read;
+        ASSERT_EQ(ReadCrd(Bytes(bytes), read.list), CrdResult::Good);
+        for (int channel : {0, 1}) ASSERT_NO_FATAL_FAILURE(ExpectEqual(written.list[channel], read.list[channel]));
+        EXPECT_EQ(WriteCrd(read.list), bytes);
+    }
+    EXPECT_EQ(WriteCrd(Lists().list).size(), kSmallestCrdFile);
+}
+
+TEST(CrdFile, ARepairWithoutSamplesIsNotWritten) {
+    Lists lists;
+    lists.Append(0, REPAIR_SCANNER, 1000, 60)->samples.reset();
+    EXPECT_EQ(WriteCrd(lists.list).size(), kSmallestCrdFile);
+}
+
+TEST(CrdFile, EveryTruncationIsSeen) {
+    Lists written;
+    written.Append(0, REPAIR_SCANNER, 1000, 3);
+    written.Append(1, REPAIR_BP, 1500, 20);
+    const std::string whole = WriteCrd(written.list);
+    for (size_t n = 0; n < whole.size(); ++n) {
+        Lists read;
+        EXPECT_EQ(ReadCrd(Bytes(whole.substr(0, n)), read.list), n < 4 ? CrdResult::BadHeader : CrdResult::Damaged)
+            << n;
+        EXPECT_TRUE(read.list[0].empty() && read.list[1].empty()) << n;
+    }
+    Lists read;
+    EXPECT_EQ(ReadCrd(Bytes(whole + "trailing"), read.list), CrdResult::Good);
+}
+
+TEST(CrdFile, HeadersOfOthersAreRefused) {
+    const std::string whole = WriteCrd(Lists().list);
+    struct {
+        size_t offset;
+        char byte;
+        CrdResult result;
+    } const rows[] = {
+        {0, 'X', CrdResult::BadHeader},  {3, 'f', CrdResult::BadHeader},  {4, 1, CrdResult::Good},
+        {4, 4, CrdResult::NewerVersion}, {7, 1, CrdResult::NewerVersion},
+    };
+    for (const auto& row : rows) {
+        std::string bytes = whole;
+        bytes[row.offset] = row.byte;
+        Lists read;
+        EXPECT_EQ(ReadCrd(Bytes(bytes), read.list), row.result) << row.offset;
+    }
+}
+
+TEST(CrdFile, FlippedBitsNeverGiveMoreThanTheFileHolds) {
+    Lists written;
+    for (int i = 0; i < 20; ++i) written.Append(i % 2, i % 5 ? REPAIR_SCANNER : REPAIR_PP, 100 * i, 30);
+    const std::string whole = WriteCrd(written.list);
+    std::mt19937 random(3);
+    for (int round = 0; round < 2000; ++round) {
+        std::string bytes = whole;
+        bytes[random() % bytes.size()] ^= static_cast<char>(1 << random() % 8);
+        Lists read;
+        ReadCrd(Bytes(bytes), read.list);
+        for (ClickRepairList& list : read.list) {
+            CheckRepairList(list, true);
+            int64_t last_end = 0;
+            for (const ClickRepair& repair : list) {
+                ASSERT_GE(repair.absolute_start_time, last_end);
+                ASSERT_GT(repair.absolute_end_time, repair.absolute_start_time);
+                last_end = repair.absolute_end_time;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
