@@ -7,19 +7,19 @@
 #include <random>
 
 #include "analog_biquad.h"
-#include "cleanup/audiofilter.h"
 #include "cleanup/denoise.h"
 #include "cleanup/equaliser.h"
 #include "cleanup/humrumblefilter.h"
 #include "cleanup/recordeq.h"
-#include "collection/listchange.h"
+#include "filtered_recording.h"
 #include "foundation/lasterror.h"
-#include "memorystream.h"
 #include "response.h"
 #include "temp_folder.h"
 
 namespace Orvane {
 namespace {
+
+using Recording = Testing::FilteredRecording;
 
 constexpr int kRate = 44100;
 
@@ -43,51 +43,6 @@ double RmsDb(const std::vector<float>& pairs, int64_t from, int64_t to) {
     for (int64_t i = 2 * from; i < 2 * to; i++) sum += double(pairs[i]) * pairs[i];
     return 10 * std::log10(sum / double(2 * (to - from)));
 }
-
-// A recording in memory with its chain.
-class Recording {
-public:
-    explicit Recording(std::vector<float> pairs, int rate = kRate, uint32_t flags = PCM_NO_CLICK_REPAIR | PCM_NO_FADERS)
-        : source(rate, std::move(pairs)), stack(&entry, &source, flags, 0) {
-        entry.samplerate = rate;
-    }
-
-    FilterValues& AddFilter(int64_t start = 0, int64_t end = 0) {
-        auto* setting = new FilterSetting;
-        SetTimes(*setting, start, end);
-        const ListChange change(&entry.filters);
-        entry.filters.Append(setting);
-        return setting->values;
-    }
-
-    FFTEq& AddCurve(std::vector<FFTCurve::Point> points, int64_t start = 0, int64_t end = 0, int mode = CURVE_ON) {
-        auto* eq = new FFTEq;
-        SetTimes(*eq, start, end);
-        eq->enable = mode;
-        eq->curve.points = std::move(points);
-        const ListChange change(&entry.fft_eqs);
-        entry.fft_eqs.Append(eq);
-        return *eq;
-    }
-
-    std::vector<float> Read(int64_t position, int32_t n, uint32_t flags = 0) {
-        std::vector<float> pairs(2 * static_cast<size_t>(n));
-        n_read = stack.Read(position, pairs.data(), n, flags);
-        pairs.resize(2 * static_cast<size_t>(std::max(0, n_read)));
-        return pairs;
-    }
-    std::vector<float> ReadAll(uint32_t flags = 0) { return Read(0, int32_t(source.GetTotalSamples(0)), flags); }
-
-    static void SetTimes(BaseCorrection& correction, int64_t start, int64_t end) {
-        correction.start_time = correction.absolute_start_time = start;
-        correction.end_time = correction.absolute_end_time = end;
-    }
-
-    FileHistoryEntry entry{nullptr, nullptr};
-    Tesslib::Testing::MemoryStream source;
-    PCMStack stack;
-    int32_t n_read = 0;
-};
 
 void SetHumAndRumble(FilterValues& values) {
     values.hum_mode = values.rumble_mode = FILTER_ON;
@@ -264,6 +219,24 @@ TEST(FilterStages, SettingsActOnExactlyTheirSamples) {
     }
 }
 
+TEST(FilterStages, StretchesThatMeetEachHaveTheirOwnSettings) {
+    const int64_t meet = 30000, total = 60000;
+    const std::vector<float> audio = Noise(total, 0.1f, 20);
+    Recording both(audio), second(audio);
+    both.AddCurve({{50, 6}, {5000, -6}}, 0, meet);
+    both.AddFilter(0, meet).eq_mode = FILTER_ON;
+    both.entry.filters.Last()->values.bands[4] = 6;
+    for (Recording* recording : {&both, &second}) {
+        recording->AddCurve({{100, -9}, {3000, 3}}, meet, total);
+        FilterValues& values = recording->AddFilter(meet, total);
+        values.eq_mode = FILTER_ON;
+        values.bands[4] = -6;
+        const ListChange change(&recording->entry.filters);
+    }
+    const std::vector<float> output = both.ReadAll(), expected = second.ReadAll();
+    for (int64_t i = 2 * (meet + 5000); i < 2 * total; i++) ASSERT_NEAR(output[i], expected[i], 1e-5) << i / 2;
+}
+
 TEST(FilterStages, AnyDivisionIntoReadsGivesTheSameBits) {
     const int64_t total = 130000;
     Recording straight(Noise(total, 0.1f, 4));
@@ -400,6 +373,34 @@ TEST(Denoise, WithoutANoiseSampleAudioPassesUntouched) {
     }
 }
 
+// Louder where cuts are not applied.
+class LouderInTheFile : public Tesslib::Testing::MemoryStream {
+public:
+    using MemoryStream::MemoryStream;
+    int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override {
+        const int32_t n = MemoryStream::Read(position, buffer, n_samples, flags);
+        for (int32_t i = 0; (flags & PCM_NO_CUTS) && i < 2 * n; i++) buffer[i] *= 10.f;
+        return n;
+    }
+};
+
+TEST(Denoise, TheNoiseStretchIsAPlaceInTheFile) {
+    LouderInTheFile source(kRate, Noise(60000, 0.01f, 21));
+    FileHistoryEntry entry(nullptr, nullptr);
+    entry.view_position[1] = 50000;
+    entry.filters.Append(new FilterSetting);
+    entry.filters.First()->values.hiss_mode = FILTER_ON;
+    CriticalSection lock;
+    PCMStreamToFilter input(&source, lock, 0);
+    Denoise denoise(&input, &entry, lock, kRate);
+    float left[10], right[10];
+    ASSERT_EQ(denoise.Read(0, left, right, 10, 0), 10);
+    const NoiseSample noise = denoise.GetNoiseSpectrum();
+    double mean = 0;
+    for (float power : noise.power[0]) mean += double(power) / 4096;
+    EXPECT_NEAR(mean / (3.0 / 8 * 8192 * 0.1 * 0.1), 1, 0.05);
+}
+
 TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
     const OrvaneTest::TempFolder folder;
     const std::vector<float> audio = Noise(120000, 0.01f, 10);
@@ -473,6 +474,26 @@ TEST(BiQuadEngine, ChangedSettingsTakeOverAfterTheChangeOver) {
     output.insert(output.end(), more.begin(), more.end());
     for (int i = 0; i < 2 * BiQuadEngine::kChangeOver; i++) ASSERT_EQ(output[i], audio[20000 + i]) << i;
     EXPECT_NE(output[2 * BiQuadEngine::kChangeOver], audio[20000 + 2 * BiQuadEngine::kChangeOver]);
+}
+
+TEST(BiQuadEngine, FlagsThatSwitchItOnBetweenReadsTakeEffect) {
+    const std::vector<float> audio = Noise(3000, 0.1f, 15);
+    Recording recording(audio);
+    FilterValues& values = recording.AddFilter();
+    SetHumAndRumble(values);  // keeps the section from being bypassed as a whole
+    values.eq_mode = FILTER_ON;
+    values.preamp_left = values.preamp_right = 60;
+    { const ListChange change(&recording.entry.filters); }
+    const std::vector<float> without = recording.ReadAll(PCM_NO_PREAMP);
+    std::vector<float> output = recording.Read(0, 1000, PCM_NO_PREAMP);
+    for (uint32_t flags : {0u, 0u | PCM_NO_PREAMP}) {
+        const std::vector<float> more = recording.Read(int64_t(output.size() / 2), 1000, flags);
+        output.insert(output.end(), more.begin(), more.end());
+    }
+    for (size_t i = 0; i < output.size(); i++) {
+        const double gain = i / 2000 == 1 ? std::pow(10.0, 6.0 / 20) : 1.0;
+        ASSERT_NEAR(output[i], without[i] * gain, 1e-6) << i / 2;
+    }
 }
 
 TEST(BiQuadEngine, AnotherSettingsEdgeDoesNotDisturbARunningFilter) {
