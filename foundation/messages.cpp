@@ -34,6 +34,18 @@ std::string_view MessageText(Msg id) {
         case Msg::TrackBreaksCorrected:
             return "Orvane has found and corrected inconsistencies in the track breaks for this album.  As a result, "
                    "your track breaks may not be exactly where you left them.";
+        case Msg::EnableFader:
+            return "Enable/disable fader";
+        case Msg::AdjustFader:
+            return "Adjust fader";
+        case Msg::AdjustTrackStart:
+            return "Adjust track start time";
+        case Msg::MoveTrackBreak:
+            return "Move trackbreak";
+        case Msg::InsertTrackBreak:
+            return "Insert track break";
+        case Msg::DeleteTrackBreaks:
+            return "Delete track breaks";
         case Msg::BadCrdHeader:
             return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
                    "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
@@ -59,6 +71,8 @@ std::string_view MessageText(Msg id) {
             return "Your collection is currently empty";
         case Msg::AlbumListHeader:
             return "Albums (%d of %d | %s):";
+        case Msg::AdjustTrackBreaks:
+            return "Automatic track break adjustment";
         case Msg::Autosaving:
             return "Autosaving...";
         case Msg::AlbumsDeleted:
@@ -119,6 +133,41 @@ std::string_view MessageText(Msg id) {
             return "%s files cannot be read or written by this program";
         case Msg::NotAudio:
             return "File:\n\n<b>%s</b>\n\nis not an audio file that can be read";
+        case Msg::NegativeTrackStart:
+            return "Track %s has a negative start time (%s)";
+        case Msg::NegativeTrackLength:
+            return "Length of track %s is negative (%s)";
+        case Msg::OrphanedEmptyTrack:
+            return "Orphaned empty track %s at %s";
+        case Msg::EmbeddedEmptyTrack:
+            return "Embedded empty track %s at %s";
+        case Msg::TrackTooShort:
+            return "Track %s too short (%s)";
+        case Msg::OverlappingTrack:
+            return "Overlapping track %s at %s";
+        case Msg::NoRoomForTrackBreak:
+            return "There is no room to insert a track break at %s\n\nPlease delete a nearby marker first or move it "
+                   "out of the way (or try elsewhere)";
+        case Msg::NoSideBreaks:
+            return "This album has no side breaks - there is nothing to fix.";
+        case Msg::ScanForTrackBreaks:
+            return "Scan for track breaks";
+        case Msg::ScanNeedsWaveform:
+            return "Cannot scan for or adjust trackbreaks while generating the waveform display.  Please try later.";
+        case Msg::NoTrackBreaksFound:
+            return "Scan did not find any track breaks.\n\nTry increasing the threshold levels or reducing the minimum "
+                   "gap between tracks in the <l><h>{scan_settings_dialog:*}</h>scan settings dialog</l> and then try "
+                   "again.";
+        case Msg::MoreTrackBreaksThanTracks:
+            return "Scan found more track breaks than there are tracks in the list.\n\nYou can delete any unwanted "
+                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> and "
+                   "try again.";
+        case Msg::FewerTrackBreaksThanTracks:
+            return "Scan found fewer track breaks than there are tracks in the list.\n\nYou can insert any missing "
+                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> and "
+                   "try again.";
+        case Msg::NumberedTrack:
+            return "Track %d";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -25,6 +25,12 @@ enum class Msg : int {
     RecordingInUse = 335,   // file
     NewerCollection = 351,  // file
     TrackBreaksCorrected = 390,
+    EnableFader = 400,
+    AdjustFader = 401,
+    AdjustTrackStart = 407,
+    MoveTrackBreak = 408,
+    InsertTrackBreak = 409,
+    DeleteTrackBreaks = 410,
     BadCrdHeader = 459,  // file
     RecordingOpenNote = 469,
     Done = 488,
@@ -35,6 +41,7 @@ enum class Msg : int {
     NoCollectionOpen = 599,
     EmptyCollection = 601,
     AlbumListHeader = 615,  // shown, all, links
+    AdjustTrackBreaks = 657,
     Autosaving = 658,
     AlbumsDeleted = 737,   // count
     SourceFileNote = 867,  // file; ends with a line break
@@ -63,6 +70,20 @@ enum class Msg : int {
     LibraryError,              // error, function, file
     FormatNotHandled,          // format
     NotAudio,                  // file
+    NegativeTrackStart,        // track, time
+    NegativeTrackLength,       // track, time
+    OrphanedEmptyTrack,        // track, time
+    EmbeddedEmptyTrack,        // track, time
+    TrackTooShort,             // track, time
+    OverlappingTrack,          // track, time
+    NoRoomForTrackBreak,       // time
+    NoSideBreaks,
+    ScanForTrackBreaks,
+    ScanNeedsWaveform,
+    NoTrackBreaksFound,
+    MoreTrackBreaksThanTracks,
+    FewerTrackBreaksThanTracks,
+    NumberedTrack,             // number
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

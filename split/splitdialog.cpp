@@ -1,0 +1,117 @@
+#include "split/splitdialog.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "collection/albumset.h"
+#include "collection/tracktime.h"
+#include "foundation/host.h"
+
+namespace Orvane {
+
+void SplitDialog::Select(int index) {
+    selected = std::clamp(index, 0, album.tracks.size());
+}
+
+// Every change is made on a copy first, so that undo and the listeners see the album as it was. True if it differs.
+bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) {
+    if (changed == album.tracks) return false;
+    if (make_undo == MakeUndo::Yes && undo) undo(album, description);
+    const bool grown = changed.size() > album.tracks.size();
+    const Change change(CHANGE_TRACK_TIMES | (grown ? CHANGE_TRACK_INSERTED : 0), &album);
+    album.tracks.swap(changed);
+    Select(selected);
+    return true;
+}
+
+bool SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    if (!Orvane::InsertTrackBreak(changed, selected, position, alt)) {
+        ShowMessage(FormatMessage(Msg::NoRoomForTrackBreak, FormatTime(position)), Severity::Information);
+        return false;
+    }
+    Store(std::move(changed), Msg::InsertTrackBreak, MakeUndo::Yes);
+    return true;
+}
+
+// The track whose end is the break that was hit.
+std::optional<int> SplitDialog::FindBreakEnd(BreakHit hit, int index, int64_t position) const {
+    if (hit == BreakHit::TrackEnd) return index;
+    if (hit == BreakHit::TrackStart) return index > 0 ? std::optional(index - 1) : std::nullopt;
+    std::optional<int> found;
+    int64_t least = hit_tolerance;
+    for (int i = 0; i < FirstUnsetTrack(album.tracks); ++i) {
+        const int64_t to_start = std::abs(album.tracks[i].start - position);
+        const int64_t to_end = std::abs(album.tracks[i].end - position);
+        if (to_start < least) {
+            least = to_start;
+            found.reset();
+        }
+        if (to_end <= least) {
+            least = to_end;
+            found = i;
+        }
+    }
+    return found;
+}
+
+bool SplitDialog::DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt) {
+    EndFaderGesture();
+    const std::optional<int> track = FindBreakEnd(hit, index, position);
+    if (!track) return false;
+    TrackList changed = album.tracks;
+    Orvane::DeleteTrackBreak(changed, *track, alt);
+    if (remove_empty_last_row) RemoveOnlyUnsetTrack(changed);
+    Select(*track);
+    return Store(std::move(changed), Msg::DeleteTrackBreaks, make_undo);
+}
+
+void SplitDialog::MoveTrackStart(int index, int64_t position, Alt alt) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    const ALBUMTRACK& track = changed[index];
+    const bool whole = alt == Alt::Down || track.IsEmpty();
+    const int64_t first = index > 0 ? changed[index - 1].end : 0;
+    const int64_t last = whole ? INT64_MAX : std::max(first, track.end - kShortestTrack);
+    SetTrackStart(changed, index, std::clamp(position, first, last), alt);
+    Store(std::move(changed), Msg::AdjustTrackStart, MakeUndo::Yes);
+}
+
+void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    const ALBUMTRACK& track = changed[index];
+    // Only the first of the unset rows may become a track: the others have to stand behind it.
+    if (index > FirstUnsetTrack(changed)) return;
+    position = std::max(position, track.start + kShortestTrack);
+    const bool before_set = index + 1 < changed.size() && !changed[index + 1].IsEmpty();
+    if (before_set && alt == Alt::Up) {
+        const ALBUMTRACK& next = changed[index + 1];
+        const bool joined = next.start == track.end;
+        const int64_t last = joined ? next.end - kShortestTrack : next.start;
+        position = std::min(position, std::max(track.end, last));
+        if (joined) SetTrackStart(changed, index + 1, position, alt);
+        SetTrackEnd(changed, index, position, Following::Stay, alt);
+    } else {
+        SetTrackEnd(changed, index, position, Following::Move, alt);
+    }
+    Store(std::move(changed), Msg::MoveTrackBreak, MakeUndo::Yes);
+}
+
+void SplitDialog::EnableFader(int index, Fader fader, bool on) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    Orvane::EnableFader(changed[index], fader, on);
+    Store(std::move(changed), Msg::EnableFader, MakeUndo::Yes);
+}
+
+void SplitDialog::AdjustFader(int index, Fader fader, int hundredths) {
+    const std::pair<int, Fader> which(index, fader);
+    TrackList changed = album.tracks;
+    SetFaderLength(changed[index], fader, hundredths);
+    const MakeUndo make_undo = fader_gesture == which ? MakeUndo::No : MakeUndo::Yes;
+    if (Store(std::move(changed), Msg::AdjustFader, make_undo)) fader_gesture = which;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,61 @@
+// The Split Tracks screen without its window: the rules of track breaks applied to an album, with undo, messages and
+// the announcement of changes.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <utility>
+
+#include "foundation/messages.h"
+#include "split/trackbreaks.h"
+
+namespace Orvane {
+
+// Called before every change of an album's tracks that is to be undone, with the album as it still is and the name of
+// the change.
+using TrackEditUndo = std::function<void(AlbumInfo& album, Msg description)>;
+
+// What a click in the waveform found; the numbers are those of the window's hit test.
+enum class BreakHit { ByPosition = 0, TrackStart = 100, TrackEnd = 101 };
+enum class MakeUndo { No, Yes };
+
+// Main thread. The album outlives it. Indexes are those of the album's tracks; positions are ticks of its track time.
+class SplitDialog {
+public:
+    explicit SplitDialog(AlbumInfo& album, TrackEditUndo undo = {}) : album(album), undo(std::move(undo)) {}
+
+    // The row under the cursor, or the number of tracks for the blank row; a split with Alt divides it.
+    int Selected() const { return selected; }
+    void Select(int index);
+    void SelectAt(int64_t position) { Select(FindNearestTrack(album.tracks, position)); }
+
+    // False when there was no room, which has been told.
+    bool InsertTrackBreak(int64_t position, Alt alt);
+    // A start stands for the end of the track before it. By position the nearest break within `hit_tolerance` counts,
+    // and nothing happens when that is a start. `index` matters only for the other hits. True if a break went.
+    bool DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt);
+
+    // Drags. The position is held to where tracks stay in order and a second long; with Alt the following tracks go
+    // along. The end of a track and the start of the next move together when they are at one place.
+    void MoveTrackStart(int index, int64_t position, Alt alt);
+    void MoveTrackEnd(int index, int64_t position, Alt alt);
+
+    void EnableFader(int index, Fader fader, bool on);
+    // Calls up to EndFaderGesture are one entry of undo.
+    void AdjustFader(int index, Fader fader, int hundredths);
+    void EndFaderGesture() { fader_gesture.reset(); }
+
+    int64_t hit_tolerance = 0;           // ticks that the window takes for a hit
+    bool remove_empty_last_row = false;  // after a deletion that leaves one unset row at the end
+
+private:
+    std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
+    bool Store(TrackList changed, Msg description, MakeUndo make_undo);
+
+    AlbumInfo& album;
+    TrackEditUndo undo;
+    int selected = 0;
+    std::optional<std::pair<int, Fader>> fader_gesture;
+};
+
+}  // namespace Orvane

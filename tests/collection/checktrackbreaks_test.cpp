@@ -1,0 +1,107 @@
+#include "collection/checktrackbreaks.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "collection/albumset.h"
+#include "fake_hosts.h"
+#include "foundation/muldiv.h"
+
+namespace Orvane {
+namespace {
+
+using OrvaneTest::FakeMessageHost;
+using Tesslib::Answer;
+
+using Times = std::vector<std::pair<int64_t, int64_t>>;  // of each track, in tenths of a second
+
+constexpr int64_t kTenth = Tesslib::kTicksPerSecond / 10;
+
+void Fill(AlbumInfo& album, const Times& times) {
+    album.tracks.clear();
+    for (const auto& [start, end] : times) {
+        ALBUMTRACK track;
+        track.title = std::string(1, static_cast<char>('A' + album.tracks.size()));
+        track.start = start * kTenth;
+        track.end = end * kTenth;
+        track.fade_out = 500;
+        track.filter_flags = TRACK_FADE_OUT;
+        album.tracks.push_back(track);
+    }
+}
+
+Times TimesOf(const AlbumInfo& album) {
+    Times times;
+    for (const ALBUMTRACK& track : album.tracks) times.emplace_back(track.start / kTenth, track.end / kTenth);
+    return times;
+}
+
+TEST(CheckTrackBreaks, FindsAndRepairsWhatIsInDisorder) {
+    struct Row {
+        Times before;
+        Times after;
+        std::vector<std::string> faults;
+    };
+    const Row rows[] = {
+        {{{0, 100}, {100, 200}, {250, 300}}, {{0, 100}, {100, 200}, {250, 300}}, {}},
+        {{{0, 100}, {100, 100}, {100, 100}}, {{0, 100}, {100, 100}, {100, 100}}, {}},
+        {{{-20, 100}}, {{0, 100}}, {"Track A has a negative start time (-0:02.00000)"}},
+        {{{0, 100}, {200, 150}}, {{0, 100}, {100, 100}}, {"Length of track B is negative (-0:05.00000)"}},
+        {{{0, 100}, {100, 100}, {120, 120}},
+         {{0, 100}, {100, 100}, {100, 100}},
+         {"Orphaned empty track C at 0:12.00000"}},
+        {{{0, 100}, {100, 100}, {150, 200}},
+         {{0, 100}, {100, 110}, {150, 200}},
+         {"Embedded empty track B at 0:10.00000"}},
+        {{{0, 100}, {50, 200}}, {{0, 100}, {100, 200}}, {"Overlapping track B at 0:05.00000"}},
+        {{{0, 100}, {50, 80}},
+         {{0, 100}, {100, 100}},
+         {"Overlapping track B at 0:05.00000", "Length of track B is negative (-0:02.00000)"}},
+    };
+    for (const Row& row : rows) {
+        AlbumInfo album;
+        Fill(album, row.before);
+        FakeMessageHost asked(std::deque<Answer>(10, Answer::Ok));
+        EXPECT_EQ(CheckTrackBreaks(album, CHECK_ASK | CHECK_FIX | CHECK_QUIET), row.faults.size());
+        EXPECT_EQ(asked.Texts(), row.faults);
+        EXPECT_EQ(TimesOf(album), row.after) << testing::PrintToString(row.faults);
+    }
+}
+
+TEST(CheckTrackBreaks, ATrackThatStaysTooShortEndsTheCheckAndBecomesUnset) {
+    AlbumInfo album;
+    Fill(album, {{0, 100}, {100, 105}});
+    FakeMessageHost messages;
+    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX), 100);
+    EXPECT_EQ(TimesOf(album), (Times{{0, 100}, {100, 100}}));
+    EXPECT_EQ(album.tracks[0].FadeOut(), 500);
+    EXPECT_EQ(album.tracks[1].fade_out, 0);
+    ASSERT_EQ(messages.asked.size(), 1u);
+    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::TrackBreaksCorrected));
+}
+
+TEST(CheckTrackBreaks, SmallOverlapsAreNoFault) {
+    AlbumInfo album;
+    Fill(album, {{0, 100}, {100, 200}});
+    album.tracks[1].start -= 20;
+    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX | CHECK_QUIET), 0);
+    album.tracks[1].start -= 1;
+    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX | CHECK_QUIET), 1);
+}
+
+TEST(CheckTrackBreaks, CancelAndLookingOnlyLeaveTheRest) {
+    const Times before = {{-10, 100}, {50, 200}, {150, 300}};
+    AlbumInfo album;
+    Fill(album, before);
+    EXPECT_EQ(CheckTrackBreaks(album, 0), 3);
+    EXPECT_EQ(TimesOf(album), before);
+
+    FakeMessageHost messages({Answer::Ok, Answer::Ok, Answer::Cancel});
+    EXPECT_EQ(CheckTrackBreaks(album, CHECK_ASK | CHECK_FIX), 3);
+    EXPECT_EQ(TimesOf(album), (Times{{0, 100}, {100, 200}, {150, 300}}));
+    EXPECT_EQ(messages.asked.size(), 3u) << "no closing message";
+}
+
+}  // namespace
+}  // namespace Orvane

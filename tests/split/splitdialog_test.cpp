@@ -1,0 +1,194 @@
+#include "split/splitdialog.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "audiosignals.h"
+#include "collection/albumset.h"
+#include "fake_hosts.h"
+#include "listing.h"
+#include "split/sidebreaks.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int64_t kSecond = kTicksPerSecond;
+
+// A dialog over an album; undo is played by copies of the listing as it was.
+class SplitDialogTest : public testing::Test {
+protected:
+    void Start(const std::string& listing) {
+        album.tracks = Listing(listing);
+        undo.clear();
+        names.clear();
+    }
+
+    AlbumInfo album;
+    std::vector<TrackList> undo;
+    std::vector<Msg> names;
+    OrvaneTest::FakeMessageHost messages;
+    SplitDialog dialog{album, [this](AlbumInfo& changed, Msg name) {
+                           undo.push_back(changed.tracks);
+                           names.push_back(name);
+                       }};
+};
+
+TEST_F(SplitDialogTest, InsertionsCanBeUndoneAndFailuresAreTold) {
+    Start("0-100 100-200");
+    EXPECT_TRUE(dialog.InsertTrackBreak(50 * kSecond, Alt::Up));
+    EXPECT_EQ(Text(album.tracks), "0-50 50-100 100-200");
+    EXPECT_FALSE(dialog.InsertTrackBreak(50 * kSecond, Alt::Up));
+    EXPECT_EQ(messages.Texts(),
+              std::vector<std::string>{"There is no room to insert a track break at 0:50.00000 Please "
+                                       "delete a nearby marker first or move it out of the way (or try "
+                                       "elsewhere)"});
+    dialog.SelectAt(150 * kSecond);
+    EXPECT_EQ(dialog.Selected(), 2);
+    EXPECT_TRUE(dialog.InsertTrackBreak(150 * kSecond, Alt::Down));
+    EXPECT_EQ(Titles(album.tracks), "A,B,Track 3,Track 4");
+    EXPECT_EQ(names, (std::vector<Msg>{Msg::InsertTrackBreak, Msg::InsertTrackBreak}));
+    EXPECT_EQ(Text(undo[0]), "0-100 100-200");
+}
+
+TEST_F(SplitDialogTest, DeletionsGoByWhatWasHit) {
+    struct Row {
+        BreakHit hit;
+        int index;
+        int64_t seconds;
+        const char* after;
+    };
+    const char* before = "0-100 100-200 250-300";
+    const Row rows[] = {
+        {BreakHit::TrackStart, 0, 0, before},
+        {BreakHit::TrackStart, 1, 0, "0-200 250-300 300"},
+        {BreakHit::TrackEnd, 0, 0, "0-200 250-300 300"},
+        {BreakHit::TrackEnd, 2, 0, "0-100 100-200 250"},
+        {BreakHit::ByPosition, 0, 99, "0-200 250-300 300"},  // an end and a start are equally near
+        {BreakHit::ByPosition, 0, 207, "0-100 100-300 300"},
+        {BreakHit::ByPosition, 0, 245, before},  // a start
+        {BreakHit::ByPosition, 0, 150, before},  // nothing
+    };
+    dialog.hit_tolerance = 10 * kSecond;
+    for (const Row& row : rows) {
+        Start(before);
+        const bool deleted = dialog.DeleteTrackBreak(row.hit, row.index, row.seconds * kSecond, MakeUndo::Yes, Alt::Up);
+        EXPECT_EQ(Text(album.tracks), row.after) << row.index << " " << row.seconds;
+        EXPECT_EQ(undo.size(), deleted ? 1 : 0) << row.index << " " << row.seconds;
+    }
+    Start("0-100 100-200");
+    dialog.remove_empty_last_row = true;
+    dialog.DeleteTrackBreak(BreakHit::TrackEnd, 0, 0, MakeUndo::No, Alt::Up);
+    EXPECT_EQ(Text(album.tracks), "0-200");
+    EXPECT_TRUE(undo.empty());
+}
+
+TEST_F(SplitDialogTest, DragsStopAtTheirNeighbours) {
+    struct Row {
+        bool start;
+        int index;
+        int64_t seconds;
+        Alt alt;
+        const char* after;
+    };
+    const char* before = "10-100 100-200 250-300 300 300";
+    const Row rows[] = {
+        {true, 0, -5, Alt::Up, "0-100 100-200 250-300 300 300"},
+        {true, 1, 300, Alt::Up, "10-100 199-200 250-300 300 300"},
+        {true, 1, 50, Alt::Up, before},
+        {true, 2, 150, Alt::Down, "10-100 100-200 200-250 250 250"},
+        {true, 3, 250, Alt::Up, before},
+        {true, 3, 320, Alt::Up, "10-100 100-200 250-300 320 320"},
+        {false, 0, 50, Alt::Up, "10-50 50-200 250-300 300 300"},
+        {false, 0, 150, Alt::Up, "10-150 150-200 250-300 300 300"},
+        {false, 0, 500, Alt::Up, "10-199 199-200 250-300 300 300"},
+        {false, 1, 500, Alt::Up, "10-100 100-250 250-300 300 300"},
+        {false, 1, 0, Alt::Up, "10-100 100-101 250-300 300 300"},
+        {false, 1, 210, Alt::Down, "10-100 100-210 260-310 310 310"},
+        {false, 2, 310, Alt::Up, "10-100 100-200 250-310 310 310"},
+        {false, 3, 350, Alt::Up, "10-100 100-200 250-300 300-350 350"},
+        {false, 4, 350, Alt::Up, before},
+    };
+    for (const Row& row : rows) {
+        Start(before);
+        if (row.start) {
+            dialog.MoveTrackStart(row.index, row.seconds * kSecond, row.alt);
+        } else {
+            dialog.MoveTrackEnd(row.index, row.seconds * kSecond, row.alt);
+        }
+        EXPECT_EQ(Text(album.tracks), row.after) << row.start << " " << row.index << " " << row.seconds;
+        EXPECT_EQ(undo.size(), Text(album.tracks) == before ? 0 : 1);
+    }
+}
+
+TEST_F(SplitDialogTest, AFaderGestureIsOneEntryOfUndo) {
+    Start("0-100 100-200");
+    dialog.EnableFader(0, Fader::Out, true);
+    dialog.AdjustFader(0, Fader::Out, 100);
+    dialog.AdjustFader(0, Fader::Out, 200);
+    dialog.AdjustFader(1, Fader::In, 200);
+    dialog.EndFaderGesture();
+    dialog.AdjustFader(1, Fader::In, 300);
+    dialog.AdjustFader(1, Fader::In, 300);
+    EXPECT_EQ(names, (std::vector<Msg>{Msg::EnableFader, Msg::AdjustFader, Msg::AdjustFader, Msg::AdjustFader}));
+    EXPECT_EQ(album.tracks[0].fade_out, 2 * kSecond);
+    EXPECT_EQ(album.tracks[1].fade_in, 3 * kSecond);
+}
+
+TEST_F(SplitDialogTest, RandomDragsAndBreaksStayInOrderAndCanBeUndone) {
+    OrvaneTest::Noise noise(11);
+    Start("0 0 0 0");
+    const TrackList first = album.tracks;
+    for (int i = 0; i < 2000; ++i) {
+        const Alt alt = noise.Below(3) ? Alt::Up : Alt::Down;
+        const int64_t position = static_cast<int64_t>(noise.Even() * 1500 * kSecond);
+        const int row = noise.Below(album.tracks.size());
+        const TrackList before = album.tracks;
+        const size_t n_undo = undo.size();
+        switch (noise.Below(5)) {
+            case 0:
+                dialog.MoveTrackStart(row, position, alt);
+                break;
+            case 1:
+                dialog.MoveTrackEnd(row, position, alt);
+                break;
+            case 2:
+                dialog.DeleteTrackBreak(BreakHit::TrackEnd, row, 0, MakeUndo::Yes, alt);
+                break;
+            default:
+                dialog.SelectAt(position);
+                dialog.InsertTrackBreak(position, album.tracks.size() < 30 ? alt : Alt::Up);
+        }
+        ASSERT_EQ(undo.size() - n_undo, album.tracks == before ? 0u : 1u) << i;
+        int64_t end = 0;
+        bool unset = false;
+        for (const ALBUMTRACK& track : album.tracks) {
+            ASSERT_GE(track.start, end) << i << ": " << Text(before) << " -> " << Text(album.tracks);
+            ASSERT_TRUE(track.IsEmpty() || (!unset && track.end - track.start >= kSecond)) << i << Text(album.tracks);
+            unset = track.IsEmpty();
+            end = track.end;
+        }
+    }
+    EXPECT_EQ(undo.front(), first);
+}
+
+TEST(FixSideBreaks, DoublesHalvesAndTakesBack) {
+    OrvaneTest::FakeMessageHost messages;
+    AlbumInfo album;
+    FileHistoryEntry recording(&album, nullptr);
+    EXPECT_FALSE(FixSideBreaks(recording).CheckAny());
+    EXPECT_EQ(messages.Texts(), std::vector<std::string>{"This album has no side breaks - there is nothing to fix."});
+    recording.side_breaks = {3'000'000'000, 5'000'000'001};
+    FixSideBreaks fix(recording);
+    EXPECT_TRUE(fix.CheckAny());
+    fix.MoveRight();
+    EXPECT_EQ(recording.side_breaks, (simple_vector<int64_t>{6'000'000'000, 10'000'000'002}));
+    fix.MoveLeft();
+    fix.MoveLeft();
+    EXPECT_EQ(recording.side_breaks, (simple_vector<int64_t>{1'500'000'000, 2'500'000'000}));
+    fix.Cancel();
+    EXPECT_EQ(recording.side_breaks, (simple_vector<int64_t>{3'000'000'000, 5'000'000'001}));
+}
+
+}  // namespace
+}  // namespace Orvane
