@@ -296,7 +296,7 @@ void SampleDecoder::Decode(const uint8_t* in, int32_t n_values, float* out) cons
                 DecodeFromInt32(in, n_values, out, byte_swap);
             } else if (byte_swap) {
                 DecodeFromFloat32(in, n_values, out, true);
-            } else {
+            } else if (n_values > 0) {
                 std::memmove(out, in, static_cast<size_t>(n_values) * sizeof(float));
             }
     }
