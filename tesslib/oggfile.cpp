@@ -97,44 +97,47 @@ FormatLimits OggFile::GetCapabilities(int32_t) const {
     return {CAP_PCM_WRITE | CAP_READ | CAP_BASE_OPENS | CAP_BASE_CREATES, 16000, 96000, 16};
 }
 
+// Gives the decoder up: after some failures the library leaves one behind that crashes when it is tried again. The next
+// Read opens another.
 int OggFile::FailLibrary(long vorbis_err, const char* function) {
-    if (vorbis_err == OV_EREAD && ferror(file)) return FailRead(filename, errno);
+    const int system_error = errno;
+    idata->CloseDecoder();
+    if (vorbis_err == OV_EREAD && ferror(file)) return FailRead(filename, system_error);
     return FailContents(FormatMessage(Msg::LibraryError, vorbis_err, function, filename));
 }
 
 int OggFile::OpenDecoder() {
+    rewind(file);
     int vorbis_err = ov_open_callbacks(file, &idata->vorbis_file, nullptr, 0, kCallbacks);
     if (vorbis_err != 0) return FailLibrary(vorbis_err, "ov_open");
     idata->decoding = true;
-    idata->next_position = -1;
     return 0;
 }
 
-// Every stream of a chain must be one that the position in samples has a meaning for.
+// Every stream of a chain must have the format that the file was opened with.
 int OggFile::CheckStreams() {
-    OggVorbis_File* vf = &idata->vorbis_file;
-    for (int i = 0; i < ov_streams(vf); ++i) {
-        const vorbis_info* info = ov_info(vf, i);
-        if (!info) return FailLibrary(OV_EINVAL, "ov_info");
-        if (int error = ValidateFormat(16, info->channels, false, filename)) return error;
-        if (i == 0) {
-            n_channels = info->channels;
-            samplerate = static_cast<int32_t>(info->rate);
-        } else if (info->channels != n_channels || info->rate != samplerate) {
-            return FailContents(FormatMessage(Msg::DamagedAudio, filename, "the format changes inside the file"));
-        }
+    for (int i = 0; i < ov_streams(&idata->vorbis_file); ++i) {
+        const vorbis_info* info = ov_info(&idata->vorbis_file, i);
+        if (info && info->channels == n_channels && info->rate == samplerate) continue;
+        idata->CloseDecoder();
+        return FailContents(FormatMessage(Msg::DamagedAudio, filename, "the format changes inside the file"));
     }
     return 0;
 }
 
 int OggFile::ReadHeader(uint32_t) {
     if (int error = OpenDecoder()) return error;
+    const vorbis_info* info = ov_info(&idata->vorbis_file, 0);
+    if (!info) return FailLibrary(OV_EINVAL, "ov_info");
+    if (int error = ValidateFormat(16, info->channels, false, filename)) return error;
+    n_channels = info->channels;
+    samplerate = static_cast<int32_t>(info->rate);
+    bit_depth = 16;
     if (int error = CheckStreams()) return error;
     int64_t total = ov_pcm_total(&idata->vorbis_file, -1);
     if (total < 0) return FailLibrary(static_cast<long>(total), "ov_pcm_total");
     if (total == 0 || samplerate == 0) return FailContents(FormatMessage(Msg::FileIsEmpty, filename));
     total_samples = total;
-    bit_depth = 16;
     return 0;
 }
 
@@ -148,12 +151,15 @@ int32_t OggFile::Read(int64_t position, float* buffer, int32_t n_samples, uint32
         if (!file) file = OpenFile(filename, "rb", error);
         if (!file) return FailOpen(filename, error);
         if (int code = OpenDecoder()) return code;
+        if (int code = CheckStreams()) return code;
     }
     OggVorbis_File* vf = &idata->vorbis_file;
     if (position != idata->next_position) {
-        idata->next_position = -1;
         int vorbis_err = ov_pcm_seek(vf, position);
-        if (vorbis_err == OV_EINVAL) return 0;
+        if (vorbis_err == OV_EINVAL) {  // past the end
+            idata->CloseDecoder();
+            return 0;
+        }
         if (vorbis_err != 0) return FailLibrary(vorbis_err, "ov_pcm_seek");
     }
     const int32_t frame_size = n_channels * kBytesPerValue;
@@ -162,10 +168,7 @@ int32_t OggFile::Read(int64_t position, float* buffer, int32_t n_samples, uint32
         int32_t wanted = std::min(samples_required - samples_available, kBufferBytes / frame_size) * frame_size;
         int stream = 0;
         long bytes = ov_read(vf, reinterpret_cast<char*>(idata->buffer), wanted, 0, kBytesPerValue, 1, &stream);
-        if (bytes < 0) {
-            idata->next_position = -1;
-            return FailLibrary(bytes, "ov_read");
-        }
+        if (bytes < 0) return FailLibrary(bytes, "ov_read");
         if (bytes == 0) break;
         int32_t n_values = static_cast<int32_t>(bytes) / kBytesPerValue;
         idata->decoder.Decode(idata->buffer, n_values, buffer + static_cast<ptrdiff_t>(samples_available) * n_channels);

@@ -257,6 +257,9 @@ TEST(OggFile, ReleasedResourcesComeBackAndManyThreadsMayRead) {
     std::filesystem::remove(path);
     float pair[2];
     EXPECT_EQ(file.Read(0, pair, 1, 0), ERR_CANNOT_OPEN);
+    OggFile other;
+    WriteOgg(other, path, std::vector<float>(20000), 44100, 1);
+    EXPECT_EQ(file.Read(0, pair, 1, 0), ERR_CONTENTS) << "another file of that name";
 }
 
 TEST(OggFile, FullDiskIsAWriteErrorWithItsReason) {
