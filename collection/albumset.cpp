@@ -4,6 +4,7 @@
 #include <array>
 
 #include "collection/sort_list.h"
+#include "collection/undo_records.h"
 #include "foundation/messages.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
@@ -187,6 +188,9 @@ int CreateSingleTracks(AlbumInfo& album) {
     const std::vector<std::string_view> names = Split(album.title, separator);
     if (names.size() < 2) return 0;
     int n_added = 0;
+    const int first = album.tracks.size();
+    auto undo = std::make_unique<UndoUpdateTrackInfo>(album, FormatMessage(Msg::CreateSingleTracks), first,
+                                                      first + static_cast<int>(names.size()) - 1);
     for (std::string_view name : names) {
         name = Trim(name);
         const bool there = std::any_of(album.tracks.begin(), album.tracks.end(),
@@ -197,6 +201,7 @@ int CreateSingleTracks(AlbumInfo& album) {
         AddTrack(album, std::move(track));
         ++n_added;
     }
+    if (n_added && !album.IsWorkingCopy()) AddUndo(std::move(undo));
     return n_added;
 }
 

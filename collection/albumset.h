@@ -81,7 +81,7 @@ ALBUMTRACK DeleteTrack(AlbumInfo& album, int index, bool close_gap);
 void InsertTrack(AlbumInfo& album, int index, ALBUMTRACK track, bool open_gap);
 
 // Adds a track for each name of a single's title, which are separated by "|", or without one by "/", that no track has
-// yet. The number added.
+// yet, as one action that can be undone. The number added.
 int CreateSingleTracks(AlbumInfo& album);
 
 }  // namespace Orvane

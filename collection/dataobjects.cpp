@@ -76,6 +76,28 @@ std::vector<FileHistoryEntry*> AlbumInfo::Recordings() const {
     return recordings;
 }
 
+void AlbumInfo::TakeDetails(const AlbumInfo& from) {
+    artist = from.artist;
+    title = from.title;
+    genre = from.genre;
+    label = from.label;
+    grouping = from.grouping;
+    composer = from.composer;
+    conductor = from.conductor;
+    alias = from.alias;
+    comment = from.comment;
+    release_number = from.release_number;
+    art_file = from.art_file;
+    custom_tags = from.custom_tags;
+    notes = from.notes;
+    record_eq = from.record_eq ? std::make_unique<RecordEq>(*from.record_eq) : nullptr;
+    playing_speed = from.playing_speed;
+    year = from.year;
+    channel_mode = from.channel_mode;
+    status = from.status;
+    flags = static_cast<uint8_t>((flags & ~ALBUM_SINGLE) | (from.flags & ALBUM_SINGLE));
+}
+
 AlbumSet::AlbumSet(std::string_view path) {
     SetPath(path);
 }

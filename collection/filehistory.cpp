@@ -19,6 +19,8 @@ namespace {
 std::atomic<uint32_t> last_id{0};
 std::atomic<uint32_t> last_generation{0};
 
+constexpr const char* kWaveformExtensions[] = {".wft", ".wfd", ".wfo", ".wfs"};
+
 // File systems keep times in steps of up to two seconds.
 constexpr FileTime kTimeTolerance = 2 * kFileTimeSecond;
 
@@ -182,6 +184,12 @@ std::string FileHistoryEntry::WaveformPath(std::string_view waveform_extension) 
     return JoinPath(JoinPath(FolderOf(path), "orvfiles"), FileNameOf(path)).append(waveform_extension);
 }
 
+std::vector<std::string> FileHistoryEntry::AllPaths() const {
+    std::vector<std::string> paths = {GetPath(), CorrectionsPath(), LegacyCorrectionsPath()};
+    for (const char* waveform_extension : kWaveformExtensions) paths.push_back(WaveformPath(waveform_extension));
+    return paths;
+}
+
 FileHistoryEntry::AlbumFormat FileHistoryEntry::FormatOfOthers() const {
     if (IsPrivate()) return fixed_format;
     for (const FileHistoryEntry* other : album->Recordings()) {
@@ -302,8 +310,7 @@ void FileHistoryEntry::DeleteDerivedFiles(int what) {
         flags &= ~FHE_CORRECTIONS_LOADED;
     }
     if (!(what & 1)) return;
-    for (const char* waveform_extension : {".wft", ".wfd", ".wfo", ".wfs"})
-        DeleteFile(WaveformPath(waveform_extension));
+    for (const char* waveform_extension : kWaveformExtensions) DeleteFile(WaveformPath(waveform_extension));
 }
 
 void FileHistoryEntry::RecomputeTimes() {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "collection/corrections.h"
 #include "foundation/criticalsection.h"
@@ -110,6 +111,10 @@ public:
     void DeleteDerivedFiles(int what);
     // The path of a waveform side file of `extension` (".wfd"), in the folder `orvfiles` beside the recording.
     std::string WaveformPath(std::string_view extension) const;
+
+    // The paths of the recording and of all files that are named after it, in a fixed order, whether they are there or
+    // not.
+    std::vector<std::string> AllPaths() const;
 
     // --- The corrections file ---
     // The recording's full name and ".crd". Files of older versions carry ".crd" in the place of the extension and are

@@ -6,6 +6,7 @@
 #include "collection/albumset.h"
 #include "collection/steering_reader.h"
 #include "collection/steering_writer.h"
+#include "collection/undo.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/lasterror.h"
@@ -231,6 +232,7 @@ void CloseCollection() {
     event::Fire(EVENT_COLLECTION_CLOSING, event::Arg(gAlbumSet));
     ClearDirty();
     delete std::exchange(gAlbumSet, nullptr);
+    ClearUndo();
 }
 
 void RefreshInputFiles() {

@@ -1,8 +1,6 @@
 // Renaming the live collection.
-#include <functional>
-#include <vector>
-
 #include "collection/albumset.h"
+#include "collection/renames.h"
 #include "collection/steering_file.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
@@ -12,33 +10,6 @@
 
 namespace Orvane {
 namespace {
-
-// Renames that are taken back, the last one first, unless they are kept.
-class Renames {
-public:
-    Renames() = default;
-    ~Renames() {
-        for (auto step = steps.rbegin(); step != steps.rend(); ++step) RenameFile(step->to, step->from);
-    }
-    Renames(const Renames&) = delete;
-    Renames& operator=(const Renames&) = delete;
-
-    bool Do(const std::string& from, const std::string& to) {
-        if (const int error = RenameFile(from, to)) {
-            FailRename(from, to, error);
-            return false;
-        }
-        steps.push_back({from, to});
-        return true;
-    }
-    void Keep() { steps.clear(); }
-
-private:
-    struct Step {
-        std::string from, to;
-    };
-    std::vector<Step> steps;
-};
 
 // Recordings that lie in the folder are named by their full path when they were entered from there.
 void MoveExternalFiles(const AlbumSet& set, const std::string& old_folder) {

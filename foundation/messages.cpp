@@ -46,13 +46,21 @@ std::string_view MessageText(Msg id) {
             return "Insert track break";
         case Msg::DeleteTrackBreaks:
             return "Delete track breaks";
+        case Msg::EditAlbumDetails:
+            return "Edit album details";
         case Msg::BadCrdHeader:
             return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
                    "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
         case Msg::RecordingOpenNote:
             return "The recording stays in the album, but it cannot be used until this has been put right.";
+        case Msg::UndoTargetDeleted:
+            return "Can't undo/redo - file or album:\n\n<b>%s</b>\n\nhas been deleted";
         case Msg::Done:
             return "Done";
+        case Msg::UndoOtherAlbum:
+            return "This undo/redo operation will take you to a different album (<b>%s - %s</b>).\n\nProceed?";
+        case Msg::UndoOtherWindow:
+            return "This undo/redo operation will take you to a different window.\n\nProceed?";
         case Msg::NewerCrdVersion:
             return "The click repair data file for this album side (%s) cannot be opened because it was created by a "
                    "later version of Orvane.\n\nDo not scan for clicks or you will lose your previous results!";
@@ -81,6 +89,10 @@ std::string_view MessageText(Msg id) {
             return "Source file: %s\n";
         case Msg::CollectionSaved:
             return "Collection saved";
+        case Msg::UndoMenu:
+            return "Undo %s\tCtrl+Z";
+        case Msg::RedoMenu:
+            return "Redo %s\tCtrl+Y";
         case Msg::Custom:
             return "Custom";
         case Msg::CreateSingleTracks:
@@ -168,6 +180,12 @@ std::string_view MessageText(Msg id) {
                    "try again.";
         case Msg::NumberedTrack:
             return "Track %d";
+        case Msg::UndoTip:
+            return "Undo %s (Ctrl+Z)";
+        case Msg::RedoTip:
+            return "Redo %s (Ctrl+Y)";
+        case Msg::AlbumInUse:
+            return "Album:\n\n<b>%s - %s</b>\n\nis being worked on and cannot be changed at the moment.";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

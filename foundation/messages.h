@@ -31,9 +31,13 @@ enum class Msg : int {
     MoveTrackBreak = 408,
     InsertTrackBreak = 409,
     DeleteTrackBreaks = 410,
+    EditAlbumDetails = 414,
     BadCrdHeader = 459,  // file
     RecordingOpenNote = 469,
+    UndoTargetDeleted = 475,  // file or album
     Done = 488,
+    UndoOtherAlbum = 490,  // artist, title
+    UndoOtherWindow = 511,
     NewerCrdVersion = 514,      // file
     CollectionNameTaken = 524,  // name
     CollectionRenamed = 525,
@@ -46,6 +50,8 @@ enum class Msg : int {
     AlbumsDeleted = 737,   // count
     SourceFileNote = 867,  // file; ends with a line break
     CollectionSaved = 874,
+    UndoMenu = 1021,  // description
+    RedoMenu = 1022,  // description
     Custom = 1243,
     CreateSingleTracks = 1355,
     BackgroundJobs = 1577,
@@ -84,6 +90,9 @@ enum class Msg : int {
     MoreTrackBreaksThanTracks,
     FewerTrackBreaksThanTracks,
     NumberedTrack,             // number
+    UndoTip,                   // description
+    RedoTip,                   // description
+    AlbumInUse,                // artist, title
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -1,0 +1,75 @@
+#include "collection/renames.h"
+
+#include <cerrno>
+
+#include "collection/dataobjects.h"
+#include "foundation/event.h"
+#include "foundation/fileerror.h"
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
+
+namespace Orvane {
+namespace {
+
+std::vector<std::string> PathsOf(const std::vector<FileHistoryEntry*>& entries) {
+    std::vector<std::string> paths;
+    for (const FileHistoryEntry* entry : entries) {
+        for (std::string& path : entry->AllPaths()) paths.push_back(std::move(path));
+    }
+    return paths;
+}
+
+std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album) {
+    std::vector<FileHistoryEntry*> entries;
+    for (const AlbumSide* side : album.sides) {
+        if (!side) continue;
+        for (const RefPtr<FileHistoryEntry>& entry : side->history) entries.push_back(entry.get());
+    }
+    return entries;
+}
+
+}  // namespace
+
+Renames::~Renames() {
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step) RenameFile(step->to, step->from);
+}
+
+bool Renames::Do(const std::string& from, const std::string& to) {
+    if (const int error = FileExists(to) ? EEXIST : RenameFile(from, to)) {
+        FailRename(from, to, error);
+        return false;
+    }
+    steps.push_back({from, to});
+    return true;
+}
+
+RecordingRenames::RecordingRenames(std::vector<FileHistoryEntry*> entries)
+    : entries(std::move(entries)), before(PathsOf(this->entries)) {}
+
+bool RecordingRenames::Move() {
+    for (const FileHistoryEntry* entry : entries) {
+        if (!entry->IsOpen()) continue;
+        SetLastErrorText(FormatMessage(Msg::RecordingInUse, entry->GetPath()));
+        return false;
+    }
+    const std::vector<std::string> after = PathsOf(entries);
+    Renames renames;
+    for (size_t i = 0; i < before.size(); ++i) {
+        if (before[i] != after[i] && FileExists(before[i]) && !renames.Do(before[i], after[i])) return false;
+    }
+    renames.Keep();
+    return true;
+}
+
+bool RenameAlbumFiles(AlbumInfo& album, const std::string& artist, const std::string& title) {
+    if (album.open_fhe_count > 0) event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));
+    RecordingRenames files(AllRecordings(album));
+    const std::string old_artist = std::exchange(album.artist, artist);
+    const std::string old_title = std::exchange(album.title, title);
+    const bool moved = files.Move();
+    album.artist = old_artist;
+    album.title = old_title;
+    return moved;
+}
+
+}  // namespace Orvane

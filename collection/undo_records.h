@@ -1,0 +1,68 @@
+// What can be undone about albums, their tracks and the names of their recordings. Main thread.
+//
+// A record holds data as they are to be again. An edit may itself be made by applying a record of what the user wants:
+// what Apply returns is then the record to add to the stack.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "collection/undo.h"
+#include "collection/undo_refs.h"
+
+namespace Orvane {
+
+// The details of an album, without tracks and sides.
+std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album);
+
+// Recordings move along with the artist and the title.
+class UndoEditAlbumDetails : public UndoEntry {
+public:
+    // `album` as it is called now.
+    UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details);
+    std::unique_ptr<UndoEntry> Apply() override;
+
+private:
+    AlbumRef ref;
+    std::unique_ptr<AlbumInfo> details;
+};
+
+// The track listing of an album.
+class UndoUpdateTrackInfo : public UndoEntry {
+public:
+    // Made before the change, of which the tracks `first_track` to `last_track` are to be shown when it is undone.
+    UndoUpdateTrackInfo(const AlbumInfo& album, std::string description, int first_track, int last_track);
+    std::unique_ptr<UndoEntry> Apply() override;
+
+private:
+    AlbumRef ref;
+    simple_vector<ALBUMTRACK> tracks;
+    uint16_t sides_adjusted;
+    int first_track;
+    int last_track;
+};
+
+// The part of a recording's name that is its own, not its album's.
+struct RecordingName {
+    explicit RecordingName(const FileHistoryEntry& entry);
+    // Renames the file and those that go with it. False, with the reason as last error, when that failed or the
+    // recording is open; then nothing has changed.
+    bool GiveTo(FileHistoryEntry& entry) const;
+
+    bool external;  // `path` counts, otherwise `suffix`
+    std::string path;
+    std::string suffix;
+    std::string extension;
+};
+
+class UndoRenameAlbumSide : public UndoEntry {
+public:
+    UndoRenameAlbumSide(const FileHistoryEntry& entry, RecordingName name, std::string description);
+    std::unique_ptr<UndoEntry> Apply() override;
+
+private:
+    RecordingRef ref;
+    RecordingName name;
+};
+
+}  // namespace Orvane

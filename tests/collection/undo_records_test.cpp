@@ -1,0 +1,216 @@
+#include "collection/undo_records.h"
+
+#include <gtest/gtest.h>
+
+#include "collection/albumset.h"
+#include "collection/steering_file.h"
+#include "fake_hosts.h"
+#include "temp_folder.h"
+
+namespace Orvane {
+namespace {
+
+using OrvaneTest::FakeMessageHost;
+
+class UndoRecords : public ::testing::Test {
+protected:
+    UndoRecords() {
+        gAlbumSet = &set;
+        ClearUndo();
+        for (int id : {EVENT_BEFORE_CHANGE, EVENT_AFTER_CHANGE}) event::Subscribe(id, 0, &UndoRecords::Handle, this);
+    }
+    ~UndoRecords() override {
+        for (int id : {EVENT_BEFORE_CHANGE, EVENT_AFTER_CHANGE}) event::Unsubscribe(id, &UndoRecords::Handle, this);
+        ClearUndo();
+        gAlbumSet = nullptr;
+    }
+
+    // An album of two tracks with a recording, whose files are there.
+    AlbumInfo* Add(const char* artist, const char* title) {
+        auto album = MakeAlbum();
+        album->artist = artist;
+        album->title = title;
+        for (const char* name : {"One", "Two"}) {
+            ALBUMTRACK track;
+            track.title = name;
+            AddTrack(*album, track, 1000);
+        }
+        AlbumSide* side = album->GetSide(0, true);
+        side->AddRecording(MakeRef<FileHistoryEntry>(album.get(), side));
+        side->newest->extension = ".wav";
+        AlbumInfo* added = AddAlbum(std::move(album));
+        const std::string name = std::string("Mine/") + artist + "~" + title + "~side1.wav";
+        folder.Write(name, "audio");
+        folder.Write(name + ".crd", "repairs");
+        folder.Write(std::string("Mine/orvfiles/") + artist + "~" + title + "~side1.wav.wfd", "waveform");
+        return added;
+    }
+
+    static std::unique_ptr<UndoEntry> Renaming(const AlbumInfo& album, const char* artist, const char* title) {
+        auto details = CopyDetails(album);
+        details->artist = artist;
+        details->title = title;
+        return std::make_unique<UndoEditAlbumDetails>(album, std::move(details));
+    }
+
+    bool HasFiles(const std::string& name) const {
+        return OrvaneTest::ReadBytes(folder / ("Mine/" + name)) == "audio" &&
+               OrvaneTest::ReadBytes(folder / ("Mine/" + name + ".crd")) == "repairs" &&
+               OrvaneTest::ReadBytes(folder / ("Mine/orvfiles/" + name + ".wfd")) == "waveform";
+    }
+
+    OrvaneTest::TempFolder folder;
+    AlbumSet set{folder / "Mine.mcf"};
+    std::string events;
+
+private:
+    static intptr_t Handle(void* context, int id, EventArg a, EventArg, EventArg) {
+        static_cast<UndoRecords*>(context)->events += (id == EVENT_BEFORE_CHANGE ? "<" : ">") + std::to_string(a) + " ";
+        return 0;
+    }
+};
+
+TEST_F(UndoRecords, AlbumDetailsComeBackWithFilesAndOrder) {
+    AlbumInfo* album = Add("Art", "Blue");
+    Add("Cue", "Red");
+    set.current_album = album;
+    album->record_eq = std::make_unique<RecordEq>();
+    album->record_eq->name = "Early";
+    album->notes = "good";
+    AddUndo(Renaming(*album, "Zoe", "Blue")->Apply());
+    EXPECT_EQ(set.albums.Last(), album);
+    EXPECT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
+    EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).text, "Undo Edit album details\tCtrl+Z");
+
+    events.clear();
+    album->notes = "changed meanwhile";
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(events, "<512 <4 >4 <32 >32 >128 >512 ");
+    EXPECT_EQ(set.albums.First(), album);
+    EXPECT_EQ(album->artist + album->notes + album->record_eq->name, "ArtgoodEarly");
+    EXPECT_EQ(album->tracks.size(), 2);
+    EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
+    EXPECT_TRUE(Redo());
+    EXPECT_EQ(album->artist + album->notes, "Zoechanged meanwhile");
+    EXPECT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
+
+    // What is not in the sort key leaves the order alone.
+    auto details = CopyDetails(*album);
+    details->genre = "Jazz";
+    events.clear();
+    UndoEditAlbumDetails(*album, std::move(details)).Apply();
+    EXPECT_EQ(events, "<512 <8 >8 >128 >512 ");
+}
+
+TEST_F(UndoRecords, ARenameThatFailsLeavesEverything) {
+    AlbumInfo* album = Add("Art", "Blue");
+    AddUndo(Renaming(*album, "Zoe", "Blue")->Apply());
+    ASSERT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
+    // Another file has taken one of the old names: what had moved by then moves back.
+    folder.Write("Mine/orvfiles/Art~Blue~side1.wav.wfd", "of another");
+    FakeMessageHost messages;
+    EXPECT_FALSE(Undo());
+    ASSERT_EQ(messages.asked.size(), 1u);
+    EXPECT_NE(messages.Texts()[0].find("Cannot rename file"), std::string::npos);
+    EXPECT_EQ(album->artist, "Zoe");
+    EXPECT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
+    EXPECT_EQ(GetUndoState().undo_index, 1);
+
+    album->running_jobs = 1;
+    EXPECT_FALSE(Undo());
+    EXPECT_EQ(messages.Texts()[1], "Album: Zoe - Blue is being worked on and cannot be changed at the moment.");
+    album->running_jobs = 0;
+}
+
+TEST_F(UndoRecords, TheAlbumIsFoundByItsName) {
+    Add("Art", "Blue");
+    AlbumInfo* other = Add("Cue", "Red");
+    AlbumInfo* album = set.albums.First();
+    set.current_album = album;
+    AddUndo(std::make_unique<UndoUpdateTrackInfo>(*album, "Delete track", 1, 1));
+    DeleteTrack(*album, 1, true);
+
+    const auto step = [&](Answer answer, bool done, const char* text) {
+        FakeMessageHost messages({answer});
+        const int tracks = set.albums.First()->tracks.size();
+        EXPECT_EQ(Undo(), done);
+        EXPECT_EQ(set.albums.First()->tracks.size(), done ? 2 : tracks);
+        ASSERT_EQ(messages.asked.size(), *text ? 1u : 0u);
+        if (*text) {
+            EXPECT_EQ(messages.Texts()[0], text);
+        }
+    };
+    set.current_album = other;
+    constexpr const char* kElsewhere =
+        "This undo/redo operation will take you to a different album (Art - Blue). Proceed?";
+    step(Answer::Cancel, false, kElsewhere);
+    EXPECT_EQ(set.current_album, other);
+
+    std::unique_ptr<AlbumInfo> removed = RemoveAlbum(album);
+    step(Answer::Ok, false, "Can't undo/redo - file or album: Art - Blue has been deleted");
+    EXPECT_EQ(GetUndoState().undo_index, 1);
+
+    // It comes back as another object, as it does when the list is read again.
+    auto again = MakeAlbum();
+    again->TakeDetails(*removed);
+    AlbumInfo* back = AddAlbum(std::move(again));
+    ASSERT_EQ(set.albums.First(), back);
+    set.current_album = other;
+    step(Answer::Ok, true, kElsewhere);
+    EXPECT_EQ(set.current_album, back);
+}
+
+TEST_F(UndoRecords, TrackListingsComeBackWhole) {
+    AlbumInfo* album = Add("Art", "First | Second | Two");
+    album->flags |= ALBUM_SINGLE;
+    album->sides_adjusted = 1;
+    const simple_vector<ALBUMTRACK> before = album->tracks;
+    EXPECT_EQ(CreateSingleTracks(*album), 2);
+    album->sides_adjusted = 2;
+    const simple_vector<ALBUMTRACK> after = album->tracks;
+    EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).text, "Undo Create single tracks\tCtrl+Z");
+    events.clear();
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(events, "<4096 >4096 ");
+    EXPECT_EQ(album->tracks, before);
+    EXPECT_EQ(album->sides_adjusted, 1);
+    EXPECT_TRUE(Redo());
+    EXPECT_EQ(album->tracks, after);
+    EXPECT_EQ(album->sides_adjusted, 2);
+    EXPECT_EQ(CreateSingleTracks(*album), 0);
+    EXPECT_EQ(GetUndoState().undo_index, 1);
+}
+
+TEST_F(UndoRecords, ARecordingGetsItsNameBack) {
+    AlbumInfo* album = Add("Art", "Blue");
+    FileHistoryEntry* entry = album->sides[0]->newest;
+    RecordingName wanted(*entry);
+    wanted.suffix = "~take2";
+    AddUndo(UndoRenameAlbumSide(*entry, wanted, "Rename side").Apply());
+    EXPECT_TRUE(HasFiles("Art~Blue~side1~take2.wav"));
+    EXPECT_TRUE(Undo());
+    EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
+    folder.Write("Mine/Art~Blue~side1~take2.wav", "a new take");
+    FakeMessageHost messages;
+    EXPECT_FALSE(Redo());
+    EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
+    EXPECT_EQ(entry->name_suffix, "");
+
+    album->sides[0]->newest = album->sides[0]->latest_take = nullptr;
+    album->sides[0]->history.clear();
+    EXPECT_FALSE(Redo());
+    EXPECT_NE(messages.Texts().back().find("Art~Blue~side1.wav has been deleted"), std::string::npos);
+}
+
+TEST(UndoAndCollections, ClosingOneForgetsEverything) {
+    OrvaneTest::TempFolder folder;
+    gAlbumSet = new AlbumSet(folder / "Mine.mcf");
+    AlbumInfo* album = AddAlbum(MakeAlbum());
+    AddUndo(std::make_unique<UndoUpdateTrackInfo>(*album, "Delete track", 0, 0));
+    CloseCollection();
+    EXPECT_EQ(GetUndoState().undo_highwater, 0);
+    EXPECT_FALSE(Undo());
+}
+
+}  // namespace
+}  // namespace Orvane
