@@ -48,7 +48,7 @@ int ReplaceFile(std::string_view temporary, std::string_view path, std::string_v
     return 0;
 }
 
-int CopyFile(std::string_view from, std::string_view to) {
+int CopyFile(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress) {
     int error = 0;
     FILE* source = OpenFile(from, "rb", error);
     if (!source) return FailOpen(from, error);
@@ -59,12 +59,18 @@ int CopyFile(std::string_view from, std::string_view to) {
         return FailOpenForWriting(temporary, error);
     }
     int result = 0;
+    int64_t done = 0;
     std::vector<char> block(1 << 20);
     while (result == 0) {
         const size_t n = fread(block.data(), 1, block.size(), source);
         if (n == 0 && ferror(source)) result = FailRead(from, errno);
         if (n == 0) break;
-        if (fwrite(block.data(), 1, n, copy) != n) result = FailWrite(to, errno);
+        done += static_cast<int64_t>(n);
+        if (fwrite(block.data(), 1, n, copy) != n) {
+            result = FailWrite(to, errno);
+        } else if (progress && !progress(done)) {
+            result = 1;
+        }
     }
     fclose(source);
     if (result == 0 && (error = FlushToDisk(copy)) != 0) result = FailWrite(to, error);

@@ -1,6 +1,7 @@
 // Replacing a file so that at every moment the user has either the old one or the new one, whole.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -19,7 +20,8 @@ enum class OldFile { Keep, Drop };  // what becomes of the backup when the new f
 // file still stands, the thread's last error says why, and the result is negative.
 int ReplaceFile(std::string_view temporary, std::string_view path, std::string_view backup, OldFile old_file);
 
-// Copies a file's bytes to `to`, through a temporary file beside it; an existing file is replaced. 0 or a StreamError.
-int CopyFile(std::string_view from, std::string_view to);
+// Copies a file's bytes to `to`, through a temporary file beside it; an existing file is replaced. 0, a StreamError, or
+// 1 when `progress`, which is told the bytes copied so far, returned false; then nothing is left of the copy.
+int CopyFile(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress = {});
 
 }  // namespace Tesslib
