@@ -15,6 +15,7 @@
 #include "save/track_tags.h"
 #include "save/tracknames.h"
 #include "save/trackstream.h"
+#include "save/write_stream.h"
 #include "tesslib/aiffile.h"
 #include "tesslib/flacfile.h"
 #include "tesslib/id3v2.h"
@@ -246,29 +247,8 @@ SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings
     }
     if (writer->SetSBC(format.samplerate, format.bit_depth, format.n_channels) < 0) return Fail();
     SetTags(*writer, album, track, TrackFileSignature(album, track, settings));
-    std::string temporary = TemporaryName(filename);
-    if (writer->Open(temporary, OM_CREATE, 0, 0, total) < 0) return Fail();
-    if (progress && !progress(0, total)) {
-        writer->Close(CLOSE_FAILED_AND_DELETE);
-        return SAVE_CANCELLED;
-    }
-    int result = CopySamples(*stream, *writer, flags, album.channel_mode, progress);
-    if (result != 0) {
-        LastError reason = GetLastError();
-        writer->Close(CLOSE_FAILED_AND_DELETE);
-        SetLastError(reason);
-        return result > 0 ? SAVE_CANCELLED : Fail();
-    }
-    if (!writer->Close(CLOSE_FINISH)) {
-        DeleteFile(temporary);
-        return Fail();
-    }
-    if (int error = RenameFile(temporary, filename)) {
-        FailRename(temporary, filename, error);
-        DeleteFile(temporary);
-        return Fail();
-    }
-    if (progress) progress(total, total);
+    int result = WriteStream(*stream, *writer, filename, flags, album.channel_mode, progress);
+    if (result != 0) return result > 0 ? SAVE_CANCELLED : Fail();
     // Rounding of times can cost a frame or two; more than a millisecond is missing music.
     bool partial = stream->WantedSamples() - stream->MusicSamples(flags) > format.samplerate / 1000;
     return partial ? SAVE_PARTIAL : SAVE_DONE;

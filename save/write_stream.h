@@ -1,0 +1,26 @@
+// Writing any stream as an audio file of its own.
+#pragma once
+
+#include <string>
+
+#include "save/save_track.h"
+
+namespace Orvane {
+
+// Samples of a file as the user asks for them; 0 leaves the value to whoever knows the source.
+struct SampleForm {
+    int32_t samplerate = 0;
+    int32_t bit_depth = 0;
+    bool int32 = false;  // 32-bit samples are integers, where the format knows both
+};
+
+// Fixes what `writer` will write. 0, or a StreamError when a value that is not 0 cannot be had in this format; values
+// of 0 become the nearest to `source` that can. `form` then holds what will be written.
+int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, int32_t n_channels);
+
+// Copies all that `stream` gives with `flags` to the file `filename`, through a temporary file beside it, so that at
+// every moment the old file or the whole new one is there. 0, a StreamError, or 1 when `progress` cancelled.
+int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, uint32_t flags,
+                const SaveProgress& progress);
+
+}  // namespace Orvane
