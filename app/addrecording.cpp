@@ -1,0 +1,93 @@
+#include "app/addrecording.h"
+
+#include "collection/albumset.h"
+#include "foundation/fileerror.h"
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/safefile.h"
+#include "tesslib/fileformats.h"
+
+namespace Orvane {
+namespace {
+
+// Copies a file with its time to a name that is free. False on failure, or when cancelled; the last error then has no
+// text.
+bool CopyToRecordings(const std::string& from, const std::string& to, const std::function<bool(int)>& progress) {
+    SetLastError({});
+    if (int error = CreateFolders(FolderOf(to))) {
+        FailCreateFolder(FolderOf(to), error);
+        return false;
+    }
+    FileInfo info;
+    GetFileInfo(from, info);
+    auto Tell = [&](int64_t done) {
+        return !progress || progress(info.size > 0 ? static_cast<int>(MulDiv64(done, 1000, info.size)) : 0);
+    };
+    if (CopyFile(from, to, Tell) != 0) return false;
+    SetFileTime(to, info.time);
+    return true;
+}
+
+// Gives the entry a name in the recordings folder that no file has yet.
+void FindFreeName(FileHistoryEntry& entry) {
+    for (int i = 2; FileExists(entry.GetPath()); ++i) entry.name_suffix = fmt::sprintf(" (%d)", i);
+}
+
+}  // namespace
+
+FileHistoryEntry* AddRecording(AlbumInfo& album, int side_number, const std::string& file, PlaceOfFile place,
+                               const std::function<bool(int)>& progress) {
+    const std::string path = AbsolutePath(file);
+    int error = 0;
+    RefPtr<FileStream> probe = OpenForReading(path, error);
+    if (!probe) return nullptr;
+    const int format = probe->file_format;
+    probe->Close();
+
+    const int sides_before = album.sides.size();
+    const bool new_side = side_number > sides_before || !album.sides[side_number - 1];
+    AlbumSide* side = album.GetSide(side_number - 1, true);
+    if (!side) {
+        SetLastErrorText(fmt::sprintf("An album of this collection has %d sides at most",
+                                      album.set ? album.set->SideLimit() : kMaxAlbumSides));
+        return nullptr;
+    }
+    auto GiveUp = [&]() -> FileHistoryEntry* {
+        if (!new_side) return nullptr;
+        delete album.sides[side_number - 1];
+        album.sides[side_number - 1] = nullptr;
+        album.sides.resize(sides_before);
+        return nullptr;
+    };
+
+    auto entry = MakeRef<FileHistoryEntry>(&album, side);
+    entry->extension = ExtensionOf(path);
+    entry->file_format = static_cast<uint8_t>(format);
+    entry->original_name = path;
+    if (place == PlaceOfFile::WhereItIs) {
+        for (const auto& other : side->history) {
+            if (other->GetPath() != path) continue;
+            SetLastErrorText(fmt::sprintf("<b>%s</b> is a recording of side %d already", path, side_number));
+            return GiveUp();
+        }
+        entry->flags |= FHE_EXTERNAL_FILE;
+        entry->external_file = path;
+    } else {
+        FindFreeName(*entry);
+        if (!CopyToRecordings(path, entry->GetPath(), progress)) return GiveUp();
+    }
+    if (entry->Open(USER_PROBE, false) != OPEN_GOOD) {
+        LastError reason = GetLastError();
+        if (place == PlaceOfFile::RecordingsFolder) DeleteFile(entry->GetPath());
+        SetLastError(reason);
+        return GiveUp();
+    }
+    entry->Close(USER_PROBE);
+    Change change(CHANGE_DETAILS, &album);
+    side->AddRecording(entry);
+    if (album.status < STATUS_RECORDED) SetStatus(album, STATUS_RECORDED, true);
+    return entry.get();
+}
+
+}  // namespace Orvane
