@@ -1,0 +1,169 @@
+#include <map>
+
+#include "cli/commands.h"
+#include "cli/fields.h"
+#include "cli/model_view.h"
+#include "cli/texts.h"
+#include "collection/albumset.h"
+#include "collection/tracktime.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+
+namespace Orvane {
+namespace {
+
+struct AlbumArguments {
+    std::string collection;
+    int album = 0;
+    std::vector<std::string> assignments;       // of "set"
+    std::map<std::string, std::string> values;  // of "add", by field
+};
+
+int OpenAlbum(CommandContext& context, const AlbumArguments& arguments, Access access, AlbumInfo*& album) {
+    if (int code = context.Open(arguments.collection, access)) return code;
+    return context.FindAlbum(arguments.album, album);
+}
+
+int List(CommandContext& context, const AlbumArguments& arguments) {
+    if (int code = context.Open(arguments.collection, Access::Read)) return code;
+    Json albums = Json::array();
+    Table table({Table::Align::Right});
+    int number = 0;
+    for (const AlbumInfo& album : context.Collection().albums) {
+        Json json = AlbumHeadJson(album, ++number);
+        json["tracks"] = album.tracks.size();
+        json["sides"] = album.sides.size();
+        albums.push_back(json);
+        std::string text = AlbumListText(album, GetSortOrder(), ListText::Full, true);
+        table.Add({std::to_string(number), text, CountText(album.tracks.size(), "track")});
+    }
+    context.result["albums"] = albums;
+    context.Text(table.Empty() ? std::string(MessageText(Msg::EmptyCollection)) + "\n" : table.Text());
+    return CLI_DONE;
+}
+
+std::string TrackLengthText(const ALBUMTRACK& track) {
+    return track.IsEmpty() ? "" : ClockText(track.FadeEnd() - track.FadeStart());
+}
+
+// The album for reading, in the same parts as the JSON.
+void ShowText(CommandContext& context, AlbumInfo& album) {
+    context.Line("{}", AlbumTitleText(album));
+    Table details;
+    for (const Field<AlbumInfo>& field : AlbumFields()) {
+        Json value = field.get(album);
+        bool shown_above = field.name == "artist" || field.name == "title" || field.name == "year";
+        if (shown_above || !value.is_string() || value.get<std::string>().empty()) continue;
+        details.Add({field.name, value.get<std::string>()});
+    }
+    details.Add({"status", StatusText(album.status)});
+    context.Text(details.Text(2));
+
+    Table sides({Table::Align::Right});
+    for (const RecordingPlace& place : PlaceRecordings(album)) {
+        sides.Add({std::to_string(place.side), FileNameOf(place.entry->GetPath()), ClockText(place.end - place.start),
+                   place.found ? FormatText(*place.entry) : OpenStatusText(place.entry->open_status)});
+    }
+    if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));
+
+    Table tracks({Table::Align::Right, Table::Align::Left, Table::Align::Right});
+    for (int i = 0; i < album.tracks.size(); ++i) {
+        const ALBUMTRACK& track = album.tracks[i];
+        std::string times = track.IsEmpty() ? "" : FormatTime(track.start) + " - " + FormatTime(track.end);
+        tracks.Add(
+            {std::to_string(i + 1), track.title, TrackLengthText(track), times, track.excluded ? "left out" : ""});
+    }
+    if (!tracks.Empty()) context.Text("\nTracks\n" + tracks.Text(2));
+}
+
+int Show(CommandContext& context, const AlbumArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = OpenAlbum(context, arguments, Access::Read, album)) return code;
+    context.result = AlbumJson(*album, arguments.album);
+    ShowText(context, *album);
+    return CLI_DONE;
+}
+
+int ReportAlbum(CommandContext& context, const AlbumInfo& album, const std::string& what) {
+    if (int code = context.Save()) return code;
+    int number = context.NumberOf(album);
+    context.result = AlbumHeadJson(album, number);
+    context.Line("{}: {}", what, context.AlbumName(album));
+    return CLI_DONE;
+}
+
+int Add(CommandContext& context, const AlbumArguments& arguments) {
+    if (int code = context.Open(arguments.collection, Access::Change)) return code;
+    std::unique_ptr<AlbumInfo> album = MakeAlbum();
+    for (const auto& [name, value] : arguments.values) {
+        std::string problem = SetField(*album, name, value);
+        if (!problem.empty()) return context.Usage(problem);
+    }
+    return ReportAlbum(context, *AddAlbum(std::move(album)), "Added");
+}
+
+int Set(CommandContext& context, const AlbumArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
+    {
+        Change change(CHANGE_DETAILS_AND_KEY, album);
+        std::string problem = Assign(*album, arguments.assignments);
+        if (!problem.empty()) return context.Usage(problem);
+    }
+    SortAlbums(true, album);
+    return ReportAlbum(context, *album, "Changed");
+}
+
+int Remove(CommandContext& context, const AlbumArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
+    Json json = AlbumHeadJson(*album, arguments.album);
+    std::string name = context.AlbumName(*album);
+    std::unique_ptr<AlbumInfo> removed = RemoveAlbum(album);
+    if (int code = context.Save()) return code;
+    context.result = json;
+    context.Line("Removed: {}; its recordings stay where they are", name);
+    return CLI_DONE;
+}
+
+}  // namespace
+
+void AddAlbumCommands(CommandTree& tree) {
+    CLI::App* group = tree.AddGroup("album", "the albums of a collection");
+    auto Command = [&](const char* name, const char* description, const char* example,
+                       int (*run)(CommandContext&, const AlbumArguments&), std::shared_ptr<AlbumArguments>& arguments) {
+        arguments = std::make_shared<AlbumArguments>();
+        CLI::App* command =
+            tree.AddCommand(group, name, description, std::string("album ") + name + " " + example,
+                            [run, arguments](CommandContext& context) { return run(context, *arguments); });
+        CollectionArgument(command, arguments->collection);
+        return command;
+    };
+    std::shared_ptr<AlbumArguments> arguments;
+    Command("list", "the albums with their numbers", "records.mcf", List, arguments);
+
+    CLI::App* command = Command("show", "everything about an album", "records.mcf 1 --json", Show, arguments);
+    NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+
+    command = Command("add", "enter a new album", "records.mcf --artist \"The Examples\" --title First --year 1977",
+                      Add, arguments);
+    for (const Field<AlbumInfo>& field : AlbumFields()) {
+        auto keep = [arguments, name = field.name](const std::string& value) { arguments->values[name] = value; };
+        std::string option = "--" + field.name;
+        command->add_option_function<std::string>(option, keep, "takes " + field.values)->option_text("VALUE");
+    }
+
+    command = Command("set", "change details of an album", "records.mcf 1 year=1978 genre=Folk", Set, arguments);
+    NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+    std::string keys;
+    for (const Field<AlbumInfo>& field : AlbumFields()) keys += "\n" + field.name + ": " + field.values;
+    command->add_option("KEY=VALUE", arguments->assignments, "details, by these keys:" + keys)
+        ->required()
+        ->option_text(" ");
+
+    command = Command("remove", "take an album out of the collection; its recordings stay where they are",
+                      "records.mcf 1", Remove, arguments);
+    NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+}
+
+}  // namespace Orvane

@@ -1,0 +1,163 @@
+#include "cli/context.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+#include "cli/texts.h"
+#include "collection/steering_file.h"
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/text.h"
+
+namespace Orvane {
+namespace {
+
+ProgressStyle StyleFor(const GlobalOptions& options) {
+    if (options.quiet) return ProgressStyle::None;
+    return isatty(STDERR_FILENO) ? ProgressStyle::Bar : ProgressStyle::Lines;
+}
+
+bool SomebodyThere(const GlobalOptions& options) {
+    return !options.quiet && !options.json && isatty(STDIN_FILENO) && isatty(STDERR_FILENO);
+}
+
+void WriteToStderr(std::string_view bytes) {
+    std::fwrite(bytes.data(), 1, bytes.size(), stderr);
+    std::fflush(stderr);
+}
+
+double SecondsNow() {
+    return static_cast<double>(MonotonicNs()) / 1e9;
+}
+
+}  // namespace
+
+CommandContext::CommandContext(const GlobalOptions& options)
+    : options(options), messages(SomebodyThere(options)), progress(StyleFor(options), WriteToStderr, SecondsNow) {
+    SetMessageHost(&messages);
+    SetProgressHost(&progress);
+}
+
+CommandContext::~CommandContext() {
+    if (set && set == gAlbumSet) CloseCollection();
+    SetMessageHost(nullptr);
+    SetProgressHost(nullptr);
+}
+
+int CommandContext::Fail(std::string_view reason) {
+    error = PlainText(reason);
+    return CLI_FAILED;
+}
+
+int CommandContext::FailLastError() {
+    return Fail(GetLastError().text);
+}
+
+int CommandContext::Usage(std::string_view reason) {
+    error = PlainText(reason);
+    return CLI_USAGE;
+}
+
+int CommandContext::Cancelled() {
+    error = PlainText(MessageText(Msg::Cancelled));
+    return CLI_CANCELLED;
+}
+
+int CommandContext::Finish(int code) {
+    if (code != CLI_DONE && error.empty()) error = "The command failed";
+    if (options.json) {
+        if (code != CLI_DONE) result["error"] = error;
+        text = result.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    }
+    bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    if (std::fflush(stdout) != 0 || !written) {
+        FailWrite("stdout", errno);
+        if (code == CLI_DONE) code = FailLastError();
+    }
+    if (code != CLI_DONE && error != messages.last_shown) WriteError("orvane-cli: " + error);
+    return code;
+}
+
+int CommandContext::Lock(const std::string& path) {
+    std::string holder;
+    if (lock.Acquire(path, holder)) return CLI_DONE;
+    return Fail(fmt::format("{} is in use by {}", path, holder));
+}
+
+int CommandContext::Open(const std::string& path, Access access) {
+    std::string full_path = AbsolutePath(path);
+    if (!FileExists(full_path)) return Fail(FormatMessage(Msg::CannotFindFile, full_path));
+    if (ExtensionOf(full_path).empty()) return Fail(FormatMessage(Msg::NotACollection, full_path));
+    if (int code = Lock(full_path)) return code;
+    if (access == Access::Change) {
+        set = OpenCollection(full_path);
+    } else {
+        set = OpenCollection(full_path, &read_only_set);
+    }
+    if (set) return CLI_DONE;
+    return GetLastError().text.empty() ? Cancelled() : FailLastError();
+}
+
+int CommandContext::Create(const std::string& path) {
+    std::string full_path = AbsolutePath(path);
+    if (ExtensionOf(full_path) != ".mcf") return Usage("The name of a collection ends in .mcf");
+    if (int code = Lock(full_path)) return code;
+    if (FileExists(full_path)) return Fail(fmt::format("{} exists already", full_path));
+    if (int failure = CreateFolders(FolderOf(full_path))) {
+        FailCreateFolder(FolderOf(full_path), failure);
+        return FailLastError();
+    }
+    AlbumSet fresh(full_path);
+    if (!SaveCollection(full_path, fresh, false)) return FailLastError();
+    set = OpenCollection(full_path);
+    return set ? CLI_DONE : FailLastError();
+}
+
+int CommandContext::Save() {
+    if (!set->dirty) return CLI_DONE;
+    if (Interrupted()) return Cancelled();
+    SetLastErrorText("The collection could not be saved");
+    return SaveCollection(set->path, *set, false) ? CLI_DONE : FailLastError();
+}
+
+int CommandContext::FindAlbum(int number, AlbumInfo*& album) {
+    int position = 0;
+    for (AlbumInfo& candidate : set->albums) {
+        if (++position != number) continue;
+        album = &candidate;
+        return CLI_DONE;
+    }
+    return Fail(fmt::format("There is no album {} in {}: it has {}", number, set->path,
+                            CountText(set->albums.size(), "album")));
+}
+
+int CommandContext::FindTrack(const AlbumInfo& album, int number, int& index) {
+    index = number - 1;
+    if (index >= 0 && index < album.tracks.size()) return CLI_DONE;
+    return Fail(fmt::format("There is no track {} in {}: it has {}", number, AlbumName(album),
+                            CountText(album.tracks.size(), "track")));
+}
+
+int CommandContext::FindRecording(const AlbumInfo& album, int side, FileHistoryEntry*& entry) {
+    bool there = side >= 1 && side <= album.sides.size() && album.sides[side - 1];
+    entry = there ? album.sides[side - 1]->newest : nullptr;
+    return entry ? CLI_DONE : Fail(fmt::format("Side {} of {} has no recording", side, AlbumName(album)));
+}
+
+int CommandContext::NumberOf(const AlbumInfo& album) const {
+    int number = 0;
+    for (const AlbumInfo& candidate : set->albums) {
+        ++number;
+        if (&candidate == &album) return number;
+    }
+    return 0;
+}
+
+std::string CommandContext::AlbumName(const AlbumInfo& album) const {
+    return fmt::format("album {} ({} - {})", NumberOf(album), album.artist, album.title);
+}
+
+}  // namespace Orvane

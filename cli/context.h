@@ -1,0 +1,88 @@
+// What a command works with: the collection it was given, and where its results and its failure go.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "cli/console.h"
+#include "collection/dataobjects.h"
+#include "foundation/platform.h"
+
+namespace Orvane {
+
+using Json = nlohmann::ordered_json;
+
+enum ExitCode : int { CLI_DONE = 0, CLI_FAILED = 1, CLI_USAGE = 2, CLI_CANCELLED = 3 };
+
+// The options that every command takes.
+struct GlobalOptions {
+    bool json = false;
+    bool quiet = false;
+    std::vector<std::string> settings;  // "KEY=VALUE", for this run
+};
+
+// What a command does to the collection. One that only reads it leaves the file and the settings as they are.
+enum class Access { Read, Change };
+
+// The functions that can fail return an exit code; anything but CLI_DONE is the command's own result, and its reason is
+// already noted. Main thread.
+class CommandContext {
+public:
+    explicit CommandContext(const GlobalOptions& options);
+    ~CommandContext();
+    CommandContext(const CommandContext&) = delete;
+    CommandContext& operator=(const CommandContext&) = delete;
+
+    // --- Results ---
+    Json result = Json::object();  // what --json prints
+    template <class... Args>
+    void Line(fmt::format_string<Args...> format, Args&&... args) {
+        Text(fmt::format(format, std::forward<Args>(args)...) + "\n");
+    }
+    void Text(std::string_view lines) { text += lines; }  // what is printed without it
+
+    // Note why the command ends here; `reason` is plain text or mark-up. Each returns its exit code.
+    int Fail(std::string_view reason);
+    int FailLastError();
+    int Usage(std::string_view reason);
+    int Cancelled();
+
+    // Prints the results, and the reason of a failure; the exit code of the whole. Last of all.
+    int Finish(int code);
+
+    // --- The collection ---
+    // Opens it under its lock, so that no other command works on it meanwhile.
+    int Open(const std::string& path, Access access);
+    // Writes a new empty collection and opens it to be changed. Fails where there is a file already.
+    int Create(const std::string& path);
+    AlbumSet& Collection() { return *set; }
+    // Saves it where it was changed.
+    int Save();
+
+    // By their numbers, from 1.
+    int FindAlbum(int number, AlbumInfo*& album);
+    int FindTrack(const AlbumInfo& album, int number, int& index);
+    int FindRecording(const AlbumInfo& album, int side, FileHistoryEntry*& entry);
+    int NumberOf(const AlbumInfo& album) const;
+    std::string AlbumName(const AlbumInfo& album) const;  // "album 3 (Artist - Title)"
+
+private:
+    int Lock(const std::string& path);
+
+    const GlobalOptions options;
+    ConsoleMessages messages;
+    ConsoleProgress progress;
+    std::string text;
+    std::string error;
+    FileLock lock;
+    std::unique_ptr<AlbumSet> read_only_set;
+    AlbumSet* set = nullptr;
+};
+
+}  // namespace Orvane

@@ -1,0 +1,214 @@
+#include "cli/digitise.h"
+
+#include "app/addrecording.h"
+#include "cli/filetree.h"
+#include "cli/texts.h"
+#include "collection/albumset.h"
+#include "foundation/lasterror.h"
+#include "foundation/path.h"
+#include "foundation/settings.h"
+
+namespace Orvane {
+
+const Digitise::Step Digitise::kSteps[] = {
+    {"order", &Digitise::ReadOrder},  {"collection", &Digitise::OpenCollection}, {"album", &Digitise::EnterAlbum},
+    {"sides", &Digitise::EnterSides}, {"tracks", &Digitise::EnterTracks},        {"store", &Digitise::StoreAlbum},
+    {"save", &Digitise::SaveTracks},
+};
+
+int Digitise::Run() {
+    int code = CLI_DONE;
+    for (const Step& step : kSteps) {
+        code = Interrupted() ? context.Cancelled() : (this->*step.run)();
+        if (code != CLI_DONE) {
+            context.result["failed_step"] = step.name;
+            break;
+        }
+    }
+    if (album) Report();
+    return code;
+}
+
+int Digitise::ReadOrder() {
+    std::string problem;
+    if (!order.titles_file.empty() && !ReadTitles(order.titles_file, titles, problem)) return context.Usage(problem);
+    if (!titles.empty() && !titles.front().timed && titles.size() != order.files.size()) {
+        return context.Usage(
+            fmt::format("{} has {} without times for {}: give each its times, START - END TITLE, or one title a side",
+                        order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
+                        CountText(static_cast<int64_t>(order.files.size()), "side")));
+    }
+    return CLI_DONE;
+}
+
+int Digitise::OpenCollection() {
+    output_folder =
+        order.save.out.empty() ? GetStringSetting("Output Directory", MusicFolder()) : AbsolutePath(order.save.out);
+    std::string path = order.collection;
+    if (path.empty()) path = JoinPath(output_folder, SafeFileName(order.artist + " - " + order.title) + ".mcf");
+    int code = FileExists(AbsolutePath(path)) ? context.Open(path, Access::Change) : context.Create(path);
+    if (code == CLI_DONE) context.result["collection"] = context.Collection().path;
+    return code;
+}
+
+AlbumInfo* Digitise::FindSameAlbum() {
+    for (AlbumInfo& candidate : context.Collection().albums) {
+        std::vector<FileHistoryEntry*> recordings = candidate.Recordings();
+        bool same = candidate.artist == order.artist && candidate.title == order.title &&
+                    recordings.size() == order.files.size();
+        for (size_t i = 0; same && i < recordings.size(); ++i)
+            same = recordings[i]->GetPath() == AbsolutePath(order.files[i]);
+        if (same) return &candidate;
+    }
+    return nullptr;
+}
+
+int Digitise::EnterAlbum() {
+    album = FindSameAlbum();
+    new_album = album == nullptr;
+    if (new_album) {
+        std::unique_ptr<AlbumInfo> fresh = MakeAlbum();
+        fresh->artist = order.artist;
+        fresh->title = order.title;
+        album = AddAlbum(std::move(fresh));
+    }
+    bool other_year = order.year != 0 && album->year != order.year;
+    bool other_genre = !order.genre.empty() && album->genre != order.genre;
+    if (!other_year && !other_genre) return CLI_DONE;
+    Change change(CHANGE_DETAILS, album);
+    if (other_year) album->year = static_cast<int16_t>(order.year);
+    if (other_genre) album->genre = order.genre;
+    return CLI_DONE;
+}
+
+int Digitise::EnterSides() {
+    for (size_t i = 0; new_album && i < order.files.size(); ++i) {
+        if (!AddRecording(*album, static_cast<int>(i) + 1, order.files[i], PlaceOfFile::WhereItIs))
+            return context.FailLastError();
+    }
+    places = PlaceRecordings(*album);
+    for (const RecordingPlace& place : places) {
+        if (place.found) continue;
+        if (place.entry->Open(USER_PROBE, false) != OPEN_GOOD) return context.FailLastError();
+        place.entry->Close(USER_PROBE);
+    }
+    return CLI_DONE;
+}
+
+std::string Digitise::TrackTitle(size_t index) const {
+    if (!titles.empty()) return titles[index].title;
+    return places.size() == 1 ? order.title : fmt::format("Side {}", places[index].side);
+}
+
+std::vector<ALBUMTRACK> Digitise::WantedTracks() const {
+    bool timed = !titles.empty() && titles.front().timed;
+    std::vector<ALBUMTRACK> tracks(timed ? titles.size() : places.size());
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        tracks[i].title = TrackTitle(i);
+        tracks[i].start = timed ? titles[i].start : places[i].start;
+        tracks[i].end = timed ? titles[i].end : places[i].end;
+    }
+    return tracks;
+}
+
+int Digitise::EnterTracks() {
+    // The user may have worked on the tracks of an album that is there; only a new listing takes their place.
+    bool keep = !album->tracks.empty() && titles.empty();
+    if (keep) return CLI_DONE;
+    std::vector<ALBUMTRACK> wanted = WantedTracks();
+    if (wanted.back().end > places.back().end && titles.back().start >= places.back().end) {
+        return context.Usage(fmt::format("{}, line {}: the recordings end at {} already", order.titles_file,
+                                         titles.back().line, ClockText(places.back().end)));
+    }
+    auto Same = [](const ALBUMTRACK& a, const ALBUMTRACK& b) {
+        return a.title == b.title && a.start == b.start && a.end == b.end;
+    };
+    if (std::equal(wanted.begin(), wanted.end(), album->tracks.begin(), album->tracks.end(), Same)) return CLI_DONE;
+    Change change(CHANGE_TRACK_TIMES, album);
+    album->tracks.resize(static_cast<int>(wanted.size()));
+    for (int i = 0; i < album->tracks.size(); ++i) {
+        ALBUMTRACK& track = album->tracks[i];
+        track.title = wanted[i].title;
+        track.start = wanted[i].start;
+        track.end = wanted[i].end;
+    }
+    return CLI_DONE;
+}
+
+int Digitise::StoreAlbum() {
+    changed = context.Collection().dirty;
+    return context.Save();
+}
+
+int Digitise::SaveTracks() {
+    SaveSettings settings;
+    if (int code = MakeSaveSettings(context, order.save, settings)) return code;
+    if (order.collection.empty()) settings.output_folder = output_folder;
+    output_folder = settings.output_folder;
+    int code = SaveWithProgress(context, {album}, settings, order.save.threads, saved);
+    changed |= saved.n_saved + saved.n_partially_saved > 0 || context.Collection().dirty;
+    if (code == CLI_CANCELLED) return code;
+    int stored = context.Save();
+    return code ? code : stored;
+}
+
+void Digitise::Report() {
+    Json& result = context.result;
+    result["album"] = context.NumberOf(*album);
+    result["artist"] = album->artist;
+    result["title"] = album->title;
+    result["new_album"] = new_album;
+    result["changed"] = changed;
+    result["sides"] = Json::array();
+    Table sides({Table::Align::Right});
+    for (const RecordingPlace& place : places) {
+        result["sides"].push_back({{"side", place.side},
+                                   {"path", place.entry->GetPath()},
+                                   {"start", place.start},
+                                   {"end", place.end},
+                                   {"seconds", Seconds(place.end - place.start)},
+                                   {"samplerate", place.entry->SampleRate()},
+                                   {"bits", place.entry->bits},
+                                   {"channels", place.entry->channels}});
+        sides.Add({std::to_string(place.side), FileNameOf(place.entry->GetPath()), ClockText(place.end - place.start),
+                   FormatText(*place.entry)});
+    }
+    context.Text(AlbumTitleText(*album) + "\n");
+    if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));
+    if (saved.tracks.empty()) return;
+
+    Table tracks({Table::Align::Right, Table::Align::Left, Table::Align::Right});
+    FileTree tree(output_folder);
+    tree.Add(context.Collection().path, "the collection");
+    int64_t ticks = 0;
+    for (size_t i = 0; i < saved.tracks.size(); ++i) {
+        const SavedTrack& done = saved.tracks[i];
+        const ALBUMTRACK& track = album->tracks[done.track];
+        Json& json = result["tracks"][i];
+        json["start"] = track.start;
+        json["end"] = track.end;
+        json["start_seconds"] = Seconds(track.start);
+        json["end_seconds"] = Seconds(track.end);
+        tracks.Add({std::to_string(done.track + 1), track.title, ClockText(track.FadeEnd() - track.FadeStart()),
+                    SaveStatusText(done.status)});
+        FileInfo info;
+        if (GetFileInfo(done.file, info) == 0) tree.Add(done.file, SizeText(info.size));
+        if (done.status == SAVE_DONE || done.status == SAVE_PARTIAL) ticks += track.FadeEnd() - track.FadeStart();
+    }
+    context.Text("\nTracks\n" + tracks.Text(2) + "\n");
+    double seconds = result["seconds"].get<double>();
+    double speed = seconds > 0 ? Seconds(ticks) / seconds : 0;
+    result["times_real_time"] = speed;
+    int n_saved = saved.n_saved + saved.n_partially_saved;
+    if (!changed) {
+        context.Line("{} already saved: nothing has changed.",
+                     saved.n_already_saved == 1 ? "The track was" : "All tracks were");
+    } else {
+        context.Line("{} saved in {:.1f} seconds, {:.0f} times as fast as playing{}.", CountText(n_saved, "track"),
+                     seconds, speed,
+                     saved.n_already_saved ? fmt::format("; {} already saved", saved.n_already_saved) : "");
+    }
+    context.Text("\n" + tree.Text());
+}
+
+}  // namespace Orvane

@@ -1,0 +1,67 @@
+// The whole road from recordings to saved tracks, in steps.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/context.h"
+#include "cli/model_view.h"
+#include "cli/saving.h"
+#include "cli/titles.h"
+
+namespace Orvane {
+
+struct DigitiseOrder {
+    std::vector<std::string> files;  // one a side, in order
+    std::string artist;
+    std::string title;
+    int year = 0;
+    std::string genre;
+    std::string titles_file;
+    std::string collection;  // empty: one named after the album, beside the tracks
+    bool no_declick = false;
+    bool no_split = false;
+    SaveArguments save;
+};
+
+// Each step finds what an earlier run has done already and leaves it alone, so that a run that was interrupted can be
+// run again, and one that was not changes nothing. Until the album with its sides and tracks is complete, the
+// collection stays as it is.
+class Digitise {
+public:
+    Digitise(CommandContext& context, const DigitiseOrder& order) : context(context), order(order) {}
+
+    int Run();
+
+private:
+    struct Step {
+        const char* name;
+        int (Digitise::*run)();
+    };
+    static const Step kSteps[];
+
+    int ReadOrder();
+    int OpenCollection();
+    int EnterAlbum();
+    int EnterSides();
+    int EnterTracks();
+    int StoreAlbum();
+    int SaveTracks();
+    void Report();
+
+    AlbumInfo* FindSameAlbum();
+    std::string TrackTitle(size_t index) const;
+    std::vector<ALBUMTRACK> WantedTracks() const;
+
+    CommandContext& context;
+    const DigitiseOrder& order;
+    std::vector<TitleLine> titles;
+    std::string output_folder;
+    AlbumInfo* album = nullptr;
+    bool new_album = false;
+    bool changed = false;
+    std::vector<RecordingPlace> places;
+    SaveResult saved;
+};
+
+}  // namespace Orvane

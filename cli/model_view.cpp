@@ -1,0 +1,125 @@
+#include "cli/model_view.h"
+
+#include "cli/fields.h"
+#include "cli/texts.h"
+#include "collection/albumset.h"
+#include "tesslib/fileformats.h"
+
+namespace Orvane {
+namespace {
+
+Json CorrectionsJson(FileHistoryEntry& entry) {
+    Json counts;
+    counts["markers"] = entry.markers.size();
+    counts["side_breaks"] = entry.side_breaks.size();
+    counts["cuts"] = entry.cuts.size();
+    counts["filters"] = entry.filters.size();
+    counts["fft_eqs"] = entry.fft_eqs.size();
+    counts["click_repairs"] = {entry.click_repairs[0].size(), entry.click_repairs[1].size()};
+    return counts;
+}
+
+Json RecordingJson(FileHistoryEntry& entry) {
+    bool open = entry.Open(USER_PROBE, false) == OPEN_GOOD;
+    if (open) entry.LoadCorrections(false);
+    int64_t ticks = to_ticks(entry.SampleRate(), entry.TotalSamples());
+    Json json;
+    json["path"] = entry.GetPath();
+    json["external"] = (entry.flags & FHE_EXTERNAL_FILE) != 0;
+    json["file_format"] = GetFileFormatInfo(entry.file_format).name;
+    json["extension"] = entry.extension;
+    json["name_suffix"] = entry.name_suffix;
+    json["file_time"] = entry.file_time;
+    json["file_size"] = entry.file_size;
+    json["samplerate"] = entry.samplerate;
+    json["bits"] = entry.bits;
+    json["channels"] = entry.channels;
+    json["bit_rate"] = entry.bit_rate;
+    json["total_samples"] = entry.TotalSamples();
+    json["seconds"] = Seconds(ticks);
+    json["open_status"] = entry.open_status;
+    json["open_status_text"] = open ? "" : OpenStatusText(entry.open_status);
+    json["comment"] = entry.comment;
+    json["original_name"] = entry.original_name;
+    json["corrections"] = CorrectionsJson(entry);
+    if (open) entry.Close(USER_PROBE);
+    return json;
+}
+
+Json SideJson(const AlbumSide& side, int number) {
+    Json json;
+    json["side"] = number;
+    json["newest"] = side.PositionOf(side.newest);
+    json["latest_take"] = side.PositionOf(side.latest_take);
+    json["history"] = Json::array();
+    for (const auto& entry : side.history) json["history"].push_back(RecordingJson(*entry));
+    return json;
+}
+
+}  // namespace
+
+std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
+    std::vector<RecordingPlace> places;
+    int64_t start = 0;
+    for (int side = 1; side <= album.sides.size(); ++side) {
+        FileHistoryEntry* entry = album.sides[side - 1] ? album.sides[side - 1]->newest : nullptr;
+        if (!entry) continue;
+        RecordingPlace place{entry, side, start, start};
+        place.found = entry->Open(USER_PROBE, false) == OPEN_GOOD;
+        if (place.found) {
+            place.end = start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->cuts.TotalLength());
+            entry->Close(USER_PROBE);
+        }
+        start = place.end;
+        places.push_back(place);
+    }
+    return places;
+}
+
+std::string FormatText(const FileHistoryEntry& entry) {
+    return fmt::format("{}, {} bits, {}", RateText(entry.SampleRate()), entry.bits,
+                       entry.channels == 1 ? "mono" : "stereo");
+}
+
+std::string AlbumTitleText(const AlbumInfo& album) {
+    return fmt::format("{}: {}{}", album.artist, album.title, album.year ? fmt::format(" ({})", album.year) : "");
+}
+
+Json TrackJson(const ALBUMTRACK& track, int number) {
+    Json json;
+    json["number"] = number;
+    for (const Field<ALBUMTRACK>& field : TrackFields()) json[field.name] = field.get(track);
+    json["filter_flags"] = track.filter_flags;
+    json["start_seconds"] = Seconds(track.start);
+    json["end_seconds"] = Seconds(track.end);
+    json["fade_start"] = track.FadeStart();
+    json["fade_end"] = track.FadeEnd();
+    return json;
+}
+
+Json AlbumHeadJson(const AlbumInfo& album, int number) {
+    Json json;
+    json["number"] = number;
+    for (const Field<AlbumInfo>& field : AlbumFields()) json[field.name] = field.get(album);
+    json["status_text"] = StatusText(album.status);
+    json["samplerate"] = album.samplerate;
+    json["sample_format"] = album.sample_format;
+    json["sides_adjusted"] = album.sides_adjusted;
+    return json;
+}
+
+Json AlbumJson(AlbumInfo& album, int number) {
+    std::vector<RecordingPlace> places = PlaceRecordings(album);
+    Json json = AlbumHeadJson(album, number);
+    json["duration"] = places.empty() ? 0 : places.back().end;
+    json["duration_seconds"] = places.empty() ? 0 : Seconds(places.back().end);
+    json["tracks"] = Json::array();
+    for (int i = 0; i < album.tracks.size(); ++i) json["tracks"].push_back(TrackJson(album.tracks[i], i + 1));
+    json["sides"] = Json::array();
+    for (int i = 0; i < album.sides.size(); ++i) {
+        json["sides"].push_back(album.sides[i] ? SideJson(*album.sides[i], i + 1) : Json());
+    }
+    return json;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,78 @@
+#include "cli/sampleform.h"
+
+#include <filesystem>
+
+#include "cli/texts.h"
+#include "foundation/path.h"
+#include "foundation/progress.h"
+
+namespace Orvane {
+namespace {
+
+bool SameFile(const std::string& a, const std::string& b) {
+    std::error_code ignored;
+    return std::filesystem::equivalent(a, b, ignored);
+}
+
+}  // namespace
+
+void SampleFormOptions(CLI::App* command, SampleForm& form) {
+    command->add_option("--rate", form.samplerate, "sample rate in Hz; the source's own where it is not given")
+        ->check(CLI::Range(1, 10000000))
+        ->option_text("RATE");
+    auto read = [&form](const std::string& text) {
+        form.int32 = text == "32";
+        form.bit_depth = text == "16" ? 16 : text == "20" ? 20 : text == "24" ? 24 : 32;
+    };
+    command->add_option_function<std::string>("--bits", read, "16, 20, 24 or 32 bits of integers, or 32f for floats")
+        ->check(CLI::IsMember({"16", "20", "24", "32", "32f"}))
+        ->option_text("BITS");
+}
+
+int MakeOutput(CommandContext& context, const std::string& path, const std::vector<std::string>& inputs,
+               RefPtr<FileStream>& writer) {
+    FileFormat format = FormatOfExtension(ExtensionOf(path));
+    if (format == FF_NONE) return context.Usage(fmt::format("{}: the extension names no format of audio files", path));
+    for (const std::string& input : inputs) {
+        if (SameFile(input, path))
+            return context.Usage(fmt::format("{} is read by this command and cannot be written", path));
+    }
+    writer = MakeWriter(format, FileOptions::Load(OptionsContext::SaveCopy));
+    if (!writer) return context.FailLastError();
+    if (writer->GetCapabilities(2).capabilities & CAP_PCM_WRITE) return CLI_DONE;
+    return context.Fail(fmt::format("{} files cannot be written", GetFileFormatInfo(format).name));
+}
+
+int WriteWithProgress(CommandContext& context, PCMStream& stream, FileStream& writer, const std::string& path,
+                      uint32_t flags) {
+    int result = 0;
+    {
+        ProgressJob job("Writing " + FileNameOf(path));
+        result = WriteStream(stream, writer, path, flags, CHANNELS_STEREO, [](int64_t done, int64_t total) {
+            if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
+            return Progress::Tick();
+        });
+    }
+    if (result > 0) return context.Cancelled();
+    return result < 0 ? context.FailLastError() : CLI_DONE;
+}
+
+void ReportOutput(CommandContext& context, const std::string& path, const FileStream& writer, const SampleForm& form,
+                  int64_t frames) {
+    FileInfo info;
+    GetFileInfo(path, info);
+    int64_t ticks = to_ticks(form.samplerate, frames);
+    std::string_view format = GetFileFormatInfo(writer.file_format).name;
+    context.result["file"] = path;
+    context.result["format"] = format;
+    context.result["samplerate"] = form.samplerate;
+    context.result["bits"] = form.bit_depth;
+    context.result["channels"] = writer.Channels();
+    context.result["total_samples"] = frames;
+    context.result["seconds"] = Seconds(ticks);
+    context.result["file_size"] = info.size;
+    context.Line("{}: {}, {}, {} bits, {}, {}", path, format, RateText(form.samplerate), form.bit_depth,
+                 ClockText(ticks), SizeText(info.size));
+}
+
+}  // namespace Orvane

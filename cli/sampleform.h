@@ -1,0 +1,29 @@
+// What commands that write one audio file share: its options, its checks, its progress and its report.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+#include "cli/context.h"
+#include "save/write_stream.h"
+
+namespace Orvane {
+
+// --rate and --bits.
+void SampleFormOptions(CLI::App* command, SampleForm& form);
+
+// A writer for `path` by its extension. Refused for a format that cannot be written and for a file that must not be
+// overwritten, which are those in `inputs`.
+int MakeOutput(CommandContext& context, const std::string& path, const std::vector<std::string>& inputs,
+               RefPtr<FileStream>& writer);
+
+// WriteStream with its progress shown and its failures reported.
+int WriteWithProgress(CommandContext& context, PCMStream& stream, FileStream& writer, const std::string& path,
+                      uint32_t flags);
+
+// Puts the facts of the file that was written into the results.
+void ReportOutput(CommandContext& context, const std::string& path, const FileStream& writer, const SampleForm& form,
+                  int64_t frames);
+
+}  // namespace Orvane

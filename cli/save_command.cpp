@@ -1,0 +1,74 @@
+#include <algorithm>
+
+#include "cli/commands.h"
+#include "cli/saving.h"
+#include "cli/texts.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+
+namespace Orvane {
+namespace {
+
+struct Arguments {
+    std::string collection;
+    std::vector<int> albums;
+    SaveArguments save;
+};
+
+// The albums of these numbers, each once; all of them without any.
+int ChooseAlbums(CommandContext& context, const std::vector<int>& numbers, std::vector<AlbumInfo*>& albums) {
+    for (int number : numbers) {
+        AlbumInfo* album = nullptr;
+        if (int code = context.FindAlbum(number, album)) return code;
+        if (std::find(albums.begin(), albums.end(), album) == albums.end()) albums.push_back(album);
+    }
+    if (!numbers.empty()) return CLI_DONE;
+    for (AlbumInfo& album : context.Collection().albums) albums.push_back(&album);
+    return CLI_DONE;
+}
+
+void PrintResults(CommandContext& context, const SaveResult& result) {
+    Table table;
+    for (const SavedTrack& saved : result.tracks) {
+        std::string status = SaveStatusText(saved.status);
+        bool told = saved.status == SAVE_DONE || saved.status == SAVE_ALREADY || saved.status == SAVE_PARTIAL;
+        table.Add(
+            {status, told ? saved.file
+                          : fmt::format("{}: {}", saved.album->tracks[saved.track].title, PlainText(saved.message))});
+    }
+    context.Text(table.Text());
+    context.Line("{} saved in {} ({} already saved, {} partially saved, {} skipped, {} failed)",
+                 CountText(result.n_saved, "track"),
+                 ClockText(static_cast<int64_t>(context.result["seconds"].get<double>() * kTicksPerSecond)),
+                 result.n_already_saved, result.n_partially_saved, result.n_skipped, result.n_failed);
+}
+
+int Save(CommandContext& context, const Arguments& arguments) {
+    if (int code = context.Open(arguments.collection, Access::Change)) return code;
+    std::vector<AlbumInfo*> albums;
+    if (int code = ChooseAlbums(context, arguments.albums, albums)) return code;
+    SaveSettings settings;
+    if (int code = MakeSaveSettings(context, arguments.save, settings)) return code;
+    SaveResult result;
+    int saved = SaveWithProgress(context, albums, settings, arguments.save.threads, result);
+    PrintResults(context, result);
+    if (saved == CLI_CANCELLED) return saved;
+    int written = context.Save();
+    return saved ? saved : written;
+}
+
+}  // namespace
+
+void AddSaveCommand(CommandTree& tree) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = tree.AddCommand(&tree.app, "save", "save the tracks of albums as audio files, tagged",
+                                        "save records.mcf 1 3 --format flac --out ~/Music",
+                                        [arguments](CommandContext& context) { return Save(context, *arguments); });
+    CollectionArgument(command, arguments->collection);
+    command->add_option("ALBUM", arguments->albums, "numbers in the album list; without any all albums are saved")
+        ->check(CLI::Range(1, 1000000))
+        ->option_text("...");
+    SaveOptions(command, arguments->save);
+}
+
+}  // namespace Orvane

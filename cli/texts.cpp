@@ -1,0 +1,84 @@
+#include "cli/texts.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "collection/tracktime.h"
+#include "foundation/text.h"
+
+namespace Orvane {
+
+bool ParseTimeArgument(std::string_view text, int64_t& ticks) {
+    constexpr size_t kMostDigits = 9;  // of one number
+    size_t point = std::min(text.find('.'), text.size());
+    std::string_view fraction = text.substr(std::min(point + 1, text.size()));
+    auto AllDigits = [](std::string_view digits) {
+        return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+    };
+    std::vector<std::string_view> parts = Split(text.substr(0, point), ':');
+    if (parts.empty() || parts.size() > 3 || !AllDigits(fraction) || (point + 1 == text.size())) return false;
+    for (size_t i = 0; i < parts.size(); ++i) {
+        if (parts[i].empty() || parts[i].size() > kMostDigits || !AllDigits(parts[i])) return false;
+        if (i > 0 && ParseInt(parts[i]) >= 60) return false;
+    }
+    ticks = ParseTime(text);
+    return true;
+}
+
+std::string ClockText(int64_t ticks) {
+    int64_t seconds = (ticks + kTicksPerSecond / 2) / kTicksPerSecond;
+    if (seconds < 3600) return fmt::format("{}:{:02d}", seconds / 60, seconds % 60);
+    return fmt::format("{}:{:02d}:{:02d}", seconds / 3600, seconds / 60 % 60, seconds % 60);
+}
+
+double Seconds(int64_t ticks) {
+    return std::round(static_cast<double>(ticks) / kTicksPerSecond * 1e6) / 1e6;
+}
+
+std::string SizeText(int64_t bytes) {
+    constexpr std::array<const char*, 4> kUnits = {"kB", "MB", "GB", "TB"};
+    if (bytes < 1000) return fmt::format("{} B", bytes);
+    double size = static_cast<double>(bytes) / 1000;
+    size_t unit = 0;
+    while (size >= 999.95 && unit + 1 < kUnits.size()) {
+        size /= 1000;
+        ++unit;
+    }
+    return fmt::format("{:.1f} {}", size, kUnits[unit]);
+}
+
+std::string RateText(int32_t samplerate) {
+    return fmt::format("{:.6g} kHz", samplerate / 1000.0);
+}
+
+std::string CountText(int64_t n, std::string_view singular) {
+    return fmt::format("{} {}{}", n, singular, n == 1 ? "" : "s");
+}
+
+std::string Table::Text(int indent) const {
+    std::vector<size_t> widths;
+    for (const auto& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], static_cast<size_t>(CharacterCount(row[i])));
+        }
+    }
+    std::string text;
+    for (const auto& row : rows) {
+        std::string line(static_cast<size_t>(indent), ' ');
+        for (size_t i = 0; i < row.size(); ++i) {
+            std::string padding(widths[i] - static_cast<size_t>(CharacterCount(row[i])), ' ');
+            bool right = i < align.size() && align[i] == Align::Right;
+            line += right ? padding + row[i] : row[i] + padding;
+            if (i + 1 < row.size()) line += "  ";
+        }
+        while (!line.empty() && line.back() == ' ') line.pop_back();
+        text += line + "\n";
+    }
+    return text;
+}
+
+}  // namespace Orvane

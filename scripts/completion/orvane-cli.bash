@@ -1,0 +1,54 @@
+# Completion of orvane-cli for bash.
+
+_orvane_cli() {
+    local current previous words=() word group command options
+    current=${COMP_WORDS[COMP_CWORD]}
+    previous=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+
+    # The command is the first word that is no option, and in some cases the one behind it too.
+    for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+        [[ $word == -* ]] || words+=("$word")
+    done
+    group=${words[0]:-}
+    command=$group
+    case $group in
+        album|recording|track|settings) command="$group ${words[1]:-}" ;;
+    esac
+
+    case $previous in
+        --format) COMPREPLY=($(compgen -W "flac wav aiff ogg" -- "$current")); return ;;
+        --bits) COMPREPLY=($(compgen -W "16 24 32 32f" -- "$current")); return ;;
+        --without) COMPREPLY=($(compgen -W "clicks cuts filters denoise equaliser faders" -- "$current")); return ;;
+        --out) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
+    esac
+
+    case $command in
+        "") options="digitise new info album recording track fade render save probe convert settings --version" ;;
+        "album ") options="list show add set remove" ;;
+        "recording ") options="add" ;;
+        "track ") options="list add set remove" ;;
+        "settings ") options="list get set" ;;
+        digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --format --rate --bits --out --threads --template" ;;
+        "album add") options="--artist --title --genre --label --grouping --composer --conductor --alias --comment --release_number --art_file --custom_tags --notes --year --playing_speed --channel_mode --status --single" ;;
+        "album set") options="artist= title= genre= label= grouping= composer= conductor= alias= comment= release_number= art_file= custom_tags= notes= year= playing_speed= channel_mode= status= single=" ;;
+        "recording add") options="--side --copy" ;;
+        "track add") options="--title --artist --start --end" ;;
+        "track set") options="title= artist= genre= grouping= composer= conductor= alias= comment= custom_tags= start= end= fade_in= fade_out= excluded=" ;;
+        "track remove") options="--close-gap" ;;
+        fade) options="in= out=" ;;
+        render) options="--track --side --rate --bits --without" ;;
+        save) options="--format --rate --bits --out --threads --template" ;;
+        convert) options="--rate --bits" ;;
+        *) options="" ;;
+    esac
+    if [[ $current == -* || $options != *--* ]]; then
+        COMPREPLY=($(compgen -W "$options --json --quiet --set --help" -- "$current"))
+        [[ ${COMPREPLY[0]:-} == *= ]] && compopt -o nospace
+        [[ $current != -* && $command != "" && $command != *" " ]] || return
+    fi
+    compopt -o filenames
+    COMPREPLY+=($(compgen -f -- "$current"))
+}
+
+complete -F _orvane_cli orvane-cli
