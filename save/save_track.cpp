@@ -9,7 +9,6 @@
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
-#include "foundation/safefile.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
 #include "save/track_tags.h"

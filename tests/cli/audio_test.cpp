@@ -1,0 +1,286 @@
+// Commands that read and write audio.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "run_cli.h"
+
+using namespace OrvaneTest;
+
+namespace {
+
+// The bytes of a 16-bit stereo WAV file's samples, from one second to another; all of them without an end. Any other
+// depth counts in 4 bytes to a pair too.
+std::string Samples(const std::string& path, double from = 0, double to = -1) {
+    const std::string bytes = ReadBytes(path);
+    const size_t data = bytes.find("data") + 8;
+    auto Offset = [](double seconds) { return static_cast<size_t>(std::llround(seconds * 44100)) * 4; };
+    return bytes.substr(data + Offset(from), to < 0 ? std::string::npos : Offset(to) - Offset(from));
+}
+
+}  // namespace
+
+class Audio : public CliTest {
+protected:
+    // An album of two sides of ten seconds each and four tracks; the third crosses from one side to the other.
+    void MakeAlbum() {
+        MakeWave("side1.wav", 10);
+        MakeWave("side2.wav", 10);
+        Must({"new", "c.mcf"});
+        Must({"album", "add", "c.mcf", "--artist", "A", "--title", "T"});
+        Must({"recording", "add", "c.mcf", "1", "--side", "1", "side1.wav"});
+        Must({"recording", "add", "c.mcf", "1", "--side", "2", "side2.wav"});
+        const char* times[][2] = {{"0", "4"}, {"4", "8"}, {"8", "12.5"}, {"13", "19"}};
+        for (int i = 0; i < 4; ++i) {
+            Must({"track", "add", "c.mcf", "1", "--title", "Track " + std::to_string(i + 1), "--start", times[i][0],
+                  "--end", times[i][1]});
+        }
+    }
+};
+
+TEST_F(Audio, ProbeTellsWhatIsInAFile) {
+    MakeWave("a.wav", 1.5, 96000, 24);
+    nlohmann::json file = Json({"probe", "a.wav"})["files"][0];
+    EXPECT_EQ(file["format"], "WAV");
+    EXPECT_EQ(file["samplerate"], 96000);
+    EXPECT_EQ(file["bits"], 24);
+    EXPECT_EQ(file["channels"], 2);
+    EXPECT_EQ(file["total_samples"], 144000);
+    EXPECT_EQ(file["seconds"], 1.5);
+}
+
+TEST_F(Audio, ConversionsWithoutLossKeepEverySampleForOtherProgramsToo) {
+    struct Row {
+        const char* name;
+        int bits;  // of the source
+        std::vector<std::string> options;
+    };
+    const Row rows[] = {
+        {"a.flac", 16, {}},
+        {"b.flac", 24, {}},
+        {"c.aiff", 16, {}},
+        {"d.wav", 16, {"--bits", "24"}},
+        {"e.wav", 24, {"--bits", "32f"}},
+        {"f.wav", 16, {"--bits", "32"}},
+    };
+    for (const Row& row : rows) {
+        MakeWave("in.wav", 0.7, 44100, row.bits);
+        std::vector<std::string> words = {"convert", "in.wav", row.name};
+        words.insert(words.end(), row.options.begin(), row.options.end());
+        nlohmann::json json = Json(words);
+        EXPECT_EQ(json["total_samples"], 30870) << row.name;
+        EXPECT_EQ(json["channels"], 2) << row.name;
+        Must({"convert", row.name, "back.wav", "--bits", std::to_string(row.bits)});
+        EXPECT_TRUE(Samples(folder / "back.wav") == Samples(folder / "in.wav")) << row.name;
+        // Floats have no one scale that all programs agree on.
+        if (!HasTool("sox") || row.name == std::string("e.wav")) continue;
+        // Widening differs between programs, so the comparison is at the source's depth.
+        const std::string depth = " -t raw -e signed -b " + std::to_string(row.bits) + " ";
+        std::string out;
+        EXPECT_EQ(Tool("sox -D " + std::string(row.name) + depth + "x.raw && sox -D in.wav" + depth +
+                           "y.raw && cmp x.raw y.raw",
+                       &out),
+                  0)
+            << row.name << out;
+    }
+    if (HasTool("flac")) {
+        EXPECT_EQ(Tool("flac -s -t a.flac b.flac"), 0);
+    }
+}
+
+TEST_F(Audio, ConversionToAnotherRateGivesTheRightLength) {
+    MakeWave("in.wav", 2);
+    nlohmann::json json = Json({"convert", "in.wav", "out.flac", "--rate", "48000", "--bits", "24"});
+    EXPECT_EQ(json["total_samples"], 96000);
+    EXPECT_EQ(Json({"probe", "out.flac"})["files"][0]["samplerate"], 48000);
+}
+
+TEST_F(Audio, RenderWritesTheTrackSampleForSample) {
+    MakeAlbum();
+    Must({"render", "c.mcf", "1", "--side", "1", "side.wav"});
+    EXPECT_TRUE(Samples(folder / "side.wav") == Samples(folder / "side1.wav")) << "nothing has been done to it";
+
+    // The third track, from second 8 of side 1 to second 2.5 of side 2: its bytes lie in the two files.
+    nlohmann::json json = Json({"render", "c.mcf", "1", "--track", "3", "three.wav"});
+    EXPECT_EQ(json["total_samples"], 4.5 * 44100);
+    auto Bytes = [&](const char* name, double from, double to) { return Samples(folder / name, from, to); };
+    EXPECT_TRUE(Bytes("three.wav", 0, 4.5) == Bytes("side1.wav", 8, 10) + Bytes("side2.wav", 0, 2.5));
+
+    Must({"fade", "c.mcf", "1", "1", "out=2"});
+    Must({"render", "c.mcf", "1", "--track", "1", "faded.wav"});
+    Must({"render", "c.mcf", "1", "--track", "1", "plain.wav", "--without", "faders,clicks"});
+    EXPECT_TRUE(Bytes("faded.wav", 0, 3.99) == Bytes("side1.wav", 0, 3.99));
+    EXPECT_TRUE(Bytes("faded.wav", 4, 6) != Bytes("side1.wav", 4, 6));
+    EXPECT_TRUE(Bytes("plain.wav", 0, 6) == Bytes("side1.wav", 0, 6));
+
+    const std::string recording = ReadBytes(folder / "side1.wav");
+    Json({"render", "c.mcf", "1", "--track", "1", "side1.wav"}, 2);
+    EXPECT_TRUE(ReadBytes(folder / "side1.wav") == recording);
+}
+
+TEST_F(Audio, SavingTwiceSavesOnceAndAChangeSavesThatTrackAlone) {
+    MakeAlbum();
+    const std::vector<std::string> save = {"save", "c.mcf", "1", "--format", "flac", "--out", "tracks"};
+    nlohmann::json first = Json(save);
+    EXPECT_EQ(first["saved"], 4);
+    ASSERT_EQ(first["tracks"].size(), 4u);
+    EXPECT_EQ(first["tracks"][1]["file"], folder / "tracks/A - T/02 - Track 2.flac");
+    EXPECT_EQ(first["tracks"][1]["status"], "saved");
+    EXPECT_EQ(Json({"album", "show", "c.mcf", "1"})["status_text"], "Tracks Saved");
+    if (HasTool("flac")) {
+        EXPECT_EQ(Tool("flac -s -t tracks/*/*.flac"), 0);
+    }
+
+    const std::string collection = ReadBytes(folder / "c.mcf");
+    nlohmann::json second = Json(save);
+    EXPECT_EQ(second["saved"], 0);
+    EXPECT_EQ(second["already_saved"], 4);
+    EXPECT_EQ(ReadBytes(folder / "c.mcf"), collection);
+
+    Must({"fade", "c.mcf", "1", "4", "out=0.5"});
+    nlohmann::json third = Json(save);
+    EXPECT_EQ(third["saved"], 1);
+    EXPECT_EQ(third["tracks"][3]["status"], "saved");
+}
+
+TEST_F(Audio, ATrackThatCannotBeSavedFailsTheCommandAndLeavesTheOthers) {
+    MakeAlbum();
+    Must({"track", "add", "c.mcf", "1", "--title", "Not yet"});
+    Must({"track", "set", "c.mcf", "1", "2", "excluded=1"});
+    nlohmann::json json = Json({"save", "c.mcf", "--format", "wav", "--out", "tracks", "--threads", "2"}, 1);
+    EXPECT_EQ(json["saved"], 3);
+    EXPECT_EQ(json["skipped"], 1);
+    EXPECT_EQ(json["failed"], 1);
+    EXPECT_EQ(json["tracks"][4]["status"], "failed");
+    EXPECT_NE(json["tracks"][4]["message"], "");
+    ExpectNoPartialFiles();
+}
+
+TEST_F(Audio, QuietMeansNothingOnStderrAndLinesAreForPipes) {
+    MakeAlbum();
+    EXPECT_EQ(Run({"save", "c.mcf", "--out", "tracks", "--quiet"}).err, "");
+    CliResult result = Run({"save", "c.mcf", "--out", "tracks", "--format", "wav"});
+    EXPECT_NE(result.err.find("Saving track: Track 1 (0:04) - done\n"), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find('\r'), std::string::npos);
+}
+
+TEST_F(Audio, CtrlCEndsAJobWithoutHalfAFile) {
+    MakeWave("long.wav", 120);
+    Must({"new", "c.mcf"});
+    Must({"album", "add", "c.mcf", "--artist", "A", "--title", "T"});
+    Must({"recording", "add", "c.mcf", "1", "--side", "1", "long.wav"});
+    Must({"track", "add", "c.mcf", "1", "--title", "Long", "--start", "0", "--end", "120"});
+    const std::vector<std::vector<std::string>> jobs = {
+        {"save", "c.mcf", "--format", "flac", "--rate", "96000", "--out", "tracks", "--json"},
+        {"convert", "long.wav", "copy.flac", "--rate", "96000", "--json"},
+        {"render", "c.mcf", "1", "--side", "1", "side.flac", "--rate", "96000", "--json"},
+    };
+    for (const std::vector<std::string>& job : jobs) {
+        RunningCli running(job, folder.Path());
+        ASSERT_TRUE(WaitUntilWriting()) << job[0];
+        running.Signal(SIGINT);
+        CliResult result = running.Wait();
+        EXPECT_EQ(result.code, 3) << job[0] << result.err;
+        EXPECT_EQ(result.Json()["error"], "Cancelled") << job[0];
+        ExpectNoPartialFiles();
+    }
+    for (const char* file : {"copy.flac", "side.flac", "tracks/A - T/01 - Long.flac"}) {
+        EXPECT_FALSE(std::filesystem::exists(folder / file)) << file;
+    }
+}
+
+class DigitiseCommand : public CliTest {};
+
+TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
+    MakeWave("side1.wav", 8);
+    MakeWave("side2.wav", 6);
+    folder.Write("titles.txt",
+                 "# both sides\n0:00.5 - 0:03 First Song\n0:03.5 - 0:10 Across: the/Sides\n10 - 14 Last\n");
+    const std::vector<std::string> order = {"digitise",   "side1.wav", "side2.wav", "--artist", "The Examples",
+                                            "--album",    "First",     "--year",    "1977",     "--titles",
+                                            "titles.txt", "--format",  "flac",      "--out",    "out"};
+    nlohmann::json json = Json(order);
+    EXPECT_EQ(json["new_album"], true);
+    EXPECT_EQ(json["changed"], true);
+    EXPECT_EQ(json["saved"], 3);
+    EXPECT_EQ(json["sides"][1]["start"], 8 * 44100);
+    EXPECT_EQ(json["tracks"][1]["end_seconds"], 10.0);
+    EXPECT_EQ(json["collection"], folder / "out/The Examples - First.mcf");
+    const std::vector<std::string> files = {
+        "out/The Examples - First.mcf",
+        "out/The Examples - First.mcf_bak",
+        "out/The Examples - First/01 - First Song.flac",
+        "out/The Examples - First/02 - Across- the+Sides.flac",
+        "out/The Examples - First/03 - Last.flac",
+        "side1.wav",
+        "side2.wav",
+        "titles.txt",
+    };
+    EXPECT_EQ(Files(), files);
+    if (HasTool("metaflac")) {
+        std::string tags;
+        Tool("metaflac --export-tags-to=- 'out/The Examples - First/02 - Across- the+Sides.flac'", &tags);
+        for (const char* tag : {"TITLE=Across: the/Sides\n", "ALBUM=First\n", "ARTIST=The Examples\n", "DATE=1977\n",
+                                "TRACKNUMBER=2\n"}) {
+            EXPECT_NE(tags.find(tag), std::string::npos) << tag << " in\n" << tags;
+        }
+    }
+
+    const std::string collection = ReadBytes(folder / files[0]);
+    nlohmann::json again = Json(order);
+    EXPECT_EQ(again["new_album"], false);
+    EXPECT_EQ(again["changed"], false);
+    EXPECT_EQ(again["saved"], 0);
+    EXPECT_EQ(again["already_saved"], 3);
+    EXPECT_EQ(Files(), files);
+    EXPECT_EQ(ReadBytes(folder / files[0]), collection);
+    CliResult text = Run(order);
+    EXPECT_NE(text.out.find("already saved: nothing has changed"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("├── The Examples - First"), std::string::npos) << text.out;
+
+    folder.Write("titles.txt", "0:00.5 - 0:03 First Song\n0:03.5 - 0:10 Renamed\n10 - 14 Last\n");
+    EXPECT_EQ(Json(order)["saved"], 1) << "the renamed track alone";
+}
+
+TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
+    MakeWave("a.wav", 2);
+    MakeWave("b.wav", 3);
+    nlohmann::json one = Json({"digitise", "a.wav", "--artist", "A", "--album", "Single", "--collection", "all.mcf",
+                               "--out", "out", "--format", "wav", "--no-declick", "--no-split"});
+    EXPECT_EQ(one["tracks"][0]["title"], "Single");
+    nlohmann::json two = Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "Double", "--collection",
+                               "all.mcf", "--out", "out", "--format", "wav"});
+    EXPECT_EQ(two["tracks"][1]["title"], "Side 2");
+    EXPECT_EQ(two["tracks"][1]["start_seconds"], 2.0);
+    EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 2u);
+    EXPECT_EQ(Json({"probe", "out/A - Double/02 - Side 2.wav"})["files"][0]["total_samples"], 3 * 44100);
+}
+
+TEST_F(DigitiseCommand, ARecordingThatCannotBeReadLeavesNoAlbumBehind) {
+    MakeWave("a.wav", 2);
+    folder.Write("b.wav", "not audio");
+    Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "T", "--collection", "c.mcf", "--out", "out"}, 1);
+    EXPECT_EQ(Json({"album", "list", "c.mcf"})["albums"].size(), 0u);
+    MakeWave("b.wav", 2);
+    EXPECT_EQ(Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "T", "--collection", "c.mcf", "--out",
+                    "out"})["saved"],
+              2);
+}
+
+TEST_F(DigitiseCommand, InterruptedAndRunAgainItEndsTheSame) {
+    MakeWave("long.wav", 90);
+    const std::vector<std::string> order = {"digitise", "long.wav", "--artist", "A",      "--album",
+                                            "T",        "--out",    "out",      "--rate", "96000"};
+    {
+        RunningCli running(order, folder.Path());
+        ASSERT_TRUE(WaitUntilWriting());
+        running.Signal(SIGTERM);
+        EXPECT_EQ(running.Wait().code, 3);
+    }
+    for (const std::string& file : Files()) EXPECT_FALSE(file.ends_with(".flac")) << file;
+    nlohmann::json json = Json(order);
+    EXPECT_EQ(json["saved"], 1);
+    EXPECT_EQ(json["new_album"], false);
+    EXPECT_EQ(Json({"album", "list", "out/A - T.mcf"})["albums"].size(), 1u);
+}

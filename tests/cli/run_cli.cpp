@@ -1,0 +1,166 @@
+#include "run_cli.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "foundation/lasterror.h"
+#include "tesslib/wavfile.h"
+
+extern char** environ;
+
+namespace OrvaneTest {
+namespace {
+
+std::atomic<int> run_number{0};
+
+std::vector<std::string> Environment(const std::string& folder) {
+    std::vector<std::string> variables;
+    for (char** variable = environ; *variable; ++variable) {
+        std::string_view text = *variable;
+        if (!text.starts_with("ORVANE_") && !text.starts_with("HOME=")) variables.emplace_back(text);
+    }
+    variables.push_back("ORVANE_CONFIG_HOME=" + folder + "/.config");
+    variables.push_back("HOME=" + folder);
+    return variables;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+bool IsPartial(const std::string& name) {
+    return name.find("_$$$") != std::string::npos;
+}
+
+}  // namespace
+
+nlohmann::json CliResult::Json() const {
+    nlohmann::json json = nlohmann::json::parse(out, nullptr, false);
+    EXPECT_TRUE(json.is_object()) << "stdout is no JSON object: " << out;
+    return json.is_object() ? json : nlohmann::json::object();
+}
+
+RunningCli::RunningCli(const std::vector<std::string>& arguments, const std::string& folder) {
+    int number = ++run_number;
+    out_file = folder + "/.out" + std::to_string(number);
+    err_file = folder + "/.err" + std::to_string(number);
+    std::vector<std::string> words = {ORVANE_CLI_PATH};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> variables = Environment(folder);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out_file.c_str(), O_WRONLY | O_CREAT, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err_file.c_str(), O_WRONLY | O_CREAT, 0600);
+    pid_t pid = -1;
+    int failure =
+        posix_spawn(&pid, ORVANE_CLI_PATH, &actions, nullptr, Pointers(words).data(), Pointers(variables).data());
+    posix_spawn_file_actions_destroy(&actions);
+    EXPECT_EQ(failure, 0) << "cannot start " << ORVANE_CLI_PATH;
+    process = failure == 0 ? pid : -1;
+}
+
+RunningCli::~RunningCli() {
+    if (process < 0) return;
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+}
+
+void RunningCli::Signal(int number) const {
+    if (process > 0) kill(process, number);
+}
+
+CliResult RunningCli::Wait() {
+    CliResult result;
+    int status = 0;
+    if (process < 0 || waitpid(process, &status, 0) != process) return result;
+    process = -1;
+    result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    result.out = ReadBytes(out_file);
+    result.err = ReadBytes(err_file);
+    unlink(out_file.c_str());
+    unlink(err_file.c_str());
+    return result;
+}
+
+nlohmann::json CliTest::Json(std::vector<std::string> arguments, int code) const {
+    arguments.emplace_back("--json");
+    CliResult result = Run(arguments);
+    EXPECT_EQ(result.code, code) << result.err;
+    nlohmann::json json = result.Json();
+    EXPECT_EQ(json.contains("error"), code != 0) << result.out;
+    return json;
+}
+
+void CliTest::Must(const std::vector<std::string>& arguments) const {
+    CliResult result = Run(arguments);
+    ASSERT_EQ(result.code, 0) << result.err;
+}
+
+void CliTest::MakeWave(const std::string& name, double seconds, int32_t samplerate, int32_t bits) const {
+    std::vector<float> pairs(static_cast<size_t>(std::lround(seconds * samplerate)) * 2);
+    std::minstd_rand random(7);
+    std::uniform_real_distribution<float> noise(-0.01f, 0.01f);
+    for (size_t i = 0; i < pairs.size(); ++i) {
+        pairs[i] = 0.4f * std::sin(static_cast<float>(i / 2 % 4410) * 0.0628f * (i % 2 ? 1.0f : 2.0f)) + noise(random);
+    }
+    Tesslib::WAVFile file;
+    ASSERT_EQ(file.SetSBC(samplerate, bits, 2), 0);
+    ASSERT_EQ(file.Open(folder / name, Tesslib::OM_CREATE), 0) << Tesslib::GetLastError().text;
+    ASSERT_GT(file.Write(pairs.data(), static_cast<int32_t>(pairs.size() / 2)), 0);
+    ASSERT_TRUE(file.Close());
+}
+
+bool CliTest::HasTool(const std::string& name) {
+    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+int CliTest::Tool(const std::string& command, std::string* out) const {
+    const std::string name = folder / ".tool";
+    int status = std::system(("cd '" + folder.Path() + "' && { " + command + " ; } >'" + name + "' 2>&1").c_str());
+    if (out) *out = ReadBytes(name);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+bool CliTest::WaitUntilWriting() const {
+    for (int i = 0; i < 4000; ++i) {
+        for (const std::string& file : Files()) {
+            if (IsPartial(file) && std::filesystem::path(file).extension() != ".mcf") return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
+void CliTest::ExpectNoPartialFiles() const {
+    for (const std::string& file : Files()) EXPECT_FALSE(IsPartial(file)) << file;
+}
+
+std::vector<std::string> CliTest::Files() const {
+    std::vector<std::string> files;
+    std::error_code ignored;  // files come and go while a program runs
+    for (std::filesystem::recursive_directory_iterator entry(folder.Path(), ignored), end; entry != end;
+         entry.increment(ignored)) {
+        std::string name = entry->path().string().substr(folder.Path().size() + 1);
+        if (entry->is_regular_file(ignored) && name.front() != '.') files.push_back(name);
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+}  // namespace OrvaneTest

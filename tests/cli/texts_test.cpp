@@ -1,0 +1,129 @@
+#include "cli/texts.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "cli/console.h"
+#include "cli/filetree.h"
+#include "cli/titles.h"
+
+using namespace Orvane;
+
+TEST(Texts, TimesAreReadAsTypedAndNothingElseIs) {
+    struct Row {
+        const char* text;
+        double seconds;  // below 0: not a time
+    };
+    const Row rows[] = {
+        {"0", 0},          {"12", 12},        {"90", 90},      {"12.5", 12.5},      {"0:06", 6},
+        {"3:41.5", 221.5}, {"1:02:03", 3723}, {"90:00", 5400}, {"0:0.25", 0.25},    {"100:59:59", 363599},
+        {"", -1},          {"x", -1},         {"1:60", -1},    {"1:60:00", -1},     {"-1", -1},
+        {"1:", -1},        {":30", -1},       {"1.", -1},      {"1.2.3", -1},       {"1:2:3:4", -1},
+        {" 1", -1},        {"1s", -1},        {"1e3", -1},     {"12345678901", -1},
+    };
+    for (const Row& row : rows) {
+        int64_t ticks = -1;
+        EXPECT_EQ(ParseTimeArgument(row.text, ticks), row.seconds >= 0) << row.text;
+        if (row.seconds >= 0) {
+            EXPECT_EQ(ticks, std::llround(row.seconds * 44100)) << row.text;
+        }
+    }
+}
+
+TEST(Texts, TimesAndSizesRoundToWhatIsShown) {
+    EXPECT_EQ(ClockText(44100 * 59 + 22050), "1:00");
+    EXPECT_EQ(ClockText(44100 * 59 + 22049), "0:59");
+    EXPECT_EQ(ClockText(int64_t{44100} * 3725), "1:02:05");
+    EXPECT_EQ(SizeText(999), "999 B");
+    EXPECT_EQ(SizeText(999960), "1.0 MB");
+    EXPECT_EQ(SizeText(5'300'000'000), "5.3 GB");
+    EXPECT_EQ(RateText(44100), "44.1 kHz");
+    EXPECT_EQ(RateText(96000), "96 kHz");
+}
+
+TEST(Texts, ColumnsAreAlignedByCharactersNotBytes) {
+    Table table({Table::Align::Right});
+    table.Add({"9", "Für Elise", "x"});
+    table.Add({"10", "Elise", "y", "z"});
+    EXPECT_EQ(table.Text(1), "  9  Für Elise  x\n 10  Elise      y  z\n");
+}
+
+TEST(Titles, LinesAreTimesWithATitleOrATitleAlone) {
+    struct Row {
+        const char* line;
+        const char* title;  // null: an error
+        double start, end;  // with times where end is above 0
+    };
+    const Row rows[] = {
+        {"0:06 - 0:40 Turning Slowly", "Turning Slowly", 6, 40},
+        {"  6.5 – 1:00:00.25   A  B ", "A  B", 6.5, 3600.25},
+        {"Turning Slowly", "Turning Slowly", 0, 0},
+        {"4:33", "4:33", 0, 0},
+        {"99 - A Number", "99 - A Number", 0, 0},
+        {"7 Seconds", "7 Seconds", 0, 0},
+        {"# 0:06 - 0:40 a remark", "", 0, 0},
+        {"", "", 0, 0},
+        {"0:06 - Turning", nullptr, 0, 0},
+        {"0:06 - 0:40", nullptr, 0, 0},
+    };
+    for (const Row& row : rows) {
+        TitleLine title;
+        std::string problem;
+        EXPECT_EQ(ParseTitleLine(row.line, title, problem), row.title != nullptr) << row.line << ": " << problem;
+        if (!row.title) continue;
+        EXPECT_EQ(title.title, row.title) << row.line;
+        EXPECT_EQ(title.timed, row.end > 0) << row.line;
+        if (!title.timed) continue;
+        EXPECT_EQ(title.start, std::llround(row.start * 44100)) << row.line;
+        EXPECT_EQ(title.end, std::llround(row.end * 44100)) << row.line;
+    }
+}
+
+TEST(FileTree, FilesStandInTheirFoldersAndStrangersUnderTheirWholePath) {
+    FileTree tree("/music");
+    tree.Add("/music/b.mcf");
+    tree.Add("/music/a/02.flac", "2 MB");
+    tree.Add("/music/a/01.flac");
+    tree.Add("/musicals/c.flac");
+    EXPECT_EQ(tree.Text(),
+              "/music\n├── /musicals/c.flac\n├── a\n│   ├── 01.flac\n│   └── 02.flac  (2 MB)\n└── b.mcf\n");
+}
+
+TEST(Console, MarkupBecomesLinesWithoutWhatOnlyAWindowCanFollow) {
+    EXPECT_EQ(PlainLines("<u>Saving: a < b</u>\n\nSaving <fg color=#00a000>done</fg> \n"),
+              "Saving: a < b\nSaving done\n");
+    EXPECT_EQ(PlainLines("In <b>/out</b>\n\n<l><h>{browse_folder:/out}</h>View in File Explorer</l>\n"), "In /out\n");
+    EXPECT_EQ(PlainLines("Click on <l><h>{split_tracks_tab}</h>Split Tracks</l>."), "Click on Split Tracks.");
+}
+
+TEST(Console, ProgressTellsPercentAndTimeLeftInItsStyle) {
+    struct Row {
+        ProgressStyle style;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {ProgressStyle::None, ""},
+        {ProgressStyle::Lines, "Saving ...\nTrack one done\nSaving:  25 %  0:30 left\nhalf a line\n"},
+        {ProgressStyle::Bar,
+         "\rSaving [                              ]   0 %\033[K"
+         "\rSaving [=======                       ]  25 %  0:30 left\033[K\r\033[K"},
+    };
+    for (const Row& row : rows) {
+        std::string written;
+        double now = 100;
+        ConsoleProgress progress(
+            row.style, [&](std::string_view text) { written += text; }, [&] { return now; });
+        progress.Begin("Saving", true);
+        progress.Position(1);  // too early to be shown
+        now += 0.5;
+        progress.Position(1);
+        progress.Log("Track one <b>");
+        progress.Log("done</b>\n");
+        now += 9.5;
+        progress.Position(250);
+        progress.Log("half a line");
+        progress.End(false);
+        EXPECT_EQ(written, row.expected);
+    }
+}

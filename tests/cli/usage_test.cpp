@@ -1,0 +1,177 @@
+// What a user can get wrong, and where help is found.
+#include <gtest/gtest.h>
+
+#include "cli/commands.h"
+#include "run_cli.h"
+
+using namespace OrvaneTest;
+using Orvane::CommandTree;
+
+namespace {
+
+// Calls `visit` with every command that does something and the words that lead to it.
+template <class Visit>
+void ForEachCommand(CLI::App& app, const std::vector<std::string>& words, const Visit& visit) {
+    std::vector<CLI::App*> below = app.get_subcommands([](CLI::App*) { return true; });
+    if (below.empty()) visit(app, words);
+    for (CLI::App* command : below) {
+        std::vector<std::string> longer = words;
+        longer.push_back(command->get_name());
+        ForEachCommand(*command, longer, visit);
+    }
+}
+
+std::string Joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+}  // namespace
+
+class Usage : public CliTest {};
+
+TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
+    Must({"new", "c.mcf"});
+    Must({"album", "add", "c.mcf", "--artist", "A", "--title", "T"});
+    Must({"track", "add", "c.mcf", "1", "--title", "One", "--start", "1", "--end", "5"});
+    Must({"track", "add", "c.mcf", "1", "--title", "Two", "--start", "5", "--end", "9"});
+    MakeWave("a.wav", 1);
+    folder.Write("short.txt", "One\nTwo\n");
+    folder.Write("mixed.txt", "0:00 - 0:01 One\nTwo\n");
+    folder.Write("back.txt", "0:00 - 0:02 One\n0:01 - 0:03 Two\n");
+    const std::string before = ReadBytes(folder / "c.mcf");
+    const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o"};
+    auto Digitise = [&](const std::string& titles) {
+        std::vector<std::string> words = order;
+        words.insert(words.end(), {"--titles", titles});
+        return words;
+    };
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* sentence;
+    };
+    const Row rows[] = {
+        {{}, "subcommand is required"},
+        {{"nonsense"}, "required"},
+        {{"album"}, "required"},
+        {{"album", "show", "c.mcf"}, "ALBUM is required"},
+        {{"album", "show", "c.mcf", "0"}, "ALBUM"},
+        {{"album", "show", "c.mcf", "one"}, "ALBUM"},
+        {{"album", "list", "c.mcf", "--loud"}, "--loud"},
+        {{"album", "list", "c.mcf", "--set", "no value"}, "KEY=VALUE"},
+        {{"album", "set", "c.mcf", "1", "colour=red"}, "the keys are artist, title"},
+        {{"album", "set", "c.mcf", "1", "year=soon"}, "takes 0 (unknown) to 9999"},
+        {{"album", "set", "c.mcf", "1", "year=1977", "status=Melted"}, "Melted"},
+        {{"album", "set", "c.mcf", "1", "year"}, "key=value"},
+        {{"album", "add", "c.mcf", "--playing_speed", "34"}, "33, 45 or 78"},
+        {{"track", "set", "c.mcf", "1", "1", "start=1:75"}, "takes a time"},
+        {{"track", "set", "c.mcf", "1", "1", "end=7"}, "after track 2 starts"},
+        {{"track", "set", "c.mcf", "1", "2", "start=4"}, "before track 1 ends"},
+        {{"track", "set", "c.mcf", "1", "1", "start=6"}, "before it starts"},
+        {{"track", "add", "c.mcf", "1", "--title", "X", "--start", "12"}, "--end"},
+        {{"track", "add", "c.mcf", "1", "--title", "X", "--start", "x", "--end", "5"}, "is not a time"},
+        {{"fade", "c.mcf", "1", "1", "up=2"}, "in=TIME"},
+        {{"fade", "c.mcf", "1", "1", "in=-2"}, "fade_in"},
+        {{"render", "c.mcf", "1", "out.wav"}, "--track or --side"},
+        {{"render", "c.mcf", "1", "--track", "1", "out.wav", "--without", "hats"}, "the stages are clicks"},
+        {{"render", "c.mcf", "1", "--track", "1", "out.xyz"}, "extension"},
+        {{"save", "c.mcf", "--format", "tape"}, "the formats are flac"},
+        {{"save", "c.mcf", "--template", "[Colour]"}, "[Colour]"},
+        {{"convert", "a.wav", "a.wav"}, "cannot be written"},
+        {{"convert", "a.wav", "b.wav", "--bits", "17"}, "--bits"},
+        {{"new", "c.txt"}, ".mcf"},
+        {{"settings", "set", "Key"}, "value is missing"},
+        {Digitise("short.txt"), "2 titles without times for 1 side"},
+        {Digitise("mixed.txt"), "line 2"},
+        {Digitise("back.txt"), "line 2"},
+        {Digitise("none.txt"), "none.txt"},
+    };
+    for (const Row& row : rows) {
+        CliResult plain = Run(row.arguments);
+        EXPECT_EQ(plain.code, 2) << Joined(row.arguments) << "\n" << plain.err;
+        EXPECT_EQ(plain.out, "") << Joined(row.arguments);
+        EXPECT_NE(plain.err.find(row.sentence), std::string::npos) << Joined(row.arguments) << "\n" << plain.err;
+        std::vector<std::string> words = row.arguments;
+        words.emplace_back("--json");
+        CliResult json = Run(words);
+        EXPECT_EQ(json.code, 2) << Joined(row.arguments);
+        EXPECT_NE(json.Json().value("error", "").find(row.sentence), std::string::npos) << json.out;
+    }
+    EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
+    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "back.txt", "c.mcf", "c.mcf_bak", "mixed.txt", "short.txt"}));
+}
+
+TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
+    Must({"new", "c.mcf"});
+    folder.Write("bad.mcf", "no collection\n");
+    folder.Write("bad.wav", "RIFF");
+    MakeWave("a.wav", 0.5, 96000);
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {{"info", "none.mcf"}, "none.mcf"},
+        {{"album", "list", "bad.mcf"}, "not a valid collection"},
+        {{"new", "c.mcf"}, "exists already"},
+        {{"album", "show", "c.mcf", "1"}, "There is no album 1"},
+        {{"save", "c.mcf", "7"}, "There is no album 7"},
+        {{"probe", "bad.wav"}, "bad.wav"},
+        {{"probe", "none.wav", "a.wav"}, "1 of 2 files"},
+        {{"convert", "none.wav", "b.wav"}, "none.wav"},
+        {{"convert", "a.wav", "no/folder/b.wav"}, "no/folder"},
+        {{"convert", "a.wav", "b.flac", "--bits", "32"}, "nearest"},
+        {{"convert", "a.wav", "b.mp3"}, "MP3"},
+        {{"settings", "get", "Nothing"}, "no setting"},
+    };
+    for (const Row& row : rows) {
+        CliResult result = Run(row.arguments);
+        EXPECT_EQ(result.code, 1) << Joined(row.arguments) << "\n" << result.err;
+        EXPECT_NE(result.err.find(row.reason), std::string::npos) << Joined(row.arguments) << "\n" << result.err;
+        std::vector<std::string> words = row.arguments;
+        words.insert(words.begin(), "--json");
+        CliResult json = Run(words);
+        EXPECT_EQ(json.code, 1) << Joined(words);
+        EXPECT_NE(json.Json().value("error", "").find(row.reason), std::string::npos) << json.out;
+    }
+    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "bad.mcf", "bad.wav", "c.mcf"}));
+}
+
+TEST_F(Usage, EveryCommandHasHelpWithAnExampleAndIsInTheManualAndTheCompletion) {
+    const std::string root = std::string(ORVANE_TESTS_DIR) + "/../";
+    const std::string manual = ReadBytes(root + "docs/orvane-cli.1");
+    const std::string completion = ReadBytes(root + "scripts/completion/orvane-cli.bash");
+    std::unique_ptr<CommandTree> tree = Orvane::MakeCommandTree();
+    int n_commands = 0;
+    ForEachCommand(tree->app, {}, [&](CLI::App& app, const std::vector<std::string>& words) {
+        ++n_commands;
+        EXPECT_NE(app.help().find("Example:\n  orvane-cli " + Joined(words)), std::string::npos) << app.help();
+        EXPECT_NE(manual.find(".It Cm " + Joined(words)), std::string::npos) << Joined(words);
+        for (const std::string& word : words) EXPECT_NE(completion.find(word), std::string::npos) << word;
+        for (const CLI::Option* option : app.get_options()) {
+            if (option->get_lnames().empty() || option->get_lnames()[0] == "help") continue;
+            EXPECT_NE(completion.find("--" + option->get_lnames()[0]), std::string::npos) << Joined(words);
+        }
+    });
+    EXPECT_GT(n_commands, 15);
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"--help"}, {"album", "--help"}, {"album", "set", "--help"}}) {
+        CliResult help = Run(words);
+        EXPECT_EQ(help.code, 0);
+        EXPECT_NE(help.out.find("Example:\n  orvane-cli "), std::string::npos) << help.out;
+    }
+    EXPECT_NE(Run({"--version"}).out.find("Orvane V"), std::string::npos);
+}
+
+TEST_F(Usage, TheManualIsWellFormedAndTheCompletionCompletes) {
+    if (HasTool("mandoc")) {
+        EXPECT_EQ(Tool("mandoc -Tlint -Werror '" + std::string(ORVANE_TESTS_DIR) + "/../docs/orvane-cli.1'"), 0);
+    }
+    std::string out;
+    Tool("bash -c '. \"" + std::string(ORVANE_TESTS_DIR) +
+             "/../scripts/completion/orvane-cli.bash\"; COMP_WORDS=(orvane-cli album s); COMP_CWORD=2; _orvane_cli; "
+             "echo ${COMPREPLY[@]}'",
+         &out);
+    EXPECT_EQ(out, "show set\n");
+}
