@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "foundation/messages.h"
+#include "split/scan.h"
 #include "split/trackbreaks.h"
 
 namespace Orvane {
@@ -18,6 +19,11 @@ using TrackEditUndo = std::function<void(AlbumInfo& album, Msg description)>;
 // What a click in the waveform found; the numbers are those of the window's hit test.
 enum class BreakHit { ByPosition = 0, TrackStart = 100, TrackEnd = 101 };
 enum class MakeUndo { No, Yes };
+
+enum BreakScanFlags : int {
+    BREAK_SCAN_ADJUST = 1,  // move the breaks that there are to the gaps near them
+    BREAK_SCAN_UNDO = 2,    // one entry of undo for the whole run
+};
 
 // Main thread. The album outlives it. Indexes are those of the album's tracks; positions are ticks of its track time.
 class SplitDialog {
@@ -45,16 +51,25 @@ public:
     void AdjustFader(int index, Fader fader, int hundredths);
     void EndFaderGesture() { fader_gesture.reset(); }
 
+    // Makes the breaks anew, titles staying, or adjusts them, and tells what to do when it did not go as expected. The
+    // overview is that of the album's recordings. Every track shows as soon as it has been found, but the change is
+    // announced as one. The number of set tracks.
+    int ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host);
+    bool IsBusy() const { return busy; }  // a scan runs: no other command may
+
     int64_t hit_tolerance = 0;           // ticks that the window takes for a hit
     bool remove_empty_last_row = false;  // after a deletion that leaves one unset row at the end
 
 private:
     std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
+    void ScanAnew(TrackScanner& scanner, ScanHost& host);
+    void Adjust(TrackScanner& scanner, ScanHost& host);
     bool Store(TrackList changed, Msg description, MakeUndo make_undo);
 
     AlbumInfo& album;
     TrackEditUndo undo;
     int selected = 0;
+    bool busy = false;
     std::optional<std::pair<int, Fader>> fader_gesture;
 };
 

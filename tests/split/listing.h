@@ -16,11 +16,13 @@ inline TrackList Listing(const std::string& text) {
         ALBUMTRACK track;
         track.title = std::string(1, static_cast<char>('A' + tracks.size()));
         if (word.front() == '<') {
-            EnableFader(track, Fader::In, true);
+            track.filter_flags |= TRACK_FADE_IN;
+            track.fade_in = kTicksPerSecond;
             word.erase(0, 1);
         }
         if (word.back() == '>') {
-            EnableFader(track, Fader::Out, true);
+            track.filter_flags |= TRACK_FADE_OUT;
+            track.fade_out = kTicksPerSecond;
             word.pop_back();
         }
         const size_t dash = word.find('-');

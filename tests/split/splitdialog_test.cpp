@@ -7,8 +7,10 @@
 #include "audiosignals.h"
 #include "collection/albumset.h"
 #include "fake_hosts.h"
+#include "foundation/settings.h"
 #include "listing.h"
 #include "split/sidebreaks.h"
+#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
@@ -18,12 +20,15 @@ constexpr int64_t kSecond = kTicksPerSecond;
 // A dialog over an album; undo is played by copies of the listing as it was.
 class SplitDialogTest : public testing::Test {
 protected:
+    SplitDialogTest() { OpenSettings(folder.Path()); }
+
     void Start(const std::string& listing) {
         album.tracks = Listing(listing);
         undo.clear();
         names.clear();
     }
 
+    OrvaneTest::TempFolder folder;
     AlbumInfo album;
     std::vector<TrackList> undo;
     std::vector<Msg> names;

@@ -3,14 +3,22 @@
 #include <gtest/gtest.h>
 
 #include "audiosignals.h"
+#include "foundation/settings.h"
 #include "listing.h"
+#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
 
 constexpr int64_t kSecond = kTicksPerSecond;
 
-TEST(TrackBreaks, InsertingFollowsTheTable) {
+class TrackBreaks : public testing::Test {
+protected:
+    TrackBreaks() { OpenSettings(folder.Path()); }
+    OrvaneTest::TempFolder folder;
+};
+
+TEST_F(TrackBreaks, InsertingFollowsTheTable) {
     struct Row {
         const char* what;
         const char* before;
@@ -64,7 +72,7 @@ TEST(TrackBreaks, InsertingFollowsTheTable) {
     }
 }
 
-TEST(TrackBreaks, DeletingFollowsTheTable) {
+TEST_F(TrackBreaks, DeletingFollowsTheTable) {
     struct Row {
         const char* what;
         const char* before;
@@ -96,7 +104,7 @@ TEST(TrackBreaks, DeletingFollowsTheTable) {
     }
 }
 
-TEST(TrackBreaks, RowsThatLoseAFadeLoseItsLength) {
+TEST_F(TrackBreaks, RowsThatLoseAFadeLoseItsLength) {
     TrackList tracks = Listing("<0-100> <100-200> 200");
     ASSERT_TRUE(InsertTrackBreak(tracks, 0, 50 * kSecond, Alt::Up));
     EXPECT_EQ(tracks[0].fade_out, 0);
@@ -106,7 +114,7 @@ TEST(TrackBreaks, RowsThatLoseAFadeLoseItsLength) {
     EXPECT_EQ(tracks[2].fade_out, 0);
 }
 
-TEST(TrackBreaks, StartsAndEndsMoveByTheirRules) {
+TEST_F(TrackBreaks, StartsAndEndsMoveByTheirRules) {
     struct Row {
         const char* what;
         const char* before;
@@ -147,7 +155,7 @@ TEST(TrackBreaks, StartsAndEndsMoveByTheirRules) {
     }
 }
 
-TEST(TrackBreaks, TheNearestTrackIsFound) {
+TEST_F(TrackBreaks, TheNearestTrackIsFound) {
     const TrackList tracks = Listing("10-100 120-200 200 200");
     const TrackList full = Listing("10-100 120-200");
     struct Row {
@@ -162,7 +170,7 @@ TEST(TrackBreaks, TheNearestTrackIsFound) {
     EXPECT_EQ(FindNearestTrack(TrackList(), 0), 0);
 }
 
-TEST(TrackBreaks, FadersTakeDefaultsAndLimits) {
+TEST_F(TrackBreaks, FadersTakeDefaultsAndLimits) {
     ALBUMTRACK track;
     EnableFader(track, Fader::In, true);
     EXPECT_EQ(track.FadeIn(), 220500);
@@ -192,7 +200,7 @@ testing::AssertionResult InOrder(const TrackList& tracks) {
     return testing::AssertionSuccess();
 }
 
-TEST(TrackBreaks, AHundredThousandOperationsKeepTheOrder) {
+TEST_F(TrackBreaks, AHundredThousandOperationsKeepTheOrder) {
     OrvaneTest::Noise noise(7);
     TrackList tracks;
     for (int i = 0; i < 100000; ++i) {

@@ -1,0 +1,188 @@
+#include "split/scan.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace Orvane {
+namespace {
+
+constexpr int64_t kSideEndAhead = 70 * kTicksPerSecond;
+constexpr int kBlocksPerLook = 10;
+
+}  // namespace
+
+ScanState::ScanState(int threshold, int64_t from, const WaveformOverview& overview)
+    : threshold(threshold),
+      position_ns(from * 10000000 / 441),
+      block_ns(int64_t{overview.block} * 1000000000 / overview.samplerate) {}
+
+int ScanState::Take(uint8_t level) {
+    position_ns += block_ns;
+    position = (position_ns * 441 + 5000000) / 10000000;
+    ++block_count;
+    const int value = level * 4 + 1;
+    running_total += value - ring[static_cast<size_t>(ring_index)];
+    ring[static_cast<size_t>(ring_index)] = value;
+    ring_index = (ring_index + 1) % kRing;
+    samples_in_total = std::min(samples_in_total + 1, kRing);
+    return samples_in_total < kRing ? -1 : running_total / kRing;
+}
+
+TrackScanner::TrackScanner(const WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings,
+                           const BreakScanSettings& settings, ScanHost& host)
+    : overview(overview), timeline(recordings, overview), settings(settings), host(host) {}
+
+int64_t TrackScanner::Scan(int64_t from, int threshold, bool until_quiet) {
+    if (escaped) return kScanEscaped;
+    if (from >= timeline.FileEnd()) return kOverviewEnded;
+    ScanState state(threshold, from, overview);
+    for (int64_t block = state.position_ns / state.block_ns; block < overview.total_bytes; ++block) {
+        const int mean = state.Take(overview.bytes[static_cast<size_t>(block)]);
+        if (state.block_count % kBlocksPerLook == 0 && !host.GoOn()) state.escape_pressed = escaped = true;
+        if (state.escape_pressed) return kScanEscaped;
+        if (mean >= 0 && (until_quiet ? mean < threshold : mean >= threshold)) return state.position;
+    }
+    return kOverviewEnded;
+}
+
+// Past the landing of the needle, and near the end of a side past the run-out groove to the next.
+int64_t TrackScanner::SkipToMusic(int64_t from) const {
+    const CutTimeline::Recording& recording = timeline.AtFileTime(from);
+    if (from == recording.file_start) return from + settings.music_indent;
+    int64_t side_end = recording.file_end;
+    for (int64_t side_break : recording.entry->side_breaks) {
+        const int64_t place = recording.file_start + to_ticks(recording.samplerate, side_break);
+        if (place <= from) continue;
+        side_end = place;
+        break;
+    }
+    return side_end > from && side_end <= from + kSideEndAhead ? side_end + settings.music_indent : from;
+}
+
+int64_t TrackScanner::FindMusic(int64_t from) {
+    return Scan(SkipToMusic(from), settings.start_level, false);
+}
+
+int64_t TrackScanner::FindGap(int64_t from) {
+    return Scan(from, settings.end_level, true);
+}
+
+// The row of the listing that a track is looked for; all in track time.
+struct TrackScanner::Row {
+    bool adjust;
+    bool blank;
+    int64_t start, end;  // its own
+    int64_t previous_end;
+    int64_t start_range, end_range;  // how far a break may be found from its own place
+};
+
+// Steps of the search for the start. False ends the scan.
+bool TrackScanner::FindStart(const Row& row, int64_t from, int64_t& carry, int64_t& start) {
+    int64_t earliest = timeline.ToFileTime(row.previous_end);
+    int64_t music = carry >= 0 ? carry : FindMusic(from);
+    carry = -1;
+    for (;;) {
+        if (music < 0) return false;
+        // No music is left: a listing with more titles than tracks ends here.
+        if (music == kOverviewEnded && !row.adjust) return false;
+        int64_t place = std::max(music - settings.leadin, earliest);
+        if (place > timeline.FileEnd()) place = timeline.FileEnd();
+        int64_t cut_end;
+        start = timeline.ToTrackTime(place, &cut_end);
+        if (place >= cut_end) break;
+        earliest = cut_end;
+        music = FindMusic(cut_end);
+    }
+    if (!row.blank && std::abs(start - row.start) > row.start_range) start = std::max(row.start, row.previous_end);
+    return true;
+}
+
+TrackScanner::EndFound TrackScanner::FindEnd(const Row& row, int64_t start, int64_t& carry, int64_t& end) {
+    const int64_t start_place = timeline.ToFileTime(start);
+    const int64_t side_end = timeline.AtFileTime(start_place).file_end;
+    int64_t from = start_place;
+    if (row.adjust) {
+        const int64_t earliest = std::max(row.end - row.end_range, row.previous_end);
+        from = std::max(from, timeline.ToFileTime(earliest));
+    }
+    int64_t gap = FindGap(from);
+    for (;;) {
+        if (gap < 0) return EndFound::Stop;
+        carry = -1;
+        int64_t place = gap + settings.leadout;
+        const bool side_ended = place > side_end;
+        if (side_ended) place = side_end;
+        const int64_t music = gap < side_end ? FindMusic(gap) : kOverviewEnded;
+        if (music >= 0 && music != kOverviewEnded) {
+            const int64_t quiet_end = std::max(music - settings.leadin, gap);
+            if (quiet_end - gap < settings.minimum_gap) {
+                gap = FindGap(quiet_end);
+                continue;
+            }
+            // The next track begins here; there is no need to look for it.
+            if (quiet_end < place) carry = place = quiet_end;
+        }
+        int64_t cut_end;
+        end = timeline.ToTrackTime(place, &cut_end);
+        if (place < cut_end && !side_ended) {
+            gap = FindGap(cut_end);
+            continue;
+        }
+        if (!row.blank && std::abs(end - row.end) > row.end_range) {
+            end = row.end;
+            carry = -1;
+            return end - start < settings.minimum_track ? EndFound::NotNear : EndFound::Yes;
+        }
+        if (end - start >= settings.minimum_track && end > start) return EndFound::Yes;
+        if (side_ended) return EndFound::TooShort;
+        gap = FindGap(place);
+    }
+}
+
+bool TrackScanner::ScanTrack(TrackList& tracks, int index, bool adjust, int64_t& carry) {
+    const bool blank = index >= tracks.size();
+    if (blank && adjust) return false;
+    const int64_t previous_end = index > 0 ? tracks[index - 1].end : 0;
+    const bool anywhere = !adjust && previous_end == 0;
+    Row row{.adjust = adjust,
+            .blank = blank,
+            .start = blank ? 0 : tracks[index].start,
+            .end = blank ? 0 : tracks[index].end,
+            .previous_end = previous_end,
+            .start_range = anywhere ? INT64_MAX : settings.adjustment_range,
+            .end_range = adjust ? settings.adjustment_range : INT64_MAX};
+
+    int64_t from = timeline.ToFileTime(previous_end);
+    if (adjust) {
+        const int64_t earliest = std::max(row.start - row.end_range, previous_end);
+        const int64_t past_landing = timeline.AtTrackTime(row.start).file_start + settings.music_indent;
+        from = std::max(timeline.ToFileTime(earliest), past_landing);
+    }
+
+    int64_t start, end;
+    for (;;) {
+        if (!FindStart(row, from, carry, start)) return false;
+        const EndFound found = FindEnd(row, start, carry, end);
+        if (found == EndFound::Yes) break;
+        if (found == EndFound::Stop) return false;
+        if (found == EndFound::NotNear) return true;  // a short track that has no gap near it stays as it is
+        // What was left of this recording is no track; the next one may have some.
+        const CutTimeline::Recording* next = timeline.After(timeline.AtTrackTime(start));
+        if (adjust || !next) return false;
+        from = next->file_start;
+        row.previous_end = next->track_start;
+        row.start_range = INT64_MAX;
+    }
+
+    if (blank) {
+        ALBUMTRACK track;
+        track.title = NumberedTrackTitle(tracks.size() + 1);
+        track.start = track.end = previous_end;
+        tracks.push_back(std::move(track));
+    }
+    SetTrackStart(tracks, index, start, Alt::Up);
+    SetTrackEnd(tracks, index, end, end > row.end ? Following::Move : Following::Stay, Alt::Up);
+    return true;
+}
+
+}  // namespace Orvane

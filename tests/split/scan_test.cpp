@@ -1,0 +1,309 @@
+#include "split/scan.h"
+
+#include <gtest/gtest.h>
+
+#include "audiosignals.h"
+#include "fake_hosts.h"
+#include "foundation/settings.h"
+#include "listing.h"
+#include "memorystream.h"
+#include "sides.h"
+#include "temp_folder.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int64_t kSecond = kTicksPerSecond;
+
+using Times = std::vector<std::pair<double, double>>;  // seconds
+
+class ScanTest : public testing::Test {
+protected:
+    ScanTest() { OpenSettings(folder.Path()); }
+
+    Times Scan(LevelAlbum& side, int flags = 0) {
+        SplitDialog dialog(side.album);
+        dialog.ScanForTrackBreaks(flags, side.overview, host);
+        Times times;
+        for (int i = 0; i < FirstUnsetTrack(side.album.tracks); ++i) {
+            const ALBUMTRACK& track = side.album.tracks[i];
+            times.emplace_back(static_cast<double>(track.start) / kSecond, static_cast<double>(track.end) / kSecond);
+        }
+        return times;
+    }
+
+    OrvaneTest::TempFolder folder;
+    OrvaneTest::FakeMessageHost messages;
+    ScanHost host;
+};
+
+void ExpectTimes(const Times& found, const Times& wanted, const char* what, double tolerance = 0.12) {
+    ASSERT_EQ(found.size(), wanted.size()) << what << testing::PrintToString(found);
+    for (size_t i = 0; i < found.size(); ++i) {
+        EXPECT_NEAR(found[i].first, wanted[i].first, tolerance) << what << ", start of track " << i + 1;
+        EXPECT_NEAR(found[i].second, wanted[i].second, tolerance) << what << ", end of track " << i + 1;
+    }
+}
+
+// At a level of 100 music is found 0.2 s after it begins, and its end 0.34 s after it ends: the mean of 15 blocks has
+// to pass 50 of 401, and to fall below 30.
+TEST_F(ScanTest, SidesFollowTheTable) {
+    struct Row {
+        const char* what;
+        std::vector<Stretch> side;
+        Times tracks;
+    };
+    const Row rows[] = {
+        {"one track; the landing is skipped", {{1, 0}, {2, 200}, {5, 0}, {60, 100}, {80, 0}}, {{7.76, 69.38}}},
+        {"a long gap stays outside of the tracks",
+         {{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}},
+         {{5.76, 67.38}, {85.76, 147.38}}},
+        {"a gap of three seconds lies outside too, but for the leads",
+         {{6, 0}, {60, 100}, {3, 0}, {60, 100}, {80, 0}},
+         {{5.76, 67.38}, {68.76, 130.38}}},
+        {"2.2 seconds of silence are a gap",
+         {{6, 0}, {60, 100}, {2.2, 0}, {60, 100}, {80, 0}},
+         {{5.76, 67.38}, {67.96, 129.58}}},
+        {"1.4 are none", {{6, 0}, {60, 100}, {1.4, 0}, {60, 100}, {80, 0}}, {{5.76, 128.78}}},
+        {"a short passage is joined with what follows",
+         {{6, 0}, {20, 100}, {3, 0}, {60, 100}, {5, 0}, {60, 100}, {80, 0}},
+         {{5.76, 90.38}, {93.76, 155.38}}},
+        {"with a loud run-out groove the last track runs to the end",
+         {{6, 0}, {60, 100}, {5, 0}, {60, 100}, {80, 20}},
+         {{5.76, 67.38}, {70.76, 211.0}}},
+        {"with a soft one it ends", {{6, 0}, {60, 100}, {5, 3}, {60, 100}, {80, 3}}, {{5.76, 67.38}, {70.76, 132.38}}},
+        {"a quiet passage below the end level is a gap all the same",
+         {{6, 0}, {60, 100}, {20, 5}, {60, 100}, {80, 0}},
+         {{5.76, 67.38}, {85.76, 147.38}}},
+        {"one above it is music", {{6, 0}, {60, 100}, {20, 8}, {60, 100}, {80, 0}}, {{5.76, 147.38}}},
+        {"silence has no tracks", {{300, 0}}, {}},
+    };
+    for (const Row& row : rows) {
+        LevelAlbum side;
+        side.AddSide(row.side);
+        ExpectTimes(Scan(side), row.tracks, row.what);
+    }
+}
+
+TEST_F(ScanTest, ShortSilencesJoinTheTracksAtOnePlace) {
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {60, 200}, {2.3, 0}, {60, 200}, {80, 0}});
+    BreakScanSettings::RestoreDefaults();
+    SetSetting("Scan Leadout", 30);
+    Scan(side);
+    ASSERT_EQ(side.album.tracks.size(), 2);
+    EXPECT_EQ(side.album.tracks[0].end, side.album.tracks[1].start);
+    EXPECT_EQ(Titles(side.album.tracks), "Track 1,Track 2");
+}
+
+// The mean of the last 15 blocks, added up anew for every block.
+int64_t PlainScan(const WaveformOverview& overview, int64_t from, int threshold, bool until_quiet) {
+    const int64_t block_ns = int64_t{overview.block} * 1000000000 / overview.samplerate;
+    const int64_t from_ns = from * 10000000 / 441;
+    const int64_t first = from_ns / block_ns;
+    for (int64_t last = first + 14; last < overview.total_bytes; ++last) {
+        int sum = 0;
+        for (int64_t i = last - 14; i <= last; ++i) sum += overview.bytes[static_cast<size_t>(i)] * 4 + 1;
+        if (until_quiet == (sum / 15 < threshold)) {
+            return ((from_ns + (last - first + 1) * block_ns) * 441 + 5000000) / 10000000;
+        }
+    }
+    return kOverviewEnded;
+}
+
+TEST_F(ScanTest, TheForwardScanEqualsThePlainOne) {
+    OrvaneTest::Noise noise(3);
+    for (int32_t rate : {22050, 44100, 48000, 96000, 192000}) {
+        LevelAlbum side;
+        std::vector<Stretch> stretches;
+        for (int i = 0; i < 60; ++i) stretches.push_back({noise.Even() * 6, noise.Below(25)});
+        const FileHistoryEntry& entry = side.AddSide(stretches, rate);
+        FileHistoryEntry* const entries[] = {const_cast<FileHistoryEntry*>(&entry)};
+        TrackScanner scanner(side.overview, entries, {}, host);
+        const int64_t total = to_ticks(rate, side.overview.total_samples);
+        for (int i = 0; i < 50; ++i) {
+            const int64_t from = 1 + static_cast<int64_t>(noise.Even() * static_cast<double>(total - 1));
+            EXPECT_EQ(scanner.FindGap(from), PlainScan(side.overview, from, 30, true)) << rate << " " << from;
+            const int64_t music =
+                total - from > 70 * kSecond ? PlainScan(side.overview, from, 50, false) : kOverviewEnded;
+            EXPECT_EQ(scanner.FindMusic(from), music) << rate << " " << from;
+        }
+        EXPECT_EQ(scanner.FindMusic(0), PlainScan(side.overview, 5 * kSecond, 50, false));
+    }
+}
+
+TEST_F(ScanTest, EverySideOfAnAlbumIsScanned) {
+    LevelAlbum sides;
+    // A run-out groove that is louder than music begins, then a side with its landing, and one without any music.
+    sides.AddSide({{6, 0}, {60, 100}, {5, 0}, {60, 100}, {10, 0}, {90, 40}});
+    sides.AddSide({{2, 200}, {8, 0}, {60, 100}, {30, 0}}, 44100);
+    sides.AddSide({{100, 0}});
+    sides.AddSide({{7, 0}, {60, 100}, {30, 0}});
+    const double a = 231, c = a + 200;
+    ExpectTimes(Scan(sides), {{5.76, 67.38}, {70.76, 132.38}, {140.8, a}, {a + 9.76, a + 71.38}, {c + 6.76, c + 68.38}},
+                "four sides", 0.3);
+
+    // What is left of a side but is no track does not end the scan.
+    LevelAlbum shorter;
+    shorter.AddSide({{6, 0}, {60, 100}, {85, 0}, {15, 100}});
+    shorter.AddSide({{6, 0}, {60, 100}, {80, 0}});
+    SetSetting("Music Indent", 0);
+    ExpectTimes(Scan(shorter), {{5.76, 67.38}, {166 + 5.76, 166 + 67.38}}, "two sides");
+}
+
+TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
+    LevelAlbum side;
+    FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {1, 200}, {6, 0}, {60, 100}, {80, 0}}, 48000);
+    entry.side_breaks = {48000 * 85};
+    ExpectTimes(Scan(side), {{5.76, 67.38}, {92.76, 154.38}}, "with the side break");
+    entry.side_breaks.clear();
+    EXPECT_NEAR(Scan(side)[1].first, 85.76, 0.12) << "without it the landing is taken for music";
+}
+
+TEST_F(ScanTest, CutsAreLeftOut) {
+    struct Row {
+        const char* what;
+        int64_t from, to;  // seconds of the file
+        Times tracks;
+    };
+    const Row rows[] = {
+        {"within the first track", 20, 30, {{5.76, 57.38}, {75.76, 137.38}}},
+        {"over the start of the second", 80, 100, {{5.76, 67.38}, {80, 127.38}}},
+        {"over the end of the first", 60, 70, {{5.76, 61.4}, {75.76, 137.38}}},
+        {"the gap as a whole", 66, 86, {{5.76, 127.38}}},
+        {"the run-out", 150, 226, {{5.76, 67.38}, {85.76, 147.38}}},
+    };
+    for (const Row& row : rows) {
+        LevelAlbum side;
+        FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}});
+        entry.cuts.Add(row.from * kSecond, row.to * kSecond, 0, 44100);
+        ExpectTimes(Scan(side), row.tracks, row.what, 0.4);
+    }
+}
+
+TEST_F(ScanTest, TitlesStayAndTheirNumberIsCompared) {
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {60, 100}, {5, 0}, {60, 100}, {5, 0}, {60, 100}, {200, 0}});
+    const std::pair<const char*, const char*> rows[] = {
+        {"0 0", "A,B,Track 3"}, {"<0-9 9-20> 20-30", "A,B,C"}, {"0 0 0 0", "A,B,C,D"}};
+    for (const auto& [before, titles] : rows) {
+        side.album.tracks = Listing(before);
+        const Times times = Scan(side);
+        ExpectTimes(times, {{5.76, 67.38}, {70.76, 132.38}, {135.76, 197.38}}, before);
+        EXPECT_EQ(Titles(side.album.tracks), titles);
+        EXPECT_EQ(side.album.tracks[0].filter_flags, 0);
+    }
+    ASSERT_EQ(messages.asked.size(), 2u);
+    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::MoreTrackBreaksThanTracks));
+    EXPECT_EQ(messages.asked[1].text, MessageText(Msg::FewerTrackBreaksThanTracks));
+}
+
+TEST_F(ScanTest, AdjustmentMovesBreaksToTheGapsNearThem) {
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
+    const Times truth = {{5.76, 107.38}, {109.76, 211.38}, {213.76, 315.38}, {317.76, 419.38}};
+    OrvaneTest::Noise noise(5);
+    for (int round = 0; round < 20; ++round) {
+        // A listing whose breaks are up to 20 seconds off, with one unset title below.
+        side.album.tracks = Listing("0-1 1-2 2-3 3-4 4");
+        int64_t place = 0;
+        for (int i = 0; i < 4; ++i) {
+            ALBUMTRACK& track = side.album.tracks[i];
+            track.start = place;
+            place = static_cast<int64_t>((truth[static_cast<size_t>(i)].second + 40 * noise.Even() - 20) * kSecond);
+            track.end = place;
+        }
+        side.album.tracks[4].start = side.album.tracks[4].end = place;
+        ExpectTimes(Scan(side, BREAK_SCAN_ADJUST), truth, "adjusted");
+        EXPECT_EQ(Titles(side.album.tracks), "A,B,C,D,E");
+    }
+    // No gap within 45 seconds: the break stays; and a listing without breaks has nothing to adjust.
+    side.album.tracks = Listing("6-55 55-108 110-212");
+    EXPECT_DOUBLE_EQ(Scan(side, BREAK_SCAN_ADJUST)[0].second, 55);
+    side.album.tracks = Listing("0 0");
+    EXPECT_TRUE(Scan(side, BREAK_SCAN_ADJUST).empty());
+}
+
+// Stops at the nth look.
+class StoppingHost : public ScanHost {
+public:
+    explicit StoppingHost(int looks) : looks(looks) {}
+    bool GoOn() override { return --looks != 0; }
+    void TrackFound() override { ++n_found; }
+    int looks, n_found = 0;
+};
+
+TEST_F(ScanTest, EscapeKeepsWhatHasBeenFound) {
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
+    for (int looks = 1; looks < 1500; looks += 60) {
+        side.album.tracks.clear();
+        StoppingHost stopping(looks);
+        std::vector<Msg> undo;
+        SplitDialog dialog(side.album, [&](AlbumInfo&, Msg name) { undo.push_back(name); });
+        const int n = dialog.ScanForTrackBreaks(BREAK_SCAN_UNDO, side.overview, stopping);
+        EXPECT_EQ(n, stopping.n_found);
+        EXPECT_EQ(n, side.album.tracks.size());
+        EXPECT_LE(n, looks * 0.27 / 100 + 1) << looks;
+        EXPECT_EQ(undo, std::vector<Msg>{Msg::ScanForTrackBreaks});
+        EXPECT_FALSE(dialog.IsBusy());
+    }
+}
+
+TEST_F(ScanTest, AScanIsRefusedWithoutAnOverview) {
+    LevelAlbum side;
+    SplitDialog dialog(side.album);
+    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 0);
+    EXPECT_TRUE(messages.asked.empty()) << "nothing is recorded";
+    FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {80, 0}});
+    entry.generating = true;
+    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 0);
+    ASSERT_EQ(messages.asked.size(), 1u);
+    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::ScanNeedsWaveform));
+    entry.generating = false;
+    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 1);
+}
+
+TEST_F(ScanTest, SettingsHaveDefaultsAndOlderOnesAreBroughtUpToDate) {
+    const BreakScanSettings defaults = BreakScanSettings::Load();
+    EXPECT_EQ(defaults.minimum_gap, 66150);
+    EXPECT_EQ(defaults.leadin, 13230);
+    EXPECT_EQ(defaults.adjustment_range, 45 * kSecond);
+    SetSetting("Scan Adjustment Range", 1000);
+    EXPECT_EQ(BreakScanSettings::Load().adjustment_range, 120 * kSecond);
+
+    SetSetting("Scan End Level", 80);
+    SetSetting("Scan End Period", 3);
+    BreakScanSettings::Migrate();
+    EXPECT_EQ(BreakScanSettings::Load().start_level, 66);
+    EXPECT_EQ(BreakScanSettings::Load().end_level, 30);
+    EXPECT_FALSE(HasSetting("Scan End Period"));
+    SetSetting("Scan End Level", 20);
+    BreakScanSettings::Migrate();
+    EXPECT_EQ(BreakScanSettings::Load().end_level, 20) << "migrated once";
+    BreakScanSettings::RestoreDefaults();
+    EXPECT_EQ(BreakScanSettings::Load().start_level, 50);
+}
+
+TEST_F(ScanTest, RealAudioIsSplitAtItsGaps) {
+    const std::vector<Stretch> layout = {{6, 0}, {40, 1}, {3, 0}, {45, 1}, {2.5, 0}, {35, 1}, {75, 0}};
+    const std::vector<float> music = OrvaneTest::Music(4, 5 * 44100, 0.7);
+    std::vector<float> pairs;
+    OrvaneTest::Noise noise(9);
+    for (const Stretch& stretch : layout) {
+        for (int i = 0; i < static_cast<int>(stretch.seconds * 44100); ++i) {
+            const float sample = stretch.level ? music[static_cast<size_t>(i) % music.size()] : 0;
+            pairs.push_back(sample + static_cast<float>(noise.Even() * 0.01));
+            pairs.push_back(sample * 0.8f + static_cast<float>(noise.Even() * 0.01));
+        }
+    }
+    Testing::MemoryStream stream(44100, std::move(pairs));
+    LevelAlbum side;
+    side.AddSide({});
+    side.overview = BuildOverview(stream);
+    ASSERT_TRUE(side.overview.loaded);
+    ExpectTimes(Scan(side), {{5.8, 47.4}, {48.8, 95.4}, {96.3, 132.9}}, "music", 0.4);
+}
+
+}  // namespace
+}  // namespace Orvane
