@@ -19,8 +19,9 @@ struct SampleForm {
 int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, int32_t n_channels);
 
 // Copies all that `stream` gives with `flags` to the file `filename`, through a temporary file beside it, so that at
-// every moment the old file or the whole new one is there. 0, a StreamError, or 1 when `progress` cancelled.
+// every moment the old file or the whole new one is there. `channel_mode` is as an album has it. 0, a StreamError, or 1
+// when `progress` cancelled.
 int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, uint32_t flags,
-                const SaveProgress& progress);
+                uint8_t channel_mode, const SaveProgress& progress);
 
 }  // namespace Orvane
