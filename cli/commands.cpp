@@ -95,6 +95,10 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddAlbumCommands(*tree);
     AddRecordingCommands(*tree);
     AddTrackCommands(*tree);
+    AddDeclickCommand(*tree);
+    AddFilterCommands(*tree);
+    AddCurveCommands(*tree);
+    AddCutCommands(*tree);
     AddRenderCommand(*tree);
     AddSaveCommand(*tree);
     AddFileCommands(*tree);

@@ -37,6 +37,10 @@ void AddFileCommands(CommandTree& tree);
 void AddRenderCommand(CommandTree& tree);
 void AddSaveCommand(CommandTree& tree);
 void AddSettingsCommands(CommandTree& tree);
+void AddDeclickCommand(CommandTree& tree);
+void AddFilterCommands(CommandTree& tree);
+void AddCurveCommands(CommandTree& tree);
+void AddCutCommands(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 
 // Every command of the program.

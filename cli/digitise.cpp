@@ -12,8 +12,8 @@ namespace Orvane {
 
 const Digitise::Step Digitise::kSteps[] = {
     {"order", &Digitise::ReadOrder},  {"collection", &Digitise::OpenCollection}, {"album", &Digitise::EnterAlbum},
-    {"sides", &Digitise::EnterSides}, {"tracks", &Digitise::EnterTracks},        {"store", &Digitise::StoreAlbum},
-    {"save", &Digitise::SaveTracks},
+    {"sides", &Digitise::EnterSides}, {"declick", &Digitise::RepairClicks},      {"tracks", &Digitise::EnterTracks},
+    {"store", &Digitise::StoreAlbum}, {"save", &Digitise::SaveTracks},
 };
 
 int Digitise::Run() {
@@ -93,6 +93,13 @@ int Digitise::EnterSides() {
         place.entry->Close(USER_PROBE);
     }
     return CLI_DONE;
+}
+
+int Digitise::RepairClicks() {
+    if (order.no_declick) return CLI_DONE;
+    ScanSettings settings;
+    settings.options = SCAN_KEEP_MANUAL | SCAN_IF_NEW;
+    return DeclickSides(context, places, settings, declicked);
 }
 
 std::string Digitise::TrackTitle(size_t index) const {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/context.h"
+#include "cli/declick.h"
 #include "cli/model_view.h"
 #include "cli/saving.h"
 #include "cli/titles.h"
@@ -44,6 +45,7 @@ private:
     int OpenCollection();
     int EnterAlbum();
     int EnterSides();
+    int RepairClicks();
     int EnterTracks();
     int StoreAlbum();
     int SaveTracks();
@@ -61,6 +63,7 @@ private:
     bool new_album = false;
     bool changed = false;
     std::vector<RecordingPlace> places;
+    DeclickResult declicked;
     SaveResult saved;
 };
 

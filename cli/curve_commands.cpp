@@ -1,0 +1,126 @@
+#include "cleanup/curvefile.h"
+#include "cleanup/recordeq.h"
+#include "cli/side.h"
+#include "cli/texts.h"
+#include "collection/listchange.h"
+#include "foundation/platform.h"
+
+namespace Orvane {
+namespace {
+
+struct CurveArguments : SideArguments {
+    std::string source;
+    int number = 0;
+};
+
+Json CurveJson(const FileHistoryEntry& entry, const FFTEq& eq) {
+    Json json = RangeJson(entry, eq);
+    json["name"] = eq.name;
+    json["enable"] = eq.enable;
+    json["gain"] = eq.gain;
+    json["points"] = Json::array();
+    for (const FFTCurve::Point& point : eq.curve.points) json["points"].push_back({point.freq, point.gain});
+    return json;
+}
+
+int List(CommandContext& context, const CurveArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Read, side)) return code;
+    context.result["curves"] = Json::array();
+    Table table({Table::Align::Right});
+    int number = 0;
+    for (const FFTEq& eq : side.entry->fft_eqs) {
+        context.result["curves"].push_back(CurveJson(*side.entry, eq));
+        table.Add({std::to_string(++number), RangeText(*side.entry, eq), eq.name,
+                   CountText(static_cast<int64_t>(eq.curve.points.size()), "point")});
+    }
+    context.Text(table.Empty() ? "No curves\n" : table.Text());
+    return CLI_DONE;
+}
+
+int Names(CommandContext& context) {
+    context.result["names"] = Json::array();
+    Table table;
+    for (const NamedRecordEq& named : GetNamedRecordEqs()) {
+        context.result["names"].push_back({{"name", named.key}, {"title", named.title}});
+        table.Add({named.key, named.title});
+    }
+    context.Text(table.Text());
+    return CLI_DONE;
+}
+
+// A curve by the name of a record equalisation, or from a preset file.
+int ReadCurve(CommandContext& context, const std::string& source, FFTEq& eq) {
+    RecordEq named;
+    if (FindRecordEq(source, named)) {
+        eq.curve = *BuildCurve(named, 1, 1, SpeedMode::Same);
+        eq.name = named.name;
+        return CLI_DONE;
+    }
+    if (!FileExists(source)) {
+        return context.Usage(fmt::format("\"{}\" is neither a file nor the name of a curve (see \"curve names\")", source));
+    }
+    std::vector<FFTCurve> curves = ReadCurveFile(source);
+    if (curves.empty()) return context.FailLastError();
+    eq.curve = std::move(curves.front());
+    eq.name = eq.curve.name;
+    return CLI_DONE;
+}
+
+int Add(CommandContext& context, const CurveArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
+    int64_t start = 0, end = 0;
+    if (int code = RangeOf(context, arguments, side, start, end)) return code;
+    auto eq = std::make_unique<FFTEq>();
+    if (int code = ReadCurve(context, arguments.source, *eq)) return code;
+    eq->enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
+    SetRange(*eq, *side.entry, start, end);
+    {
+        ListChange change(&side.entry->fft_eqs);
+        side.entry->fft_eqs.Append(eq.release());
+    }
+    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
+    MarkDirty();
+    const FFTEq& added = *side.entry->fft_eqs.Last();
+    context.result["curve"] = CurveJson(*side.entry, added);
+    context.Line("{}: {}", RangeText(*side.entry, added), added.name);
+    return context.Save();
+}
+
+int Remove(CommandContext& context, const CurveArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
+    int code = CLI_DONE;
+    FFTEq* eq = FindNumbered(context, side.entry->fft_eqs, arguments.number, "curve", code);
+    if (!eq) return code;
+    {
+        ListChange change(&side.entry->fft_eqs);
+        side.entry->fft_eqs.Delete(eq);
+    }
+    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
+    MarkDirty();
+    return context.Save();
+}
+
+}  // namespace
+
+void AddCurveCommands(CommandTree& tree) {
+    CLI::App* group = tree.AddGroup("curve", "equalisation curves of a side");
+    auto arguments = std::make_shared<CurveArguments>();
+    CLI::App* list = tree.AddCommand(group, "list", "the curves of a side", "curve list records.mcf 1 --side 1",
+                                     [arguments](CommandContext& context) { return List(context, *arguments); });
+    AddSideArguments(list, *arguments);
+    tree.AddCommand(group, "names", "the record equalisations that are known by name", "curve names", Names);
+    CLI::App* add = tree.AddCommand(group, "add", "add a curve: a known record equalisation, or the first of an equaliser's preset file",
+                                    "curve add records.mcf 1 riaa --side 1", [arguments](CommandContext& context) { return Add(context, *arguments); });
+    AddSideArguments(add, *arguments);
+    AddRangeArguments(add, *arguments, false);
+    add->add_option("CURVE", arguments->source, "riaa or another name, or a file")->required()->option_text(" ");
+    CLI::App* remove = tree.AddCommand(group, "remove", "remove a curve", "curve remove records.mcf 1 1 --side 1",
+                                       [arguments](CommandContext& context) { return Remove(context, *arguments); });
+    AddSideArguments(remove, *arguments);
+    NumberArgument(remove, "NUMBER", arguments->number, "its number in the list")->required();
+}
+
+}  // namespace Orvane

@@ -1,0 +1,96 @@
+#include "cli/side.h"
+#include "cli/texts.h"
+#include "collection/listchange.h"
+
+namespace Orvane {
+namespace {
+
+struct CutArguments : SideArguments {
+    int splice_ms = 5;
+    int number = 0;
+};
+
+Json CutJson(const FileHistoryEntry& entry, const CutAndSpliceCorrection& cut) {
+    Json json = RangeJson(entry, cut);
+    json["splice_length"] = cut.splice_length;
+    return json;
+}
+
+int List(CommandContext& context, const CutArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Read, side)) return code;
+    const int32_t rate = side.entry->SampleRate();
+    context.result["cuts"] = Json::array();
+    Table table({Table::Align::Right});
+    int number = 0;
+    for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
+        context.result["cuts"].push_back(CutJson(*side.entry, cut));
+        table.Add({std::to_string(++number), "at " + ClockText(to_ticks(rate, cut.start_time)),
+                   fmt::format("{:.3f} s", static_cast<double>(cut.Length()) / rate)});
+    }
+    context.Text(table.Empty() ? "No cuts\n" : table.Text());
+    return CLI_DONE;
+}
+
+// After a change of the cuts what is bound to the file finds its new place on the time line.
+int CutsChanged(CommandContext& context, OpenSide& side) {
+    side.entry->RecomputeTimes();
+    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
+    MarkDirty();
+    return context.Save();
+}
+
+int Add(CommandContext& context, const CutArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
+    int64_t start = 0, end = 0;
+    if (int code = RangeOf(context, arguments, side, start, end)) return code;
+    const int32_t rate = side.entry->SampleRate();
+    const int32_t splice = MulDiv(arguments.splice_ms, rate, 1000);
+    if (end - start <= splice) {
+        return context.Fail("The selection is too short to cut.  Please select a larger area or try a shorter splice length.");
+    }
+    {
+        ListChange change(&side.entry->cuts);
+        CutAndSpliceCorrection* cut = side.entry->cuts.Add(start, end, splice, rate);
+        context.result["cut"] = CutJson(*side.entry, *cut);
+        context.Line("Cut at {}: {:.3f} s", ClockText(to_ticks(rate, cut->start_time)), static_cast<double>(cut->Length()) / rate);
+    }
+    return CutsChanged(context, side);
+}
+
+int Remove(CommandContext& context, const CutArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
+    int code = CLI_DONE;
+    CutAndSpliceCorrection* cut = FindNumbered(context, side.entry->cuts, arguments.number, "cut", code);
+    if (!cut) return code;
+    {
+        ListChange change(&side.entry->cuts);
+        side.entry->cuts.Take(cut);
+    }
+    return CutsChanged(context, side);
+}
+
+}  // namespace
+
+void AddCutCommands(CommandTree& tree) {
+    CLI::App* group = tree.AddGroup("cut", "stretches taken out of a side");
+    auto arguments = std::make_shared<CutArguments>();
+    CLI::App* list = tree.AddCommand(group, "list", "the cuts of a side", "cut list records.mcf 1 --side 1",
+                                     [arguments](CommandContext& context) { return List(context, *arguments); });
+    AddSideArguments(list, *arguments);
+    CLI::App* add = tree.AddCommand(group, "add", "take a stretch out; the file itself stays as it is",
+                                    "cut add records.mcf 1 --side 1 --from 12:01 --to 12:04.5 --splice 25",
+                                    [arguments](CommandContext& context) { return Add(context, *arguments); });
+    AddSideArguments(add, *arguments);
+    AddRangeArguments(add, *arguments, true);
+    add->add_option("--splice", arguments->splice_ms, "milliseconds over which the two sides are joined")
+        ->check(CLI::Range(0, 1000))->option_text("MS")->capture_default_str();
+    CLI::App* remove = tree.AddCommand(group, "remove", "put a stretch back", "cut remove records.mcf 1 1 --side 1",
+                                       [arguments](CommandContext& context) { return Remove(context, *arguments); });
+    AddSideArguments(remove, *arguments);
+    NumberArgument(remove, "NUMBER", arguments->number, "its number in the list")->required();
+}
+
+}  // namespace Orvane
