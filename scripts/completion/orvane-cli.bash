@@ -13,7 +13,7 @@ _orvane_cli() {
     group=${words[0]:-}
     command=$group
     case $group in
-        album|recording|track|settings) command="$group ${words[1]:-}" ;;
+        album|recording|track|settings|filter|curve|cut) command="$group ${words[1]:-}" ;;
     esac
 
     case $previous in
@@ -24,11 +24,18 @@ _orvane_cli() {
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade declick filter curve cut render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
         "settings ") options="list get set" ;;
+        "filter "|"cut ") options="list add remove" ;;
+        "curve ") options="list names add remove" ;;
+        declick) options="--side --sensitivity --percussion --brass --passes --channels --equalise --keep-manual --no-keep-manual --keep-scans --if-new" ;;
+        "filter add") options="--side --from --to hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
+        "curve add") options="--side --from --to" ;;
+        "cut add") options="--side --from --to --splice" ;;
+        "filter list"|"filter remove"|"curve list"|"curve remove"|"cut list"|"cut remove") options="--side" ;;
         digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --format --rate --bits --out --threads --template" ;;
         "album add") options="--artist --title --genre --label --grouping --composer --conductor --alias --comment --release_number --art_file --custom_tags --notes --year --playing_speed --channel_mode --status --single" ;;
         "album set") options="artist= title= genre= label= grouping= composer= conductor= alias= comment= release_number= art_file= custom_tags= notes= year= playing_speed= channel_mode= status= single=" ;;

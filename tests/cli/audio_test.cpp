@@ -214,7 +214,9 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
         "out/The Examples - First/02 - Across- the+Sides.flac",
         "out/The Examples - First/03 - Last.flac",
         "side1.wav",
+        "side1.wav.crd",
         "side2.wav",
+        "side2.wav.crd",
         "titles.txt",
     };
     EXPECT_EQ(Files(), files);
