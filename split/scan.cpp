@@ -93,7 +93,12 @@ bool TrackScanner::FindStart(const Row& row, int64_t from, int64_t& carry, int64
         earliest = cut_end;
         music = FindMusic(cut_end);
     }
-    if (!row.blank && std::abs(start - row.start) > row.start_range) start = std::max(row.start, row.previous_end);
+    // An unset row stands at the end of the track before it. When that one was the last of its recording, how far away
+    // the music of the next begins says nothing.
+    const bool next_side = !row.adjust && &timeline.AtTrackTime(start) != &timeline.AtTrackTime(row.start);
+    if (!row.blank && !next_side && std::abs(start - row.start) > row.start_range) {
+        start = std::max(row.start, row.previous_end);
+    }
     return true;
 }
 
@@ -171,7 +176,6 @@ bool TrackScanner::ScanTrack(TrackList& tracks, int index, bool adjust, int64_t&
         if (adjust || !next) return false;
         from = next->file_start;
         row.previous_end = next->track_start;
-        row.start_range = INT64_MAX;
     }
 
     if (blank) {

@@ -149,6 +149,13 @@ TEST_F(ScanTest, EverySideOfAnAlbumIsScanned) {
     shorter.AddSide({{6, 0}, {60, 100}, {80, 0}});
     SetSetting("Music Indent", 0);
     ExpectTimes(Scan(shorter), {{5.76, 67.38}, {166 + 5.76, 166 + 67.38}}, "two sides");
+
+    // Titles go on over a change of sides, however long the run-out is.
+    LevelAlbum titled;
+    titled.AddSide({{6, 0}, {60, 100}, {40, 0}});
+    titled.AddSide({{10, 0}, {60, 100}, {80, 0}});
+    titled.album.tracks = Listing("0 0");
+    ExpectTimes(Scan(titled), {{5.76, 67.38}, {106 + 9.76, 106 + 71.38}}, "two sides and two titles");
 }
 
 TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
@@ -179,6 +186,11 @@ TEST_F(ScanTest, CutsAreLeftOut) {
         entry.cuts.Add(row.from * kSecond, row.to * kSecond, 0, 44100);
         ExpectTimes(Scan(side), row.tracks, row.what, 0.4);
     }
+    // A lead-in does not reach back over a cut.
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}}).cuts.Add(80 * kSecond, 100 * kSecond, 0, 44100);
+    SetSetting("Scan Leadin", 20);
+    ExpectTimes(Scan(side), {{4.06, 67.38}, {80, 127.38}}, "a long lead-in");
 }
 
 TEST_F(ScanTest, TitlesStayAndTheirNumberIsCompared) {
@@ -247,6 +259,20 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFound) {
         EXPECT_LE(n, looks * 0.27 / 100 + 1) << looks;
         EXPECT_EQ(undo, std::vector<Msg>{Msg::ScanForTrackBreaks});
         EXPECT_FALSE(dialog.IsBusy());
+    }
+}
+
+TEST_F(ScanTest, AnAdjustmentThatIsStoppedLeavesTheTracksInOrder) {
+    LevelAlbum side;
+    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
+    for (int looks = 1; looks < 1500; looks += 20) {
+        side.album.tracks = Listing("6-90 90-100 100-190 190-300");
+        StoppingHost stopping(looks);
+        SplitDialog(side.album).ScanForTrackBreaks(BREAK_SCAN_ADJUST, side.overview, stopping);
+        for (int i = 1; i < side.album.tracks.size(); ++i) {
+            EXPECT_GE(side.album.tracks[i].start, side.album.tracks[i - 1].end) << looks << Text(side.album.tracks);
+            EXPECT_GE(side.album.tracks[i].end, side.album.tracks[i].start + kSecond) << looks;
+        }
     }
 }
 

@@ -170,6 +170,12 @@ TEST_F(TrackBreaks, TheNearestTrackIsFound) {
     EXPECT_EQ(FindNearestTrack(TrackList(), 0), 0);
 }
 
+TEST_F(TrackBreaks, OverlappingTracksArePushedOn) {
+    TrackList tracks = Listing("0-100 90-95 97-200 205-300 250");
+    PushOverlappingTracks(tracks);
+    EXPECT_EQ(Text(tracks), "0-100 100-101 101-200 205-300 300");
+}
+
 TEST_F(TrackBreaks, FadersTakeDefaultsAndLimits) {
     ALBUMTRACK track;
     EnableFader(track, Fader::In, true);
