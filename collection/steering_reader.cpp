@@ -105,8 +105,13 @@ ReadResult Reader::CollectionLine(std::string_view key) {
     } else if (key == ">Current Album Title") {
         set.current_title = fields[1];
     } else if (key == ">Max Album Sides") {
-        set.max_album_sides = fields.Int<int32_t>(1);
-        if (set.max_album_sides < 0 || set.max_album_sides > kMaxAlbumSides) return ReadResult::NotACollection;
+        const int limit = fields.Int<int32_t>(1);
+        if (limit < 0 || limit > kMaxAlbumSides) return ReadResult::NotACollection;
+        if (set.albums.empty()) {
+            set.max_album_sides = limit;
+        } else {
+            set.dirty = true;  // out of place: the albums before it were read without it
+        }
     }
     return ReadResult::Good;
 }
