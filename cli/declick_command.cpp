@@ -51,21 +51,61 @@ int Declick(CommandContext& context, const DeclickArguments& arguments) {
             if (!arguments.side || place.side == arguments.side) places.push_back(place);
         }
     }
-    DeclickResult result;
-    const int code = DeclickSides(context, places, SettingsOf(arguments), result);
+    std::vector<DeclickedSide> sides;
+    const int code = DeclickSides(context, places, SettingsOf(arguments), context.result, sides);
+    for (const DeclickedSide& side : sides) context.Line("Side {}: {}", side.side, side.words);
     // What earlier passes have merged stays, whatever ended the scan.
     if (const int saved = context.Save()) return code ? code : saved;
     return code;
 }
 
+std::string WordsFor(ScanOutcome outcome, const ScanStats& stats) {
+    switch (outcome) {
+        case ScanOutcome::Done: break;
+        case ScanOutcome::Skipped: return "scanned before with these settings";
+        case ScanOutcome::Cancelled: return "cancelled";
+        default: return "failed";
+    }
+    std::string words = CountText(stats.repaired, "click") + " repaired";
+    if (stats.pp) words += fmt::format(", {} left alone as drums", stats.pp);
+    if (stats.bp) words += fmt::format(", {} left alone as brass", stats.bp);
+    return words;
+}
+
+const char* StatusFor(ScanOutcome outcome) {
+    switch (outcome) {
+        case ScanOutcome::Done: return "scanned";
+        case ScanOutcome::Skipped: return "scanned before";
+        case ScanOutcome::Cancelled: return "cancelled";
+        default: return "failed";
+    }
+}
+
+int CodeFor(CommandContext& context, ScanOutcome outcome) {
+    switch (outcome) {
+        case ScanOutcome::Done:
+        case ScanOutcome::Skipped: return CLI_DONE;
+        case ScanOutcome::TooSmall: return context.Fail("This file is too small to declick");
+        case ScanOutcome::NoChannels: return context.Usage("No channels specified!");
+        case ScanOutcome::Cancelled: return context.Cancelled();
+        case ScanOutcome::Failed: break;
+    }
+    return context.FailLastError();
+}
+
+Json StatsJson(const ScanStats& stats) {
+    return {{"repaired", stats.repaired}, {"not_repaired", stats.not_repaired}, {"pp", stats.pp}, {"bp", stats.bp}};
+}
+
 }  // namespace
 
 int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& places, const ScanSettings& settings,
-                 DeclickResult& all) {
-    Json& json = context.result["declick"] = Json::array();
+                 Json& figures, std::vector<DeclickedSide>& sides) {
     const int64_t started = MonotonicNs();
     int64_t ticks = 0;
     int code = CLI_DONE;
+    ScanStats sum;
+    figures["sides"] = Json::array();
     for (size_t i = 0; i < places.size() && code == CLI_DONE; ++i) {
         const RecordingPlace& place = places[i];
         const int share = 1000 / static_cast<int>(places.size());
@@ -79,41 +119,21 @@ int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& pla
             ProgressJob job(fmt::format("Scanning side {} for clicks", place.side));
             outcome = ScanForClicks(place.entry, request, stats);
         }
-        const char* status = "scanned";
-        switch (outcome) {
-            case ScanOutcome::Done: ticks += place.end - place.start; break;
-            case ScanOutcome::Skipped: status = "scanned before"; break;
-            case ScanOutcome::TooSmall: code = context.Fail("This file is too small to declick"); break;
-            case ScanOutcome::NoChannels: code = context.Usage("No channels specified!"); break;
-            case ScanOutcome::Cancelled: code = context.Cancelled(); break;
-            case ScanOutcome::Failed: code = context.FailLastError(); break;
-        }
-        if (outcome == ScanOutcome::Cancelled) status = "cancelled";
-        if (code == CLI_FAILED || code == CLI_USAGE) status = "failed";
-        json.push_back({{"side", place.side},
-                        {"status", status},
-                        {"repaired", stats.repaired},
-                        {"not_repaired", stats.not_repaired},
-                        {"pp", stats.pp},
-                        {"bp", stats.bp}});
-        all.stats.repaired += stats.repaired;
-        all.stats.not_repaired += stats.not_repaired;
-        all.stats.pp += stats.pp;
-        all.stats.bp += stats.bp;
-        all.n_scanned += outcome == ScanOutcome::Done;
-        context.Line("Side {}: {}", place.side,
-                     outcome == ScanOutcome::Skipped
-                         ? std::string("scanned before with these settings")
-                         : fmt::format("{} repaired, {} left alone as drums, {} as brass", CountText(stats.repaired, "click"),
-                                       stats.pp, stats.bp));
+        code = CodeFor(context, outcome);
+        if (outcome == ScanOutcome::Done) ticks += place.end - place.start;
+        Json json = {{"album", context.NumberOf(*place.entry->album)}, {"side", place.side}, {"status", StatusFor(outcome)}};
+        json.update(StatsJson(stats));
+        figures["sides"].push_back(json);
+        sides.push_back({place.side, WordsFor(outcome, stats)});
+        sum.repaired += stats.repaired;
+        sum.not_repaired += stats.not_repaired;
+        sum.pp += stats.pp;
+        sum.bp += stats.bp;
     }
     const double seconds = static_cast<double>(MonotonicNs() - started) * 1e-9;
-    context.result["repaired"] = all.stats.repaired;
-    context.result["not_repaired"] = all.stats.not_repaired;
-    context.result["pp"] = all.stats.pp;
-    context.result["bp"] = all.stats.bp;
-    context.result["seconds"] = seconds;
-    context.result["times_real_time"] = seconds > 0 ? Seconds(ticks) / seconds : 0.0;
+    figures.update(StatsJson(sum));
+    figures["seconds"] = seconds;
+    figures["times_real_time"] = seconds > 0 ? Seconds(ticks) / seconds : 0.0;
     return code;
 }
 

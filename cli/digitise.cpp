@@ -99,7 +99,7 @@ int Digitise::RepairClicks() {
     if (order.no_declick) return CLI_DONE;
     ScanSettings settings;
     settings.options = SCAN_KEEP_MANUAL | SCAN_IF_NEW;
-    return DeclickSides(context, places, settings, declicked);
+    return DeclickSides(context, places, settings, context.result["declick"], declicked);
 }
 
 std::string Digitise::TrackTitle(size_t index) const {
@@ -123,7 +123,8 @@ int Digitise::EnterTracks() {
     bool keep = !album->tracks.empty() && titles.empty();
     if (keep) return CLI_DONE;
     std::vector<ALBUMTRACK> wanted = WantedTracks();
-    if (wanted.back().end > places.back().end && titles.back().start >= places.back().end) {
+    bool timed = !titles.empty() && titles.front().timed;
+    if (timed && titles.back().start >= places.back().end) {
         return context.Usage(fmt::format("{}, line {}: the recordings end at {} already", order.titles_file,
                                          titles.back().line, ClockText(places.back().end)));
     }
@@ -177,8 +178,12 @@ void Digitise::Report() {
                                    {"samplerate", place.entry->SampleRate()},
                                    {"bits", place.entry->bits},
                                    {"channels", place.entry->channels}});
-        sides.Add({std::to_string(place.side), FileNameOf(place.entry->GetPath()), ClockText(place.end - place.start),
-                   FormatText(*place.entry)});
+        std::vector<std::string> row = {std::to_string(place.side), FileNameOf(place.entry->GetPath()),
+                                        ClockText(place.end - place.start), FormatText(*place.entry)};
+        for (const DeclickedSide& done : declicked) {
+            if (done.side == place.side) row.push_back(done.words);
+        }
+        sides.Add(row);
     }
     context.Text(AlbumTitleText(*album) + "\n");
     if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));

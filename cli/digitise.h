@@ -63,7 +63,7 @@ private:
     bool new_album = false;
     bool changed = false;
     std::vector<RecordingPlace> places;
-    DeclickResult declicked;
+    std::vector<DeclickedSide> declicked;
     SaveResult saved;
 };
 

@@ -205,6 +205,9 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
     EXPECT_EQ(json["changed"], true);
     EXPECT_EQ(json["saved"], 3);
     EXPECT_EQ(json["sides"][1]["start"], 8 * 44100);
+    ASSERT_EQ(json["declick"]["sides"].size(), 2u);
+    EXPECT_EQ(json["declick"]["sides"][1]["status"], "scanned");
+    EXPECT_GT(json["declick"]["times_real_time"], 0);
     EXPECT_EQ(json["tracks"][1]["end_seconds"], 10.0);
     EXPECT_EQ(json["collection"], folder / "out/The Examples - First.mcf");
     const std::vector<std::string> files = {
@@ -233,6 +236,7 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
     nlohmann::json again = Json(order);
     EXPECT_EQ(again["new_album"], false);
     EXPECT_EQ(again["changed"], false);
+    EXPECT_EQ(again["declick"]["sides"][1]["status"], "scanned before");
     EXPECT_EQ(again["saved"], 0);
     EXPECT_EQ(again["already_saved"], 3);
     EXPECT_EQ(Files(), files);
@@ -268,6 +272,18 @@ TEST_F(DigitiseCommand, ARecordingThatCannotBeReadLeavesNoAlbumBehind) {
     EXPECT_EQ(Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "T", "--collection", "c.mcf", "--out",
                     "out"})["saved"],
               2);
+}
+
+TEST_F(DigitiseCommand, ASideWithoutASampleIsRefusedInWords) {
+    MakeWave("full.wav", 1);
+    std::string empty = ReadBytes(folder / "full.wav");
+    empty.resize(empty.find("data") + 8);
+    for (size_t i = 1; i <= 4; ++i) empty[empty.size() - i] = 0;
+    folder.Write("empty.wav", empty);
+    nlohmann::json json =
+        Json({"digitise", "empty.wav", "--artist", "A", "--album", "T", "--out", "out", "--no-declick"}, 1);
+    EXPECT_NE(json["error"], "");
+    EXPECT_EQ(Run({"digitise", "empty.wav", "--artist", "A", "--album", "T", "--out", "out"}).code, 1);
 }
 
 TEST_F(DigitiseCommand, InterruptedAndRunAgainItEndsTheSame) {
