@@ -5,9 +5,8 @@
 
 #include "cleanup/audiofilter.h"
 #include "cleanup/correctionslist.h"
-#include "cleanup/repairclick.h"
+#include "cleanup/repairsurroundings.h"
 #include "cleanup/scanblocks.h"
-#include "cleanup/scanreader.h"
 #include "collection/dataobjects.h"
 #include "collection/listchange.h"
 #include "foundation/messages.h"
@@ -17,9 +16,6 @@ namespace Orvane {
 namespace {
 
 constexpr int64_t kTickNs = 250'000'000;
-constexpr int kMergeWing = 6269;  // samples at 44100 Hz read round a repair that is made again
-
-int PadFor(int64_t n) { return n > 60 ? 6 : 0; }
 
 // One channel of a scan: its detector, its interpolator and the list of what this pass finds.
 class ChannelScan : public ClickSink {
@@ -197,25 +193,9 @@ private:
         }
     }
 
-    // Solves a repair over the range it now has, on the audio with all other repairs applied.
     void MakeAgain(ChannelScan& scan, ClickRepair& repair) {
-        const int32_t rate = entry->SampleRate();
-        RepairRequest again;
-        again.start = to_ticks(rate, repair.absolute_start_time);
-        again.end = std::max(again.start, to_ticks(rate, repair.absolute_end_time) - 1);
-        again.cross_fade = PadFor(again.end - again.start + 1);
-        again.score = -1;
-        const int64_t from = std::max<int64_t>(0, again.start - kMergeWing);
-        const int64_t to = std::min(total - 1, again.end + kMergeWing);
-        std::vector<float> audio[2];
-        for (auto& channel : audio) channel.resize(static_cast<size_t>(to - from + 1));
-        const int n = reader.ReadSamples(from, to, audio[0].data(), audio[1].data());
-        if (n <= 0) return;
-        const std::span<const float> signal(audio[scan.found.channel].data(), static_cast<size_t>(n));
-        ClickDetector detector;
-        PrimeDetector(detector, signal, static_cast<int>(again.start - from));
-        const RepairSource source{signal, from, from, from + n - 1, &detector};
-        if (scan.repairer.Recompute(source, again, repair, rate) == RepairResult::Repaired) repair.wiggles = -1;
+        const auto result = MakeRepair(reader, scan.repairer, scan.found.channel, entry->SampleRate(), repair);
+        if (result == RepairResult::Repaired) repair.wiggles = -1;
     }
 
     FileHistoryEntry* entry;

@@ -48,6 +48,10 @@ std::string_view MessageText(Msg id) {
             return "Delete track breaks";
         case Msg::EditAlbumDetails:
             return "Edit album details";
+        case Msg::NoChannelSelected:
+            return "Please select a channel first";
+        case Msg::NoRoomForRepair:
+            return "There is no room to insert a repair here - you are too close to the start or end of the file";
         case Msg::BadCrdHeader:
             return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
                    "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
@@ -55,6 +59,12 @@ std::string_view MessageText(Msg id) {
             return "The recording stays in the album, but it cannot be used until this has been put right.";
         case Msg::UndoTargetDeleted:
             return "Can't undo/redo - file or album:\n\n<b>%s</b>\n\nhas been deleted";
+        case Msg::AdjustRepairWidth:
+            return "Adjust repair width";
+        case Msg::ManualRepair:
+            return "Manual repair";
+        case Msg::DeleteRepair:
+            return "Delete repair";
         case Msg::Done:
             return "Done";
         case Msg::UndoOtherAlbum:
@@ -72,6 +82,15 @@ std::string_view MessageText(Msg id) {
             return "Recording:\n\n<b>%s</b>\n\nhas a sample rate of %d Hz, but this album has %d Hz.\n\nOrvane "
                    "requires "
                    "that all sides of an album be recorded at the same sample rate.";
+        case Msg::SelectionTooLargeToPatch:
+            return "The selection is too large to patch.  Please zoom in and select a region of 0.25 seconds or less.";
+        case Msg::NothingSelected:
+            return "Please select a region first";
+        case Msg::PatchDialogOpen:
+            return "You cannot do this while the 'Patch Selection' dialog is open.\n\nPlease close this dialog and try "
+                   "again.";
+        case Msg::AlreadyPatched:
+            return "There is a patch in this region already.\n\nReplace it?";
         case Msg::NoCollectionOpen:
             return "There is no collection open.  To open an existing collection, look under 'Recent Collections' in "
                    "the File menu.";
@@ -87,6 +106,8 @@ std::string_view MessageText(Msg id) {
             return "%d albums or album components deleted.\n\nEmpty the recycle bin to recover lost disk space.";
         case Msg::SourceFileNote:
             return "Source file: %s\n";
+        case Msg::SelectionTooShortToCut:
+            return "The selection is too short to cut.  Please select a larger area or try a shorter splice length.";
         case Msg::CollectionSaved:
             return "Collection saved";
         case Msg::UndoMenu:
@@ -172,11 +193,13 @@ std::string_view MessageText(Msg id) {
                    "again.";
         case Msg::MoreTrackBreaksThanTracks:
             return "Scan found more track breaks than there are tracks in the list.\n\nYou can delete any unwanted "
-                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> and "
+                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> "
+                   "and "
                    "try again.";
         case Msg::FewerTrackBreaksThanTracks:
             return "Scan found fewer track breaks than there are tracks in the list.\n\nYou can insert any missing "
-                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> and "
+                   "track breaks manually or you can adjust the <l><h>{scan_settings_dialog:*}</h>scan settings</l> "
+                   "and "
                    "try again.";
         case Msg::NumberedTrack:
             return "Track %d";
@@ -186,6 +209,34 @@ std::string_view MessageText(Msg id) {
             return "Redo %s (Ctrl+Y)";
         case Msg::AlbumInUse:
             return "Album:\n\n<b>%s - %s</b>\n\nis being worked on and cannot be changed at the moment.";
+        case Msg::RepairNotMade:
+            return "No repair could be made here";
+        case Msg::RepairMarkers:
+            return "Repair markers";
+        case Msg::PatchSelection:
+            return "Patch selection";
+        case Msg::CutSelection:
+            return "Cut selection";
+        case Msg::TruncateRecording:
+            return "Truncate recording";
+        case Msg::DeleteCut:
+            return "Delete cut";
+        case Msg::AddFilter:
+            return "Add filter";
+        case Msg::ChangeFilter:
+            return "Change filter";
+        case Msg::RemoveFilter:
+            return "Remove filter";
+        case Msg::MoveFilter:
+            return "Move filter";
+        case Msg::AddCurve:
+            return "Add equaliser curve";
+        case Msg::ChangeCurve:
+            return "Change equaliser curve";
+        case Msg::RemoveCurve:
+            return "Remove equaliser curve";
+        case Msg::MoveCurve:
+            return "Move equaliser curve";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

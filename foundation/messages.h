@@ -32,9 +32,14 @@ enum class Msg : int {
     InsertTrackBreak = 409,
     DeleteTrackBreaks = 410,
     EditAlbumDetails = 414,
+    NoChannelSelected = 448,
+    NoRoomForRepair = 449,
     BadCrdHeader = 459,  // file
     RecordingOpenNote = 469,
     UndoTargetDeleted = 475,  // file or album
+    AdjustRepairWidth = 476,
+    ManualRepair = 477,
+    DeleteRepair = 478,
     Done = 488,
     UndoOtherAlbum = 490,  // artist, title
     UndoOtherWindow = 511,
@@ -42,6 +47,10 @@ enum class Msg : int {
     CollectionNameTaken = 524,  // name
     CollectionRenamed = 525,
     WrongSampleRate = 527,  // file, its rate, the album's rate
+    SelectionTooLargeToPatch = 532,
+    NothingSelected = 534,
+    PatchDialogOpen = 535,
+    AlreadyPatched = 574,
     NoCollectionOpen = 599,
     EmptyCollection = 601,
     AlbumListHeader = 615,  // shown, all, links
@@ -49,6 +58,7 @@ enum class Msg : int {
     Autosaving = 658,
     AlbumsDeleted = 737,   // count
     SourceFileNote = 867,  // file; ends with a line break
+    SelectionTooShortToCut = 871,
     CollectionSaved = 874,
     UndoMenu = 1021,  // description
     RedoMenu = 1022,  // description
@@ -93,6 +103,20 @@ enum class Msg : int {
     UndoTip,                   // description
     RedoTip,                   // description
     AlbumInUse,                // artist, title
+    RepairNotMade,
+    RepairMarkers,
+    PatchSelection,
+    CutSelection,
+    TruncateRecording,
+    DeleteCut,
+    AddFilter,
+    ChangeFilter,
+    RemoveFilter,
+    MoveFilter,
+    AddCurve,
+    ChangeCurve,
+    RemoveCurve,
+    MoveCurve,
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -1,0 +1,30 @@
+// What the user cuts out of a recording and puts back. Each is one action that can be undone. Main thread.
+//
+// Positions are frames on the edited timeline at the recording's own rate. What is refused has been shown.
+#pragma once
+
+#include <cstdint>
+
+#include "collection/filehistory.h"
+
+namespace Orvane {
+
+// The lengths of the cross-fade that the menu offers for future cuts.
+struct SpliceChoice {
+    const char* text;
+    int32_t ms;
+};
+inline constexpr SpliceChoice kSpliceChoices[] = {
+    {"None", 0}, {"Minimal (1ms)", 1}, {"Short (5ms)", 5}, {"Medium (25ms)", 25}, {"Long (100ms)", 100}};
+
+// Takes `start` to `end` out, with a cross-fade of `splice_ms`. False when the stretch is not longer than the
+// cross-fade.
+bool CutSelection(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_ms);
+
+// Takes out all from `position` to the recording's end.
+bool TruncateRecording(FileHistoryEntry& entry, int64_t position);
+
+// Puts back what `cut`, one of the recording's, has taken out. `cut` is gone afterwards.
+bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut);
+
+}  // namespace Orvane

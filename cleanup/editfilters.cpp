@@ -1,0 +1,73 @@
+#include "cleanup/editfilters.h"
+
+#include <numeric>
+
+#include "cleanup/undo_corrections.h"
+#include "foundation/messages.h"
+
+namespace Orvane {
+namespace {
+
+struct Descriptions {
+    Msg add, change, remove, move;
+};
+template <class T>
+constexpr Descriptions kDescriptions = {Msg::AddFilter, Msg::ChangeFilter, Msg::RemoveFilter, Msg::MoveFilter};
+template <>
+constexpr Descriptions kDescriptions<FFTEq> = {Msg::AddCurve, Msg::ChangeCurve, Msg::RemoveCurve, Msg::MoveCurve};
+
+// Runs `edit` on the list as one action.
+template <class T, class Edit>
+bool EditSettings(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit edit) {
+    const EditAccess access(entry);
+    if (!access) return false;
+    {
+        const TimelineChange change(entry);
+        edit(SettingsOf<T>(entry));
+    }
+    AddUndo(std::move(undo));
+    return true;
+}
+
+}  // namespace
+
+template <class T>
+bool AddSetting(FileHistoryEntry& entry, const T& setting) {
+    return EditSettings<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.add)),
+                           [&](LinkedList<T>& list) { list.Append(new T(setting)); });
+}
+
+template <class T>
+bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting) {
+    return EditSettings<T>(entry,
+                           std::make_unique<UndoSetting<T>>(entry, index, FormatMessage(kDescriptions<T>.change)),
+                           [&](LinkedList<T>& list) { *SettingAt(list, index) = setting; });
+}
+
+template <class T>
+bool RemoveSetting(FileHistoryEntry& entry, int index) {
+    return EditSettings<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.remove)),
+                           [&](LinkedList<T>& list) { list.Delete(SettingAt(list, index)); });
+}
+
+template <class T>
+bool MoveSetting(FileHistoryEntry& entry, int from, int to) {
+    std::vector<int> order(static_cast<size_t>(SettingsOf<T>(entry).size()));
+    ORVANE_ASSERT(from >= 0 && from < static_cast<int>(order.size()) && to >= 0 && to < static_cast<int>(order.size()));
+    std::iota(order.begin(), order.end(), 0);
+    order.erase(order.begin() + from);
+    order.insert(order.begin() + to, from);
+    return EditSettings<T>(entry, std::make_unique<UndoOrder<T>>(entry, order, FormatMessage(kDescriptions<T>.move)),
+                           [&](LinkedList<T>& list) { Reorder(list, order); });
+}
+
+template bool AddSetting(FileHistoryEntry&, const FilterSetting&);
+template bool AddSetting(FileHistoryEntry&, const FFTEq&);
+template bool ChangeSetting(FileHistoryEntry&, int, const FilterSetting&);
+template bool ChangeSetting(FileHistoryEntry&, int, const FFTEq&);
+template bool RemoveSetting<FilterSetting>(FileHistoryEntry&, int);
+template bool RemoveSetting<FFTEq>(FileHistoryEntry&, int);
+template bool MoveSetting<FilterSetting>(FileHistoryEntry&, int, int);
+template bool MoveSetting<FFTEq>(FileHistoryEntry&, int, int);
+
+}  // namespace Orvane

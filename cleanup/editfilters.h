@@ -1,0 +1,25 @@
+// What the user does to the cleanup settings and curves of a recording. T is FilterSetting or FFTEq. Each is one action
+// that can be undone. Main thread. False when the recording cannot be edited now, which has been shown.
+//
+// Of a setting's times only those in the file count; the others follow.
+#pragma once
+
+#include "collection/filehistory.h"
+
+namespace Orvane {
+
+// Puts a setting on top of the others.
+template <class T>
+bool AddSetting(FileHistoryEntry& entry, const T& setting);
+
+template <class T>
+bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting);
+
+template <class T>
+bool RemoveSetting(FileHistoryEntry& entry, int index);
+
+// Puts the setting at `from` in the place `to`.
+template <class T>
+bool MoveSetting(FileHistoryEntry& entry, int from, int to);
+
+}  // namespace Orvane

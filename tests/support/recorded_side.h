@@ -1,0 +1,81 @@
+// A collection of one album with one recorded side of music, whose file is there.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "audiosignals.h"
+#include "collection/crd_file.h"
+#include "collection/dataobjects.h"
+#include "collection/undo.h"
+#include "temp_folder.h"
+#include "tesslib/wavfile.h"
+
+namespace OrvaneTest {
+
+// Music on both channels, the right one other music.
+inline std::vector<float> MusicPairs(int frames, uint64_t seed = 1) {
+    const std::vector<float> left = Music(seed, frames), right = Music(seed + 1, frames);
+    std::vector<float> pairs;
+    for (size_t i = 0; i < left.size(); ++i) pairs.insert(pairs.end(), {left[i], right[i]});
+    return pairs;
+}
+
+class RecordedSide {
+public:
+    explicit RecordedSide(const std::vector<float>& pairs, int32_t rate = 44100) {
+        auto* added = new Orvane::AlbumInfo;
+        added->artist = "Art";
+        added->title = "Blue";
+        added->set = &set;
+        set.albums.Append(added);
+        set.current_album = added;
+        Orvane::AlbumSide* side = added->GetSide(0, true);
+        side->AddRecording(Orvane::MakeRef<Orvane::FileHistoryEntry>(added, side));
+        entry = side->newest;
+        entry->extension = ".wav";
+        folder.Write("Mine/config", "");  // makes the folder
+        Tesslib::WAVFile file;
+        if (file.SetSBC(rate, 24, 2) != 0 || file.Open(entry->GetPath(), Tesslib::OM_CREATE) != 0 ||
+            file.Write(pairs.data(), static_cast<int32_t>(pairs.size() / 2)) < 0 || !file.Close()) {
+            throw std::runtime_error("cannot write " + entry->GetPath());
+        }
+        Orvane::gAlbumSet = &set;
+    }
+    ~RecordedSide() {
+        Orvane::ClearUndo();
+        Orvane::gAlbumSet = nullptr;
+    }
+
+    TempFolder folder;
+    Orvane::AlbumSet set{folder / "Mine.mcf"};
+    Orvane::FileHistoryEntry* entry;
+};
+
+// Everything that is stored of a recording's corrections, and the times that follow from it.
+inline std::string Serialised(const Orvane::FileHistoryEntry& entry) {
+    std::string text = Orvane::WriteCrd(entry.click_repairs);
+    const auto add = [&text](auto... values) { ((text += " " + std::to_string(values)), ...); };
+    const auto times = [&](const Orvane::BaseCorrection& c) {
+        text += "\n";
+        add(static_cast<int>(c.type), c.absolute_start_time, c.start_time, c.absolute_end_time, c.end_time);
+    };
+    for (const auto& list : entry.click_repairs) {
+        for (const auto& e : list) times(e), add(e.min_sample, e.max_sample);
+    }
+    for (const auto& e : entry.cuts) times(e), add(e.splice_length);
+    for (const auto& e : entry.markers) times(e);
+    for (const auto& e : entry.filters) {
+        times(e), add(e.values.hum_mode, e.values.hiss_reduction, e.values.preamp_left),
+            text += e.name + e.preset + e.extra;
+        for (const int32_t band : e.values.bands) add(band);
+    }
+    for (const auto& e : entry.fft_eqs) {
+        times(e), add(e.enable, e.gain), text += e.name + e.curve.name;
+        for (const auto& point : e.curve.points) add(point.freq, point.gain);
+    }
+    return text;
+}
+
+}  // namespace OrvaneTest
