@@ -95,8 +95,6 @@ PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
         } else {
             method = PatchBest(signal, i_first, i_last);
         }
-        Amplify(std::span(signal).subspan(static_cast<size_t>(i_first), static_cast<size_t>(last - first + 1)),
-                job.preamp);
         for (size_t i = 0; i < signal.size(); ++i) pairs[2 * i + channel] = signal[i];
     }
     patch.used = *method;
