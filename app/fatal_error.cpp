@@ -1,6 +1,5 @@
 #include "app/fatal_error.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -9,21 +8,21 @@
 #include "collection/dataobjects.h"
 #include "collection/steering_file.h"
 #include "foundation/assert.h"
+#include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
-#include "foundation/path.h"
 #include "foundation/platform.h"
 
 namespace Orvane {
 
-bool in_fatal_error_handler = false;
-
 namespace {
 
-std::atomic<bool> entered{false};
-
 AssertAnswer OnAssert(const char* condition, const char* file, int line) {
-    FatalError(fmt::sprintf("Assert failed: %s\n%s, line %d", condition, FileNameOf(file), line).c_str());
+    FatalError(AssertText(condition, file, line).c_str());
+}
+
+void OnFileError(const LastError& error) {
+    LogLine(PlainText(error.text));
 }
 
 [[noreturn]] void OnTerminate() {
@@ -45,20 +44,19 @@ AssertAnswer OnAssert(const char* condition, const char* file, int line) {
 
 void InstallFatalErrorHooks() {
     SetAssertHook(OnAssert);
+    SetFileErrorHook(OnFileError);
     std::set_terminate(OnTerminate);
 }
 
 void FatalError(const char* what) {
     // A fault inside the handler, or on a second thread meanwhile, ends the process at once.
-    if (entered.exchange(true)) std::_Exit(255);
-    in_fatal_error_handler = true;
+    if (in_fatal_error_handler.exchange(true)) std::_Exit(255);
     LogLine(what);
-    Messages().Ask({FormatMessage(Msg::FatalError, what), Buttons::Ok, Severity::Error, {}});
+    ShowMessage(FormatMessage(Msg::FatalError, what));
     if (gAlbumSet && gAlbumSet->dirty) {
         Message question{FormatMessage(Msg::SaveChangedFile, gAlbumSet->path), Buttons::YesNo, Severity::Warning, {}};
-        if (Messages().Ask(question) == Answer::Yes && SaveCollection(gAlbumSet->path, *gAlbumSet, true)) {
-            ShowMessage(std::string(MessageText(Msg::SavedNowClosing)), Severity::Information);
-        }
+        if (Messages().Ask(question) == Answer::Yes) SaveCollection(gAlbumSet->path, *gAlbumSet, true);
+        if (!gAlbumSet->dirty) ShowMessage(std::string(MessageText(Msg::SavedNowClosing)), Severity::Information);
     }
     std::fflush(nullptr);
     std::_Exit(255);

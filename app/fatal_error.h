@@ -3,14 +3,11 @@
 
 namespace Orvane {
 
-// True while a fatal error is being handled: rules that hold on a sound program relax.
-extern bool in_fatal_error_handler;
-
-// Sends failed assertions and uncaught exceptions to the handler. It tells the user, offers to save a changed
-// collection through the message host, and ends the process with code 255 (-1).
+// Sends failed assertions and uncaught exceptions to FatalError, and writes file errors to the log.
 void InstallFatalErrorHooks();
 
-// The handler itself, on any thread; it waits for no lock. Does not return.
+// Tells the user through the message host, offers to save a changed collection, and ends the process with code 255 (-1).
+// On any thread; jobs are left as they are.
 [[noreturn]] void FatalError(const char* what);
 
 }  // namespace Orvane

@@ -4,6 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "foundation/path.h"
+#include "foundation/version.h"
+
 namespace Tesslib {
 namespace {
 
@@ -17,11 +20,15 @@ AssertHook SetAssertHook(AssertHook hook) {
     return assert_hook.exchange(hook);
 }
 
+std::string AssertText(const char* condition, const char* file, int line) {
+    return fmt::sprintf("Assert failed:\n%s\n%s, line %d [%d]", condition, FileNameOf(file), line, kVersionNumber);
+}
+
 void Assert(const char* condition, const char* file, int line) {
     if (AssertHook hook = assert_hook.load()) {
         if (hook(condition, file, line) == AssertAnswer::GoOn) return;
     } else {
-        std::fprintf(stderr, "Assert failed: %s\n%s, line %d\n", condition, file, line);
+        std::fprintf(stderr, "%s\n", AssertText(condition, file, line).c_str());
     }
     std::abort();
 }

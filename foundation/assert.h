@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <string>
 
 namespace Tesslib {
 
@@ -17,6 +18,9 @@ using AssertHook = AssertAnswer (*)(const char* condition, const char* file, int
 
 // Replaces the hook (null restores the built-in one, which writes to stderr). Returns the one before. Any thread.
 AssertHook SetAssertHook(AssertHook hook);
+
+// What a failed condition is reported as: the condition, the file's name, the line, and the program's version number.
+std::string AssertText(const char* condition, const char* file, int line);
 
 // Reports a failed condition; returns only when the hook answers GoOn.
 void Assert(const char* condition, const char* file, int line);

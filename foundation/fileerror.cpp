@@ -1,15 +1,17 @@
 #include "foundation/fileerror.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <utility>
 
-#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/version.h"
 
 namespace Tesslib {
 namespace {
+
+std::atomic<FileErrorHook> file_error_hook{nullptr};
 
 bool IsAccessDenied(int error) {
     return error == EACCES || error == EPERM;
@@ -24,10 +26,15 @@ bool IsInUse(int error) {
 int Fail(int code, int error, std::string text, bool denied = false) {
     if (denied) text += "\n\n" + FormatMessage(Msg::ControlledAccess, kProgramName);
     SetLastError({error, std::move(text)});
+    if (const FileErrorHook hook = file_error_hook.load()) hook(GetLastError());
     return code;
 }
 
 }  // namespace
+
+void SetFileErrorHook(FileErrorHook hook) {
+    file_error_hook.store(hook);
+}
 
 std::string SystemErrorText(int error) {
     char buffer[256] = "";

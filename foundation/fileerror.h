@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/lasterror.h"
+
 namespace Tesslib {
 
 // Results of file and stream operations. A count or 0 is success; for every other value the text is the thread's
@@ -24,6 +26,10 @@ int FailWrite(std::string_view path, int error);                        // ERR_I
 int FailRename(std::string_view from, std::string_view to, int error);  // ERR_IO
 int FailCreateFolder(std::string_view path, int error);                 // ERR_CANNOT_OPEN
 int FailContents(std::string text);                                     // ERR_CONTENTS, with a text of the caller's
+
+// Called with every failure of the functions above, as the last error that it has become, on the thread that met it.
+using FileErrorHook = void (*)(const LastError& error);
+void SetFileErrorHook(FileErrorHook hook);  // null: none. Any thread.
 
 // The system's own words for an errno value.
 std::string SystemErrorText(int error);

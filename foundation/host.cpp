@@ -60,7 +60,7 @@ ProgressHost& ProgressDisplay() {
 }
 
 void ShowMessage(std::string text, Severity severity) {
-    ORVANE_ASSERT(IsMainThread());
+    ORVANE_ASSERT(IsMainThread() || in_fatal_error_handler);
     Messages().Ask({std::move(text), Buttons::Ok, severity, {}});
 }
 

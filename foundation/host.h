@@ -22,7 +22,8 @@ struct Message {
 class MessageHost {
 public:
     virtual ~MessageHost() = default;
-    // Shows the message and waits for the answer. Main thread only: a worker has nobody to talk to.
+    // Shows the message and waits for the answer. Main thread only, for a worker has nobody to talk to; but a fatal error
+    // (in_fatal_error_handler) speaks from whatever thread it is met on.
     virtual Answer Ask(const Message& message) = 0;
 };
 
