@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
 #include "foundation/version.h"
@@ -13,6 +14,7 @@ AppGlobals gApp;
 
 std::string TitleBarText() {
     if (!gAlbumSet) return kProgramName;
+    if (gApp.autosaving) return std::string(MessageText(Msg::Autosaving));
     std::string extension = ExtensionOf(gAlbumSet->path);
     if (!extension.empty()) extension.erase(0, 1);
     std::string text = fmt::sprintf("%s%s.%s - %s", gAlbumSet->dirty ? "*" : "", FileNameOf(WithoutExtension(gAlbumSet->path)),

@@ -12,12 +12,12 @@ bool gClosing = false;
 
 namespace {
 
-void (*dirty_hook)() = nullptr;
+void (*title_hook)() = nullptr;
 
 void SetDirty(bool dirty) {
     if (!gAlbumSet) return;
     gAlbumSet->dirty = dirty;
-    if (dirty_hook) dirty_hook();
+    TitleChanged();
 }
 
 }  // namespace
@@ -117,8 +117,12 @@ void ClearDirty() {
     SetDirty(false);
 }
 
-void SetDirtyHook(void (*hook)()) {
-    dirty_hook = hook;
+void TitleChanged() {
+    if (title_hook) title_hook();
+}
+
+void SetTitleHook(void (*hook)()) {
+    title_hook = hook;
 }
 
 }  // namespace Orvane

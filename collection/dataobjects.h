@@ -167,10 +167,12 @@ struct AlbumSet {
 extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread
 extern bool gClosing;        // the collection is being torn down on the way out: recordings may still be open
 
-// Marks the live collection as changed, or as saved, and tells whoever shows it (SetDirtyHook). They do nothing when
-// none is open.
+// Marks the live collection as changed, or as saved, and has the title rebuilt. They do nothing when none is open.
 void MarkDirty();
 void ClearDirty();
-void SetDirtyHook(void (*hook)());
+
+// Called whenever what the title bar tells has changed: the collection, its album, or the dirty flag. Main thread.
+void TitleChanged();
+void SetTitleHook(void (*hook)());  // who rebuilds it
 
 }  // namespace Orvane

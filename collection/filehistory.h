@@ -133,7 +133,7 @@ public:
     // --- Copies ---
     // A private copy for a background job, with its own lists and no file open. It keeps the id, the path and the rate
     // that the album's recordings must have, all as they are now, so that the job needs nothing else of the collection.
-    // Its album must outlive it. Main thread.
+    // Its album must outlive it. Main thread, or a job during which the album does not change.
     RefPtr<FileHistoryEntry> Copy(uint32_t what);
 
     int32_t SampleRate() const { return samplerate ? samplerate : kTicksPerSecond; }

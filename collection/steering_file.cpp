@@ -121,7 +121,7 @@ void MakeLive(std::unique_ptr<AlbumSet> set, const CollectionFacts& facts) {
     gAlbumSet = set.release();
     event::Fire(EVENT_BEFORE_CHANGE, CHANGE_OPENED, event::Arg(gAlbumSet->current_album));
     event::Fire(EVENT_AFTER_CHANGE, CHANGE_OPENED, event::Arg(gAlbumSet->current_album));
-    if (gAlbumSet->dirty) MarkDirty();
+    TitleChanged();
 
     // A collection on a medium that cannot be written is for reading only.
     CreateFolders(gAlbumSet->recordings_folder);
@@ -230,9 +230,9 @@ void CloseCollection() {
     gAutosaveAllowed = false;
     StoreCurrentAlbum();
     event::Fire(EVENT_COLLECTION_CLOSING, event::Arg(gAlbumSet));
-    ClearDirty();
     delete std::exchange(gAlbumSet, nullptr);
     ClearUndo();
+    TitleChanged();
 }
 
 void RefreshInputFiles() {

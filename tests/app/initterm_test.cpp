@@ -1,0 +1,321 @@
+#include "app/initterm.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include "collection/albumset.h"
+#include "collection/steering_file.h"
+#include "fake_hosts.h"
+#include "foundation/event.h"
+#include "foundation/mainloop.h"
+#include "foundation/progress.h"
+#include "foundation/settings.h"
+#include "foundation/workerthread.h"
+#include "scoped_environment.h"
+#include "temp_folder.h"
+
+namespace Orvane {
+namespace {
+
+namespace fs = std::filesystem;
+using OrvaneTest::FakeMessageHost;
+using OrvaneTest::ReadBytes;
+using OrvaneTest::ScopedEnvironment;
+using OrvaneTest::TempFolder;
+
+constexpr uint32_t kMinute = 60000;
+
+// A started program with a changed collection open, which could be autosaved.
+class Application : public testing::Test {
+protected:
+    Application() {
+        InitApplication();
+        folder.Write("records.mcf", "\"A\",\"T\"\n");
+        OpenCollection(folder / "records.mcf");
+        Change();
+    }
+    ~Application() override {
+        gModalNesting = gAutosaveHeldOff = 0;
+        CloseCollection();
+    }
+
+    static void Change() {
+        AlbumInfo* album = new AlbumInfo;
+        album->artist = "New";
+        album->title = "Album";
+        album->set = gAlbumSet;
+        gAlbumSet->albums.Append(album);
+        MarkDirty();
+        gLastSavedTick = TickMs() - 5 * kMinute;
+    }
+    bool IsSaved() const { return ReadBytes(folder / "records.mcf").find("Album") != std::string::npos; }
+    // A folder with something in it stands where the backup and the new file have to go.
+    void MakeSavingFail() const { folder.Write("records_$$$.mcf/in the way", ""); }
+    void LetSavingWork() const { fs::remove_all(folder / "records_$$$.mcf"); }
+
+    TempFolder folder;
+    ScopedEnvironment config{"ORVANE_CONFIG_HOME", folder / "config"};
+    FakeMessageHost messages;
+};
+
+TEST_F(Application, StartsWithItsFoldersKnownAndWrittenDown) {
+    EXPECT_EQ(gApp.recordings_folder, gApp.documents_folder + "/Recordings");
+    EXPECT_EQ(GetStringSetting("Output Directory"), gApp.music_folder);
+    EXPECT_EQ(GetStringSetting("Append Collection Output"), "1");
+    SetStringSetting("Output Directory", "/elsewhere");
+    SetSetting("Append Collection Output", 7);
+    ASSERT_TRUE(InitApplication());
+    EXPECT_EQ(gApp.output_folder, "/elsewhere");
+    EXPECT_EQ(GetStringSetting("Append Collection Output"), "1");
+}
+
+TEST_F(Application, AutosavesOnlyWhenNothingStandsAgainstIt) {
+    struct Case {
+        const char* what;
+        std::function<void()> against;
+    };
+    const Case cases[] = {
+        {"saved already", [] { ClearDirty(); }},
+        {"not allowed", [] { gAutosaveAllowed = false; }},
+        {"switched off", [] { SetSetting("AutoSave", 0); }},
+        {"in a dialog", [] { gModalNesting = 1; }},
+        {"in a pump", [] { gAutosaveHeldOff = 1; }},
+        {"too early", [] { gLastSavedTick = TickMs() - 4 * kMinute; }},
+        {"a longer interval", [] { SetSetting("AutoSave Interval", 6); }},
+        {"read-only", [this] { SetReadOnly(folder / "records.mcf", true); }},
+    };
+    for (const Case& c : cases) {
+        c.against();
+        EXPECT_FALSE(AutosaveTest()) << c.what;
+        EXPECT_FALSE(IsSaved()) << c.what;
+        gAutosaveAllowed = true;
+        gModalNesting = gAutosaveHeldOff = 0;
+        DeleteSetting("AutoSave");
+        DeleteSetting("AutoSave Interval");
+        SetReadOnly(folder / "records.mcf", false);
+        MarkDirty();
+        gLastSavedTick = TickMs() - 5 * kMinute;
+    }
+    EXPECT_TRUE(AutosaveTest());
+    EXPECT_TRUE(IsSaved());
+    EXPECT_FALSE(gAlbumSet->dirty);
+    EXPECT_FALSE(AutosaveTest());
+    EXPECT_TRUE(gAutosaveAllowed);
+    EXPECT_TRUE(messages.asked.empty());
+    CloseCollection();
+    EXPECT_FALSE(AutosaveTest());
+}
+
+TEST_F(Application, AFailedAutosaveStaysQuietAndIsTriedAgain) {
+    MakeSavingFail();
+    const uint32_t tick = gLastSavedTick;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(AutosaveTest());
+        EXPECT_TRUE(gAlbumSet->dirty);
+        EXPECT_EQ(gLastSavedTick, tick);
+        EXPECT_TRUE(gAutosaveAllowed);
+    }
+    EXPECT_TRUE(messages.asked.empty());
+    LetSavingWork();
+    EXPECT_TRUE(AutosaveTest());
+}
+
+std::vector<std::string> titles;
+
+TEST_F(Application, TheTitleFollowsTheCollection) {
+    titles.clear();
+    SetTitleHook([] { titles.push_back(TitleBarText()); });
+    gAlbumSet->current_album = gAlbumSet->albums.Last();
+    EXPECT_EQ(TitleBarText(), "*records.mcf - Orvane - New - Album");
+    AutosaveTest();
+    EXPECT_EQ(titles.front(), "Autosaving...");
+    EXPECT_EQ(titles.back(), "records.mcf - Orvane - New - Album");
+    CloseCollection();
+    EXPECT_EQ(titles.back(), "Orvane");
+    OpenCollection(folder / "records.mcf");
+    EXPECT_EQ(titles.back().substr(0, 20), "records.mcf - Orvane");
+    SetTitleHook(nullptr);
+}
+
+intptr_t Veto(void* asked_id, int, EventArg id, EventArg veto, EventArg) {
+    *static_cast<EventArg*>(asked_id) = id;
+    *reinterpret_cast<uint8_t*>(veto) = 1;
+    return 0;
+}
+
+TEST_F(Application, ABusyQueryAsksListenersThenTheUser) {
+    AlbumInfo& album = *gAlbumSet->albums.Last();
+    const int close = static_cast<int>(Msg::BusyClose), hibernate = static_cast<int>(Msg::BusyHibernate);
+    struct Case {
+        int id;
+        int open_recordings, running_jobs;
+        bool yes;
+        bool asks, may;
+    };
+    for (const Case& c : {Case{close, 0, 0, false, false, true},
+                          {close, 1, 0, false, true, false},
+                          {close, 1, 0, true, true, true},
+                          {close, 0, 1, false, true, false},
+                          {close, 0, 1, true, true, true},
+                          {hibernate, 1, 1, false, false, true},
+                          {0, 1, 1, false, false, true},
+                          {-5, 1, 1, false, false, true}}) {
+        album.open_fhe_count = c.open_recordings;
+        album.running_jobs = c.running_jobs;
+        messages.asked.clear();
+        messages.script = {c.yes ? Answer::Yes : Answer::No};
+        EXPECT_EQ(IsBusyQuery(c.id), c.may) << c.id;
+        EXPECT_EQ(messages.asked.size(), c.asks ? 1u : 0u) << c.id;
+    }
+    album.open_fhe_count = album.running_jobs = 0;
+
+    messages.asked.clear();
+    EventArg asked_id = 0;
+    event::Subscribe(EVENT_BUSY_QUERY, 0, Veto, &asked_id);
+    EXPECT_FALSE(IsBusyQuery(close));
+    EXPECT_EQ(asked_id, 298);
+    EXPECT_FALSE(CanQuit(true, true));
+    EXPECT_EQ(asked_id, 300);
+    EXPECT_FALSE(CanQuit(false, true));
+    event::Unsubscribe(EVENT_BUSY_QUERY, Veto, &asked_id);
+    EXPECT_TRUE(messages.asked.empty());
+    EXPECT_TRUE(gAlbumSet && gAlbumSet->dirty);
+}
+
+TEST_F(Application, WorkersGetTheMainThreadsAnswer) {
+    gAlbumSet->albums.Last()->running_jobs = 1;
+    messages.script = {Answer::Yes};
+    bool answered = false, may = false;
+    std::thread worker([&] {
+        may = IsBusyQuery(static_cast<int>(Msg::BusyClose));
+        GetMainLoop().Post([&] { answered = true; });
+    });
+    while (!answered) GetMainLoop().RunOne(-1);
+    worker.join();
+    EXPECT_TRUE(may);
+    EXPECT_EQ(messages.asked.size(), 1u);
+    gAlbumSet->albums.Last()->running_jobs = 0;
+}
+
+TEST_F(Application, QuittingSavesAndAFailureIsTheUsersChoice) {
+    struct Case {
+        std::deque<Answer> answers;  // the first is given while saving fails, the rest when it works again
+        bool quits, saved;
+    };
+    for (const Case& c : {Case{{}, true, true},
+                          {{Answer::Yes, Answer::Yes}, true, true},
+                          {{Answer::No}, true, false},
+                          {{Answer::Cancel}, false, false}}) {
+        fs::remove_all(folder / "records_$$$.mcf");
+        folder.Write("records.mcf", "\"A\",\"T\"\n");
+        OpenCollection(folder / "records.mcf");
+        Change();
+        if (!c.answers.empty()) MakeSavingFail();
+        struct Host : FakeMessageHost {
+            using FakeMessageHost::FakeMessageHost;
+            Answer Ask(const Message& message) override {
+                EXPECT_FALSE(gAutosaveAllowed);
+                EXPECT_NE(message.text.find("Try again?"), std::string::npos);
+                if (asked.size() == 1) repair();
+                return FakeMessageHost::Ask(message);
+            }
+            std::function<void()> repair;
+        } host(c.answers);
+        host.repair = [this] { LetSavingWork(); };
+        EXPECT_EQ(CanQuit(false, true), c.quits);
+        EXPECT_EQ(host.asked.size(), c.answers.size());
+        EXPECT_EQ(IsSaved(), c.saved);
+        EXPECT_EQ(gAlbumSet == nullptr, c.quits);
+        EXPECT_EQ(gAutosaveAllowed, !c.quits);
+    }
+}
+
+TEST_F(Application, GoingToSleepSavesAndAsksNothing) {
+    gAlbumSet->albums.Last()->running_jobs = 1;
+    EXPECT_TRUE(CanQuit(true, false));
+    EXPECT_TRUE(IsSaved());
+    MarkDirty();
+    MakeSavingFail();
+    EXPECT_TRUE(CanQuit(true, false));
+    EXPECT_TRUE(messages.asked.empty());
+    gAlbumSet->albums.Last()->running_jobs = 0;
+}
+
+TEST_F(Application, ClosingOnTheWayOutClosesOpenRecordingsToo) {
+    AlbumInfo* album = gAlbumSet->albums.Last();
+    AlbumSide* side = album->GetSide(0, true);
+    side->AddRecording(RefPtr<FileHistoryEntry>(new FileHistoryEntry(album, side)));
+    side->newest->active_users = USER_PLAY;
+    EXPECT_TRUE(CanQuit(false, true));
+    EXPECT_EQ(gAlbumSet, nullptr);
+    EXPECT_FALSE(gClosing);
+}
+
+// A job in whose pump the user quits, and says that the jobs may be ended.
+class QuittingJob : public WorkerThread {
+    int Work() override {
+        GetMainLoop().Post([this] { quits = CanQuit(false, true); });
+        while (Progress::Tick()) Sleep(1);
+        return 0;
+    }
+
+public:
+    bool quits = true;
+};
+
+TEST_F(Application, ARunningJobIsEndedBeforeTheCollectionIsClosedUnderIt) {
+    gAlbumSet->albums.Last()->running_jobs = 1;
+    messages.script = {Answer::Yes};
+    QuittingJob job;
+    Progress::Begin("Job");
+    job.Launch();
+    Progress::End();
+    EXPECT_FALSE(job.quits);
+    ASSERT_NE(gAlbumSet, nullptr);
+    gAlbumSet->albums.Last()->running_jobs = 0;
+    EXPECT_TRUE(CanQuit(false, true));
+}
+
+TEST_F(Application, TheSaveCommandSaysThatItIsDone) {
+    EXPECT_TRUE(SaveWorkInProgress(gAlbumSet->path, gAlbumSet));
+    ASSERT_EQ(messages.asked.size(), 1u);
+    EXPECT_EQ(messages.asked[0].text, "Collection saved");
+    EXPECT_EQ(messages.asked[0].hide_key, "Confirm Collection Saved");
+    MakeSavingFail();
+    EXPECT_FALSE(SaveWorkInProgress(gAlbumSet->path, gAlbumSet));
+}
+
+TEST(CommandLineTest, SwitchesAndTheCollection) {
+    struct Case {
+        std::vector<const char*> words;
+        CommandLine expected;
+    };
+    const Case cases[] = {
+        {{}, {}},
+        {{"/home/me/records.mcf"}, {0, false, 0, 0, "/home/me/records.mcf"}},
+        {{"/records.mcf", "other.mcf"}, {0, false, 0, 0, "/records.mcf"}},
+        {{"/D", "-b", "/M"}, {1, true, 0, 1, ""}},
+        {{"-d3", "/B20", "records.mcf", "/s2"}, {3, false, 1, 20, "records.mcf"}},
+        {{"/S5"}, {0, false, 4, 0, ""}},
+        {{"/S6"}, {0, false, 0, 0, ""}},
+        {{"-S"}, {0, false, 0, 0, ""}},
+        {{"--unknown", "-?", "/s2x", "b.mcf"}, {0, false, 0, 0, "/s2x"}},
+    };
+    for (const Case& c : cases) {
+        std::vector<const char*> argv = {"orvane"};
+        argv.insert(argv.end(), c.words.begin(), c.words.end());
+        const CommandLine line = ParseCommandLine(static_cast<int>(argv.size()), argv.data());
+        const std::string shown = c.words.empty() ? "" : c.words[0];
+        EXPECT_EQ(line.debug_level, c.expected.debug_level) << shown;
+        EXPECT_EQ(line.any_instance, c.expected.any_instance) << shown;
+        EXPECT_EQ(line.screen, c.expected.screen) << shown;
+        EXPECT_EQ(line.batch_limit, c.expected.batch_limit) << shown;
+        EXPECT_EQ(line.collection, c.expected.collection) << shown;
+    }
+}
+
+}  // namespace
+}  // namespace Orvane
