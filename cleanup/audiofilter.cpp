@@ -119,6 +119,15 @@ struct PCMStack::PCMStackData {
         return static_cast<Filter*>(filters.back().get());
     }
 
+    // True if the samples reach the top as the source makes them, cuts aside.
+    bool PassesSourceThrough(uint32_t flags) const {
+        const bool filters = !(flags & PCM_NO_FILTERS) && !entry->filters.empty();
+        const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->fft_eqs.empty();
+        if (filters || curves) return false;
+        if (flags & PCM_NO_CLICK_REPAIR) return true;
+        return entry->LoadCorrections(true) == 0 && entry->click_repairs[0].empty() && entry->click_repairs[1].empty();
+    }
+
     // Hum and rumble, hiss and curves, equaliser: between the two adaptors.
     void AddFilterSection(uint32_t flags) {
         const int32_t rate = top->GetSampleRate(flags);
@@ -147,7 +156,12 @@ PCMStack::PCMStack(FileHistoryEntry* entry, PCMStream* source, uint32_t flags, i
     if (!(flags & (PCM_NO_FADERS | PCM_RAW_DOP))) d.fader = d.Add<PCMFader>(d.top, flags);
     int32_t rate = d.top->GetSampleRate(flags);
     if (output_samplerate && rate != output_samplerate && !(flags & PCM_RAW_DOP)) {
-        d.Add<JOSConvert>(d.top, output_samplerate);
+        // DSD can be made into any rate, unless corrections, which are at the recording's, come between.
+        if (d.top->GetDSDMultiple() && d.PassesSourceThrough(flags)) {
+            d.top->SetDSDOutputRate(output_samplerate);
+        } else {
+            d.Add<JOSConvert>(d.top, output_samplerate, flags);
+        }
     }
     if (d.cut_instance_repaired && d.stages.size() > stages_with_cuts) {
         d.first_above_cuts = d.stages[stages_with_cuts].get();

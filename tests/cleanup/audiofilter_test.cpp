@@ -196,6 +196,34 @@ TEST_F(Chain, ConvertsTheRateAndCountsItsFrames) {
     EXPECT_EQ(static_cast<int64_t>(ReadAll(stack).size() / 2), stack.GetTotalSamples(0));
 }
 
+// DSD that can be had at any rate.
+struct DSDStream : MemoryStream {
+    using MemoryStream::MemoryStream;
+    int32_t GetDSDMultiple() override { return 1; }
+    void SetDSDOutputRate(int32_t rate) override { samplerate = rate; }
+};
+
+TEST_F(Chain, TakesDSDAtTheRateThatIsWantedUnlessCorrectionsComeBetween) {
+    enum Between { Nothing, ARepair, AFilter, ACurve };
+    struct Case {
+        Between between;
+        uint32_t flags;
+        bool direct;
+    };
+    for (const Case& c : {Case{Nothing, 0, true}, {ARepair, 0, false}, {ARepair, PCM_NO_CLICK_REPAIR, true}, {AFilter, 0, false},
+                          {AFilter, PCM_NO_FILTERS, true}, {ACurve, 0, false}, {ACurve, PCM_DENOISE_OFF, true}}) {
+        RefPtr<FileHistoryEntry> corrected(new FileHistoryEntry(&album, nullptr));
+        corrected->flags |= FHE_CORRECTIONS_LOADED;
+        if (c.between == ARepair) corrected->click_repairs[0].Append(new ClickRepair(REPAIR_PP, 5, 9, int16_t{0}));
+        if (c.between == AFilter) corrected->filters.Append(new FilterSetting);
+        if (c.between == ACurve) corrected->fft_eqs.Append(new FFTEq);
+        DSDStream dsd(176400, std::vector<float>(2 * 1000));
+        PCMStack stack(corrected.get(), &dsd, c.flags, 88200);
+        EXPECT_EQ(stack.GetSampleRate(0), 88200);
+        EXPECT_EQ(dsd.GetSampleRate(0), c.direct ? 88200 : 176400) << c.between << " " << c.flags;
+    }
+}
+
 TEST_F(Chain, ReadsOnWithoutTakingMemory) {
     AddRandomRepairs();
     AddRandomCuts(20);
