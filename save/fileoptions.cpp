@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "foundation/messages.h"
 #include "foundation/settings.h"
 
 namespace Orvane {
@@ -126,6 +127,12 @@ std::string FileOptions::ToText() const {
     return json{{"format", file_format},         {"embed_art", embed_album_art}, {"art_size", art_size_limit},
                 {"wav_options", wav_options},    {"formats", formats}}
         .dump();
+}
+
+std::string FileOptions::ChoicesText(int format) const {
+    const FormatRow& row = rows[format];
+    return fmt::sprintf("%d,%d,%d,%d,%d,%d,%d", format, row.samplerate, row.bit_depth, row.level, row.dsd_multiple,
+                        save_corrections, format == FF_WAV ? wav_options : 0);
 }
 
 bool FileOptions::FromText(std::string_view text, FileOptions& options) {

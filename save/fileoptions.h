@@ -59,6 +59,8 @@ struct FileOptions {
     const FormatRow& Row(int format) const { return rows[format]; }
 
     std::string ToText() const;
+    // The choices that show in files of one format.
+    std::string ChoicesText(int format) const;
     static bool FromText(std::string_view text, FileOptions& options);
 
     OptionsContext context = OptionsContext::SaveTracks;

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
+#include <set>
 
 #include "collection/albumset.h"
 #include "foundation/criticalsection.h"
+#include "foundation/fileerror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -26,11 +28,28 @@ std::string LengthText(int64_t ticks) {
 
 std::string Red(const std::string& text) { return "<fg color=#ff0000>" + text + "</fg>"; }
 
+// The files that no track may be written over: every recording of the collection, and of the albums.
+std::set<std::string> RecordingFiles(const std::vector<AlbumInfo*>& albums) {
+    std::set<std::string> files;
+    auto Add = [&](const AlbumInfo& album) {
+        for (const AlbumSide* side : album.sides) {
+            if (!side) continue;
+            for (const RefPtr<FileHistoryEntry>& entry : side->history) files.insert(AbsolutePath(entry->GetPath()));
+        }
+    };
+    for (const AlbumInfo* album : albums) Add(*album);
+    if (!albums.empty() && albums.front()->set) {
+        for (const AlbumInfo& album : albums.front()->set->albums) Add(album);
+    }
+    return files;
+}
+
 // What the workers of an album's job share. The album is only read; the rest is guarded by the lock.
 class AlbumJob {
 public:
-    AlbumJob(AlbumInfo& album, const SaveSettings& settings, std::vector<int> tracks)
-        : album(album), settings(settings), names(TrackFileNames(album, settings)) {
+    AlbumJob(AlbumInfo& album, const SaveSettings& settings, const std::vector<int>& tracks,
+             const std::set<std::string>& recordings)
+        : album(album), settings(settings), recordings(recordings), names(TrackFileNames(album, settings)) {
         for (int track : tracks) {
             results.push_back({&album, track, names[track], SAVE_NEEDED, {}});
             total_ticks += Ticks(track);
@@ -57,8 +76,15 @@ public:
 private:
     int64_t Ticks(int track) const { return album.tracks[track].FadeEnd() - album.tracks[track].FadeStart(); }
 
+    SaveTrackStatus Check(SavedTrack& saved) const {
+        SaveTrackStatus status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
+        if (status != SAVE_NEEDED || !recordings.count(AbsolutePath(saved.file))) return status;
+        saved.message = fmt::sprintf(kNeverChanged, saved.file);
+        return SAVE_FAILED;
+    }
+
     void Save(SavedTrack& saved) {
-        saved.status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
+        saved.status = Check(saved);
         int64_t told = 0;  // of this track, in ticks
         auto Tell = [&](int64_t ticks) {
             Locked guard(lock);
@@ -82,8 +108,8 @@ private:
             case SAVE_DONE: return what + " - <fg color=#00a000>done</fg> \n";
             case SAVE_PARTIAL: return what + " - <fg color=#ff8000>partially saved</fg> \n";
             case SAVE_ALREADY: return what + " - Track already saved\n";
-            case SAVE_SKIPPED:
-            case SAVE_CANCELLED: return {};
+            case SAVE_SKIPPED: return {};
+            case SAVE_CANCELLED: return what + " - " + Red("cancelled") + "\n";
             case SAVE_NO_BREAK: return what + " - " + saved.message + "\n";
             default: return what + " - " + Red(saved.message) + "\n";
         }
@@ -91,6 +117,7 @@ private:
 
     AlbumInfo& album;
     const SaveSettings& settings;
+    const std::set<std::string>& recordings;
     const std::vector<std::string> names;
     CriticalSection lock;
     size_t next_result = 0;
@@ -110,17 +137,24 @@ private:
     AlbumJob& job;
 };
 
-// Copies the album's cover beside its tracks as folder.jpg.
-void CopyAlbumArt(const AlbumInfo& album, const std::string& folder) {
-    if (album.art_file.empty() || !GetSetting("Generate Folder.jpg", 1)) return;
+// Copies the album's cover into the folder that its tracks share, as folder.jpg. A cover in another format is left out:
+// it would have to be converted.
+void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
+    if (album.art_file.empty() || album.tracks.empty() || !GetSetting("Generate Folder.jpg", 1)) return;
     std::string art = NativePath(album.art_file);
     if (!IsAbsolutePath(art) && album.set) art = JoinPath(album.set->side_folder, art);
     std::string extension = ExtensionOf(art);
     if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return;
+    std::string name_template = settings.name_template.empty() ? TemplateFor(album) : settings.name_template;
+    std::string album_folder = ExpandTemplate(name_template, album, 0, NamePart::AlbumFolder, settings.Format());
+    if (album_folder.empty()) return;  // a folder of many albums
+    std::string folder = JoinPath(settings.output_folder, album_folder);
     std::string target = JoinPath(folder, "folder.jpg");
     FileInfo from, to;
     if (GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time) return;
-    if (CopyFile(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
+    int error = CreateFolders(folder);
+    if (error) FailCreateFolder(folder, error);
+    if (error || CopyFile(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
 }
 
 void Count(const SavedTrack& saved, SaveResult& result) {
@@ -148,6 +182,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     if (n_threads <= 0) n_threads = MaxThreads();
     SaveResult result;
     int64_t started = MonotonicNs();
+    const std::set<std::string> recordings = RecordingFiles(albums);
     for (AlbumInfo* album : albums) {
         if (Progress::Cancelled()) break;
         std::vector<int> tracks = only_tracks;
@@ -156,7 +191,8 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         }
         int n = std::clamp<int>(static_cast<int>(tracks.size()), 1, n_threads);
         Progress::Log(fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
-        AlbumJob job(*album, settings, tracks);
+        CopyAlbumArt(*album, settings);
+        AlbumJob job(*album, settings, tracks, recordings);
         ++album->running_jobs;
         std::vector<std::unique_ptr<SaveAlbumTrackThread>> workers;
         std::vector<WorkerThread*> running;
@@ -172,7 +208,6 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
             if (saved.status == SAVE_NEEDED) saved.status = SAVE_CANCELLED;
             Count(saved, of_album);
             Count(saved, result);
-            if (saved.status == SAVE_DONE || saved.status == SAVE_PARTIAL) CopyAlbumArt(*album, FolderOf(saved.file));
             result.tracks.push_back(saved);
         }
         bool all_well = of_album.n_failed == 0 && of_album.n_partially_saved == 0 && !Progress::Cancelled() &&
@@ -189,7 +224,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     }
     Progress::Log(fmt::sprintf("\n<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
                                result.n_saved, LengthText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
-                               result.n_already_saved, result.n_partially_saved, result.n_skipped));
+                               result.n_already_saved, result.n_partially_saved, result.n_skipped + result.n_failed));
     Progress::Log(fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
                                "Explorer</l>\n", settings.output_folder, settings.output_folder));
     return result;

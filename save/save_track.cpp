@@ -26,7 +26,9 @@ namespace {
 
 constexpr int32_t kBlock = 0x4000;           // pairs moved at once
 constexpr int64_t kReportNs = 250'000'000;   // progress is told no more often
-constexpr size_t kMaxFileName = 251;         // bytes of a name that, with the temporary file's mark, file systems take
+// Bytes of a name, and of a path, that the system takes with the temporary file's mark.
+constexpr size_t kMaxFileName = 251;
+constexpr size_t kMaxPath = 4091;
 
 constexpr std::string_view kNotRecorded =
     "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the recording).</fg>  You can "
@@ -96,10 +98,6 @@ TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, c
     return format;
 }
 
-uint32_t SaveFlags(const SaveSettings& settings) {
-    return PCM_BEST_QUALITY | (settings.options.save_corrections ? 0 : PCM_NO_CLICK_REPAIR | PCM_NO_FILTERS);
-}
-
 void SetTags(FileStream& writer, const AlbumInfo& album, int track, const std::string& signature) {
     if (auto* flac = dynamic_cast<FLACFile*>(&writer)) {
         flac->SetTagData(MakeVorbisTags(album, track, signature));
@@ -111,6 +109,14 @@ void SetTags(FileStream& writer, const AlbumInfo& album, int track, const std::s
 }
 
 }  // namespace
+
+bool IsTooLong(const std::string& filename) {
+    return FileNameOf(filename).size() > kMaxFileName || filename.size() > kMaxPath;
+}
+
+uint32_t SaveFlags(const FileOptions& options) {
+    return PCM_BEST_QUALITY | (options.save_corrections ? 0 : PCM_NO_CLICK_REPAIR | PCM_NO_FILTERS);
+}
 
 const char* SaveStatusText(SaveTrackStatus status) {
     switch (status) {
@@ -126,6 +132,10 @@ const char* SaveStatusText(SaveTrackStatus status) {
 SaveSettings SaveSettings::FromStore(const AlbumSet* set) {
     SaveSettings settings;
     settings.options = FileOptions::Load(OptionsContext::SaveTracks);
+    // The usual choice is MP3; what this build cannot write becomes FLAC.
+    int format = GetSetting("Save Track As File Format", FF_MP3);
+    bool known = format > FF_NONE && format < kFileFormats && MakeFileStream(format);
+    settings.options.file_format = known ? format : FF_FLAC;
     settings.output_folder = GetStringSetting("Output Directory", MusicFolder());
     if (set && GetSetting("Append Collection Output", 1)) {
         settings.output_folder = JoinPath(settings.output_folder, FileNameOf(WithoutExtension(set->path)));
@@ -160,8 +170,8 @@ std::string TrackFileSignature(const AlbumInfo& album, int track, const SaveSett
     const ALBUMTRACK& t = album.tracks[track];
     std::vector<FileHistoryEntry*> recordings = album.Recordings();
     FileTime recorded = recordings.empty() ? 0 : recordings.front()->file_time;
-    std::string more = settings.options.ToText() + fmt::sprintf("|%d,%d|%d|", settings.options.save_corrections,
-                                                                settings.bit_depth, album.channel_mode);
+    std::string more = settings.options.ChoicesText(settings.Format()) +
+                       fmt::sprintf("|%d|%d|", settings.bit_depth, album.channel_mode);
     int32_t silence_start, silence_end;
     GetTrackSilence(album, track, 0, silence_start, silence_end);
     more += fmt::sprintf("%d,%d|", silence_start, silence_end);
@@ -191,8 +201,8 @@ SaveTrackStatus CheckTrack(const AlbumInfo& album, int track, const SaveSettings
         message = GetLastError().text;
         return SAVE_CANNOT_HOLD;
     }
-    if (FileNameOf(filename).size() > kMaxFileName || filename.size() >= 4096) {
-        message = "Filename is too long";
+    if (IsTooLong(filename)) {
+        message = kFilenameTooLong;
         return SAVE_FAILED;
     }
     if (t.IsEmpty()) {
@@ -229,10 +239,9 @@ SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings
                            const SaveProgress& progress, std::string& message) {
     RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
     TrackFormat format = OutputFormat(album, settings, *writer);
-    uint32_t flags = SaveFlags(settings);
+    uint32_t flags = SaveFlags(settings.options);
     RefPtr<TrackPCMStream> stream = MakeTrackPCMStream(&album, track, flags, format.samplerate, 0);
-    int64_t total = stream->GetTotalSamples(flags);
-    if (total <= 0) {
+    if (stream->MusicSamples(flags) <= 0) {
         message = kNotRecorded;
         return SAVE_NO_BREAK;
     }

@@ -35,8 +35,8 @@ struct SaveSettings {
     std::string name_template;  // empty: the album's own by TemplateFor
 
     int Format() const { return options.file_format; }
-    // From the settings store: options for saving tracks, "Output Directory", with the collection's name as one more level
-    // when "Append Collection Output" is on.
+    // From the settings store: options for saving tracks, "Save Track As File Format", "Output Directory", with the
+    // collection's name as one more level when "Append Collection Output" is on.
     static SaveSettings FromStore(const AlbumSet* set);
 };
 
@@ -53,8 +53,15 @@ std::string TrackFileSignature(const AlbumInfo& album, int track, const SaveSett
 SaveTrackStatus CheckTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            std::string& message);
 
+// What the red lines and messages say of a name that file systems do not take, and of a file that is a recording.
+bool IsTooLong(const std::string& filename);
+inline constexpr const char* kFilenameTooLong = "Filename is too long";
+inline constexpr const char* kNeverChanged = "File:\n\n<b>%s</b>\n\nis a recording, which is never changed.";
+
 // Called during a save with what has been written and will be, in frames; false cancels.
 using SaveProgress = std::function<bool(int64_t done, int64_t total)>;
+
+uint32_t SaveFlags(const FileOptions& options);  // what to read with
 
 // Writes the track to `filename`, through a temporary file beside it, so that at every moment the old file or the new one
 // is there, whole. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK, SAVE_FAILED or SAVE_CANCELLED. Any thread; the album must not

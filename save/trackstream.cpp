@@ -69,6 +69,7 @@ TrackPCMStream::TrackPCMStream(const AlbumInfo& album, int track, uint32_t flags
         AddRecording(recording, t, flags, offset);
         offset += file_streams.back()->GetTotalSamples(flags);
     }
+    if (file_streams.empty()) file_streams.emplace_back(new MemoryPCMStream({}, samplerate));
     merged = MakeRef<MergePCMStreams>(file_streams, flags);
     int64_t start = to_samples(samplerate, t.FadeStart());
     int64_t end = to_samples(samplerate, t.FadeEnd());

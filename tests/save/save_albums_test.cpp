@@ -254,6 +254,76 @@ TEST_F(SavedAlbum, AMissingRecordingFailsWithItsName) {
     EXPECT_NE(result.tracks[1].message.find("side2.wav"), std::string::npos);
 }
 
+TEST_F(SavedAlbum, WithoutMusicThereIsNothingToSave) {
+    SetSetting("Silence At End", 10);
+    AddTrack(0, 20000);
+    EXPECT_EQ(Save().tracks[0].status, SAVE_NO_BREAK);  // no recording at all
+    AddSide(20000);
+    AddTrack(30000, 40000);
+    SaveResult result = Save();
+    EXPECT_EQ(result.tracks[0].status, SAVE_DONE);
+    EXPECT_EQ(result.tracks[1].status, SAVE_NO_BREAK);
+}
+
+TEST_F(SavedAlbum, ATrackIsNeverWrittenOverARecording) {
+    AddSide(20000);
+    AddTrack(0, 10000);
+    settings.output_folder = folder.Path();
+    settings.options.file_format = FF_WAV;
+    settings.name_template = "side1";
+    const std::string before = Contents(folder / "side1.wav");
+    EXPECT_EQ(Save().tracks[0].status, SAVE_FAILED);
+    EXPECT_TRUE(Contents(folder / "side1.wav") == before);
+}
+
+TEST_F(SavedAlbum, OnlyItsOwnFormatsChoicesMakeATrackStale) {
+    AddSide(20000);
+    AddTrack(0, 10000);
+    ASSERT_EQ(Save().n_saved, 1);
+    settings.options.Row(FF_OGG).level = 2;
+    settings.options.wav_options = 0;
+    EXPECT_EQ(Save().n_already_saved, 1);
+    settings.options.Row(FF_FLAC).bit_depth = 2;
+    EXPECT_EQ(Save().n_saved, 1);
+}
+
+TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
+    AddSide(20000);
+    AddTrack(0, 10000);
+    AddTrack(10000, 20000);
+    const std::string cover = folder / "out/Artist - Title/folder.jpg";
+    Save();
+    album.art_file = folder.Write("art/front.jpg", "first");
+    Save();  // of tracks saved already, too
+    EXPECT_EQ(Contents(cover), "first");
+    album.art_file = folder.Write("art/other.jpg", "another");
+    SetSetting("Generate Folder.jpg", 0);
+    Save();
+    EXPECT_EQ(Contents(cover), "first");
+    DeleteSetting("Generate Folder.jpg");
+    Save();
+    EXPECT_EQ(Contents(cover), "another");
+
+    album.art_file = folder / "art/gone.jpg";
+    FakeProgressHost progress;
+    SaveAlbums({&album}, settings, 2);
+    const size_t told = progress.log.find("gone.jpg");
+    EXPECT_NE(told, std::string::npos);
+    EXPECT_EQ(progress.log.find("gone.jpg", told + 1), std::string::npos);
+    settings.name_template = R"([Performing Artist] \ [Track Title])";
+    album.art_file = folder / "art/front.jpg";
+    Save();
+    EXPECT_FALSE(fs::exists(folder / "out/folder.jpg"));  // albums share that folder
+}
+
+TEST_F(SavedAlbum, TheFormatIsTheUsersWhereItCanBeWritten) {
+    EXPECT_EQ(SaveSettings::FromStore(nullptr).Format(), FF_FLAC);
+    for (auto [chosen, format] : {std::pair{7, 7}, {6, 6}, {1, 5}, {0, 5}, {99, 5}, {-1, 5}}) {
+        SetSetting("Save Track As File Format", chosen);
+        EXPECT_EQ(SaveSettings::FromStore(nullptr).Format(), format) << chosen;
+    }
+}
+
 TEST(FileOptionsText, SurvivesBeingStoredAndDamaged) {
     FileOptions options;
     options.file_format = FF_OGG;
