@@ -5,6 +5,7 @@
 
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
+#include "collection/undo_records.h"
 #include "foundation/host.h"
 
 namespace Orvane {
@@ -13,10 +14,21 @@ void SplitDialog::Select(int index) {
     selected = std::clamp(index, 0, album.tracks.size());
 }
 
+void SplitDialog::EnterUndo(Msg description, int first_track, int last_track) {
+    if (album.IsWorkingCopy()) return;
+    AddUndo(std::make_unique<UndoUpdateTrackInfo>(album, FormatMessage(description), first_track, last_track));
+}
+
 // Every change is made on a copy first, so that undo and the listeners see the album as it was. True if it differs.
 bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) {
-    if (changed == album.tracks) return false;
-    if (make_undo == MakeUndo::Yes && undo) undo(album, description);
+    const TrackList& before = album.tracks;
+    if (changed == before) return false;
+    if (make_undo == MakeUndo::Yes) {
+        const auto first = std::mismatch(before.begin(), before.end(), changed.begin(), changed.end()).first;
+        int last = std::max(before.size(), changed.size()) - 1;
+        while (before.size() == changed.size() && before[last] == changed[last]) --last;
+        EnterUndo(description, static_cast<int>(first - before.begin()), last);
+    }
     const bool grown = changed.size() > album.tracks.size();
     const Change change(CHANGE_TRACK_TIMES | (grown ? CHANGE_TRACK_INSERTED : 0), &album);
     album.tracks.swap(changed);

@@ -2,7 +2,6 @@
 // the announcement of changes.
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -11,10 +10,6 @@
 #include "split/trackbreaks.h"
 
 namespace Orvane {
-
-// Called before every change of an album's tracks that is to be undone, with the album as it still is and the name of
-// the change.
-using TrackEditUndo = std::function<void(AlbumInfo& album, Msg description)>;
 
 // What a click in the waveform found; the numbers are those of the window's hit test.
 enum class BreakHit { ByPosition = 0, TrackStart = 100, TrackEnd = 101 };
@@ -25,10 +20,11 @@ enum BreakScanFlags : int {
     BREAK_SCAN_UNDO = 2,    // one entry of undo for the whole run
 };
 
-// Main thread. The album outlives it. Indexes are those of the album's tracks; positions are ticks of its track time.
+// Main thread. The album outlives it; it is of the live collection or a working copy, whose changes cannot be undone.
+// Indexes are those of the album's tracks; positions are ticks of its track time.
 class SplitDialog {
 public:
-    explicit SplitDialog(AlbumInfo& album, TrackEditUndo undo = {}) : album(album), undo(std::move(undo)) {}
+    explicit SplitDialog(AlbumInfo& album) : album(album) {}
 
     // The row under the cursor, or the number of tracks for the blank row; a split with Alt divides it.
     int Selected() const { return selected; }
@@ -64,10 +60,10 @@ private:
     std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
     void ScanAnew(TrackScanner& scanner, ScanHost& host);
     void Adjust(TrackScanner& scanner, ScanHost& host);
+    void EnterUndo(Msg description, int first_track, int last_track);
     bool Store(TrackList changed, Msg description, MakeUndo make_undo);
 
     AlbumInfo& album;
-    TrackEditUndo undo;
     int selected = 0;
     bool busy = false;
     std::optional<std::pair<int, Fader>> fader_gesture;

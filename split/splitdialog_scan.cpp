@@ -44,7 +44,9 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     }
     EndFaderGesture();
     const bool adjust = (flags & BREAK_SCAN_ADJUST) != 0;
-    if ((flags & BREAK_SCAN_UNDO) && undo) undo(album, adjust ? Msg::AdjustTrackBreaks : Msg::ScanForTrackBreaks);
+    if (flags & BREAK_SCAN_UNDO) {
+        EnterUndo(adjust ? Msg::AdjustTrackBreaks : Msg::ScanForTrackBreaks, 0, std::max(0, album.tracks.size() - 1));
+    }
 
     const int n_before = album.tracks.size();
     busy = true;

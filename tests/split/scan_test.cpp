@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "audiosignals.h"
+#include "collection/undo.h"
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
@@ -251,13 +252,13 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFound) {
     for (int looks = 1; looks < 1500; looks += 60) {
         side.album.tracks.clear();
         StoppingHost stopping(looks);
-        std::vector<Msg> undo;
-        SplitDialog dialog(side.album, [&](AlbumInfo&, Msg name) { undo.push_back(name); });
+        ClearUndo();
+        SplitDialog dialog(side.album);
         const int n = dialog.ScanForTrackBreaks(BREAK_SCAN_UNDO, side.overview, stopping);
         EXPECT_EQ(n, stopping.n_found);
         EXPECT_EQ(n, side.album.tracks.size());
         EXPECT_LE(n, looks * 0.27 / 100 + 1) << looks;
-        EXPECT_EQ(undo, std::vector<Msg>{Msg::ScanForTrackBreaks});
+        EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).tip, "Undo Scan for track breaks (Ctrl+Z)");
         EXPECT_FALSE(dialog.IsBusy());
     }
 }

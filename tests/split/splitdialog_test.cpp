@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "audiosignals.h"
 #include "collection/albumset.h"
+#include "collection/undo.h"
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
@@ -17,26 +19,30 @@ namespace {
 
 constexpr int64_t kSecond = kTicksPerSecond;
 
-// A dialog over an album; undo is played by copies of the listing as it was.
+// A dialog over an album of the live collection.
 class SplitDialogTest : public testing::Test {
 protected:
-    SplitDialogTest() { OpenSettings(folder.Path()); }
+    SplitDialogTest() {
+        OpenSettings(folder.Path());
+        ClearUndo();
+    }
+    ~SplitDialogTest() override {
+        ClearUndo();
+        gAlbumSet = nullptr;
+    }
 
     void Start(const std::string& listing) {
         album.tracks = Listing(listing);
-        undo.clear();
-        names.clear();
+        ClearUndo();
     }
+    static int CanUndo() { return GetUndoState().undo_index; }
+    static std::string UndoTip() { return GetUndoMenu(UndoDirection::Undo).tip; }
 
     OrvaneTest::TempFolder folder;
-    AlbumInfo album;
-    std::vector<TrackList> undo;
-    std::vector<Msg> names;
+    AlbumSet set{folder / "Mine.mcf"};
+    AlbumInfo& album = *(gAlbumSet = &set, AddAlbum(MakeAlbum()));
     OrvaneTest::FakeMessageHost messages;
-    SplitDialog dialog{album, [this](AlbumInfo& changed, Msg name) {
-                           undo.push_back(changed.tracks);
-                           names.push_back(name);
-                       }};
+    SplitDialog dialog{album};
 };
 
 TEST_F(SplitDialogTest, InsertionsCanBeUndoneAndFailuresAreTold) {
@@ -52,8 +58,12 @@ TEST_F(SplitDialogTest, InsertionsCanBeUndoneAndFailuresAreTold) {
     EXPECT_EQ(dialog.Selected(), 2);
     EXPECT_TRUE(dialog.InsertTrackBreak(150 * kSecond, Alt::Down));
     EXPECT_EQ(Titles(album.tracks), "A,B,Track 3,Track 4");
-    EXPECT_EQ(names, (std::vector<Msg>{Msg::InsertTrackBreak, Msg::InsertTrackBreak}));
-    EXPECT_EQ(Text(undo[0]), "0-100 100-200");
+    EXPECT_EQ(UndoTip(), "Undo Insert track break (Ctrl+Z)");
+    EXPECT_EQ(CanUndo(), 2);
+    EXPECT_TRUE(Undo() && Undo());
+    EXPECT_EQ(Text(album.tracks), "0-100 100-200");
+    EXPECT_TRUE(Redo());
+    EXPECT_EQ(Text(album.tracks), "0-50 50-100 100-200");
 }
 
 TEST_F(SplitDialogTest, DeletionsGoByWhatWasHit) {
@@ -79,13 +89,13 @@ TEST_F(SplitDialogTest, DeletionsGoByWhatWasHit) {
         Start(before);
         const bool deleted = dialog.DeleteTrackBreak(row.hit, row.index, row.seconds * kSecond, MakeUndo::Yes, Alt::Up);
         EXPECT_EQ(Text(album.tracks), row.after) << row.index << " " << row.seconds;
-        EXPECT_EQ(undo.size(), deleted ? 1 : 0) << row.index << " " << row.seconds;
+        EXPECT_EQ(CanUndo(), deleted ? 1 : 0) << row.index << " " << row.seconds;
     }
     Start("0-100 100-200");
     dialog.remove_empty_last_row = true;
     dialog.DeleteTrackBreak(BreakHit::TrackEnd, 0, 0, MakeUndo::No, Alt::Up);
     EXPECT_EQ(Text(album.tracks), "0-200");
-    EXPECT_TRUE(undo.empty());
+    EXPECT_EQ(CanUndo(), 0);
 }
 
 TEST_F(SplitDialogTest, DragsStopAtTheirNeighbours) {
@@ -122,7 +132,7 @@ TEST_F(SplitDialogTest, DragsStopAtTheirNeighbours) {
             dialog.MoveTrackEnd(row.index, row.seconds * kSecond, row.alt);
         }
         EXPECT_EQ(Text(album.tracks), row.after) << row.start << " " << row.index << " " << row.seconds;
-        EXPECT_EQ(undo.size(), Text(album.tracks) == before ? 0 : 1);
+        EXPECT_EQ(CanUndo(), Text(album.tracks) == before ? 0 : 1);
     }
 }
 
@@ -135,46 +145,69 @@ TEST_F(SplitDialogTest, AFaderGestureIsOneEntryOfUndo) {
     dialog.EndFaderGesture();
     dialog.AdjustFader(1, Fader::In, 300);
     dialog.AdjustFader(1, Fader::In, 300);
-    EXPECT_EQ(names, (std::vector<Msg>{Msg::EnableFader, Msg::AdjustFader, Msg::AdjustFader, Msg::AdjustFader}));
     EXPECT_EQ(album.tracks[0].fade_out, 2 * kSecond);
     EXPECT_EQ(album.tracks[1].fade_in, 3 * kSecond);
+    EXPECT_EQ(CanUndo(), 4);
+    EXPECT_EQ(UndoTip(), "Undo Adjust fader (Ctrl+Z)");
+    EXPECT_TRUE(Undo() && Undo() && Undo());
+    EXPECT_EQ(album.tracks[0].fade_out, 220500) << "both steps of the gesture";
+    EXPECT_EQ(UndoTip(), "Undo Enable/disable fader (Ctrl+Z)");
 }
 
-TEST_F(SplitDialogTest, RandomDragsAndBreaksStayInOrderAndCanBeUndone) {
+testing::AssertionResult InOrder(const TrackList& tracks) {
+    const int n_set = FirstUnsetTrack(tracks);
+    int64_t before = 0;
+    for (int i = 0; i < tracks.size(); ++i) {
+        const ALBUMTRACK& track = tracks[i];
+        const bool wanted = i < n_set ? track.end >= track.start + kShortestTrack : track.IsEmpty();
+        const bool together = i <= n_set || track.start == tracks[n_set].start;
+        if (!wanted || !together || track.start < before) return testing::AssertionFailure() << "row " << i;
+        before = track.end;
+    }
+    return testing::AssertionSuccess();
+}
+
+TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth) {
     OrvaneTest::Noise noise(11);
     Start("0 0 0 0");
-    const TrackList first = album.tracks;
-    for (int i = 0; i < 2000; ++i) {
-        const Alt alt = noise.Below(3) ? Alt::Up : Alt::Down;
-        const int64_t position = static_cast<int64_t>(noise.Even() * 1500 * kSecond);
-        const int row = noise.Below(album.tracks.size());
-        const TrackList before = album.tracks;
-        const size_t n_undo = undo.size();
-        switch (noise.Below(5)) {
-            case 0:
-                dialog.MoveTrackStart(row, position, alt);
-                break;
-            case 1:
-                dialog.MoveTrackEnd(row, position, alt);
-                break;
-            case 2:
-                dialog.DeleteTrackBreak(BreakHit::TrackEnd, row, 0, MakeUndo::Yes, alt);
-                break;
-            default:
+    for (int i = 0; i < 100000; i += kMostUndo) {
+        if (album.tracks.size() > 25) Start("0-20 30-50 50 50");
+        ClearUndo();
+        const TrackList first = album.tracks;
+        for (int k = 0; k < kMostUndo; ++k) {
+            const Alt alt = noise.Below(3) ? Alt::Up : Alt::Down;
+            const Fader fader = noise.Below(2) ? Fader::In : Fader::Out;
+            const int64_t position = static_cast<int64_t>(noise.Even() * 1500 * kSecond);
+            const TrackList before = album.tracks;
+            const int n_undo = CanUndo();
+            const int what = noise.Below(8);
+            const int row = noise.Below(std::max(1, before.size()));
+            if (what >= 5) {
                 dialog.SelectAt(position);
-                dialog.InsertTrackBreak(position, album.tracks.size() < 30 ? alt : Alt::Up);
+                const bool inserted = dialog.InsertTrackBreak(position, alt);
+                ASSERT_TRUE(inserted || album.tracks == before) << "a failed insertion leaves nothing behind";
+            } else if (what == 4) {
+                dialog.remove_empty_last_row = noise.Below(2);
+                if (!before.empty()) dialog.DeleteTrackBreak(BreakHit::TrackEnd, row, 0, MakeUndo::Yes, alt);
+            } else if (!before.empty()) {
+                if (what == 0) dialog.MoveTrackStart(row, position, alt);
+                if (what == 1) dialog.MoveTrackEnd(row, position, alt);
+                if (what == 2) dialog.EnableFader(row, fader, noise.Below(2));
+                if (what == 3) dialog.AdjustFader(row, fader, noise.Below(2500));
+                dialog.EndFaderGesture();
+            }
+            ASSERT_EQ(CanUndo() - n_undo, album.tracks == before ? 0 : 1) << i + k;
+            ASSERT_TRUE(InOrder(album.tracks))
+                << "edit " << i + k << ", kind " << what << ": " << Text(before) << " -> " << Text(album.tracks);
         }
-        ASSERT_EQ(undo.size() - n_undo, album.tracks == before ? 0u : 1u) << i;
-        int64_t end = 0;
-        bool unset = false;
-        for (const ALBUMTRACK& track : album.tracks) {
-            ASSERT_GE(track.start, end) << i << ": " << Text(before) << " -> " << Text(album.tracks);
-            ASSERT_TRUE(track.IsEmpty() || (!unset && track.end - track.start >= kSecond)) << i << Text(album.tracks);
-            unset = track.IsEmpty();
-            end = track.end;
+        const TrackList last = album.tracks;
+        while (Undo()) {
         }
+        ASSERT_EQ(album.tracks, first) << i;
+        while (Redo()) {
+        }
+        ASSERT_EQ(album.tracks, last) << i;
     }
-    EXPECT_EQ(undo.front(), first);
 }
 
 TEST(FixSideBreaks, DoublesHalvesAndTakesBack) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "audiosignals.h"
 #include "foundation/settings.h"
 #include "listing.h"
 #include "temp_folder.h"
@@ -190,45 +189,6 @@ TEST_F(TrackBreaks, FadersTakeDefaultsAndLimits) {
     EnableFader(track, Fader::In, true);
     EXPECT_EQ(track.FadeIn(), 54243) << "a stored length is kept";
     EXPECT_EQ(track.FadeOut(), 0);
-}
-
-// What must hold after every operation.
-testing::AssertionResult InOrder(const TrackList& tracks) {
-    const int n_set = FirstUnsetTrack(tracks);
-    int64_t before = 0;
-    for (int i = 0; i < tracks.size(); ++i) {
-        const ALBUMTRACK& track = tracks[i];
-        const bool wanted = i < n_set ? track.end >= track.start + kShortestTrack : track.IsEmpty();
-        const bool together = i <= n_set || track.start == tracks[n_set].start;
-        if (!wanted || !together || track.start < before) return testing::AssertionFailure() << "row " << i;
-        before = track.end;
-    }
-    return testing::AssertionSuccess();
-}
-
-TEST_F(TrackBreaks, AHundredThousandOperationsKeepTheOrder) {
-    OrvaneTest::Noise noise(7);
-    TrackList tracks;
-    for (int i = 0; i < 100000; ++i) {
-        if (tracks.size() > 40) tracks = Listing("0 0 0 0 0 0");
-        const TrackList before = tracks;
-        const Alt alt = noise.Below(2) ? Alt::Down : Alt::Up;
-        const int64_t position = static_cast<int64_t>(noise.Even() * 1500 * kSecond);
-        const int row = tracks.empty() ? 0 : noise.Below(tracks.size());
-        const int what = noise.Below(5);
-        if (what < 3) {
-            const bool inserted =
-                InsertTrackBreak(tracks, noise.Below(4) ? FindNearestTrack(tracks, position) : row, position, alt);
-            ASSERT_TRUE(inserted || tracks == before) << "a failed insertion leaves nothing behind";
-        } else if (what == 3 && !tracks.empty()) {
-            DeleteTrackBreak(tracks, row, alt);
-            if (noise.Below(2)) RemoveOnlyUnsetTrack(tracks);
-        } else if (!tracks.empty()) {
-            EnableFader(tracks[row], noise.Below(2) ? Fader::In : Fader::Out, noise.Below(2));
-        }
-        ASSERT_TRUE(InOrder(tracks)) << "operation " << i << ", kind " << what << ": " << Text(before) << " -> "
-                                     << Text(tracks);
-    }
 }
 
 }  // namespace
