@@ -17,8 +17,8 @@ std::string TitleBarText() {
     if (gApp.autosaving) return std::string(MessageText(Msg::Autosaving));
     std::string extension = ExtensionOf(gAlbumSet->path);
     if (!extension.empty()) extension.erase(0, 1);
-    std::string text = fmt::sprintf("%s%s.%s - %s", gAlbumSet->dirty ? "*" : "", FileNameOf(WithoutExtension(gAlbumSet->path)),
-                                    extension, kProgramName);
+    std::string text = fmt::sprintf("%s%s.%s - %s", gAlbumSet->dirty ? "*" : "",
+                                    FileNameOf(WithoutExtension(gAlbumSet->path)), extension, kProgramName);
     if (const AlbumInfo* album = gAlbumSet->current_album) text += " - " + album->artist + " - " + album->title;
     return text;
 }

@@ -6,8 +6,8 @@ namespace Orvane {
 // Sends failed assertions and uncaught exceptions to FatalError, and writes file errors to the log.
 void InstallFatalErrorHooks();
 
-// Tells the user through the message host, offers to save a changed collection, and ends the process with code 255 (-1).
-// On any thread; jobs are left as they are.
+// Tells the user through the message host, offers to save a changed collection, and ends the process with code 255
+// (-1). On any thread; jobs are left as they are.
 [[noreturn]] void FatalError(const char* what);
 
 }  // namespace Orvane

@@ -95,11 +95,20 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
         }
         int value = word.size() > 2 ? static_cast<int>(ParseInt(word.substr(2))) : 1;
         switch (std::tolower(static_cast<unsigned char>(word[1]))) {
-            case 'd': line.debug_level = value; break;
-            case 'b': line.batch_limit = value; break;
-            case 'm': line.any_instance = true; break;
-            case 's': line.screen = value >= 2 && value <= 5 ? value - 1 : 0; break;
-            default: break;
+            case 'd':
+                line.debug_level = value;
+                break;
+            case 'b':
+                line.batch_limit = value;
+                break;
+            case 'm':
+                line.any_instance = true;
+                break;
+            case 's':
+                line.screen = value >= 2 && value <= 5 ? value - 1 : 0;
+                break;
+            default:
+                break;
         }
     }
     return line;
@@ -150,16 +159,20 @@ SaveOutcome SaveWithRetry(const std::string& path, AlbumSet* album_set) {
         if (SaveCollection(path, *album_set, false)) return SaveOutcome::Saved;
         std::string text = GetLastError().text + "\n\n" + std::string(MessageText(Msg::TryAgain));
         switch (Messages().Ask({text, Buttons::YesNoCancel, Severity::Error, {}})) {
-            case Answer::Yes: break;
-            case Answer::No: return SaveOutcome::NotSaved;
-            default: return SaveOutcome::Cancelled;
+            case Answer::Yes:
+                break;
+            case Answer::No:
+                return SaveOutcome::NotSaved;
+            default:
+                return SaveOutcome::Cancelled;
         }
     }
 }
 
 bool SaveWorkInProgress(const std::string& path, AlbumSet* album_set) {
     if (SaveWithRetry(path, album_set) != SaveOutcome::Saved) return false;
-    Messages().Ask({std::string(MessageText(Msg::CollectionSaved)), Buttons::Ok, Severity::Information, "Confirm Collection Saved"});
+    Messages().Ask({std::string(MessageText(Msg::CollectionSaved)), Buttons::Ok, Severity::Information,
+                    "Confirm Collection Saved"});
     return true;
 }
 

@@ -30,14 +30,22 @@ std::string SettingsKey(OptionsContext context, RateFamily family) {
     std::string key;
     switch (context) {
         case OptionsContext::Record:
-        case OptionsContext::RecordSetup: key = "Record File Options"; break;
+        case OptionsContext::RecordSetup:
+            key = "Record File Options";
+            break;
         case OptionsContext::SaveTracks:
         case OptionsContext::SaveTrack:
-        case OptionsContext::SaveBatch: key = "Save Tracks File Options"; break;
+        case OptionsContext::SaveBatch:
+            key = "Save Tracks File Options";
+            break;
         case OptionsContext::SaveCopy:
         case OptionsContext::SaveSelection:
-        case OptionsContext::ConvertRecordings: key = "Save a Copy File Options"; break;
-        case OptionsContext::Import: key = "Import File Options"; break;
+        case OptionsContext::ConvertRecordings:
+            key = "Save a Copy File Options";
+            break;
+        case OptionsContext::Import:
+            key = "Import File Options";
+            break;
     }
     return family == RateFamily::Of48000 ? key + " 48" : key;
 }
@@ -59,16 +67,25 @@ CorrectionKeys KeysFor(OptionsContext context) {
         case OptionsContext::SaveSelection:
             return {"Save A Copy Save Corrections", true, "Save A Copy Preserve Corrections", false,
                     "Save a Copy Save DSD As DOP"};
-        default: return {"Save Track Save Corrections", true, nullptr, false, "Save Track Save DSD As DOP"};
+        default:
+            return {"Save Track Save Corrections", true, nullptr, false, "Save Track Save DSD As DOP"};
     }
 }
 
 }  // namespace
 
-int32_t SampleRateOfIndex(int index) { return Entry(kSampleRates, index); }
-int32_t BitDepthOfIndex(int index) { return Entry(kBitDepths, index); }
-int IndexOfSampleRate(int32_t samplerate) { return IndexOf(kSampleRates, samplerate); }
-int IndexOfBitDepth(int32_t bit_depth) { return bit_depth == 999 ? 0 : IndexOf(kBitDepths, bit_depth); }
+int32_t SampleRateOfIndex(int index) {
+    return Entry(kSampleRates, index);
+}
+int32_t BitDepthOfIndex(int index) {
+    return Entry(kBitDepths, index);
+}
+int IndexOfSampleRate(int32_t samplerate) {
+    return IndexOf(kSampleRates, samplerate);
+}
+int IndexOfBitDepth(int32_t bit_depth) {
+    return bit_depth == 999 ? 0 : IndexOf(kBitDepths, bit_depth);
+}
 
 FileOptions FileOptions::Load(OptionsContext context, RateFamily family) {
     FileOptions options;
@@ -124,8 +141,11 @@ std::string FileOptions::ToText() const {
         const FormatRow& row = rows[format];
         formats[std::to_string(format)] = {row.samplerate, row.bit_depth, row.level, row.dsd_multiple};
     }
-    return json{{"format", file_format},         {"embed_art", embed_album_art}, {"art_size", art_size_limit},
-                {"wav_options", wav_options},    {"formats", formats}}
+    return json{{"format", file_format},
+                {"embed_art", embed_album_art},
+                {"art_size", art_size_limit},
+                {"wav_options", wav_options},
+                {"formats", formats}}
         .dump();
 }
 
@@ -142,7 +162,8 @@ bool FileOptions::FromText(std::string_view text, FileOptions& options) {
         using Field = std::remove_reference_t<decltype(field)>;
         auto found = record.find(name);
         if (found == record.end() || !(found->is_number_integer() || found->is_boolean())) return;
-        field = found->is_boolean() ? static_cast<Field>(found->get<bool>()) : static_cast<Field>(found->get<int64_t>());
+        field =
+            found->is_boolean() ? static_cast<Field>(found->get<bool>()) : static_cast<Field>(found->get<int64_t>());
     };
     int32_t format = options.file_format;
     Take("format", format);
@@ -157,7 +178,8 @@ bool FileOptions::FromText(std::string_view text, FileOptions& options) {
         if (row == formats->end() || !row->is_array() || row->size() != 4) continue;
         if (!std::all_of(row->begin(), row->end(), [](const json& v) { return v.is_number_integer(); })) continue;
         FormatRow& target = options.rows[i];
-        target = {(*row)[0].get<int32_t>(), (*row)[1].get<int32_t>(), (*row)[2].get<int32_t>(), (*row)[3].get<int32_t>()};
+        target = {(*row)[0].get<int32_t>(), (*row)[1].get<int32_t>(), (*row)[2].get<int32_t>(),
+                  (*row)[3].get<int32_t>()};
     }
     return true;
 }

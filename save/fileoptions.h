@@ -32,7 +32,7 @@ enum class RateFamily { Of44100, Of48000 };
 struct FormatRow {
     int32_t samplerate = 0;
     int32_t bit_depth = 0;
-    int32_t level = 0;         // FLAC compression level, Ogg quality; what the format has
+    int32_t level = 0;  // FLAC compression level, Ogg quality; what the format has
     int32_t dsd_multiple = 1;
 
     bool operator==(const FormatRow&) const = default;
@@ -70,8 +70,8 @@ struct FileOptions {
     bool preserve_corrections = false;  // the copy keeps its corrections as records
     bool save_dsd_as_dop = false;
     bool embed_album_art = true;
-    int32_t art_size_limit = 0;         // pixels, 0: none
-    uint32_t wav_options = 1;           // WAVFile's option bits: RF64 where the size needs it
+    int32_t art_size_limit = 0;  // pixels, 0: none
+    uint32_t wav_options = 1;    // WAVFile's option bits: RF64 where the size needs it
     std::array<FormatRow, kFileFormats> rows{};
 };
 

@@ -26,7 +26,9 @@ std::string LengthText(int64_t ticks) {
     return fmt::sprintf("%d:%02d", seconds / 60, seconds % 60);
 }
 
-std::string Red(const std::string& text) { return "<fg color=#ff0000>" + text + "</fg>"; }
+std::string Red(const std::string& text) {
+    return "<fg color=#ff0000>" + text + "</fg>";
+}
 
 // The files that no track may be written over: every recording of the collection, and of the albums.
 std::set<std::string> RecordingFiles(const std::vector<AlbumInfo*>& albums) {
@@ -103,15 +105,23 @@ private:
     }
 
     std::string Line(const SavedTrack& saved) const {
-        std::string what = fmt::sprintf("Saving track: %s (%s)", album.tracks[saved.track].title, LengthText(Ticks(saved.track)));
+        std::string what =
+            fmt::sprintf("Saving track: %s (%s)", album.tracks[saved.track].title, LengthText(Ticks(saved.track)));
         switch (saved.status) {
-            case SAVE_DONE: return what + " - <fg color=#00a000>done</fg> \n";
-            case SAVE_PARTIAL: return what + " - <fg color=#ff8000>partially saved</fg> \n";
-            case SAVE_ALREADY: return what + " - Track already saved\n";
-            case SAVE_SKIPPED: return {};
-            case SAVE_CANCELLED: return what + " - " + Red("cancelled") + "\n";
-            case SAVE_NO_BREAK: return what + " - " + saved.message + "\n";
-            default: return what + " - " + Red(saved.message) + "\n";
+            case SAVE_DONE:
+                return what + " - <fg color=#00a000>done</fg> \n";
+            case SAVE_PARTIAL:
+                return what + " - <fg color=#ff8000>partially saved</fg> \n";
+            case SAVE_ALREADY:
+                return what + " - Track already saved\n";
+            case SAVE_SKIPPED:
+                return {};
+            case SAVE_CANCELLED:
+                return what + " - " + Red("cancelled") + "\n";
+            case SAVE_NO_BREAK:
+                return what + " - " + saved.message + "\n";
+            default:
+                return what + " - " + Red(saved.message) + "\n";
         }
     }
 
@@ -151,7 +161,8 @@ void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
     std::string folder = JoinPath(settings.output_folder, album_folder);
     std::string target = JoinPath(folder, "folder.jpg");
     FileInfo from, to;
-    if (GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time) return;
+    if (GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time)
+        return;
     int error = CreateFolders(folder);
     if (error) FailCreateFolder(folder, error);
     if (error || CopyFile(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
@@ -159,13 +170,23 @@ void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
 
 void Count(const SavedTrack& saved, SaveResult& result) {
     switch (saved.status) {
-        case SAVE_DONE: ++result.n_saved; break;
-        case SAVE_ALREADY: ++result.n_already_saved; break;
-        case SAVE_PARTIAL: ++result.n_partially_saved; break;
-        case SAVE_SKIPPED: ++result.n_skipped; break;
+        case SAVE_DONE:
+            ++result.n_saved;
+            break;
+        case SAVE_ALREADY:
+            ++result.n_already_saved;
+            break;
+        case SAVE_PARTIAL:
+            ++result.n_partially_saved;
+            break;
+        case SAVE_SKIPPED:
+            ++result.n_skipped;
+            break;
         case SAVE_NEEDED:
-        case SAVE_CANCELLED: break;
-        default: ++result.n_failed;
+        case SAVE_CANCELLED:
+            break;
+        default:
+            ++result.n_failed;
     }
 }
 
@@ -190,7 +211,8 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
             for (int i = 0; i < album->tracks.size(); ++i) tracks.push_back(i);
         }
         int n = std::clamp<int>(static_cast<int>(tracks.size()), 1, n_threads);
-        Progress::Log(fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
+        Progress::Log(
+            fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
         CopyAlbumArt(*album, settings);
         AlbumJob job(*album, settings, tracks, recordings);
         ++album->running_jobs;
@@ -223,10 +245,13 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         return result;
     }
     Progress::Log(fmt::sprintf("\n<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
-                               result.n_saved, LengthText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
+                               result.n_saved,
+                               LengthText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
                                result.n_already_saved, result.n_partially_saved, result.n_skipped + result.n_failed));
-    Progress::Log(fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
-                               "Explorer</l>\n", settings.output_folder, settings.output_folder));
+    Progress::Log(
+        fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
+                     "Explorer</l>\n",
+                     settings.output_folder, settings.output_folder));
     return result;
 }
 

@@ -30,8 +30,8 @@ struct SaveResult {
 int MaxThreads();
 
 // Saves the tracks of `albums` as one job, album by album, with its lines in the progress log, and moves the status of
-// albums that went well. `only_tracks` limits it to some tracks (indices) of a single album; empty means all. `n_threads`
-// 0 is MaxThreads. Main thread; it stays alive meanwhile. Progress::Begin and End are the caller's.
+// albums that went well. `only_tracks` limits it to some tracks (indices) of a single album; empty means all.
+// `n_threads` 0 is MaxThreads. Main thread; it stays alive meanwhile. Progress::Begin and End are the caller's.
 SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings& settings, int n_threads = 0,
                       const std::vector<int>& only_tracks = {});
 

@@ -24,14 +24,15 @@
 namespace Orvane {
 namespace {
 
-constexpr int32_t kBlock = 0x4000;           // pairs moved at once
-constexpr int64_t kReportNs = 250'000'000;   // progress is told no more often
+constexpr int32_t kBlock = 0x4000;          // pairs moved at once
+constexpr int64_t kReportNs = 250'000'000;  // progress is told no more often
 // Bytes of a name, and of a path, that the system takes with the temporary file's mark.
 constexpr size_t kMaxFileName = 251;
 constexpr size_t kMaxPath = 4091;
 
 constexpr std::string_view kNotRecorded =
-    "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the recording).</fg>  You can "
+    "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the recording).</fg>  You "
+    "can "
     "delete it in the <b>Split Tracks window</b> if you no longer want it.";
 constexpr std::string_view kNoBreak =
     "<fg color=#ff0000>No track break has yet been defined for this track.</fg>  To add track breaks, click on the "
@@ -56,8 +57,8 @@ std::string CorrectionsText(const FileHistoryEntry& entry) {
         const FilterValues& v = filter.values;
         text += fmt::sprintf("f%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%d,%s", filter.absolute_start_time,
                              filter.absolute_end_time, v.hiss_mode, v.hiss_reduction, v.hiss_quality, v.hum_mode,
-                             v.mains_frequency, v.rumble_mode, v.eq_mode, v.preamp_left, v.preamp_right, v.dc_offset_only,
-                             v.filter_harmonics, filter.extra);
+                             v.mains_frequency, v.rumble_mode, v.eq_mode, v.preamp_left, v.preamp_right,
+                             v.dc_offset_only, v.filter_harmonics, filter.extra);
         for (int32_t band : v.bands) text += fmt::sprintf(",%d", band);
         if (v.hiss_mode == FILTER_ON) text += fmt::sprintf(",%d,%d", entry.view_position[0], entry.view_position[1]);
     }
@@ -90,9 +91,11 @@ TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, c
     if (settings.samplerate) format.samplerate = settings.samplerate;
     if (settings.bit_depth) format.bit_depth = settings.bit_depth;
     std::vector<FileHistoryEntry*> recordings = album.Recordings();
-    if (!format.samplerate) format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
+    if (!format.samplerate)
+        format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
     if (!format.bit_depth) {
-        for (const FileHistoryEntry* entry : recordings) format.bit_depth = std::max<int32_t>(format.bit_depth, entry->bits);
+        for (const FileHistoryEntry* entry : recordings)
+            format.bit_depth = std::max<int32_t>(format.bit_depth, entry->bits);
     }
     writer.AdjustFormat(format.samplerate, format.bit_depth, format.n_channels);
     return format;
@@ -120,12 +123,18 @@ uint32_t SaveFlags(const FileOptions& options) {
 
 const char* SaveStatusText(SaveTrackStatus status) {
     switch (status) {
-        case SAVE_DONE: return "saved";
-        case SAVE_ALREADY: return "already saved";
-        case SAVE_PARTIAL: return "partially saved";
-        case SAVE_SKIPPED: return "skipped";
-        case SAVE_CANCELLED: return "cancelled";
-        default: return "failed";
+        case SAVE_DONE:
+            return "saved";
+        case SAVE_ALREADY:
+            return "already saved";
+        case SAVE_PARTIAL:
+            return "partially saved";
+        case SAVE_SKIPPED:
+            return "skipped";
+        case SAVE_CANCELLED:
+            return "cancelled";
+        default:
+            return "failed";
     }
 }
 
@@ -181,8 +190,8 @@ std::string TrackFileSignature(const AlbumInfo& album, int track, const SaveSett
         if (GetFileInfo(entry->GetPath(), info) == 0) more += fmt::sprintf("%d,%d,", info.size, info.time);
         if (settings.options.save_corrections) more += CorrectionsText(*entry);
     }
-    std::string text = fmt::sprintf("%d/%d/%d/%d/%d/%d/%s", recorded, t.start, t.end, t.filter_flags, t.fade_in, t.fade_out,
-                                    more);
+    std::string text =
+        fmt::sprintf("%d/%d/%d/%d/%d/%d/%s", recorded, t.start, t.end, t.filter_flags, t.fade_in, t.fade_out, more);
     RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
     if (writer) text += fmt::sprintf("%d", OutputFormat(album, settings, *writer).samplerate);
     return Sha256Hex(text);
@@ -213,7 +222,8 @@ SaveTrackStatus CheckTrack(const AlbumInfo& album, int track, const SaveSettings
     return good ? SAVE_ALREADY : SAVE_NEEDED;
 }
 
-int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode, const SaveProgress& progress) {
+int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode,
+                const SaveProgress& progress) {
     std::vector<float> block(static_cast<size_t>(kBlock) * 2);
     int64_t total = stream.GetTotalSamples(flags);
     int64_t next_report = MonotonicNs() + kReportNs;

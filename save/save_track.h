@@ -14,9 +14,9 @@ namespace Orvane {
 // How the check before a save, or a save, came out.
 enum SaveTrackStatus : int {
     SAVE_DONE = 0,
-    SAVE_ALREADY = 1,      // the file is there and good
+    SAVE_ALREADY = 1,  // the file is there and good
     SAVE_NEEDED = 2,
-    SAVE_PARTIAL = 3,      // saved as far as the recording goes
+    SAVE_PARTIAL = 3,  // saved as far as the recording goes
     SAVE_FAILED = 4,
     SAVE_SKIPPED = 5,      // the user leaves it out
     SAVE_NO_BREAK = 6,     // no track break yet, or outside the recording
@@ -63,15 +63,16 @@ using SaveProgress = std::function<bool(int64_t done, int64_t total)>;
 
 uint32_t SaveFlags(const FileOptions& options);  // what to read with
 
-// Writes the track to `filename`, through a temporary file beside it, so that at every moment the old file or the new one
-// is there, whole. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK, SAVE_FAILED or SAVE_CANCELLED. Any thread; the album must not
-// change meanwhile.
+// Writes the track to `filename`, through a temporary file beside it, so that at every moment the old file or the new
+// one is there, whole. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK, SAVE_FAILED or SAVE_CANCELLED. Any thread; the album
+// must not change meanwhile.
 SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            const SaveProgress& progress, std::string& message);
 
 // Copies what `stream` gives with `flags` to `file`, which is open for writing, in blocks. 0, a StreamError, or 1 when
 // `progress` cancelled. `channel_mode` is the album's.
-int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode, const SaveProgress& progress);
+int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode,
+                const SaveProgress& progress);
 
 // A writer of the format with the options' choices made; null when this build has none: last error.
 RefPtr<FileStream> MakeWriter(int format, const FileOptions& options);

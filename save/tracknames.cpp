@@ -19,10 +19,10 @@ struct Keyword {
     bool track_level;
 };
 constexpr Keyword kKeywords[] = {
-    {"Album Artist", false}, {"Album Title", false},       {"Track Number", true}, {"Track Artist", true},
-    {"Track Title", true},   {"Performing Artist", true},  {"Genre", false},       {"Composer", true},
-    {"Conductor", true},     {"Artist Alias", true},       {"Comment", true},      {"Year", false},
-    {"Label", false},        {"Grouping", true},           {"File Type", false},   {"Album Side", true},
+    {"Album Artist", false}, {"Album Title", false},      {"Track Number", true}, {"Track Artist", true},
+    {"Track Title", true},   {"Performing Artist", true}, {"Genre", false},       {"Composer", true},
+    {"Conductor", true},     {"Artist Alias", true},      {"Comment", true},      {"Year", false},
+    {"Label", false},        {"Grouping", true},          {"File Type", false},   {"Album Side", true},
     {"Date Recorded", true}, {"Time Recorded", true},
 };
 
@@ -32,7 +32,8 @@ const std::string& FirstOf(const std::string& of_track, const std::string& of_al
 
 std::string RecordedText(const AlbumInfo& album, int track, const char* format) {
     int side = SideOfTrack(album, track);
-    const FileHistoryEntry* entry = side < album.sides.size() && album.sides[side] ? album.sides[side]->newest : nullptr;
+    const FileHistoryEntry* entry =
+        side < album.sides.size() && album.sides[side] ? album.sides[side]->newest : nullptr;
     if (!entry || !entry->file_time) return {};
     std::time_t seconds = (entry->file_time - kFileTimeUnixEpoch) / kFileTimeSecond;
     std::tm local{};
@@ -49,7 +50,9 @@ const Keyword* MatchKeyword(std::string_view text) {
     return nullptr;
 }
 
-bool IsBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
+bool IsBlank(char c) {
+    return static_cast<unsigned char>(c) <= ' ';
+}
 
 void DropTrailing(std::string& text, std::string_view also) {
     while (!text.empty() && (IsBlank(text.back()) || also.find(text.back()) != also.npos)) text.pop_back();
@@ -65,8 +68,10 @@ std::string Shortened(std::string value) {
 
 const std::vector<TrackNameTemplate>& AlbumTemplates() {
     static const std::vector<TrackNameTemplate> templates = {
-        {R"([Album Artist] - [Album Title] \ [Track Number] - [Track Artist] - [Track Title])", "(1: All albums in one folder)"},
-        {R"([Album Artist] \ [Album Title] \ [Track Number] - [Track Artist] - [Track Title])", "(2: Group albums by album artist)"},
+        {R"([Album Artist] - [Album Title] \ [Track Number] - [Track Artist] - [Track Title])",
+         "(1: All albums in one folder)"},
+        {R"([Album Artist] \ [Album Title] \ [Track Number] - [Track Artist] - [Track Title])",
+         "(2: Group albums by album artist)"},
         {R"([Performing Artist] \ [Track Title])", "(3: Group tracks by performing artist)"},
         {R"([Album Title] \ [Track Number] - [Track Title])", "(4: Use album title only)"},
     };
@@ -151,11 +156,24 @@ std::string SanitiseValue(std::string_view value) {
     std::string result;
     for (char c : value) {
         switch (c) {
-            case '*': case '?': case '"': case '<': case '>': break;
-            case ':': result += '-'; break;
-            case '|': result += ' '; break;
-            case '\\': case '/': result += '+'; break;
-            default: result += c;
+            case '*':
+            case '?':
+            case '"':
+            case '<':
+            case '>':
+                break;
+            case ':':
+                result += '-';
+                break;
+            case '|':
+                result += ' ';
+                break;
+            case '\\':
+            case '/':
+                result += '+';
+                break;
+            default:
+                result += c;
         }
     }
     return result;
@@ -197,12 +215,15 @@ std::string ExpandTemplate(std::string_view text, const AlbumInfo& album, int tr
     }
     size_t last = result.rfind(kFolder);
     switch (part) {
-        case NamePart::WholePath: break;
+        case NamePart::WholePath:
+            break;
         case NamePart::AlbumFolder:
             if (album_level != std::string::npos) result.resize(std::min(album_level, result.size()));
             last = result.rfind(kFolder);
             [[fallthrough]];
-        case NamePart::Folder: result.resize(last == std::string::npos ? 0 : last); break;
+        case NamePart::Folder:
+            result.resize(last == std::string::npos ? 0 : last);
+            break;
         case NamePart::FileName:
             if (last != std::string::npos) result.erase(0, last + 1);
             break;
@@ -219,15 +240,18 @@ std::string TemplateProblem(std::string_view text) {
         const Keyword* keyword = MatchKeyword(text.substr(i + 1));
         if (!keyword) {
             return fmt::sprintf(
-                "Keyword <b>%s</b> in the 'When saving tracks...' field is invalid.  Please check that you have typed it "
-                "correctly.\n\n%s", shown, std::string(text));
+                "Keyword <b>%s</b> in the 'When saving tracks...' field is invalid.  Please check that you have typed "
+                "it "
+                "correctly.\n\n%s",
+                shown, std::string(text));
         }
         std::string_view behind = Trim(text.substr(i + keyword->name.size() + 2));
         if (behind.empty() || !IsSeparator(behind.front())) continue;
         if (keyword->name == "Track Title" || keyword->name == "Track Number") {
             return fmt::sprintf(
                 "<b>%s</b> cannot be used as a folder name.  Please remove the backslash that appears after this "
-                "keyword.\n\n%s", shown, std::string(text));
+                "keyword.\n\n%s",
+                shown, std::string(text));
         }
         if (keyword->name == "Track Artist" || keyword->name == "Performing Artist") {
             if (text == AlbumTemplates()[2].text) continue;

@@ -12,7 +12,8 @@ namespace {
 // behind it fails with the reason kept here.
 class UnopenedPCMStream : public PCMStream {
 public:
-    UnopenedPCMStream(int32_t samplerate, int code) : PCMStream(nullptr, samplerate), code(code), error(GetLastError()) {}
+    UnopenedPCMStream(int32_t samplerate, int code)
+        : PCMStream(nullptr, samplerate), code(code), error(GetLastError()) {}
 
     int32_t Read(int64_t, float*, int32_t, uint32_t) override {
         SetLastError(error);
@@ -85,7 +86,8 @@ TrackPCMStream::~TrackPCMStream() {
     for (const auto& entry : entries) entry->Close(USER_SAVE);
 }
 
-void TrackPCMStream::AddRecording(FileHistoryEntry* recording, const ALBUMTRACK& track, uint32_t flags, int64_t offset) {
+void TrackPCMStream::AddRecording(FileHistoryEntry* recording, const ALBUMTRACK& track, uint32_t flags,
+                                  int64_t offset) {
     RefPtr<FileHistoryEntry> entry = recording->Copy(COPY_CORRECTIONS);
     if (int status = entry->Open(USER_SAVE, false); status != OPEN_GOOD) {
         file_streams.emplace_back(new UnopenedPCMStream(samplerate, status));

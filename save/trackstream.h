@@ -29,8 +29,8 @@ void GetTrackSilence(const AlbumInfo& album, int track, int trim_seconds, int32_
 // recording that cannot be opened shows on the first Read that needs it.
 class TrackPCMStream : public PCMStream {
 public:
-    // `track` is an index into the album's tracks. `samplerate` 0 keeps the rate of the album's first recording. Without
-    // any recording the stream has no samples. The album must not change while the stream is made.
+    // `track` is an index into the album's tracks. `samplerate` 0 keeps the rate of the album's first recording.
+    // Without any recording the stream has no samples. The album must not change while the stream is made.
     TrackPCMStream(const AlbumInfo& album, int track, uint32_t flags, int32_t samplerate, int trim_seconds);
     ~TrackPCMStream() override;
 
@@ -39,7 +39,8 @@ public:
     void ReleaseResources() override { merged->ReleaseResources(); }
     int32_t GetSampleRate(uint32_t /*flags*/) override { return samplerate; }
 
-    // The whole length the track's times ask for, silence aside; more than the stream has where the recording ends first.
+    // The whole length the track's times ask for, silence aside; more than the stream has where the recording ends
+    // first.
     int64_t WantedSamples() const { return wanted_samples; }
     int64_t MusicSamples(uint32_t flags) { return chopped->GetTotalSamples(flags); }
 
