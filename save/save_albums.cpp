@@ -50,10 +50,10 @@ std::set<std::string> RecordingFiles(const std::vector<AlbumInfo*>& albums) {
 class AlbumJob {
 public:
     AlbumJob(AlbumInfo& album, const SaveSettings& settings, const std::vector<int>& tracks,
-             const std::set<std::string>& recordings)
-        : album(album), settings(settings), recordings(recordings), names(TrackFileNames(album, settings)) {
+             const std::vector<std::string>& names, const std::set<std::string>& recordings)
+        : album(album), settings(settings), recordings(recordings) {
         for (int track : tracks) {
-            results.push_back({&album, track, names[track], SAVE_NEEDED, {}});
+            results.push_back({&album, track, names[static_cast<size_t>(track)], SAVE_NEEDED, {}});
             total_ticks += Ticks(track);
         }
     }
@@ -128,7 +128,6 @@ private:
     AlbumInfo& album;
     const SaveSettings& settings;
     const std::set<std::string>& recordings;
-    const std::vector<std::string> names;
     CriticalSection lock;
     size_t next_result = 0;
     int64_t total_ticks = 0;
@@ -204,8 +203,9 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     SaveResult result;
     int64_t started = MonotonicNs();
     const std::set<std::string> recordings = RecordingFiles(albums);
-    for (AlbumInfo* album : albums) {
-        if (Progress::Cancelled()) break;
+    const auto names = TrackFileNames({albums.begin(), albums.end()}, settings);
+    for (size_t n_album = 0; n_album < albums.size() && !Progress::Cancelled(); ++n_album) {
+        AlbumInfo* album = albums[n_album];
         std::vector<int> tracks = only_tracks;
         if (tracks.empty()) {
             for (int i = 0; i < album->tracks.size(); ++i) tracks.push_back(i);
@@ -214,7 +214,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         Progress::Log(
             fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
         CopyAlbumArt(*album, settings);
-        AlbumJob job(*album, settings, tracks, recordings);
+        AlbumJob job(*album, settings, tracks, names[n_album], recordings);
         ++album->running_jobs;
         std::vector<std::unique_ptr<SaveAlbumTrackThread>> workers;
         std::vector<WorkerThread*> running;

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
+#include <limits>
+#include <unordered_set>
 
+#include "collection/albumset.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
@@ -111,6 +113,21 @@ void SetTags(FileStream& writer, const AlbumInfo& album, int track, const std::s
     }
 }
 
+// All albums of the collection, or just `albums` where they are in none. What has not been recorded yet comes last.
+std::vector<const AlbumInfo*> InOrderOfRecording(std::vector<const AlbumInfo*> albums) {
+    if (const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set) {
+        albums.clear();
+        for (const AlbumInfo& album : set->albums) albums.push_back(&album);
+    }
+    const auto recorded = [](const AlbumInfo* album) {
+        const FileTime time = DateRecorded(*album);
+        return time ? time : std::numeric_limits<FileTime>::max();
+    };
+    std::stable_sort(albums.begin(), albums.end(),
+                     [&](const AlbumInfo* a, const AlbumInfo* b) { return recorded(a) < recorded(b); });
+    return albums;
+}
+
 }  // namespace
 
 bool IsTooLong(const std::string& filename) {
@@ -160,19 +177,29 @@ RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
     return writer;
 }
 
-std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings) {
-    std::string name_template = settings.name_template.empty() ? TemplateFor(album) : settings.name_template;
-    std::string_view extension = GetFileFormatInfo(settings.Format()).extension;
-    std::vector<std::string> names;
-    std::set<std::string> taken;
-    for (int track = 0; track < album.tracks.size(); ++track) {
-        std::string name = ExpandTemplate(name_template, album, track, NamePart::WholePath, settings.Format());
-        if (name.empty()) name = fmt::sprintf("%02d", track + 1);
-        std::string unique = name;
-        for (int i = 2; !taken.insert(LowerAscii(unique)).second; ++i) unique = fmt::sprintf("%s (%d)", name, i);
-        names.push_back(JoinPath(settings.output_folder, unique + std::string(extension)));
+std::vector<std::vector<std::string>> TrackFileNames(const std::vector<const AlbumInfo*>& albums,
+                                                     const SaveSettings& settings) {
+    const std::string_view extension = GetFileFormatInfo(settings.Format()).extension;
+    std::vector<std::vector<std::string>> names(albums.size());
+    std::unordered_set<std::string> taken;
+    for (const AlbumInfo* album : InOrderOfRecording(albums)) {
+        std::vector<std::string> of_album;
+        const std::string name_template = settings.name_template.empty() ? TemplateFor(*album) : settings.name_template;
+        for (int track = 0; track < album->tracks.size(); ++track) {
+            std::string name = ExpandTemplate(name_template, *album, track, NamePart::WholePath, settings.Format());
+            if (name.empty()) name = fmt::sprintf("%02d", track + 1);
+            std::string unique = name;
+            for (int i = 2; !taken.insert(LowerAscii(unique)).second; ++i) unique = fmt::sprintf("%s (%d)", name, i);
+            of_album.push_back(JoinPath(settings.output_folder, unique + std::string(extension)));
+        }
+        const auto wanted = std::find(albums.begin(), albums.end(), album);
+        if (wanted != albums.end()) names[static_cast<size_t>(wanted - albums.begin())] = std::move(of_album);
     }
     return names;
+}
+
+std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings) {
+    return TrackFileNames(std::vector{&album}, settings).front();
 }
 
 std::string TrackFileSignature(const AlbumInfo& album, int track, const SaveSettings& settings) {

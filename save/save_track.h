@@ -40,8 +40,11 @@ struct SaveSettings {
     static SaveSettings FromStore(const AlbumSet* set);
 };
 
-// The full names of the files of all tracks of an album, in order. Two tracks that would share a name get " (2)" and so
-// on, so that none overwrites another.
+// The full names of the files of all tracks of each of the albums, in order. Of tracks of one collection that would
+// share a name all but the first get " (2)" and so on, so that none overwrites another. First is what was recorded
+// first: neither which albums are saved together nor the order of the list decides.
+std::vector<std::vector<std::string>> TrackFileNames(const std::vector<const AlbumInfo*>& albums,
+                                                     const SaveSettings& settings);
 std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings);
 
 // The text kept with a saved track, by which a later run sees whether the file is still what a save would write:

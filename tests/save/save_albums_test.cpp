@@ -287,6 +287,32 @@ TEST_F(SavedAlbum, OnlyItsOwnFormatsChoicesMakeATrackStale) {
     EXPECT_EQ(Save().n_saved, 1);
 }
 
+TEST_F(SavedAlbum, AlbumsOfOneNameDoNotShareFiles) {
+    AlbumSet set;
+    std::vector<AlbumInfo*> albums;
+    for (FileTime recorded : {0, 200, 100}) {
+        auto* added = new AlbumInfo;
+        added->title = "Hits";
+        added->set = &set;
+        added->tracks = {ALBUMTRACK{}, ALBUMTRACK{}};
+        AlbumSide* side = added->GetSide(0, true);
+        side->AddRecording(MakeRef<FileHistoryEntry>(added, side));
+        side->newest->file_time = recorded;
+        set.albums.Append(added);
+        albums.push_back(added);
+    }
+    settings.name_template = "[Album Title]";
+    const auto end_of = [&](AlbumInfo* of, size_t track) { return FileNameOf(TrackFileNames(*of, settings)[track]); };
+    // Which was recorded first decides, wherever it stands in the list.
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(end_of(albums[2], 0), "Hits.flac");
+        EXPECT_EQ(end_of(albums[2], 1), "Hits (2).flac");
+        EXPECT_EQ(end_of(albums[1], 0), "Hits (3).flac");
+        EXPECT_EQ(end_of(albums[0], 1), "Hits (6).flac");
+        set.albums.Append(set.albums.Remove(albums[1]));
+    }
+}
+
 TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
     AddSide(20000);
     AddTrack(0, 10000);
