@@ -6,6 +6,7 @@
 #include "cli/texts.h"
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
+#include "collection/undo_records.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 
@@ -105,12 +106,10 @@ int Add(CommandContext& context, const AlbumArguments& arguments) {
 int Set(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
-    {
-        Change change(CHANGE_DETAILS_AND_KEY, album);
-        std::string problem = Assign(*album, arguments.assignments);
-        if (!problem.empty()) return context.Usage(problem);
-    }
-    SortAlbums(true, album);
+    std::unique_ptr<AlbumInfo> details = CopyDetails(*album);
+    details->flags |= ALBUM_WORKING_COPY;
+    if (std::string problem = Assign(*details, arguments.assignments); !problem.empty()) return context.Usage(problem);
+    if (!ChangeDetails(*album, *details)) return context.FailLastError();
     return ReportAlbum(context, *album, "Changed");
 }
 

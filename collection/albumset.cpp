@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "collection/renames.h"
 #include "collection/sort_list.h"
 #include "collection/undo_records.h"
 #include "foundation/messages.h"
@@ -43,6 +44,10 @@ void MoveTracks(AlbumInfo& album, int first, int64_t ticks) {
         album.tracks[i].start += ticks;
         album.tracks[i].end += ticks;
     }
+}
+
+bool SameSortKey(const AlbumInfo& a, const AlbumInfo& b) {
+    return a.artist == b.artist && a.title == b.title && a.year == b.year && a.status == b.status;
 }
 
 }  // namespace
@@ -124,6 +129,20 @@ std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album) {
         gAlbumSet->current_album = following ? following : albums.Previous(album);
     }
     return std::unique_ptr<AlbumInfo>(albums.Remove(album));
+}
+
+bool ChangeDetails(AlbumInfo& album, const AlbumInfo& details) {
+    const bool renamed = album.artist != details.artist || album.title != details.title;
+    if (renamed && !RenameAlbumFiles(album, details.artist, details.title)) return false;
+    const bool same_key = SameSortKey(album, details);
+    const Change batch(CHANGE_BATCH, &album);
+    {
+        const Change change(same_key ? CHANGE_DETAILS : CHANGE_DETAILS_AND_KEY, &album);
+        album.TakeDetails(details);
+    }
+    if (!same_key) SortAlbums(true, &album);
+    event::Fire(EVENT_AFTER_CHANGE, CHANGE_SETTLED, event::Arg(&album));
+    return true;
 }
 
 bool SetStatus(AlbumInfo& album, uint8_t status, bool resort) {

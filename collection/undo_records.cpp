@@ -18,10 +18,6 @@ AlbumInfo* GoToUnused(const AlbumRef& ref) {
     return nullptr;
 }
 
-bool SameSortKey(const AlbumInfo& a, const AlbumInfo& b) {
-    return a.artist == b.artist && a.title == b.title && a.year == b.year && a.status == b.status;
-}
-
 }  // namespace
 
 std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album) {
@@ -36,20 +32,11 @@ UndoEditAlbumDetails::UndoEditAlbumDetails(const AlbumInfo& album, std::unique_p
 std::unique_ptr<UndoEntry> UndoEditAlbumDetails::Apply() {
     AlbumInfo* album = GoToUnused(ref);
     if (!album) return nullptr;
-    const bool renamed = album->artist != details->artist || album->title != details->title;
-    if (renamed && !RenameAlbumFiles(*album, details->artist, details->title)) {
+    std::unique_ptr<AlbumInfo> before = CopyDetails(*album);
+    if (!ChangeDetails(*album, *details)) {
         ShowLastError();
         return nullptr;
     }
-    const bool same_key = SameSortKey(*album, *details);
-    const Change batch(CHANGE_BATCH, album);
-    std::unique_ptr<AlbumInfo> before = CopyDetails(*album);
-    {
-        const Change change(same_key ? CHANGE_DETAILS : CHANGE_DETAILS_AND_KEY, album);
-        album->TakeDetails(*details);
-    }
-    if (!same_key) SortAlbums(true, album);
-    event::Fire(EVENT_AFTER_CHANGE, CHANGE_SETTLED, event::Arg(album));
     return std::make_unique<UndoEditAlbumDetails>(*album, std::move(before));
 }
 

@@ -82,6 +82,10 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
     Json({"recording", "add", "c.mcf", "1", "--side", "31", "two.wav"}, 1);
     EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
 
+    // Its file follows the album's name.
+    Must({"album", "set", "c.mcf", "1", "artist=Alba"});
+    EXPECT_TRUE(ReadBytes(folder / "c/Alba~Früh, laut~side3.wav") == ReadBytes(folder / "two.wav"));
+
     nlohmann::json album = Json({"album", "show", "c.mcf", "1"});
     EXPECT_EQ(album["status_text"], "Recorded");
     EXPECT_EQ(album["duration_seconds"], 5.0);
