@@ -58,6 +58,7 @@ bool RenameCollection(std::string_view new_name) {
     const Change change(CHANGE_SETTLED);
     set.SetPath(new_path);
     MoveExternalFiles(set, old_folder);
+    TitleChanged();
     ShowMessage(FormatMessage(Msg::CollectionRenamed), Severity::Information);
     return true;
 }

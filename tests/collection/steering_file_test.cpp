@@ -305,7 +305,11 @@ TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Mine", "Mine.mcf", "Taken.mcf"}));
     EXPECT_EQ(set->path, path);
 
+    static std::string title;
+    SetTitleHook([] { title = gAlbumSet->path; });
     EXPECT_TRUE(RenameCollection("Yours"));
+    SetTitleHook(nullptr);
+    EXPECT_EQ(title, set->path);
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Taken.mcf", "Yours", "Yours.mcf"}));
     EXPECT_EQ(set->path, folder / "Yours.mcf");
     EXPECT_EQ(side->newest->GetPath(), folder / "Yours/sub/x.wav");
