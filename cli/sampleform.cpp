@@ -33,6 +33,10 @@ int MakeOutput(CommandContext& context, const std::string& path, const std::vect
                RefPtr<FileStream>& writer) {
     FileFormat format = FormatOfExtension(ExtensionOf(path));
     if (format == FF_NONE) return context.Usage(fmt::format("{}: the extension names no format of audio files", path));
+    if (ExtensionOf(path) == ".w64") {
+        return context.Usage(
+            fmt::format("{}: Wave64 files cannot be written; .wav takes the longest recordings", path));
+    }
     for (const std::string& input : inputs) {
         if (SameFile(input, path))
             return context.Usage(fmt::format("{} is read by this command and cannot be written", path));

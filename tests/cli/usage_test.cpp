@@ -80,6 +80,7 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
         {{"save", "c.mcf", "--template", "[Colour]"}, "[Colour]"},
         {{"convert", "a.wav", "a.wav"}, "cannot be written"},
         {{"convert", "a.wav", "b.wav", "--bits", "17"}, "--bits"},
+        {{"convert", "a.wav", "b.w64"}, "Wave64 files cannot be written"},
         {{"new", "c.txt"}, ".mcf"},
         {{"settings", "set", "Key"}, "value is missing"},
         {Digitise("short.txt"), "2 titles without times for 1 side"},
