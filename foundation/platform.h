@@ -70,7 +70,6 @@ private:
 // --- Folders of the user. Made absolute, without a separator at the end. ---
 std::string ConfigFolder();         // ORVANE_CONFIG_HOME, else XDG_CONFIG_HOME/orvane
 std::string MachineConfigFolder();  // the first of XDG_CONFIG_DIRS that has an orvane folder, or empty
-std::string CacheFolder();          // XDG_CACHE_HOME/orvane
 std::string DataFolder();           // XDG_DATA_HOME, which programs share
 std::string DocumentsFolder();
 std::string MusicFolder();

@@ -218,9 +218,6 @@ std::string MachineConfigFolder() {
     return {};
 }
 
-std::string CacheFolder() {
-    return JoinPath(BaseFolder("XDG_CACHE_HOME", ".cache"), "orvane");
-}
 std::string DataFolder() {
     return BaseFolder("XDG_DATA_HOME", ".local/share");
 }
