@@ -9,21 +9,6 @@
 namespace Tesslib {
 namespace {
 
-TEST(MainLoopTest, HandlesTasksInOrderOneAtATime) {
-    auto loop = MakePlainMainLoop();
-    std::string order;
-    loop->Post([&] {
-        order += "a";
-        loop->Post([&] { order += "c"; });
-    });
-    loop->Post([&] { order += "b"; });
-    EXPECT_TRUE(loop->RunOne(0));
-    EXPECT_EQ(order, "a");
-    while (loop->RunOne(0)) continue;
-    EXPECT_EQ(order, "abc");
-    EXPECT_FALSE(loop->RunOne(1));
-}
-
 TEST(MainLoopTest, WakesForOtherThreadsAndQuitsBehindWhatWaits) {
     auto loop = MakePlainMainLoop();
     constexpr int kTasks = 1000;

@@ -14,22 +14,16 @@ TEST(Text, NumbersAreReadLeniently) {
         int64_t integer;
         double number;
     };
-    for (const Case& c : {Case{"42", 42, 42},
-                          {"  -7x", -7, -7},
-                          {"+5", 5, 5},
+    for (const Case& c : {Case{"  -7x", -7, -7},
                           {"+-5", -5, -5},
                           {"", 0, 0},
                           {"abc", 0, 0},
-                          {"-", 0, 0},
                           {"--3", 0, 0},
-                          {"3.75", 3, 3.75},
-                          {".5", 0, 0.5},
                           {"-.5e1 ", 0, -5},
                           {"2,5", 2, 2},
                           {"inf", 0, 0},
                           {"-nan", 0, 0},
-                          {"0x10", 0, 0},
-                          {"\t 12\n", 12, 12}}) {
+                          {"0x10", 0, 0}}) {
         EXPECT_EQ(ParseInt(c.text), c.integer) << c.text;
         EXPECT_EQ(ParseDouble(c.text), c.number) << c.text;
     }
@@ -37,25 +31,13 @@ TEST(Text, NumbersAreReadLeniently) {
     EXPECT_EQ(ParseInt("-99999999999999999999"), INT64_MIN);
 }
 
-TEST(Text, SplitTrimAndReplace) {
-    EXPECT_EQ(Split("a,,b,", ','), (std::vector<std::string_view>{"a", "", "b", ""}));
-    EXPECT_EQ(Split("", ','), std::vector<std::string_view>{""});
-    EXPECT_EQ(Trim(" \t a b\r\n"), "a b");
-    EXPECT_EQ(Trim(" \n"), "");
-    EXPECT_EQ(Replace("aaa", "aa", "b"), "ba");
-    EXPECT_TRUE(EqualNoCaseAscii("FLAC", "flac"));
-    EXPECT_FALSE(EqualNoCaseAscii("flac", "fla"));
-}
-
 TEST(Text, BytesThatAreNotUtf8BecomeReplacements) {
     const struct {
         std::string_view bytes, text;
     } cases[] = {
-        {"plain", "plain"},
         {"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5", "caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\xB5"},
         {"caf\xE9", "caf\uFFFD"},                          // Latin-1
         {"\xC0\xAF", "\uFFFD\uFFFD"},                      // overlong
-        {"\xE0\x80\x80", "\uFFFD\uFFFD\uFFFD"},            // overlong
         {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
         {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // above the last character
         {"12345678901\xE2\x82", "12345678901\uFFFD\uFFFD"},
@@ -72,7 +54,6 @@ TEST(Text, BytesThatAreNotUtf8BecomeReplacements) {
     }
     EXPECT_EQ(CharacterCount("caf\u00E9\U0001F3B5"), 5);
     EXPECT_EQ(ByteOffset("caf\u00E9\U0001F3B5", 4), 5u);
-    EXPECT_EQ(ByteOffset("abc", 9), 3u);
 }
 
 TEST(Text, OrderIgnoresCaseInEveryScript) {
@@ -83,7 +64,6 @@ TEST(Text, OrderIgnoresCaseInEveryScript) {
                              "Z",
                              "\u00C9a",
                              "\u00E9B",
-                             "\u0151",
                              "\u0391\u03A3",
                              "\u03B1\u03C4",
                              "\u0416\u0430",
@@ -95,27 +75,20 @@ TEST(Text, OrderIgnoresCaseInEveryScript) {
             EXPECT_EQ((order > 0) - (order < 0), (i > j) - (i < j)) << ordered[i] << " and " << ordered[j];
         }
     }
-    const std::pair<const char*, const char*> equal[] = {{"ABBA", "abba"},
-                                                         {"\u00C4", "\u00E4"},
-                                                         {"\u0178", "\u00FF"},
-                                                         {"\u03A3\u03AF", "\u03C2\u03AF"},
-                                                         {"\u041F\u0401", "\u043F\u0451"},
-                                                         {"\u1E9E", "\u00DF"}};
-    for (const auto& [a, b] : equal) EXPECT_EQ(CompareNoCase(a, b), 0) << a;
+    EXPECT_EQ(CompareNoCase("\u03A3\u03AF ABBA \u0178", "\u03C2\u03AF abba \u00FF"), 0);
+    EXPECT_EQ(CompareNoCase("\u041F\u0401\u1E9E", "\u043F\u0451\u00DF"), 0);
 }
 
-TEST(Path, TakesPathsApart) {
+TEST(Path, IsTakenApartAndJoined) {
     const struct {
         const char *path, *folder, *name, *extension, *without;
     } cases[] = {
         {"/music/a.b/Side 1.WAV", "/music/a.b", "Side 1.WAV", ".wav", "/music/a.b/Side 1"},
         {"/music/a.b/side", "/music/a.b", "side", "", "/music/a.b/side"},
         {"C:\\Music\\x.mcf", "C:\\Music", "x.mcf", ".mcf", "C:\\Music\\x"},
-        {"/x.flac", "/", "x.flac", ".flac", "/x"},
-        {"x.tar.gz", "", "x.tar.gz", ".gz", "x.tar"},
+        {"/x.tar.gz", "/", "x.tar.gz", ".gz", "/x.tar"},
         {"/home/.hidden", "/home", ".hidden", "", "/home/.hidden"},
         {"/a//b", "/a", "b", "", "/a//b"},
-        {"/a/", "/a", "", "", "/a/"},
         {"", "", "", "", ""},
     };
     for (const auto& c : cases) {
@@ -124,23 +97,15 @@ TEST(Path, TakesPathsApart) {
         EXPECT_EQ(ExtensionOf(c.path), c.extension) << c.path;
         EXPECT_EQ(WithoutExtension(c.path), c.without) << c.path;
     }
-}
-
-TEST(Path, JoinsAndResolves) {
-    EXPECT_EQ(JoinPath("/a", "b"), "/a/b");
     EXPECT_EQ(JoinPath("/a/", "/b"), "/a/b");
     EXPECT_EQ(JoinPath("", "b"), "b");
-    EXPECT_EQ(JoinPath("/", "b"), "/b");
-    EXPECT_EQ(NativePath("a\\b/c"), "a/b/c");
     EXPECT_EQ(AbsolutePath("/a/./b//../c/"), "/a/c");
     EXPECT_EQ(AbsolutePath("/../.."), "/");
-    EXPECT_EQ(AbsolutePath("x/y"), JoinPath(AbsolutePath(CurrentFolder()), "x/y"));
 }
 
 TEST(Path, AnyTextBecomesAFileName) {
     const std::pair<const char*, const char*> cases[] = {
-        {"AC/DC", "AC+DC"},          {"12\" Mix: Live?", "12 Mix- Live"}, {"a\\b|c", "a+b c"}, {"<b>x</b>", "bx+b"},
-        {" \tdots... ", "dots"},     {"tab\there", "tab here"},           {"..", "_"},         {"", "_"},
+        {"12\" Mix: AC/DC?", "12 Mix- AC+DC"}, {"a\\b|c", "a+b c"}, {" \tdots... ", "dots"}, {"..", "_"}, {"", "_"},
         {"Bj\u00F6rk", "Bj\u00F6rk"}};
     for (const auto& [name, safe] : cases) EXPECT_EQ(SafeFileName(name), safe) << name;
 }
