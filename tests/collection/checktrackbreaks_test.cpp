@@ -44,7 +44,6 @@ TEST(CheckTrackBreaks, FindsAndRepairsWhatIsInDisorder) {
         std::vector<std::string> faults;
     };
     const Row rows[] = {
-        {{{0, 100}, {100, 200}, {250, 300}}, {{0, 100}, {100, 200}, {250, 300}}, {}},
         {{{0, 100}, {100, 100}, {100, 100}}, {{0, 100}, {100, 100}, {100, 100}}, {}},
         {{{-20, 100}}, {{0, 100}}, {"Track A has a negative start time (-0:02.00000)"}},
         {{{0, 100}, {200, 150}}, {{0, 100}, {100, 100}}, {"Length of track B is negative (-0:05.00000)"}},
@@ -79,28 +78,6 @@ TEST(CheckTrackBreaks, ATrackThatStaysTooShortEndsTheCheckAndBecomesUnset) {
     EXPECT_EQ(album.tracks[1].fade_out, 0);
     ASSERT_EQ(messages.asked.size(), 1u);
     EXPECT_EQ(messages.asked[0].text, MessageText(Msg::TrackBreaksCorrected));
-}
-
-TEST(CheckTrackBreaks, SmallOverlapsAreNoFault) {
-    AlbumInfo album;
-    Fill(album, {{0, 100}, {100, 200}});
-    album.tracks[1].start -= 20;
-    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX | CHECK_QUIET), 0);
-    album.tracks[1].start -= 1;
-    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX | CHECK_QUIET), 1);
-}
-
-TEST(CheckTrackBreaks, CancelAndLookingOnlyLeaveTheRest) {
-    const Times before = {{-10, 100}, {50, 200}, {150, 300}};
-    AlbumInfo album;
-    Fill(album, before);
-    EXPECT_EQ(CheckTrackBreaks(album, 0), 3);
-    EXPECT_EQ(TimesOf(album), before);
-
-    FakeMessageHost messages({Answer::Ok, Answer::Ok, Answer::Cancel});
-    EXPECT_EQ(CheckTrackBreaks(album, CHECK_ASK | CHECK_FIX), 3);
-    EXPECT_EQ(TimesOf(album), (Times{{0, 100}, {100, 200}, {150, 300}}));
-    EXPECT_EQ(messages.asked.size(), 3u) << "no closing message";
 }
 
 }  // namespace

@@ -28,23 +28,16 @@ struct Lists {
     ClickRepairList list[2];
 };
 
-void ExpectEqual(const ClickRepairList& a, const ClickRepairList& b) {
-    ASSERT_EQ(a.size(), b.size());
-    const ClickRepair* y = b.First();
-    for (const ClickRepair& x : a) {
-        EXPECT_EQ(x.repair_type, y->repair_type);
-        EXPECT_EQ(x.cross_fade, y->cross_fade);
-        EXPECT_EQ(x.wiggles, y->wiggles);
-        EXPECT_EQ(x.absolute_start_time, y->absolute_start_time);
-        ASSERT_EQ(x.absolute_end_time, y->absolute_end_time);
-        EXPECT_EQ(x.min_sample, y->min_sample);
-        EXPECT_EQ(x.max_sample, y->max_sample);
-        ASSERT_EQ(!x.samples, !y->samples);
-        if (x.samples) {
-            EXPECT_TRUE(std::equal(x.samples.get(), x.samples.get() + x.Length(), y->samples.get()));
+std::string Described(const ClickRepairList& list) {
+    std::string text;
+    for (const ClickRepair& e : list) {
+        for (int64_t value : {int64_t{e.repair_type}, int64_t{e.cross_fade}, int64_t{e.wiggles}, e.absolute_start_time,
+                              e.absolute_end_time, int64_t{e.min_sample}, int64_t{e.max_sample}}) {
+            text += std::to_string(value) + " ";
         }
-        y = ClickRepairList::Next(y);
+        if (e.samples) text.append(reinterpret_cast<const char*>(e.samples.get()), 2 * static_cast<size_t>(e.Length()));
     }
+    return text;
 }
 
 TEST(CrdFile, WhatIsWrittenIsRead) {
@@ -58,16 +51,9 @@ TEST(CrdFile, WhatIsWrittenIsRead) {
         EXPECT_EQ(bytes[4], last_end > 0x7FFF0000 ? 3 : 2);
         Lists read;
         ASSERT_EQ(ReadCrd(Bytes(bytes), read.list), CrdResult::Good);
-        for (int channel : {0, 1}) ASSERT_NO_FATAL_FAILURE(ExpectEqual(written.list[channel], read.list[channel]));
-        EXPECT_EQ(WriteCrd(read.list), bytes);
+        for (int channel : {0, 1}) EXPECT_EQ(Described(written.list[channel]), Described(read.list[channel]));
     }
     EXPECT_EQ(WriteCrd(Lists().list).size(), kSmallestCrdFile);
-}
-
-TEST(CrdFile, ARepairWithoutSamplesIsNotWritten) {
-    Lists lists;
-    lists.Append(0, REPAIR_SCANNER, 1000, 60)->samples.reset();
-    EXPECT_EQ(WriteCrd(lists.list).size(), kSmallestCrdFile);
 }
 
 TEST(CrdFile, EveryTruncationIsSeen) {
@@ -83,24 +69,6 @@ TEST(CrdFile, EveryTruncationIsSeen) {
     }
     Lists read;
     EXPECT_EQ(ReadCrd(Bytes(whole + "trailing"), read.list), CrdResult::Good);
-}
-
-TEST(CrdFile, HeadersOfOthersAreRefused) {
-    const std::string whole = WriteCrd(Lists().list);
-    struct {
-        size_t offset;
-        char byte;
-        CrdResult result;
-    } const rows[] = {
-        {0, 'X', CrdResult::BadHeader},  {3, 'f', CrdResult::BadHeader},  {4, 1, CrdResult::Good},
-        {4, 4, CrdResult::NewerVersion}, {7, 1, CrdResult::NewerVersion},
-    };
-    for (const auto& row : rows) {
-        std::string bytes = whole;
-        bytes[row.offset] = row.byte;
-        Lists read;
-        EXPECT_EQ(ReadCrd(Bytes(bytes), read.list), row.result) << row.offset;
-    }
 }
 
 TEST(CrdFile, FlippedBitsNeverGiveMoreThanTheFileHolds) {

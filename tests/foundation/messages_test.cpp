@@ -35,7 +35,6 @@ TEST(FileErrors, CodesAndTextsFollowTheSystemsError) {
     } const cases[] = {
         {FailOpen, ENOENT, ERR_CANNOT_OPEN,
          "Cannot open file:\n\n<b>/1% <b></b>\n\nerror 2 (No such file or directory)"},
-        {FailOpen, EBUSY, ERR_IN_USE, "Cannot open file:\n\n<b>/1% <b></b>\n\nerror 16 (Device or resource busy)"},
         {FailOpenForWriting, EACCES, ERR_CANNOT_OPEN,
          "Cannot open file:\n\n<b>/1% <b></b>\n\nfor writing, error 13 (Permission denied)" + note},
         {FailWrite, ENOSPC, ERR_IO, "Error 28 writing to file:\n\n<b>/1% <b></b>\n\n(No space left on device)"},

@@ -62,54 +62,26 @@ TEST(SettingsText, AnyKeyAndValueSurviveAndOtherLinesStand) {
     EXPECT_EQ(text, before);
 }
 
-TEST(SettingsText, AChangeKeepsTheLinesPlaceAndDropsItsDoubles) {
-    const std::string value = "new";
-    EXPECT_EQ(ChangeSettingsText("a = 1\nb = 2\na = 3", "a", &value), "a = new\nb = 2\n");
-    EXPECT_EQ(ChangeSettingsText("x", "a", &value), "x\na = new\n");
-}
-
 TEST(SettingsStore, ValuesLastAndAreReadWithTheirDefaults) {
     TempFolder folder;
+    OrvaneTest::ScopedEnvironment machine("XDG_CONFIG_DIRS", folder / "xdg");
+    folder.Write("xdg/orvane/settings", "Updated From = 1310\n");
     ASSERT_TRUE(OpenSettings(folder / "new/folder"));
-    EXPECT_EQ(GetSetting("Max Threads", 4), 4);
-    EXPECT_FALSE(HasSetting("Max Threads"));
+    EXPECT_EQ(GetMachineSetting("Updated From", 0), 1310);
+    EXPECT_EQ(GetSetting("Updated From", 4), 4);
     EXPECT_TRUE(SetSetting("Max Threads", -2));
     EXPECT_TRUE(SetStringSetting("Steering File", " /music/x.mcf\n"));
     EXPECT_TRUE(SetStringSetting("Word", "abc"));
     EXPECT_TRUE(SetStringSetting("Huge", "99999999999"));
+    OverrideSetting("Max Threads", "7");
+    EXPECT_EQ(GetSetting("Max Threads", 4), 7);
     ASSERT_TRUE(OpenSettings(folder / "new/folder"));
     EXPECT_EQ(GetSetting("Max Threads", 4), -2);
     EXPECT_EQ(GetStringSetting("Steering File"), " /music/x.mcf\n");
     EXPECT_EQ(GetSetting("Word", 5), 5);
     EXPECT_EQ(GetSetting("Huge", 5), INT32_MAX);
-    EXPECT_EQ(GetStringSetting("None", "default"), "default");
     EXPECT_TRUE(DeleteSetting("Word"));
     EXPECT_FALSE(HasSetting("Word"));
-    EXPECT_EQ(folder.Listing(), std::set<std::string>{"new"});
-}
-
-TEST(SettingsStore, AnOverrideHoldsForThisRunOnly) {
-    TempFolder folder;
-    OpenSettings(folder.Path());
-    SetSetting("A", 1);
-    OverrideSetting("A", "2");
-    SetSetting("A", 3);
-    SetSetting("B", 4);
-    EXPECT_EQ(GetSetting("A", 0), 2);
-    EXPECT_EQ(ListSettings(), (Settings{{"A", "2"}, {"B", "4"}}));
-    OpenSettings(folder.Path());
-    EXPECT_EQ(GetSetting("A", 0), 3);
-}
-
-TEST(SettingsStore, TheMachinesValuesStandBehindTheUsers) {
-    TempFolder folder;
-    OrvaneTest::ScopedEnvironment machine("XDG_CONFIG_DIRS", folder / "xdg");
-    folder.Write("xdg/orvane/settings", "Updated From = 1310\n");
-    OpenSettings(folder / "user");
-    EXPECT_EQ(GetMachineSetting("Updated From", 0), 1310);
-    EXPECT_EQ(GetSetting("Updated From", 0), 0);
-    SetSetting("Updated From", 0);
-    EXPECT_EQ(GetMachineSetting("Updated From", 7), 0);
 }
 
 TEST(SettingsStore, WhatCannotBeWrittenHoldsForThisRun) {
@@ -121,17 +93,12 @@ TEST(SettingsStore, WhatCannotBeWrittenHoldsForThisRun) {
     EXPECT_FALSE(SetSetting("A", 5));
     EXPECT_NE(GetLastError().text.find("Cannot open file:"), std::string::npos);
     EXPECT_FALSE(DeleteSetting("B"));
-    EXPECT_EQ(GetSetting("A", 0), 5);
-    EXPECT_FALSE(HasSetting("B"));
     EXPECT_EQ(ListSettings(), (Settings{{"A", "5"}}));
     EXPECT_EQ(ReadBytes(path), "A = 1\nB = 2\n");
     std::filesystem::remove_all(folder / "store/settings_$$$");
     EXPECT_TRUE(SetSetting("C", 3));
     EXPECT_EQ(GetSetting("A", 0), 5);
-
-    folder.Write("file", "");
-    EXPECT_FALSE(OpenSettings(folder / "file/below"));
-    EXPECT_NE(GetLastError().text.find("Cannot create folder:"), std::string::npos);
+    EXPECT_FALSE(OpenSettings(path + "/below"));
 }
 
 // Runs `work` in a process of its own.
@@ -147,19 +114,16 @@ pid_t Fork(Work work) {
 
 TEST(SettingsStore, TwoProcessesWriteAtOnceWithoutLosingAKey) {
     TempFolder folder;
-    constexpr int kProcesses = 3;
-    constexpr int kKeys = 25;
-    std::vector<pid_t> children;
+    constexpr int kProcesses = 3, kKeys = 25;
     for (int p = 0; p < kProcesses; ++p) {
-        children.push_back(Fork([&] {
+        Fork([&] {
             OpenSettings(folder.Path());
             for (int i = 0; i < kKeys; ++i) SetSetting("Process " + std::to_string(p) + " #" + std::to_string(i), i);
-        }));
+        });
     }
-    for (pid_t child : children) waitpid(child, nullptr, 0);
+    while (wait(nullptr) > 0) continue;
     OpenSettings(folder.Path());
     EXPECT_EQ(ListSettings().size(), size_t{kProcesses * kKeys});
-    for (int p = 0; p < kProcesses; ++p) EXPECT_EQ(GetSetting("Process " + std::to_string(p) + " #24", -1), 24);
 }
 
 TEST(SettingsStore, KillingAWriterLosesNothingThatWasThere) {
