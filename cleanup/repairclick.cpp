@@ -10,9 +10,12 @@ namespace {
 
 constexpr int16_t kClippedScore = -99;
 
+// At a low rate rounding can leave the record one sample more than there are: the last one then stands twice.
 void StoreSamples(ClickRepair& repair, std::span<const int16_t> samples) {
-    auto stored = std::make_unique<int16_t[]>(static_cast<size_t>(repair.Length()));
-    std::copy_n(samples.begin(), std::min<size_t>(samples.size(), static_cast<size_t>(repair.Length())), stored.get());
+    const auto length = static_cast<size_t>(repair.Length());
+    auto stored = std::make_unique_for_overwrite<int16_t[]>(length);
+    int16_t* const rest = std::copy_n(samples.begin(), std::min(samples.size(), length), stored.get());
+    std::fill(rest, stored.get() + length, samples.back());
     repair.SetSamples(std::move(stored));
 }
 

@@ -93,7 +93,7 @@ ClickRepair::ClickRepair(int16_t repair_type, int64_t start, int64_t end, int16_
     : BaseCorrection(CORRECTION_CLICK_REPAIR), repair_type(repair_type), cross_fade(cross_fade) {
     if (samplerate != 0 && samplerate != kTicksPerSecond) {
         start = to_samples(samplerate, start);
-        end = to_samples(samplerate, end);
+        end = std::max(start + 1, to_samples(samplerate, end));
         this->cross_fade = static_cast<int16_t>(MulDiv(cross_fade, samplerate, kTicksPerSecond));
     }
     absolute_start_time = start_time = start;

@@ -84,7 +84,7 @@ constexpr int64_t MaxRepairLength(int32_t samplerate) {
 
 // One repair of one channel, or a marker of what the scanner left alone.
 struct ClickRepair : BaseCorrection {
-    // Times at 44100 Hz, scaled to `samplerate` unless that is 0 or 44100.
+    // Times at 44100 Hz, scaled to `samplerate` unless that is 0 or 44100; at least one frame is left.
     ClickRepair(int16_t repair_type, int64_t start, int64_t end, int16_t cross_fade, int32_t samplerate = 0);
     ClickRepair(const ClickRepair& other);
 
