@@ -83,7 +83,8 @@ public:
 
     void Run(int channel) {
         const bool first = channel == channels.front();
-        for (int pass = 0; pass < settings.passes && !stopped; ++pass) {
+        bool goes_on = true;
+        for (int pass = 0; pass < settings.passes && goes_on; ++pass) {
             if (first) BeginPass(pass);
             for (;;) {
                 if (first) NextBlock();
@@ -92,7 +93,9 @@ public:
                 if (!scans[channel]->ScanBlock(*blocks, tables)) cancelled = true;
                 in_step.arrive_and_wait();
             }
-            if (first && !stopped) EndPass(pass);
+            // Asked before the first thread can come to the next pass, so that all give the same answer.
+            goes_on = !stopped;
+            if (first && goes_on) EndPass(pass);
             in_step.arrive_and_wait();
         }
     }
