@@ -15,7 +15,7 @@
 namespace Orvane {
 namespace {
 
-constexpr int64_t kTickNs = 250'000'000;
+constexpr int64_t kTickNs = 250'000'000, kStatusNs = 100'000'000;
 
 // One channel of a scan: its detector, its interpolator and the list of what this pass finds.
 class ChannelScan : public ClickSink {
@@ -24,6 +24,8 @@ public:
 
     // Called with what part of the pass is behind, 0 to 1; false ends the scan.
     std::function<bool(double)> on_tick;
+    // Called now and then with how many clicks have been repaired since the last call.
+    std::function<void(int)> on_found;
     ClickRepairList found;
     ScanCounts counts;
     ClickRepairer repairer;
@@ -40,6 +42,12 @@ public:
 
 private:
     RepairResult Repair(int64_t start, int64_t end, int pad, int score, bool big_pop) override {
+        const int64_t now = MonotonicNs();
+        if (now >= next_status) {
+            next_status = now + kStatusNs;
+            on_found(counts.repaired - n_told);
+            n_told = counts.repaired;
+        }
         return repairer.RepairClick(source, {start, end, pad, score, big_pop}, found, slot);
     }
 
@@ -64,7 +72,8 @@ private:
     ChannelBlock block{};
     RepairSource source;
     ClickRepair* slot = nullptr;
-    int64_t next_tick = 0;
+    int64_t next_tick = 0, next_status = 0;
+    int n_told = 0;
 };
 
 // A scan of one recording, shared by the threads of its channels. The first of them reads the blocks and merges what a
@@ -78,6 +87,7 @@ public:
           tables({settings.sensitivity, settings.percussion_protection, settings.brass_protection}),
           reader(stream),
           total(reader.TotalSamples()),
+          n_shown(entry->click_scan.total_clicks),
           channels(std::move(channels)),
           in_step(static_cast<std::ptrdiff_t>(this->channels.size())) {}
 
@@ -117,6 +127,9 @@ private:
                 const double all = (pass + std::clamp(done, 0.0, 1.0)) / settings.passes;
                 Progress::SetPosition(request.progress_base + static_cast<int>(all * request.progress_range));
                 return Progress::Tick();
+            };
+            scans[channel]->on_found = [this](int n) {
+                Progress::SetStatus(FormatMessage(Msg::ClicksFoundSoFar, n_shown += n));
             };
         }
         scans[0]->found.buddy = &scans[1]->found;
@@ -207,6 +220,7 @@ private:
     const DetectorTables tables;
     ScanReader reader;
     const int64_t total;  // samples at 44100 Hz
+    std::atomic<int> n_shown;  // clicks, with those of earlier scans
     const std::vector<int> channels;
     std::barrier<> in_step;
     std::unique_ptr<ScanBlocks> blocks;

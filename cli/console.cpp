@@ -124,6 +124,7 @@ ConsoleProgress::ConsoleProgress(ProgressStyle style, Write write, Clock clock)
 
 void ConsoleProgress::Begin(const std::string& new_title, bool) {
     title = new_title;
+    status.clear();
     log.clear();
     started = last_shown = clock();
     drawn = false;
@@ -133,9 +134,11 @@ void ConsoleProgress::Begin(const std::string& new_title, bool) {
 std::string ConsoleProgress::PercentAndTime(int per_mille) const {
     double elapsed = clock() - started;
     std::string text = fmt::format("{:3d} %", per_mille / 10);
-    if (per_mille <= 0 || per_mille >= 1000 || elapsed < 1) return text;
-    double left = elapsed * (1000 - per_mille) / per_mille;
-    return text + fmt::format("  {} left", ClockText(static_cast<int64_t>(left * kTicksPerSecond)));
+    if (per_mille > 0 && per_mille < 1000 && elapsed >= 1) {
+        double left = elapsed * (1000 - per_mille) / per_mille;
+        text += fmt::format("  {} left", ClockText(static_cast<int64_t>(left * kTicksPerSecond)));
+    }
+    return status.empty() ? text : text + "  " + status;
 }
 
 void ConsoleProgress::Position(int per_mille) {

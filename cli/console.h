@@ -43,6 +43,7 @@ public:
 
     void Begin(const std::string& title, bool can_cancel) override;
     void Position(int per_mille) override;
+    void Status(const std::string& text) override { status = text; }
     void Log(const std::string& markup) override;
     void End(bool keep_open) override;
 
@@ -53,6 +54,7 @@ private:
     const Write write;
     const Clock clock;
     std::string title;
+    std::string status;
     std::string log;  // the last piece, while its line has no end
     double started = 0;
     double last_shown = 0;

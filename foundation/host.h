@@ -27,13 +27,15 @@ public:
     virtual Answer Ask(const Message& message) = 0;
 };
 
-// The progress dialog. All calls come from Progress (progress.h). Position and Log may come from workers, one at a
-// time; they must not wait for the main thread.
+// The progress dialog. All calls come from Progress (progress.h). Position, Status and Log may come from workers, one
+// at a time; they must not wait for the main thread.
 class ProgressHost {
 public:
     virtual ~ProgressHost() = default;
     virtual void Begin(const std::string& title, bool can_cancel) = 0;
     virtual void Position(int per_mille) = 0;         // 0 to 1000
+    // How far the job has come, in words that take the place of those before.
+    virtual void Status(const std::string& /*text*/) {}
     virtual void Log(const std::string& markup) = 0;  // a piece of the results log; may hold line breaks or none
     virtual void End(bool keep_open) = 0;             // with keep_open it waits for the user to close it
 };

@@ -52,6 +52,8 @@ std::string_view MessageText(Msg id) {
             return "Please select a channel first";
         case Msg::NoRoomForRepair:
             return "There is no room to insert a repair here - you are too close to the start or end of the file";
+        case Msg::ClicksFoundSoFar:
+            return "%d clicks found so far";
         case Msg::BadCrdHeader:
             return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
                    "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
@@ -98,12 +100,18 @@ std::string_view MessageText(Msg id) {
             return "Your collection is currently empty";
         case Msg::AlbumListHeader:
             return "Albums (%d of %d | %s):";
+        case Msg::HissNotApplied:
+            return "Warning: Hiss filter was not applied to side %d.\n\nTo turn this on, you will have to define a "
+                   "noise sample for side %d first.";
         case Msg::AdjustTrackBreaks:
             return "Automatic track break adjustment";
         case Msg::Autosaving:
             return "Autosaving...";
         case Msg::AlbumsDeleted:
             return "%d albums or album components deleted.\n\nEmpty the recycle bin to recover lost disk space.";
+        case Msg::HissWithoutRumble:
+            return "Without the rumble filter the hiss filter can make faint clicks.\n\nDo you want to turn the rumble "
+                   "filter off all the same?";
         case Msg::SourceFileNote:
             return "Source file: %s\n";
         case Msg::SelectionTooShortToCut:

@@ -34,7 +34,8 @@ enum class Msg : int {
     EditAlbumDetails = 414,
     NoChannelSelected = 448,
     NoRoomForRepair = 449,
-    BadCrdHeader = 459,  // file
+    ClicksFoundSoFar = 458,  // count
+    BadCrdHeader = 459,      // file
     RecordingOpenNote = 469,
     UndoTargetDeleted = 475,  // file or album
     AdjustRepairWidth = 476,
@@ -54,9 +55,11 @@ enum class Msg : int {
     NoCollectionOpen = 599,
     EmptyCollection = 601,
     AlbumListHeader = 615,  // shown, all, links
+    HissNotApplied = 630,  // side, side
     AdjustTrackBreaks = 657,
     Autosaving = 658,
     AlbumsDeleted = 737,   // count
+    HissWithoutRumble = 866,
     SourceFileNote = 867,  // file; ends with a line break
     SelectionTooShortToCut = 871,
     CollectionSaved = 874,

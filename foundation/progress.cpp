@@ -68,6 +68,11 @@ void Progress::SetPosition(int per_mille) {
     ProgressDisplay().Position(per_mille);
 }
 
+void Progress::SetStatus(const std::string& text) {
+    std::lock_guard hold(display_lock);
+    ProgressDisplay().Status(text);
+}
+
 void Progress::Log(const std::string& markup) {
     std::lock_guard hold(display_lock);
     ProgressDisplay().Log(markup);

@@ -6,7 +6,7 @@
 
 namespace Tesslib {
 
-// One job at a time. Begin, Wait and End belong to the main thread; Tick, SetPosition, Log and Cancel to any.
+// One job at a time. Begin, Wait and End belong to the main thread, the others to any.
 class Progress {
 public:
     // Shows the display of the host in use and clears `cancelled`.
@@ -21,6 +21,7 @@ public:
     static bool Wait();
 
     static void SetPosition(int per_mille);  // 0 to 1000; unchanged ones are not passed on
+    static void SetStatus(const std::string& text);
     static void Log(const std::string& markup);
 
     static void Cancel() { cancelled.store(true); }
