@@ -3,6 +3,7 @@
 #include <numeric>
 
 #include "cleanup/undo_corrections.h"
+#include "foundation/host.h"
 #include "foundation/messages.h"
 
 namespace Orvane {
@@ -29,6 +30,18 @@ bool EditSettings(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit
     return true;
 }
 
+bool MayChange(const FFTEq&, const FFTEq&) {
+    return true;
+}
+
+// The hiss filter relies on the rumble filter to keep the energy below its lowest bins out.
+bool MayChange(const FilterSetting& from, const FilterSetting& to) {
+    const bool loses_rumble = from.values.rumble_mode == FILTER_ON && to.values.rumble_mode != FILTER_ON;
+    if (!loses_rumble || to.values.hiss_mode != FILTER_ON) return true;
+    const Message question{FormatMessage(Msg::HissWithoutRumble), Buttons::OkCancel, Severity::Warning, ""};
+    return Messages().Ask(question) == Answer::Ok;
+}
+
 }  // namespace
 
 template <class T>
@@ -39,6 +52,7 @@ bool AddSetting(FileHistoryEntry& entry, const T& setting) {
 
 template <class T>
 bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting) {
+    if (!MayChange(*SettingAt(SettingsOf<T>(entry), index), setting)) return false;
     return EditSettings<T>(entry,
                            std::make_unique<UndoSetting<T>>(entry, index, FormatMessage(kDescriptions<T>.change)),
                            [&](LinkedList<T>& list) { *SettingAt(list, index) = setting; });

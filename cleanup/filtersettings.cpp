@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cleanup/orvanefft.h"
+
 namespace Orvane {
 namespace {
 
@@ -67,6 +69,14 @@ double CurvesAt::Level() const {
     double level = 0.0;
     for (const FFTEq* curve : curves) level += curve->gain * (10.0 / 24.0);
     return level;
+}
+
+bool LacksNoiseSample(const FileHistoryEntry& entry) {
+    if (entry.view_position[1] - entry.view_position[0] >= FFTBlockSize(entry.SampleRate())) return false;
+    for (const FilterSetting& setting : entry.filters) {
+        if (setting.values.hiss_mode == FILTER_ON && setting.extra.empty()) return true;
+    }
+    return false;
 }
 
 }  // namespace Orvane

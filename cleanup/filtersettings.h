@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "collection/corrections.h"
+#include "collection/filehistory.h"
 #include "tesslib/audiostream.h"
 
 namespace Orvane {
@@ -31,6 +31,9 @@ struct CurvesAt {
 };
 
 CurvesAt GetCurvesAt(const LinkedList<FFTEq>& curves, int64_t position, uint32_t flags);
+
+// True when the hiss filter is wanted somewhere in the recording but has no noise sample to work against.
+bool LacksNoiseSample(const FileHistoryEntry& entry);
 
 // Keeps the last answer of one of the two for the stretch that it holds for. Under the stack's lock.
 template <class Answer>

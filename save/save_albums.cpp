@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 
+#include "cleanup/filtersettings.h"
 #include "collection/albumset.h"
 #include "foundation/criticalsection.h"
 #include "foundation/fileerror.h"
@@ -146,6 +147,14 @@ private:
     AlbumJob& job;
 };
 
+// Says which sides go without the hiss filter that they should have.
+void WarnOfMissingNoiseSamples(const AlbumInfo& album) {
+    for (int i = 0; i < album.sides.size(); ++i) {
+        if (!album.sides[i] || !album.sides[i]->newest || !LacksNoiseSample(*album.sides[i]->newest)) continue;
+        Progress::Log(FormatMessage(Msg::HissNotApplied, i + 1, i + 1) + "\n");
+    }
+}
+
 // Copies the album's cover into the folder that its tracks share, as folder.jpg. A cover in another format is left out:
 // it would have to be converted.
 void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
@@ -213,6 +222,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         int n = std::clamp<int>(static_cast<int>(tracks.size()), 1, n_threads);
         Progress::Log(
             fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
+        if (settings.options.save_corrections) WarnOfMissingNoiseSamples(*album);
         CopyAlbumArt(*album, settings);
         AlbumJob job(*album, settings, tracks, names[n_album], recordings);
         ++album->running_jobs;
