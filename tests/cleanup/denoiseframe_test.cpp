@@ -4,10 +4,8 @@
 
 #include <cmath>
 #include <complex>
-#include <numbers>
 #include <random>
 
-#include "cleanup/recordeq.h"
 #include "plain_denoise.h"
 
 namespace Orvane {
@@ -19,30 +17,6 @@ std::vector<float> Noise(size_t n, float level, unsigned seed) {
     std::vector<float> noise(n);
     for (float& x : noise) x = normal(generator);
     return noise;
-}
-
-// Feeds a whole signal frame by frame; the output belongs to the same places as the input.
-std::vector<float> FilterAll(DenoiseFrame& filter, const FrameWork& work, const std::vector<float>& signal) {
-    const size_t block = filter.Block(), hop = filter.Hop();
-    std::vector<float> padded(hop), output(signal.size() + 2 * block);
-    padded.insert(padded.end(), signal.begin(), signal.end());
-    padded.resize(padded.size() + 2 * block);
-    for (size_t i = 0; i + block <= padded.size(); i += hop) {
-        filter.Process(0, std::span(padded).subspan(i, block), work, std::span(output).subspan(i, hop));
-    }
-    return {output.begin() + hop, output.begin() + hop + signal.size()};
-}
-
-double Rms(std::span<const float> x) {
-    double sum = 0;
-    for (float v : x) sum += double(v) * v;
-    return std::sqrt(sum / double(x.size()));
-}
-
-TEST(DenoiseFrame, WithoutWorkTheFramesAddUpToTheSignal) {
-    DenoiseFrame filter(4096);
-    const std::vector<float> signal = Noise(40000, 0.2f, 1), output = FilterAll(filter, {}, signal);
-    for (size_t i = 0; i < signal.size(); i++) ASSERT_NEAR(output[i], signal[i], 0.0005) << i;
 }
 
 TEST(DenoiseFrame, FollowsThePlainModel) {
@@ -60,27 +34,6 @@ TEST(DenoiseFrame, FollowsThePlainModel) {
         filter.Process(1, frame, {nullptr, &gains}, output);
         const std::vector<double> expected = plain.Process({frame.begin(), frame.end()});
         for (int k = 0; k < block / 2; k++) ASSERT_NEAR(output[k], expected[k], 2e-6) << i << ", " << k;
-    }
-}
-
-TEST(DenoiseFrame, AToneComesOutWithTheGainOfItsBin) {
-    const int rate = 44100, block = 8192;
-    CurveGains gains(rate, block);
-    const auto riaa = BuildCurve(RecordEq(), 33, 33, SpeedMode::Same);
-    const FFTCurve* curves[] = {riaa.get()};
-    gains.SetCurves(curves, 0);
-    DenoiseFrame filter(block);
-    for (int bin : {10, 20, 60, 186, 500, 1000, 2000, 3500}) {
-        std::vector<float> tone(10 * block);
-        for (size_t i = 0; i < tone.size(); i++) {
-            tone[i] = 0.1f * float(std::sin(2 * std::numbers::pi * bin * double(i) / block));
-        }
-        filter.Reset();
-        const std::vector<float> output = FilterAll(filter, {nullptr, &gains}, tone);
-        const size_t inside = 2 * block, n = 6 * block;
-        const double db =
-            20 * std::log10(Rms(std::span(output).subspan(inside, n)) / Rms(std::span(tone).subspan(inside, n)));
-        EXPECT_NEAR(db, 20 * std::log10(gains.GetGains()[bin]), 0.05) << "bin " << bin;
     }
 }
 
@@ -115,67 +68,6 @@ TEST(HissFilter, FollowsThePlainModelFrameAfterFrame) {
         }
         EXPECT_LE(n_off, 8) << "of " << 20 * block;
     }
-}
-
-TEST(HissFilter, LeavesBinsWithoutNoiseAlone) {
-    HissFilter filter(4096);
-    const std::vector<float> spectrum = Noise(4098, 1.f, 9);
-    filter.SetNoise(std::vector<float>(2049, 1e-10f));
-    EXPECT_FALSE(filter.HasNoise());
-    std::vector<float> processed = spectrum;
-    filter.Process(processed, MakeHissSettings(8, 0));
-    EXPECT_EQ(processed, spectrum);
-}
-
-TEST(HissFilter, LowersAKnownNoiseByTheStrengthOfItsLevel) {
-    const int block = 4096;
-    const float level = 0.01f;
-    double down_before = 0;
-    for (int reduction : {0, 4, 8}) {
-        DenoiseFrame filter(block);
-        // White noise of that level has N * level^2 * 3 / 8 in every bin of a Hann-windowed frame.
-        filter.SetNoise(0, std::vector<float>(block / 2 + 1, 3.f / 8.f * block * level * level));
-        const HissSettings settings = MakeHissSettings(reduction, 0);
-        const std::vector<float> signal = Noise(400000, level, 5),
-                                 output = FilterAll(filter, {&settings, nullptr}, signal);
-        const double down =
-            -20 * std::log10(Rms(std::span(output).subspan(50000)) / Rms(std::span(signal).subspan(50000)));
-        // Nearly all of the noise lies at a gain far below 0, where the hold of the cut is what limits it.
-        EXPECT_GT(down, down_before + 0.5) << reduction;
-        down_before = down;
-    }
-    EXPECT_GT(down_before, 8.0);
-}
-
-TEST(HissFilter, KeepsASignalFarAboveTheNoise) {
-    const int block = 4096;
-    std::vector<float> tone(100000);
-    for (size_t i = 0; i < tone.size(); i++) tone[i] = 0.3f * float(std::sin(0.1 * double(i)));
-    DenoiseFrame filter(block);
-    filter.SetNoise(0, std::vector<float>(block / 2 + 1, 3.f / 8.f * block * 1e-6f));
-    const HissSettings settings = MakeHissSettings(8, 2);
-    const std::vector<float> output = FilterAll(filter, {&settings, nullptr}, tone);
-    const std::span<const float> inside = std::span(output).subspan(10000, 80000);
-    EXPECT_NEAR(20 * std::log10(Rms(inside) / Rms(std::span(tone).subspan(10000, 80000))), 0, 0.02);
-}
-
-TEST(OverSubtraction, FallsFromThreeAndAHalfToOne) {
-    struct Case {
-        double x, expected;
-    };
-    for (const Case& c : {Case{-5, 3.5},
-                          {0, 3.5},
-                          {0.5, 3.5},
-                          {0.51, 3.0},
-                          {1, 3.0},
-                          {1.5, 3.0 - std::log10(2.0)},
-                          {10, 2.0},
-                          {99.4, 3.0 - std::log10(99.0)},
-                          {100, 1.0},
-                          {1e30, 1.0}}) {
-        EXPECT_NEAR(OverSubtraction(c.x), c.expected, 1e-6) << c.x;
-    }
-    EXPECT_EQ(OverSubtraction(std::nan("")), 1.0);
 }
 
 }  // namespace

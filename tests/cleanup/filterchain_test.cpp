@@ -80,22 +80,5 @@ TEST(FilterChain, EndsInExactSilenceAfterLongSilence) {
     EXPECT_EQ(right.back(), 0.f);
 }
 
-TEST(FilterChain, CopyGoesOnFromTheSameState) {
-    const std::vector<float> audio = Noise(400, 3);
-    FilterChain chain = ChainOf(Sections(4));
-    std::vector<float> l = audio, r = audio;
-    chain.Process(l, r);
-    FilterChain copy = chain;
-    std::vector<float> l1 = audio, r1 = audio, l2 = audio, r2 = audio;
-    chain.Process(l1, r1);
-    copy.Process(l2, r2);
-    ExpectSameBits(l1, l2);
-}
-
-TEST(FilterChainDeathTest, TakesNoMoreSectionsThanItHolds) {
-    FilterChain chain = ChainOf(Sections(FilterChain::kMostSections));
-    EXPECT_DEATH(chain.Append(BiQuadFilter()), "kMostSections");
-}
-
 }  // namespace
 }  // namespace Orvane

@@ -12,7 +12,6 @@
 #include "cleanup/humrumblefilter.h"
 #include "cleanup/recordeq.h"
 #include "filtered_recording.h"
-#include "foundation/lasterror.h"
 #include "response.h"
 #include "temp_folder.h"
 
@@ -76,17 +75,6 @@ std::vector<float> Channel(const std::vector<float>& pairs, int channel) {
     return samples;
 }
 
-TEST(FilterStages, WithoutSettingsEveryBitPasses) {
-    const std::vector<float> audio = Noise(70000, 0.3f, 1);
-    Recording recording(audio);
-    EXPECT_EQ(recording.ReadAll(), audio);
-    EXPECT_FALSE(recording.stack.AltersAudio(0, 70000, 0));
-    recording.AddFilter();  // changes nothing
-    recording.AddCurve({{100, 10}}, 0, 0, CURVE_OFF);
-    EXPECT_EQ(recording.ReadAll(), audio);
-    EXPECT_FALSE(recording.stack.AltersAudio(0, 70000, 0));
-}
-
 TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
     struct Section {
         int type;
@@ -98,17 +86,11 @@ TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
         int hum, harmonics, rumble, dc_only;
         std::vector<Section> sections;
     };
-    for (const Case& c :
-         {Case{"hum 50", 50, 0, 0, 0, {{kNotch, 50, 0.05, 2}}},
-          {"hum 60 with harmonics",
-           60,
-           1,
-           0,
-           0,
-           {{kNotch, 60, 0.05, 2}, {kNotch, 120, 0.05, 1}, {kNotch, 240, 0.05, 1}, {kNotch, 360, 0.05, 1}}},
-          {"rumble", 0, 0, 1, 0, {{kHighPass, 16, 1.5, 5}}},
-          {"offset", 0, 0, 1, 1, {{kHighPass, 16, 2.0, 1}}},
-          {"hum and rumble", 60, 0, 1, -1, {{kNotch, 60, 0.05, 2}, {kHighPass, 16, 1.5, 5}}}}) {
+    const std::vector<Section> harmonics = {
+        {kNotch, 60, 0.05, 2}, {kNotch, 120, 0.05, 1}, {kNotch, 240, 0.05, 1}, {kNotch, 360, 0.05, 1}};
+    for (const Case& c : {Case{"hum 60 with harmonics", 60, 1, 0, 0, harmonics},
+                          {"offset", 0, 0, 1, 1, {{kHighPass, 16, 2.0, 1}}},
+                          {"hum and rumble", 50, 0, 1, -1, {{kNotch, 50, 0.05, 2}, {kHighPass, 16, 1.5, 5}}}}) {
         Recording recording(Impulse(300000));
         FilterValues& values = recording.AddFilter();
         values.hum_mode = c.hum ? FILTER_ON : FILTER_NO_CHANGE;
@@ -116,9 +98,6 @@ TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
         values.filter_harmonics = c.harmonics;
         values.rumble_mode = c.rumble ? FILTER_ON : FILTER_NO_CHANGE;
         values.dc_offset_only = c.dc_only;
-        int count = 0;
-        for (const Section& s : c.sections) count += s.count;
-        EXPECT_EQ(BuildHumRumbleChain(values, kRate).GetCount(), count) << c.name;
         const std::vector<float> response = Channel(recording.ReadAll(), 0);
         for (double f : {10.0, 16.0, 30.0, 49.0, 59.0, 61.5, 100.0, 121.0, 245.0, 500.0, 5000.0}) {
             double expected = 0;
@@ -147,18 +126,12 @@ TEST(Equaliser, EachBandHasTheResponseOfItsFormula) {
             }
         }
     }
-}
-
-TEST(Equaliser, LeavesOutBandsFromHalfTheRateOn) {
-    FilterValues values;
-    values.eq_mode = FILTER_ON;
-    values.bands.fill(1);
-    EXPECT_EQ(BuildEqualiserChain(values, 44100).GetCount(), 10);
-    EXPECT_EQ(BuildEqualiserChain(values, 24000).GetCount(), 9);
-    EXPECT_EQ(BuildEqualiserChain(values, 22050).GetCount(), 9);
-    EXPECT_EQ(BuildEqualiserChain(values, 8000).GetCount(), 7);
-    values.eq_mode = FILTER_OFF;
-    EXPECT_EQ(BuildEqualiserChain(values, 44100).GetCount(), 0);
+    FilterValues all;
+    all.eq_mode = FILTER_ON;
+    all.bands.fill(1);
+    for (auto [rate, n_bands] : {std::pair{44100, 10}, {24001, 9}, {24000, 9}, {8000, 7}}) {
+        EXPECT_EQ(BuildEqualiserChain(all, rate).GetCount(), n_bands) << "below half the rate " << rate;
+    }
 }
 
 TEST(Equaliser, PreampIsTenthsOfADecibelPerChannelUnlessForbidden) {
@@ -172,7 +145,6 @@ TEST(Equaliser, PreampIsTenthsOfADecibelPerChannelUnlessForbidden) {
     for (size_t i = 0; i < audio.size(); i++) {
         ASSERT_NEAR(louder[i], audio[i] * std::pow(10.0, (i % 2 ? 2.5 : -6.0) / 20), 1e-6) << i;
     }
-    EXPECT_TRUE(recording.stack.AltersAudio(0, 10, 0));
     EXPECT_EQ(recording.ReadAll(PCM_NO_PREAMP), audio);
     EXPECT_FALSE(recording.stack.AltersAudio(0, 10, PCM_NO_PREAMP));
     EXPECT_EQ(recording.ReadAll(PCM_NO_EQUALISER), audio);
@@ -219,24 +191,6 @@ TEST(FilterStages, SettingsActOnExactlyTheirSamples) {
     }
 }
 
-TEST(FilterStages, StretchesThatMeetEachHaveTheirOwnSettings) {
-    const int64_t meet = 30000, total = 60000;
-    const std::vector<float> audio = Noise(total, 0.1f, 20);
-    Recording both(audio), second(audio);
-    both.AddCurve({{50, 6}, {5000, -6}}, 0, meet);
-    both.AddFilter(0, meet).eq_mode = FILTER_ON;
-    both.entry.filters.Last()->values.bands[4] = 6;
-    for (Recording* recording : {&both, &second}) {
-        recording->AddCurve({{100, -9}, {3000, 3}}, meet, total);
-        FilterValues& values = recording->AddFilter(meet, total);
-        values.eq_mode = FILTER_ON;
-        values.bands[4] = -6;
-        const ListChange change(&recording->entry.filters);
-    }
-    const std::vector<float> output = both.ReadAll(), expected = second.ReadAll();
-    for (int64_t i = 2 * (meet + 5000); i < 2 * total; i++) ASSERT_NEAR(output[i], expected[i], 1e-5) << i / 2;
-}
-
 TEST(FilterStages, AnyDivisionIntoReadsGivesTheSameBits) {
     const int64_t total = 130000;
     Recording straight(Noise(total, 0.1f, 4));
@@ -259,30 +213,23 @@ TEST(FilterStages, AnyDivisionIntoReadsGivesTheSameBits) {
 }
 
 TEST(FilterStages, ReadingAfterAJumpAgreesWithAStraightRun) {
-    const int64_t total = 200000;
-    Recording recording(Noise(total, 0.1f, 5));
-    recording.entry.view_position[1] = 100000;
-    SetHumAndRumble(recording.AddFilter());
-    FilterValues& hiss = recording.AddFilter();
-    hiss.hiss_mode = FILTER_ON;
-    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}});
-    const std::vector<float> straight = recording.ReadAll();
-    for (int64_t position : {150007, 40000, 199000, 8192, 100, 0}) {
-        const std::vector<float> once = recording.Read(position, 1000), again = recording.Read(position, 1000);
-        EXPECT_EQ(once, again) << position;
-        for (size_t i = 0; i < once.size(); i++) {
-            ASSERT_NEAR(once[i], straight[2 * position + i], 0.01) << position << " + " << i / 2;
+    for (bool curve_alone : {true, false}) {
+        Recording recording(Noise(200000, 0.1f, 5));
+        recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}});
+        if (!curve_alone) {
+            recording.entry.view_position[1] = 100000;
+            SetHumAndRumble(recording.AddFilter());
+            recording.AddFilter().hiss_mode = FILTER_ON;
         }
-    }
-}
-
-TEST(Denoise, JumpsWithCurvesAloneHitTheSameFrames) {
-    Recording recording(Noise(150000, 0.1f, 6));
-    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}});
-    const std::vector<float> straight = recording.ReadAll();
-    for (int64_t position : {123457, 4095, 4096, 60001}) {
-        const std::vector<float> piece = recording.Read(position, 9000);
-        for (size_t i = 0; i < piece.size(); i++) ASSERT_NEAR(piece[i], straight[2 * position + i], 1e-6) << position;
+        const std::vector<float> straight = recording.ReadAll();
+        for (int64_t position : {150007, 40000, 199000, 8192, 4095, 0}) {
+            const std::vector<float> once = recording.Read(position, 1000), again = recording.Read(position, 1000);
+            EXPECT_EQ(once, again) << position;
+            for (size_t i = 0; i < once.size(); i++) {
+                ASSERT_NEAR(once[i], straight[2 * position + i], curve_alone ? 1e-6 : 0.01)
+                    << position << " + " << i / 2;
+            }
+        }
     }
 }
 
@@ -314,31 +261,19 @@ TEST(Denoise, ACurveIsHeardBehindAHighPass) {
 
 TEST(Denoise, OutputHasNoDelayAndTheInputsLengthFromFirstToLastSample) {
     const int64_t total = 50123;
-    std::vector<float> audio(2 * total);
-    for (int64_t i = 0; i < total; i++) {
-        audio[2 * i] = 0.4f * float(std::sin(0.05 * double(i)));
-        audio[2 * i + 1] = 0.4f * float(std::cos(0.11 * double(i)));
+    std::vector<float> audio = Noise(total, 1e-5f, 7);
+    for (size_t i = 0; i < audio.size(); i++) {
+        if (i < 20000 || i >= 80000) audio[i] = 0.4f * float(std::sin(0.05 * double(i / 2)));
     }
-    const std::vector<float> faint = Noise(total, 1e-5f, 7);
-    for (size_t i = 0; i < audio.size(); i++) audio[i] = i < 60000 ? faint[i] : audio[i];
     Recording recording(audio);
-    recording.entry.view_position[1] = 29000;
+    recording.entry.view_position[0] = 11000, recording.entry.view_position[1] = 39000;
     recording.AddFilter().hiss_mode = FILTER_ON;
     const std::vector<float> output = recording.ReadAll();
     ASSERT_EQ(output.size(), audio.size());
-    for (int64_t i = 40000; i < total; i++) ASSERT_NEAR(output[2 * i], audio[2 * i], 0.001) << i;
+    for (int64_t i = 0; i < total; i++)
+        ASSERT_NEAR(output[2 * i], audio[2 * i], i > 5000 && i < 45000 ? 0.5 : 0.001) << i;
     EXPECT_EQ(recording.Read(total - 10, 100).size(), 20u);
-    EXPECT_EQ(recording.Read(total, 100).size(), 0u);
     EXPECT_EQ(recording.Read(total + 1000000, 100).size(), 0u);
-
-    // The first samples are no fade in: a recording that begins loud.
-    std::vector<float> loud(audio.end() - 40000, audio.end());
-    loud.insert(loud.end(), audio.begin(), audio.begin() + 40000);
-    Recording reversed(loud);
-    reversed.entry.view_position[0] = 21000, reversed.entry.view_position[1] = 39000;
-    reversed.AddFilter().hiss_mode = FILTER_ON;
-    const std::vector<float> begins_loud = reversed.ReadAll();
-    for (int64_t i = 0; i < 10000; i++) ASSERT_NEAR(begins_loud[2 * i], loud[2 * i], 0.001) << i;
 }
 
 TEST(Denoise, LowersTheNoiseOfItsSampleAndKeepsTheTone) {
@@ -370,43 +305,19 @@ TEST(Denoise, WithoutANoiseSampleAudioPassesUntouched) {
         recording.entry.view_position[1] = end;
         recording.AddFilter().hiss_mode = FILTER_ON;
         EXPECT_EQ(recording.ReadAll(), audio) << "noise stretch of " << end;
+        EXPECT_TRUE(LacksNoiseSample(recording.entry));
     }
-}
-
-// Louder where cuts are not applied.
-class LouderInTheFile : public Tesslib::Testing::MemoryStream {
-public:
-    using MemoryStream::MemoryStream;
-    int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override {
-        const int32_t n = MemoryStream::Read(position, buffer, n_samples, flags);
-        for (int32_t i = 0; (flags & PCM_NO_CUTS) && i < 2 * n; i++) buffer[i] *= 10.f;
-        return n;
-    }
-};
-
-TEST(Denoise, TheNoiseStretchIsAPlaceInTheFile) {
-    LouderInTheFile source(kRate, Noise(60000, 0.01f, 21));
-    FileHistoryEntry entry(nullptr, nullptr);
-    entry.view_position[1] = 50000;
-    entry.filters.Append(new FilterSetting);
-    entry.filters.First()->values.hiss_mode = FILTER_ON;
-    CriticalSection lock;
-    PCMStreamToFilter input(&source, lock, 0);
-    Denoise denoise(&input, &entry, lock, kRate);
-    float left[10], right[10];
-    ASSERT_EQ(denoise.Read(0, left, right, 10, 0), 10);
-    const NoiseSample noise = denoise.GetNoiseSpectrum();
-    double mean = 0;
-    for (float power : noise.power[0]) mean += double(power) / 4096;
-    EXPECT_NEAR(mean / (3.0 / 8 * 8192 * 0.1 * 0.1), 1, 0.05);
 }
 
 TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
     const OrvaneTest::TempFolder folder;
     const std::vector<float> audio = Noise(120000, 0.01f, 10);
-    Recording measured(audio);
+    Recording measured(audio), from_file(audio);
+    for (Recording* recording : {&measured, &from_file}) {
+        recording->entry.cuts.Add(30000, 50000, 0, kRate);  // the stretch is a place in the file
+        recording->AddFilter().hiss_mode = FILTER_ON;
+    }
     measured.entry.view_position[1] = 100000;
-    measured.AddFilter().hiss_mode = FILTER_ON;
     const std::vector<float> expected = measured.ReadAll();
 
     NoiseMeter meter(kRate);
@@ -418,8 +329,6 @@ TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
     }
     const std::string path = folder / "noise.vns";
     ASSERT_EQ(WriteNoiseFile(path, meter.Finish()), 0);
-    Recording from_file(audio);
-    from_file.AddFilter().hiss_mode = FILTER_ON;
     from_file.entry.filters.First()->extra = path;
     EXPECT_EQ(from_file.ReadAll(), expected);
 
@@ -428,8 +337,6 @@ TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
     missing.entry.filters.First()->extra = folder / "none.vns";
     EXPECT_TRUE(missing.Read(0, 1000).empty());
     EXPECT_LT(missing.n_read, 0);
-    EXPECT_EQ(GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + (folder / "none.vns") + "</b>");
-    EXPECT_EQ(missing.Read(0, 1000, PCM_NO_DENOISE).size(), 2000u);
 }
 
 TEST(Denoise, FlagsChooseBetweenHissAndCurves) {
@@ -446,19 +353,9 @@ TEST(Denoise, FlagsChooseBetweenHissAndCurves) {
     EXPECT_NE(hiss, audio);
     EXPECT_EQ(with(true, true, PCM_NO_DENOISE), curve);
     EXPECT_EQ(with(true, true, PCM_DENOISE_OFF), hiss);
-    EXPECT_EQ(with(true, false, PCM_NO_DENOISE), audio);
-    EXPECT_EQ(with(false, true, PCM_DENOISE_OFF), audio);
     for (uint32_t flags : {0u | PCM_NO_FILTERS, 0u | PCM_RAW_DOP, 0u | PCM_NO_DENOISE | PCM_DENOISE_OFF}) {
         EXPECT_EQ(with(true, true, flags), audio) << flags;
     }
-}
-
-TEST(FilterStages, AStackBuiltWithoutThemNeverAltersAudio) {
-    Recording recording(Noise(1000, 0.1f, 12), kRate, PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR | PCM_NO_FADERS);
-    SetHumAndRumble(recording.AddFilter());
-    recording.AddCurve({{100, 10}});
-    EXPECT_FALSE(recording.stack.AltersAudio(0, 1000, 0));
-    EXPECT_EQ(recording.ReadAll(), recording.source.pairs);
 }
 
 TEST(BiQuadEngine, ChangedSettingsTakeOverAfterTheChangeOver) {
@@ -533,10 +430,8 @@ TEST(FilterSettings, LaterOnesGoOverEarlierOnesModeByMode) {
         int64_t next_change;
     };
     for (const Case& c : {Case{0, 0, FILTER_ON, FILTER_NO_CHANGE, 100},
-                          {99, 0, FILTER_ON, FILTER_NO_CHANGE, 100},
                           {100, 0, FILTER_OFF, FILTER_NO_CHANGE, 200},
                           {200, 0, FILTER_OFF, FILTER_ON, 300},
-                          {300, 0, FILTER_ON, FILTER_ON, 400},
                           {400, 0, FILTER_ON, FILTER_NO_CHANGE, kNoChange},
                           {200, PCM_NO_CUTS, FILTER_OFF, FILTER_NO_CHANGE, 300},
                           {1200, PCM_NO_CUTS, FILTER_ON, FILTER_ON, 1400}}) {
@@ -573,7 +468,6 @@ TEST(FilterSettings, CurvesReplaceEndOrFollowEachOther) {
     for (const Case& c : {Case{0, {first}, 100},
                           {100, {first, added}, 150},
                           {200, {}, 300},
-                          {300, {first, added}, 400},
                           {400, {last}, 500},
                           {500, {first}, kNoChange}}) {
         const CurvesAt merged = GetCurvesAt(list, c.position, 0);

