@@ -39,72 +39,38 @@ protected:
     }
 };
 
-TEST_F(Audio, ProbeTellsWhatIsInAFile) {
-    MakeWave("a.wav", 1.5, 96000, 24);
-    nlohmann::json file = Json({"probe", "a.wav"})["files"][0];
-    EXPECT_EQ(file["format"], "WAV");
-    EXPECT_EQ(file["samplerate"], 96000);
-    EXPECT_EQ(file["bits"], 24);
-    EXPECT_EQ(file["channels"], 2);
-    EXPECT_EQ(file["total_samples"], 144000);
-    EXPECT_EQ(file["seconds"], 1.5);
-}
-
 TEST_F(Audio, ConversionsWithoutLossKeepEverySampleForOtherProgramsToo) {
     struct Row {
         const char* name;
         int bits;  // of the source
-        std::vector<std::string> options;
+        const char* written;
     };
-    const Row rows[] = {
-        {"a.flac", 16, {}},
-        {"b.flac", 24, {}},
-        {"c.aiff", 16, {}},
-        {"d.wav", 16, {"--bits", "24"}},
-        {"e.wav", 24, {"--bits", "32f"}},
-        {"f.wav", 16, {"--bits", "32"}},
-    };
+    const Row rows[] = {{"a.flac", 16, "16"}, {"b.flac", 24, "24"}, {"c.aiff", 16, "16"},
+                        {"d.wav", 16, "24"},  {"e.wav", 24, "32f"}, {"f.wav", 16, "32"}};
     for (const Row& row : rows) {
         MakeWave("in.wav", 0.7, 44100, row.bits);
-        std::vector<std::string> words = {"convert", "in.wav", row.name};
-        words.insert(words.end(), row.options.begin(), row.options.end());
-        nlohmann::json json = Json(words);
-        EXPECT_EQ(json["total_samples"], 30870) << row.name;
-        EXPECT_EQ(json["channels"], 2) << row.name;
+        EXPECT_EQ(Json({"convert", "in.wav", row.name, "--bits", row.written})["total_samples"], 30870) << row.name;
         Must({"convert", row.name, "back.wav", "--bits", std::to_string(row.bits)});
         EXPECT_TRUE(Samples(folder / "back.wav") == Samples(folder / "in.wav")) << row.name;
         // Floats have no one scale that all programs agree on.
         if (!HasTool("sox") || row.name == std::string("e.wav")) continue;
         // Widening differs between programs, so the comparison is at the source's depth.
         const std::string depth = " -t raw -e signed -b " + std::to_string(row.bits) + " ";
-        std::string out;
         EXPECT_EQ(Tool("sox -D " + std::string(row.name) + depth + "x.raw && sox -D in.wav" + depth +
-                           "y.raw && cmp x.raw y.raw",
-                       &out),
+                       "y.raw && cmp x.raw y.raw"),
                   0)
-            << row.name << out;
+            << row.name;
     }
-    if (HasTool("flac")) {
-        EXPECT_EQ(Tool("flac -s -t a.flac b.flac"), 0);
-    }
-}
-
-TEST_F(Audio, ConversionToAnotherRateGivesTheRightLength) {
-    MakeWave("in.wav", 2);
-    nlohmann::json json = Json({"convert", "in.wav", "out.flac", "--rate", "48000", "--bits", "24"});
-    EXPECT_EQ(json["total_samples"], 96000);
-    EXPECT_EQ(Json({"probe", "out.flac"})["files"][0]["samplerate"], 48000);
+    EXPECT_EQ(Json({"convert", "in.wav", "out.flac", "--rate", "48000", "--bits", "24"})["total_samples"], 33600);
 }
 
 TEST_F(Audio, RenderWritesTheTrackSampleForSample) {
     MakeAlbum();
+    auto Bytes = [&](const char* name, double from, double to) { return Samples(folder / name, from, to); };
     Must({"render", "c.mcf", "1", "--side", "1", "side.wav"});
     EXPECT_TRUE(Samples(folder / "side.wav") == Samples(folder / "side1.wav")) << "nothing has been done to it";
-
     // The third track, from second 8 of side 1 to second 2.5 of side 2: its bytes lie in the two files.
-    nlohmann::json json = Json({"render", "c.mcf", "1", "--track", "3", "three.wav"});
-    EXPECT_EQ(json["total_samples"], 4.5 * 44100);
-    auto Bytes = [&](const char* name, double from, double to) { return Samples(folder / name, from, to); };
+    EXPECT_EQ(Json({"render", "c.mcf", "1", "--track", "3", "three.wav"})["total_samples"], 4.5 * 44100);
     EXPECT_TRUE(Bytes("three.wav", 0, 4.5) == Bytes("side1.wav", 8, 10) + Bytes("side2.wav", 0, 2.5));
 
     Must({"fade", "c.mcf", "1", "1", "out=2"});
@@ -113,56 +79,25 @@ TEST_F(Audio, RenderWritesTheTrackSampleForSample) {
     EXPECT_TRUE(Bytes("faded.wav", 0, 3.99) == Bytes("side1.wav", 0, 3.99));
     EXPECT_TRUE(Bytes("faded.wav", 4, 6) != Bytes("side1.wav", 4, 6));
     EXPECT_TRUE(Bytes("plain.wav", 0, 6) == Bytes("side1.wav", 0, 6));
-
     const std::string recording = ReadBytes(folder / "side1.wav");
     Json({"render", "c.mcf", "1", "--track", "1", "side1.wav"}, 2);
     EXPECT_TRUE(ReadBytes(folder / "side1.wav") == recording);
-}
-
-TEST_F(Audio, SavingTwiceSavesOnceAndAChangeSavesThatTrackAlone) {
-    MakeAlbum();
-    const std::vector<std::string> save = {"save", "c.mcf", "1", "--format", "flac", "--out", "tracks"};
-    nlohmann::json first = Json(save);
-    EXPECT_EQ(first["saved"], 4);
-    ASSERT_EQ(first["tracks"].size(), 4u);
-    EXPECT_EQ(first["tracks"][1]["file"], folder / "tracks/A - T/02 - Track 2.flac");
-    EXPECT_EQ(first["tracks"][1]["status"], "saved");
-    EXPECT_EQ(Json({"album", "show", "c.mcf", "1"})["status_text"], "Tracks Saved");
-    if (HasTool("flac")) {
-        EXPECT_EQ(Tool("flac -s -t tracks/*/*.flac"), 0);
-    }
-
-    const std::string collection = ReadBytes(folder / "c.mcf");
-    nlohmann::json second = Json(save);
-    EXPECT_EQ(second["saved"], 0);
-    EXPECT_EQ(second["already_saved"], 4);
-    EXPECT_EQ(ReadBytes(folder / "c.mcf"), collection);
-
-    Must({"fade", "c.mcf", "1", "4", "out=0.5"});
-    nlohmann::json third = Json(save);
-    EXPECT_EQ(third["saved"], 1);
-    EXPECT_EQ(third["tracks"][3]["status"], "saved");
 }
 
 TEST_F(Audio, ATrackThatCannotBeSavedFailsTheCommandAndLeavesTheOthers) {
     MakeAlbum();
     Must({"track", "add", "c.mcf", "1", "--title", "Not yet"});
     Must({"track", "set", "c.mcf", "1", "2", "excluded=1"});
-    nlohmann::json json = Json({"save", "c.mcf", "--format", "wav", "--out", "tracks", "--threads", "2"}, 1);
+    const std::vector<std::string> save = {"save", "c.mcf", "--format", "wav", "--out", "tracks", "--threads", "2"};
+    nlohmann::json json = Json(save, 1);
     EXPECT_EQ(json["saved"], 3);
     EXPECT_EQ(json["skipped"], 1);
     EXPECT_EQ(json["failed"], 1);
+    EXPECT_EQ(json["tracks"][0]["file"], folder / "tracks/A - T/01 - Track 1.wav");
     EXPECT_EQ(json["tracks"][4]["status"], "failed");
     EXPECT_NE(json["tracks"][4]["message"], "");
     ExpectNoPartialFiles();
-}
-
-TEST_F(Audio, QuietMeansNothingOnStderrAndLinesAreForPipes) {
-    MakeAlbum();
-    EXPECT_EQ(Run({"save", "c.mcf", "--out", "tracks", "--quiet"}).err, "");
-    CliResult result = Run({"save", "c.mcf", "--out", "tracks", "--format", "wav"});
-    EXPECT_NE(result.err.find("Saving track: Track 1 (0:04) - done\n"), std::string::npos) << result.err;
-    EXPECT_EQ(result.err.find('\r'), std::string::npos);
+    EXPECT_EQ(Json(save, 1)["already_saved"], 3);
 }
 
 TEST_F(Audio, CtrlCEndsAJobWithoutHalfAFile) {
@@ -201,15 +136,9 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
                                             "--album",    "First",     "--year",    "1977",     "--titles",
                                             "titles.txt", "--format",  "flac",      "--out",    "out"};
     nlohmann::json json = Json(order);
-    EXPECT_EQ(json["new_album"], true);
-    EXPECT_EQ(json["changed"], true);
     EXPECT_EQ(json["saved"], 3);
     EXPECT_EQ(json["sides"][1]["start"], 8 * 44100);
-    ASSERT_EQ(json["declick"]["sides"].size(), 2u);
     EXPECT_EQ(json["declick"]["sides"][1]["status"], "scanned");
-    EXPECT_GT(json["declick"]["times_real_time"], 0);
-    EXPECT_EQ(json["tracks"][1]["end_seconds"], 10.0);
-    EXPECT_EQ(json["collection"], folder / "out/The Examples - First.mcf");
     const std::vector<std::string> files = {
         "out/The Examples - First.mcf",
         "out/The Examples - First.mcf_bak",
@@ -234,17 +163,12 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
 
     const std::string collection = ReadBytes(folder / files[0]);
     nlohmann::json again = Json(order);
-    EXPECT_EQ(again["new_album"], false);
     EXPECT_EQ(again["changed"], false);
     EXPECT_EQ(again["declick"]["sides"][1]["status"], "scanned before");
-    EXPECT_EQ(again["saved"], 0);
     EXPECT_EQ(again["already_saved"], 3);
     EXPECT_EQ(Files(), files);
     EXPECT_EQ(ReadBytes(folder / files[0]), collection);
-    CliResult text = Run(order);
-    EXPECT_NE(text.out.find("already saved: nothing has changed"), std::string::npos) << text.out;
-    EXPECT_NE(text.out.find("├── The Examples - First"), std::string::npos) << text.out;
-
+    EXPECT_NE(Run(order).out.find("already saved: nothing has changed"), std::string::npos);
     folder.Write("titles.txt", "0:00.5 - 0:03 First Song\n0:03.5 - 0:10 Renamed\n10 - 14 Last\n");
     EXPECT_EQ(Json(order)["saved"], 1) << "the renamed track alone";
 }
@@ -252,38 +176,29 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
 TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
     MakeWave("a.wav", 2);
     MakeWave("b.wav", 3);
-    nlohmann::json one = Json({"digitise", "a.wav", "--artist", "A", "--album", "Single", "--collection", "all.mcf",
-                               "--out", "out", "--format", "wav", "--no-declick", "--no-split"});
-    EXPECT_EQ(one["tracks"][0]["title"], "Single");
-    nlohmann::json two = Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "Double", "--collection",
-                               "all.mcf", "--out", "out", "--format", "wav"});
+    folder.Write("bad.wav", "not audio");
+    const auto digitise = [&](const char* album, std::vector<std::string> words, int code = 0) {
+        words.insert(words.begin(), "digitise");
+        for (const char* word : {"--artist", "A", "--album", album, "--collection", "all.mcf", "--out", "out"}) {
+            words.emplace_back(word);
+        }
+        return Json(words, code);
+    };
+    digitise("Bad", {"a.wav", "bad.wav"}, 1);
+    EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 0u) << "no album is left behind";
+    EXPECT_EQ(digitise("Single", {"a.wav", "--no-declick", "--no-split"})["tracks"][0]["title"], "Single");
+    nlohmann::json two = digitise("Double", {"a.wav", "b.wav", "--format", "wav"});
     EXPECT_EQ(two["tracks"][1]["title"], "Side 2");
     EXPECT_EQ(two["tracks"][1]["start_seconds"], 2.0);
     EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 2u);
     EXPECT_EQ(Json({"probe", "out/A - Double/02 - Side 2.wav"})["files"][0]["total_samples"], 3 * 44100);
-}
 
-TEST_F(DigitiseCommand, ARecordingThatCannotBeReadLeavesNoAlbumBehind) {
-    MakeWave("a.wav", 2);
-    folder.Write("b.wav", "not audio");
-    Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "T", "--collection", "c.mcf", "--out", "out"}, 1);
-    EXPECT_EQ(Json({"album", "list", "c.mcf"})["albums"].size(), 0u);
-    MakeWave("b.wav", 2);
-    EXPECT_EQ(Json({"digitise", "a.wav", "b.wav", "--artist", "A", "--album", "T", "--collection", "c.mcf", "--out",
-                    "out"})["saved"],
-              2);
-}
-
-TEST_F(DigitiseCommand, ASideWithoutASampleIsRefusedInWords) {
-    MakeWave("full.wav", 1);
-    std::string empty = ReadBytes(folder / "full.wav");
+    std::string empty = ReadBytes(folder / "a.wav");
     empty.resize(empty.find("data") + 8);
     for (size_t i = 1; i <= 4; ++i) empty[empty.size() - i] = 0;
     folder.Write("empty.wav", empty);
-    nlohmann::json json =
-        Json({"digitise", "empty.wav", "--artist", "A", "--album", "T", "--out", "out", "--no-declick"}, 1);
-    EXPECT_NE(json["error"], "");
-    EXPECT_EQ(Run({"digitise", "empty.wav", "--artist", "A", "--album", "T", "--out", "out"}).code, 1);
+    EXPECT_NE(digitise("Empty", {"empty.wav", "--no-declick"}, 1)["error"], "");
+    digitise("Empty", {"empty.wav"}, 1);
 }
 
 TEST_F(DigitiseCommand, InterruptedAndRunAgainItEndsTheSame) {

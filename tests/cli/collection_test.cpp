@@ -43,28 +43,18 @@ TEST_F(Collections, TracksFindTheirPlaceInTimeAndUnsetOnesStayBehind) {
     Must({"track", "add", "c.mcf", "1", "--title", "Unset"});
     Must({"track", "add", "c.mcf", "1", "--title", "Second", "--start", "0:20", "--end", "0:30.5"});
     Must({"track", "add", "c.mcf", "1", "--title", "First", "--start", "1", "--end", "20", "--artist", "Guest"});
-    Must({"track", "set", "c.mcf", "1", "1", "excluded=1", "composer=Bach"});
     Must({"fade", "c.mcf", "1", "2", "in=0.5", "out=2"});
     Must({"fade", "c.mcf", "1", "2", "in=0"});
     nlohmann::json tracks = Json({"track", "list", "c.mcf", "1"})["tracks"];
     ASSERT_EQ(tracks.size(), 3u);
     EXPECT_EQ(tracks[0]["title"], "First");
     EXPECT_EQ(tracks[0]["artist"], "Guest");
-    EXPECT_EQ(tracks[0]["composer"], "Bach");
-    EXPECT_EQ(tracks[0]["excluded"], true);
     EXPECT_EQ(tracks[1]["start"], 20 * 44100);
-    EXPECT_EQ(tracks[1]["end_seconds"], 30.5);
     EXPECT_EQ(tracks[1]["filter_flags"], 2);
-    EXPECT_EQ(tracks[1]["fade_out"], 2 * 44100);
     EXPECT_EQ(tracks[1]["fade_end"], 32.5 * 44100);
-    EXPECT_EQ(tracks[2]["title"], "Unset");
-    EXPECT_EQ(tracks[2]["start"], tracks[2]["end"]);
     EXPECT_EQ(tracks[2]["start"], tracks[1]["end"]);
-
     Must({"track", "remove", "c.mcf", "1", "1", "--close-gap"});
-    tracks = Json({"track", "list", "c.mcf", "1"})["tracks"];
-    ASSERT_EQ(tracks.size(), 2u);
-    EXPECT_EQ(tracks[0]["start"], 44100) << "moved back by the 19 seconds of the first";
+    EXPECT_EQ(Json({"track", "list", "c.mcf", "1"})["tracks"][0]["start"], 44100) << "moved back by the first's 19 s";
 }
 
 TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
@@ -88,17 +78,13 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
 
     nlohmann::json album = Json({"album", "show", "c.mcf", "1"});
     EXPECT_EQ(album["status_text"], "Recorded");
-    EXPECT_EQ(album["duration_seconds"], 5.0);
     ASSERT_EQ(album["sides"].size(), 3u);
     EXPECT_TRUE(album["sides"][1].is_null());
     EXPECT_EQ(album["sides"][0]["history"][0]["path"], folder / "one.wav");
     EXPECT_EQ(album["sides"][2]["history"][0]["total_samples"], 3 * 44100);
-    EXPECT_EQ(album["sides"][2]["history"][0]["corrections"]["click_repairs"], (nlohmann::json{0, 0}));
 
     std::filesystem::remove(folder / "one.wav");
     nlohmann::json info = Json({"info", "c.mcf"});
-    EXPECT_EQ(info["version"], 1270);
-    EXPECT_EQ(info["albums"], 2);
     EXPECT_EQ(info["recordings"], 2);
     EXPECT_EQ(info["missing"], nlohmann::json::array({folder / "one.wav"}));
 }
@@ -124,34 +110,22 @@ TEST_F(Collections, ReadingLeavesFileAndSettingsAsTheyAre) {
 }
 
 TEST_F(Collections, TheSecondCommandOnACollectionSaysWhoHoldsIt) {
-    Tesslib::FileLock lock;
-    std::string holder;
-    ASSERT_TRUE(lock.Acquire(folder / "c.mcf", holder));
     const std::string before = ReadBytes(folder / "c.mcf");
-    const std::string me = "process " + std::to_string(getpid());
-    EXPECT_NE(std::string(Json({"album", "set", "c.mcf", "1", "year=1980"}, 1)["error"]).find(me), std::string::npos);
-    EXPECT_NE(std::string(Json({"album", "list", "c.mcf"}, 1)["error"]).find(me), std::string::npos);
-    EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
-    lock.Release();
-    Must({"album", "set", "c.mcf", "1", "year=1980"});
-    EXPECT_FALSE(std::filesystem::exists(folder / "c.mcf.lock"));
-}
-
-TEST_F(Collections, AReadOnlyFileIsNotWrittenWithoutAsking) {
+    {
+        Tesslib::FileLock lock;
+        std::string holder;
+        ASSERT_TRUE(lock.Acquire(folder / "c.mcf", holder));
+        for (const std::vector<std::string>& words :
+             {std::vector<std::string>{"album", "set", "c.mcf", "1", "year=1980"}, {"album", "list", "c.mcf"}}) {
+            EXPECT_NE(std::string(Json(words, 1)["error"]).find("process " + std::to_string(getpid())),
+                      std::string::npos);
+        }
+    }
+    // Nor is a read-only file written without asking.
     ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", true), 0);
-    const std::string before = ReadBytes(folder / "c.mcf");
     EXPECT_NE(Json({"album", "set", "c.mcf", "1", "year=1980"}, 1)["error"], "");
     EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
-}
-
-class SettingsCommands : public CliTest {};
-
-TEST_F(SettingsCommands, ValuesAreKeptAndOverriddenForOneRun) {
-    Must({"settings", "set", "Max Threads", "3"});
-    Must({"settings", "set", "Output Directory=/a=b"});
-    EXPECT_EQ(Run({"settings", "get", "Max Threads"}).out, "3\n");
-    EXPECT_EQ(Json({"settings", "get", "Output Directory"})["value"], "/a=b");
-    EXPECT_EQ(Run({"settings", "get", "Max Threads", "--set", "Max Threads=5"}).out, "5\n");
-    EXPECT_EQ(Run({"--set", "Max Threads=6", "settings", "get", "Max Threads"}).out, "6\n");
-    EXPECT_EQ(Json({"settings", "list"})["settings"]["Max Threads"], "3");
+    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", false), 0);
+    Must({"album", "set", "c.mcf", "1", "year=1980"});
+    EXPECT_FALSE(std::filesystem::exists(folder / "c.mcf.lock"));
 }
