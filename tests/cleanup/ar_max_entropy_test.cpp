@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <limits>
 
 #include "audiosignals.h"
 #include "cleanup/ar_kernels.h"
@@ -102,18 +101,6 @@ TEST(GapSolver, SolvesToeplitzSystemsLikeAPlainFactorisation) {
         for (int i = 0; i < n; i++) {
             EXPECT_NEAR(side[i], solution[i][0], 1e-9 * (1 + std::abs(solution[i][0]))) << n << " " << i;
         }
-    }
-}
-
-TEST(GapSolver, RefusesMatricesThatAreNotPositiveDefinite) {
-    const double not_a_number = std::numeric_limits<double>::quiet_NaN(),
-                 infinite = std::numeric_limits<double>::infinity();
-    const std::vector<double> rows[] = {
-        {0}, {-1, 0}, {1, 1}, {1, 2, 1}, {1, -1, 1}, {2, 1, -2}, {not_a_number, 0}, {1, not_a_number}, {infinite, 1}};
-    GapSolver solver;
-    for (const auto& row : rows) {
-        std::vector<double> side(row.size(), 1.0);
-        EXPECT_FALSE(solver.SolveToeplitz(row, side)) << row[0] << " ... " << row.back();
     }
 }
 

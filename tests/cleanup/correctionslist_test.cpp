@@ -120,28 +120,5 @@ TEST(AddRepair, KeepsTheRulesOfAPlainModelWhateverComes) {
     }
 }
 
-TEST(AddRepair, TreatsTheTwinOfAStereoPatchAlike) {
-    for (const bool trimmed : {true, false}) {
-        ClickRepairList left(0), right(1);
-        left.buddy = &right;
-        right.buddy = &left;
-        for (ClickRepairList* list : {&left, &right}) {
-            auto patch = MakeRepair({1000, 2000, REPAIR_PATCH, 0, std::vector<int16_t>(1000, 5)});
-            patch->wiggles = INT16_MIN;
-            ClickRepair* slot = nullptr;
-            AddRepair(*list, patch, slot, 0);
-        }
-        auto repair = MakeRepair(trimmed ? Span{900, 1100, REPAIR_SCANNER, 0, std::vector<int16_t>(200, 7)}
-                                         : Span{900, 2100, REPAIR_PATCH, 0, std::vector<int16_t>(1200, 7)});
-        ClickRepair* slot = nullptr;
-        EXPECT_EQ(AddRepair(left, repair, slot, ADD_SCANNED).deleted_others, !trimmed);
-        EXPECT_TRUE(right.dirty);
-        EXPECT_EQ(right.size(), trimmed ? 1 : 0);
-        if (trimmed) {
-            EXPECT_EQ(right.First()->absolute_start_time, 1100);
-        }
-    }
-}
-
 }  // namespace
 }  // namespace Orvane

@@ -134,10 +134,13 @@ TEST(ScanChannel, FindsWhatThePlainFormFinds) {
             for (int percussion = 0; percussion <= 5; ++percussion) {
                 // Every pair of sliders once; protection of brass on every other.
                 DetectorSettings settings{sensitivity, percussion, (sensitivity + percussion + 1) % 2};
-                Fast fast(signal.samples, settings);
-                Plain plain(signal.samples, settings);
+                // Some scan a part only, and some are ended early.
+                const int64_t first = percussion == 1 ? 10500 : 0, last = percussion == 1 ? 40500 : INT64_MAX;
+                Fast fast(signal.samples, settings, first, last);
+                Plain plain(signal.samples, settings, first, last);
+                fast.sink.stop_at_tick = plain.sink.stop_at_tick = percussion == 4 ? 5 : -1;
                 fast.sink.answer = plain.sink.answer = answers;
-                ASSERT_TRUE(fast.Run() && plain.Run());
+                ASSERT_EQ(fast.Run(), plain.Run() || sensitivity == 0);
                 std::string name = signal.name + ", sensitivity " + std::to_string(sensitivity) + ", percussion " +
                                    std::to_string(percussion);
                 ASSERT_EQ(fast.sink.entries, plain.sink.entries) << name;
@@ -205,45 +208,6 @@ TEST(ScanChannel, LeavesDrumsToPercussionProtection) {
     EXPECT_GE(
         std::count_if(on.sink.entries.begin(), on.sink.entries.end(), [](auto& e) { return e.type == kMarkerPP; }), 12);
     EXPECT_LE(on.counts.repaired, off.counts.repaired / 4);
-}
-
-TEST(ScanChannel, WidensARepairThatFails) {
-    struct Case {
-        int (*answer)(int);
-        int calls, widened_by, repaired;
-    };
-    for (const Case& c : {Case{[](int) { return 2; }, 2, 20, 1},
-                          {[](int) { return 5; }, 2, 5, 0},
-                          {[](int n) { return n == 1   ? 2
-                                              : n == 2 ? 5
-                                                       : 0; }, 3, 25, 1},
-                          {[](int n) { return n == 1 ? 5 : 2; }, 2, 5, 1},
-                          {[](int) { return 4; }, 1, 0, 0}}) {
-        std::vector<float> x = QuietTone(40000);
-        AddClick(x, 20000, 4, 0.3);
-        Fast scan(x, {});
-        scan.sink.answer = c.answer;
-        ASSERT_TRUE(scan.Run());
-        ASSERT_EQ(static_cast<int>(scan.sink.entries.size()), c.calls);
-        EXPECT_EQ(scan.sink.entries.back().start, scan.sink.entries.front().start - c.widened_by);
-        EXPECT_EQ(scan.sink.entries.back().end, scan.sink.entries.front().end + c.widened_by);
-        EXPECT_EQ(scan.counts.repaired, c.repaired);
-        EXPECT_EQ(scan.counts.not_repaired, 1 - c.repaired);
-    }
-}
-
-TEST(ScanChannel, KeepsToTheSamplesItIsGiven) {
-    std::vector<float> x = QuietTone(40000);
-    for (int at = 8000; at <= 32000; at += 1000) AddClick(x, at, 4, 0.3);
-    Fast scan(x, {3, 2, 0}, 10500, 20500);
-    ASSERT_TRUE(scan.Run());
-    EXPECT_EQ(scan.counts.repaired, 10);
-    EXPECT_EQ(scan.sink.ticks, (std::vector<int64_t>{20480, 16384, 12288}));
-
-    scan.sink.entries.clear();
-    scan.sink.stop_at_tick = 5;  // the second of this run
-    EXPECT_FALSE(scan.Run());
-    for (const Entry& e : scan.sink.entries) EXPECT_GT(e.start, 16384 - 40);
 }
 
 TEST(PrimeDetector, KnowsAroundARepairWhatTheScanKnew) {

@@ -6,18 +6,13 @@
 #include <complex>
 #include <random>
 
+#include "audiosignals.h"
 #include "plain_denoise.h"
 
 namespace Orvane {
 namespace {
 
-std::vector<float> Noise(size_t n, float level, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> normal(0.f, level);
-    std::vector<float> noise(n);
-    for (float& x : noise) x = normal(generator);
-    return noise;
-}
+using OrvaneTest::NormalNoise;
 
 TEST(DenoiseFrame, FollowsThePlainModel) {
     const int block = 64;
@@ -30,7 +25,7 @@ TEST(DenoiseFrame, FollowsThePlainModel) {
     Oracle::PlainFrames plain({gains.GetGains().begin(), gains.GetGains().end()});
     std::vector<float> output(block / 2);
     for (unsigned i = 0; i < 5; i++) {
-        const std::vector<float> frame = Noise(block, 1.f, i);
+        const std::vector<float> frame = NormalNoise(block, 1, i);
         filter.Process(1, frame, {nullptr, &gains}, output);
         const std::vector<double> expected = plain.Process({frame.begin(), frame.end()});
         for (int k = 0; k < block / 2; k++) ASSERT_NEAR(output[k], expected[k], 2e-6) << i << ", " << k;
@@ -52,7 +47,7 @@ TEST(HissFilter, FollowsThePlainModelFrameAfterFrame) {
         Oracle::PlainHiss plain(exact_noise, settings.strength, settings.smoothing);
         int n_off = 0;
         for (int frame = 0; frame < 20; frame++) {
-            std::vector<float> spectrum = Noise(block + 2, frame % 3 ? 1.f : 4.f, 100 + frame);
+            std::vector<float> spectrum = NormalNoise(block + 2, frame % 3 ? 1 : 4, 100 + frame);
             for (int i = 0; i < block; i += 40) spectrum[i] *= 20.f;
             spectrum.back() = 0.f;  // as in every real signal's
             std::vector<std::complex<double>> bins(half + 1);

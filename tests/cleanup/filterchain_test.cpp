@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+#include "audiosignals.h"
+
 namespace Orvane {
 namespace {
 
@@ -32,21 +34,14 @@ std::vector<float> Plain(std::vector<BiQuadFilter> sections, std::vector<float> 
     return audio;
 }
 
-std::vector<float> Noise(size_t n, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<float> uniform(-1.f, 1.f);
-    std::vector<float> noise(n);
-    for (float& x : noise) x = uniform(generator);
-    return noise;
-}
-
 void ExpectSameBits(const std::vector<float>& a, const std::vector<float>& b) {
     ASSERT_EQ(a.size(), b.size());
     for (size_t i = 0; i < a.size(); i++) ASSERT_EQ(std::bit_cast<uint32_t>(a[i]), std::bit_cast<uint32_t>(b[i])) << i;
 }
 
 TEST(FilterChain, SameBitsAsSectionBySectionAtEveryWidthCountAndChunking) {
-    const std::vector<float> left = Noise(3000, 1), right = Noise(3000, 2);
+    const std::vector<float> left = OrvaneTest::NormalNoise(3000, 0.4, 1),
+                             right = OrvaneTest::NormalNoise(3000, 0.4, 2);
     for (VectorWidth width : {VectorWidth::Two, VectorWidth::Four, VectorWidth::Eight}) {
         if (width > BestVectorWidth()) continue;
         for (int n_sections = 0; n_sections <= FilterChain::kMostSections; n_sections++) {

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "analog_biquad.h"
+#include "audiosignals.h"
 #include "cleanup/denoise.h"
 #include "cleanup/equaliser.h"
 #include "cleanup/humrumblefilter.h"
@@ -22,12 +23,8 @@ using Recording = Testing::FilteredRecording;
 
 constexpr int kRate = 44100;
 
-std::vector<float> Noise(int64_t n_pairs, float level, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> normal(0.f, level);
-    std::vector<float> pairs(static_cast<size_t>(2 * n_pairs));
-    for (float& x : pairs) x = normal(generator);
-    return pairs;
+std::vector<float> Noise(int64_t n_pairs, double level, uint64_t seed) {
+    return OrvaneTest::NormalNoise(static_cast<size_t>(2 * n_pairs), level, seed);
 }
 
 std::vector<float> Impulse(int64_t n_pairs) {
@@ -371,38 +368,6 @@ TEST(BiQuadEngine, ChangedSettingsTakeOverAfterTheChangeOver) {
     output.insert(output.end(), more.begin(), more.end());
     for (int i = 0; i < 2 * BiQuadEngine::kChangeOver; i++) ASSERT_EQ(output[i], audio[20000 + i]) << i;
     EXPECT_NE(output[2 * BiQuadEngine::kChangeOver], audio[20000 + 2 * BiQuadEngine::kChangeOver]);
-}
-
-TEST(BiQuadEngine, FlagsThatSwitchItOnBetweenReadsTakeEffect) {
-    const std::vector<float> audio = Noise(3000, 0.1f, 15);
-    Recording recording(audio);
-    FilterValues& values = recording.AddFilter();
-    SetHumAndRumble(values);  // keeps the section from being bypassed as a whole
-    values.eq_mode = FILTER_ON;
-    values.preamp_left = values.preamp_right = 60;
-    { const ListChange change(&recording.entry.filters); }
-    const std::vector<float> without = recording.ReadAll(PCM_NO_PREAMP);
-    std::vector<float> output = recording.Read(0, 1000, PCM_NO_PREAMP);
-    for (uint32_t flags : {0u, 0u | PCM_NO_PREAMP}) {
-        const std::vector<float> more = recording.Read(int64_t(output.size() / 2), 1000, flags);
-        output.insert(output.end(), more.begin(), more.end());
-    }
-    for (size_t i = 0; i < output.size(); i++) {
-        const double gain = i / 2000 == 1 ? std::pow(10.0, 6.0 / 20) : 1.0;
-        ASSERT_NEAR(output[i], without[i] * gain, 1e-6) << i / 2;
-    }
-}
-
-TEST(BiQuadEngine, AnotherSettingsEdgeDoesNotDisturbARunningFilter) {
-    Recording alone(Noise(60000, 0.1f, 14));
-    SetHumAndRumble(alone.AddFilter());
-    FilterValues& equaliser = alone.AddFilter();
-    SetEqualiser(equaliser);
-    { const ListChange change(&alone.entry.filters); }
-    const std::vector<float> expected = alone.ReadAll();
-    // Edges of a setting that leaves these filters as they are.
-    alone.AddFilter(20000, 30000).hiss_mode = FILTER_OFF;
-    EXPECT_EQ(alone.ReadAll(), expected);
 }
 
 TEST(FilterSettings, LaterOnesGoOverEarlierOnesModeByMode) {

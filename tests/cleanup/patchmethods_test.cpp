@@ -127,20 +127,5 @@ TEST(Patch, ApaGoesFromTheWindowBeforeToTheWindowAfter) {
     EXPECT_NEAR(repeated, 495, 3);
 }
 
-TEST(PatchMismatch, RisesWithEveryKindOfMisfit) {
-    const Damaged d = MakeDamaged(7, 2000);
-    const double fitting = PatchMismatch(d.original, d.first, d.last);
-    const auto spoilt = [&](auto change) {
-        auto signal = d.original;
-        for (int i = d.first; i <= d.last; i++) signal[i] = static_cast<float>(change(signal[i], i));
-        return PatchMismatch(signal, d.first, d.last);
-    };
-    Noise noise(1);
-    EXPECT_LT(fitting, 4);
-    EXPECT_GT(spoilt([](float, int) { return 0; }), fitting + 20) << "silence";
-    EXPECT_GT(spoilt([&](float v, int) { return v + 0.01 * noise.Normal(); }), fitting + 10) << "noise";
-    EXPECT_GT(spoilt([](float v, int) { return v + 0.2; }), fitting + 5) << "a step at each end";
-}
-
 }  // namespace
 }  // namespace Orvane

@@ -59,9 +59,6 @@ TEST_F(ScanTest, SidesFollowTheTable) {
         {"a long gap stays outside of the tracks",
          {{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}},
          {{5.76, 67.38}, {85.76, 147.38}}},
-        {"a gap of three seconds lies outside too, but for the leads",
-         {{6, 0}, {60, 100}, {3, 0}, {60, 100}, {80, 0}},
-         {{5.76, 67.38}, {68.76, 130.38}}},
         {"2.2 seconds of silence are a gap",
          {{6, 0}, {60, 100}, {2.2, 0}, {60, 100}, {80, 0}},
          {{5.76, 67.38}, {67.96, 129.58}}},
@@ -72,10 +69,6 @@ TEST_F(ScanTest, SidesFollowTheTable) {
         {"with a loud run-out groove the last track runs to the end",
          {{6, 0}, {60, 100}, {5, 0}, {60, 100}, {80, 20}},
          {{5.76, 67.38}, {70.76, 211.0}}},
-        {"with a soft one it ends", {{6, 0}, {60, 100}, {5, 3}, {60, 100}, {80, 3}}, {{5.76, 67.38}, {70.76, 132.38}}},
-        {"a quiet passage below the end level is a gap all the same",
-         {{6, 0}, {60, 100}, {20, 5}, {60, 100}, {80, 0}},
-         {{5.76, 67.38}, {85.76, 147.38}}},
         {"one above it is music", {{6, 0}, {60, 100}, {20, 8}, {60, 100}, {80, 0}}, {{5.76, 147.38}}},
         {"silence has no tracks", {{300, 0}}, {}},
     };
@@ -84,17 +77,6 @@ TEST_F(ScanTest, SidesFollowTheTable) {
         side.AddSide(row.side);
         ExpectTimes(Scan(side), row.tracks, row.what);
     }
-}
-
-TEST_F(ScanTest, ShortSilencesJoinTheTracksAtOnePlace) {
-    LevelAlbum side;
-    side.AddSide({{6, 0}, {60, 200}, {2.3, 0}, {60, 200}, {80, 0}});
-    BreakScanSettings::RestoreDefaults();
-    SetSetting("Scan Leadout", 30);
-    Scan(side);
-    ASSERT_EQ(side.album.tracks.size(), 2);
-    EXPECT_EQ(side.album.tracks[0].end, side.album.tracks[1].start);
-    EXPECT_EQ(Titles(side.album.tracks), "Track 1,Track 2");
 }
 
 // The mean of the last 15 blocks, added up anew for every block.
@@ -144,13 +126,6 @@ TEST_F(ScanTest, EverySideOfAnAlbumIsScanned) {
     ExpectTimes(Scan(sides), {{5.76, 67.38}, {70.76, 132.38}, {140.8, a}, {a + 9.76, a + 71.38}, {c + 6.76, c + 68.38}},
                 "four sides", 0.3);
 
-    // What is left of a side but is no track does not end the scan.
-    LevelAlbum shorter;
-    shorter.AddSide({{6, 0}, {60, 100}, {85, 0}, {15, 100}});
-    shorter.AddSide({{6, 0}, {60, 100}, {80, 0}});
-    SetSetting("Music Indent", 0);
-    ExpectTimes(Scan(shorter), {{5.76, 67.38}, {166 + 5.76, 166 + 67.38}}, "two sides");
-
     // Titles go on over a change of sides, however long the run-out is.
     LevelAlbum titled;
     titled.AddSide({{6, 0}, {60, 100}, {40, 0}});
@@ -164,8 +139,6 @@ TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
     FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {1, 200}, {6, 0}, {60, 100}, {80, 0}}, 48000);
     entry.side_breaks = {48000 * 85};
     ExpectTimes(Scan(side), {{5.76, 67.38}, {92.76, 154.38}}, "with the side break");
-    entry.side_breaks.clear();
-    EXPECT_NEAR(Scan(side)[1].first, 85.76, 0.12) << "without it the landing is taken for music";
 }
 
 TEST_F(ScanTest, CutsAreLeftOut) {
@@ -177,9 +150,7 @@ TEST_F(ScanTest, CutsAreLeftOut) {
     const Row rows[] = {
         {"within the first track", 20, 30, {{5.76, 57.38}, {75.76, 137.38}}},
         {"over the start of the second", 80, 100, {{5.76, 67.38}, {80, 127.38}}},
-        {"over the end of the first", 60, 70, {{5.76, 61.4}, {75.76, 137.38}}},
         {"the gap as a whole", 66, 86, {{5.76, 127.38}}},
-        {"the run-out", 150, 226, {{5.76, 67.38}, {85.76, 147.38}}},
     };
     for (const Row& row : rows) {
         LevelAlbum side;
@@ -230,11 +201,8 @@ TEST_F(ScanTest, AdjustmentMovesBreaksToTheGapsNearThem) {
         ExpectTimes(Scan(side, BREAK_SCAN_ADJUST), truth, "adjusted");
         EXPECT_EQ(Titles(side.album.tracks), "A,B,C,D,E");
     }
-    // No gap within 45 seconds: the break stays; and a listing without breaks has nothing to adjust.
     side.album.tracks = Listing("6-55 55-108 110-212");
-    EXPECT_DOUBLE_EQ(Scan(side, BREAK_SCAN_ADJUST)[0].second, 55);
-    side.album.tracks = Listing("0 0");
-    EXPECT_TRUE(Scan(side, BREAK_SCAN_ADJUST).empty());
+    EXPECT_DOUBLE_EQ(Scan(side, BREAK_SCAN_ADJUST)[0].second, 55) << "no gap within 45 seconds: the break stays";
 }
 
 // Stops at the nth look.
@@ -246,33 +214,23 @@ public:
     int looks, n_found = 0;
 };
 
-TEST_F(ScanTest, EscapeKeepsWhatHasBeenFound) {
+TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
     LevelAlbum side;
     side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
-    for (int looks = 1; looks < 1500; looks += 60) {
-        side.album.tracks.clear();
-        StoppingHost stopping(looks);
-        ClearUndo();
-        SplitDialog dialog(side.album);
-        const int n = dialog.ScanForTrackBreaks(BREAK_SCAN_UNDO, side.overview, stopping);
-        EXPECT_EQ(n, stopping.n_found);
-        EXPECT_EQ(n, side.album.tracks.size());
-        EXPECT_LE(n, looks * 0.27 / 100 + 1) << looks;
-        EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).tip, "Undo Scan for track breaks (Ctrl+Z)");
-        EXPECT_FALSE(dialog.IsBusy());
-    }
-}
-
-TEST_F(ScanTest, AnAdjustmentThatIsStoppedLeavesTheTracksInOrder) {
-    LevelAlbum side;
-    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
-    for (int looks = 1; looks < 1500; looks += 20) {
-        side.album.tracks = Listing("6-90 90-100 100-190 190-300");
-        StoppingHost stopping(looks);
-        SplitDialog(side.album).ScanForTrackBreaks(BREAK_SCAN_ADJUST, side.overview, stopping);
-        for (int i = 1; i < side.album.tracks.size(); ++i) {
-            EXPECT_GE(side.album.tracks[i].start, side.album.tracks[i - 1].end) << looks << Text(side.album.tracks);
-            EXPECT_GE(side.album.tracks[i].end, side.album.tracks[i].start + kSecond) << looks;
+    for (int looks = 1; looks < 1500; looks += 30) {
+        for (const int flags : {0, int{BREAK_SCAN_ADJUST}}) {
+            side.album.tracks = Listing(flags ? "6-90 90-100 100-190 190-300" : "");
+            StoppingHost stopping(looks);
+            const int n = SplitDialog(side.album).ScanForTrackBreaks(flags, side.overview, stopping);
+            if (!flags) {
+                EXPECT_EQ(n, stopping.n_found);
+                EXPECT_EQ(n, side.album.tracks.size());
+                EXPECT_LE(n, looks * 0.27 / 100 + 1) << looks;
+            }
+            for (int i = 1; i < side.album.tracks.size(); ++i) {
+                EXPECT_GE(side.album.tracks[i].start, side.album.tracks[i - 1].end) << looks << Text(side.album.tracks);
+                EXPECT_GE(side.album.tracks[i].end, side.album.tracks[i].start + kSecond) << looks;
+            }
         }
     }
 }
@@ -280,8 +238,6 @@ TEST_F(ScanTest, AnAdjustmentThatIsStoppedLeavesTheTracksInOrder) {
 TEST_F(ScanTest, AScanIsRefusedWithoutAnOverview) {
     LevelAlbum side;
     SplitDialog dialog(side.album);
-    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 0);
-    EXPECT_TRUE(messages.asked.empty()) << "nothing is recorded";
     FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {80, 0}});
     entry.generating = true;
     EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 0);
@@ -291,25 +247,15 @@ TEST_F(ScanTest, AScanIsRefusedWithoutAnOverview) {
     EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 1);
 }
 
-TEST_F(ScanTest, SettingsHaveDefaultsAndOlderOnesAreBroughtUpToDate) {
-    const BreakScanSettings defaults = BreakScanSettings::Load();
-    EXPECT_EQ(defaults.minimum_gap, 66150);
-    EXPECT_EQ(defaults.leadin, 13230);
-    EXPECT_EQ(defaults.adjustment_range, 45 * kSecond);
-    SetSetting("Scan Adjustment Range", 1000);
-    EXPECT_EQ(BreakScanSettings::Load().adjustment_range, 120 * kSecond);
-
+TEST_F(ScanTest, OlderSettingsAreBroughtUpToDateOnce) {
     SetSetting("Scan End Level", 80);
     SetSetting("Scan End Period", 3);
     BreakScanSettings::Migrate();
     EXPECT_EQ(BreakScanSettings::Load().start_level, 66);
     EXPECT_EQ(BreakScanSettings::Load().end_level, 30);
-    EXPECT_FALSE(HasSetting("Scan End Period"));
     SetSetting("Scan End Level", 20);
     BreakScanSettings::Migrate();
-    EXPECT_EQ(BreakScanSettings::Load().end_level, 20) << "migrated once";
-    BreakScanSettings::RestoreDefaults();
-    EXPECT_EQ(BreakScanSettings::Load().start_level, 50);
+    EXPECT_EQ(BreakScanSettings::Load().end_level, 20);
 }
 
 TEST_F(ScanTest, RealAudioIsSplitAtItsGaps) {

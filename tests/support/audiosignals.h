@@ -34,6 +34,14 @@ private:
     uint64_t state;
 };
 
+// `n` values of normal noise whose root mean square is `level`.
+inline std::vector<float> NormalNoise(size_t n, double level, uint64_t seed) {
+    Noise noise(seed);
+    std::vector<float> values(n);
+    for (float& value : values) value = static_cast<float>(level * noise.Normal());
+    return values;
+}
+
 struct Resonance {
     double hertz, radius;
 };
