@@ -18,6 +18,18 @@ int ValidateFormat(int32_t bit_depth, int32_t n_channels, bool allow_20_bit, std
     return 0;
 }
 
+namespace {
+
+void AssertWithinLimits(int32_t samplerate, int32_t bit_depth, int32_t n_channels, const FormatLimits& limits) {
+    const auto [capabilities, min_samplerate, max_samplerate, max_bit_depth] = limits;
+    ORVANE_ASSERT(samplerate >= min_samplerate && samplerate <= max_samplerate);
+    ORVANE_ASSERT(bit_depth <= max_bit_depth);
+    ORVANE_ASSERT(n_channels >= 1 && n_channels <= 2);
+    if (capabilities & CAP_DSD) ORVANE_ASSERT(convert_dop_rate(samplerate));
+}
+
+}  // namespace
+
 FileStream::~FileStream() {
     // A class with a format of its own has closed in its own destructor, while its operations still existed.
     if (file_format == 0) Close();
@@ -35,10 +47,7 @@ void FileStream::AdjustFormat(int32_t& wanted_rate, int32_t& wanted_depth, int32
 
 int FileStream::SetSBC(int32_t new_samplerate, int32_t new_bit_depth, int32_t new_n_channels) {
     FormatLimits limits = GetCapabilities(new_n_channels);
-    ORVANE_ASSERT(new_samplerate >= limits.min_samplerate && new_samplerate <= limits.max_samplerate);
-    ORVANE_ASSERT(new_bit_depth <= limits.max_bit_depth);
-    ORVANE_ASSERT(new_n_channels >= 1 && new_n_channels <= 2);
-    if (limits.capabilities & CAP_DSD) ORVANE_ASSERT(convert_dop_rate(new_samplerate));
+    AssertWithinLimits(new_samplerate, new_bit_depth, new_n_channels, limits);
     bool allow_20_bit = (limits.capabilities & CAP_20_BIT) != 0;
     if (int error = ValidateFormat(new_bit_depth, new_n_channels, allow_20_bit, "FileStream::SetSBC")) return error;
     samplerate = new_samplerate;

@@ -72,14 +72,6 @@ void MergePCMStreams::ReleaseResources() {
     last_used = -1;
 }
 
-int32_t MergePCMStreams::GetSampleRate(uint32_t flags) {
-    return streams[0]->GetSampleRate(flags);
-}
-
-int32_t MergePCMStreams::GetDSDMultiple() {
-    return streams[0]->GetDSDMultiple();
-}
-
 MergeFrameSources::MergeFrameSources(const std::vector<RefPtr<FrameSource>>& sources)
     : FrameSource(sources.at(0)->codec, sources[0]->samplerate, sources[0]->n_channels, sources[0]->samples_per_frame),
       sources(sources) {}

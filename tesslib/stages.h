@@ -47,8 +47,6 @@ public:
     int64_t GetTotalSamples(uint32_t flags) override;
     bool AltersAudio(int64_t position, int64_t n_samples, uint32_t flags) override;
     void ReleaseResources() override;
-    int32_t GetSampleRate(uint32_t flags) override;
-    int32_t GetDSDMultiple() override;
 
 private:
     const std::vector<RefPtr<PCMStream>>& streams;
