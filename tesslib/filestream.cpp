@@ -75,7 +75,10 @@ int FileStream::Open(std::string_view new_filename, OpenMode mode, int32_t buffe
         int error = 0;
         file = OpenFile(new_filename, mode == OM_CREATE ? "wb" : writing ? "r+b" : "rb", error);
         if (!file) return writing ? FailOpenForWriting(new_filename, error) : FailOpen(new_filename, error);
-        if (buffer_size > 0) setvbuf(file, nullptr, _IOFBF, static_cast<size_t>(buffer_size));
+        if (buffer_size > 0) {  // of our own: without one the C library may choose another size
+            file_buffer = std::make_unique<char[]>(static_cast<size_t>(buffer_size));
+            setvbuf(file, file_buffer.get(), _IOFBF, static_cast<size_t>(buffer_size));
+        }
     }
     filename = new_filename;
     file_size = info.size;
@@ -128,6 +131,7 @@ bool FileStream::Close(int close_flags) {
     }
     if ((close_flags & CLOSE_FAILED_AND_DELETE) == CLOSE_FAILED_AND_DELETE) DeleteFile(filename);
     file = nullptr;
+    file_buffer.reset();
     filename.clear();
     open_mode = OM_NONE;
     return ok;

@@ -120,7 +120,8 @@ protected:
     virtual void ResetState(bool /*ok*/) {}
 
     std::string filename;
-    FILE* file = nullptr;  // null when a library opens the file itself
+    FILE* file = nullptr;                 // null when a library opens the file itself
+    std::unique_ptr<char[]> file_buffer;  // where Open asked for a size
     int64_t file_size = 0;
     int64_t total_samples = -1;  // -1: not known
     FileTime file_time = 0;
