@@ -1,33 +1,16 @@
 // Reads a file of any contents the way the program does, for the fuzz targets.
 #pragma once
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
+#include "fuzz_file.h"
 #include "tesslib/filestream.h"
 
 namespace OrvaneTest {
-
-// A file that lies in memory and has a path.
-class MemoryFile {
-public:
-    MemoryFile(const uint8_t* data, size_t size) : descriptor(memfd_create("input", 0)) {
-        if (descriptor < 0 || write(descriptor, data, size) != static_cast<ssize_t>(size)) std::abort();
-    }
-    ~MemoryFile() { close(descriptor); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    std::string Path() const { return "/proc/self/fd/" + std::to_string(descriptor); }
-
-private:
-    int descriptor;
-};
 
 // Opens, reads on, reads at places all over and at the end, and reads tags. What a reader promises is checked: no count
 // above what was asked for or above what the file says it holds.

@@ -17,12 +17,41 @@
 
 namespace OrvaneTest {
 
+struct AudioForm {
+    int bits;
+    int rate;
+    int channels;
+};
+
+// Makes the file `path` of the pairs, handed over in blocks of `block`. `out` keeps its other choices.
+inline void WriteFile(Tesslib::FileStream& out, const std::string& path, const AudioForm& form,
+                      const std::vector<float>& pairs, int32_t block = 16384, int64_t estimate = 0) {
+    ASSERT_EQ(out.SetSBC(form.rate, form.bits, form.channels), 0);
+    ASSERT_EQ(out.Open(path, Tesslib::OM_CREATE, 0, 0, estimate), 0);
+    const int64_t total = static_cast<int64_t>(pairs.size() / 2);
+    for (int64_t done = 0; done < total; done += block) {
+        const int32_t n = static_cast<int32_t>(std::min<int64_t>(block, total - done));
+        ASSERT_GE(out.Write(pairs.data() + 2 * done, n), 0);
+    }
+    EXPECT_EQ(out.GetTotalSamples(0), total);
+    ASSERT_TRUE(out.Close());
+}
+
+// The whole of an open file, which must end well.
+inline std::vector<float> ReadWhole(Tesslib::FileStream& file, int32_t block = 4096) {
+    int result = -1;
+    std::vector<float> pairs = PullAll(file, block, result);
+    EXPECT_EQ(result, 0) << file.Filename();
+    EXPECT_EQ(static_cast<int64_t>(pairs.size() / 2), file.GetTotalSamples(0)) << file.Filename();
+    return pairs;
+}
+
 // Positions at random, around the ends of blocks, and in the last 2048 give what reading straight through gave.
 inline void ExpectSeekEqualsRead(Tesslib::PCMStream& stream, const std::vector<float>& straight, int n_tries,
                                  uint32_t seed) {
     std::mt19937 random(seed);
     const int64_t total = static_cast<int64_t>(straight.size() / 2);
-    std::vector<int64_t> positions = {0, 1, 4095, 4096, 4097, total - 1, total, total + 1};
+    std::vector<int64_t> positions = {0, 1, 4095, 4096, 4097, total - 1, total, total + 1, int64_t{1} << 40};
     for (int64_t back : {2, 3, 100, 2047, 2048, 2049}) positions.push_back(total - back);
     for (int i = 0; i < n_tries; ++i) positions.push_back(static_cast<int64_t>(random()) % total);
     std::shuffle(positions.begin(), positions.end(), random);

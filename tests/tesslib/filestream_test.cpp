@@ -1,3 +1,4 @@
+// What holds for the files of every format.
 #include "tesslib/filestream.h"
 
 #include <gtest/gtest.h>
@@ -8,60 +9,83 @@
 #include <string>
 #include <vector>
 
+#include "allocations.h"
 #include "foundation/lasterror.h"
+#include "hostile_file.h"
+#include "stream_checks.h"
 #include "temp_folder.h"
+#include "tesslib/fileformats.h"
+#include "tesslib/flacfile.h"
+#include "tesslib/id3v2.h"
 #include "tesslib/wavfile.h"
 
 namespace Tesslib {
 namespace {
 
-TEST(FileStream, FormatsAreBentToTheLimits) {
-    class Small : public NullFileStream {
-        FormatLimits GetCapabilities(int32_t) const override { return {CAP_PCM_WRITE, 16000, 96000, 16}; }
-    };
-    struct Case {
-        int32_t rate, depth, adjusted_rate, adjusted_depth;
-    };
-    for (const Case& c : {Case{0, 0, 44100, 16}, {8000, 24, 16000, 16}, {192000, 16, 96000, 16}}) {
-        int32_t rate = c.rate, depth = c.depth;
-        Small().AdjustFormat(rate, depth, 2);
-        EXPECT_EQ(rate, c.adjusted_rate);
-        EXPECT_EQ(depth, c.adjusted_depth);
+using namespace OrvaneTest;
+using OrvaneTest::TempFolder;  // and not the function of that name
+
+constexpr int kFormats[] = {FF_WAV, FF_AIFF, FF_FLAC, FF_OGG};
+
+std::vector<float> MusicPairs(double seconds, int channels = 2) {
+    return ToPairs(MusicInts(seconds, 44100, channels, 16), channels, 16);
+}
+
+// Writes by a fresh object of the format; the result is that object.
+RefPtr<FileStream> Written(int format, const std::string& path, const std::vector<float>& pairs, int channels = 2,
+                           int32_t block = 16384) {
+    RefPtr<FileStream> file = MakeFileStream(format);
+    WriteFile(*file, path, {16, 44100, channels}, pairs, block);
+    return file;
+}
+
+TEST(EveryFormat, AnyReadsFromAnyThreadGiveTheSamples) {
+    TempFolder folder;
+    for (int format : kFormats) {
+        for (int channels : {1, 2}) {
+            SCOPED_TRACE(std::string(GetFileFormatInfo(format).name) + " " + std::to_string(channels));
+            const std::vector<float> pairs = MusicPairs(0.8, channels);
+            const std::string path = folder / "a name that tells nothing";
+            Written(format, path, pairs, channels);
+            int error = 1;
+            RefPtr<FileStream> file = OpenForReading(path, error);
+            ASSERT_TRUE(file) << GetLastError().text;
+            EXPECT_EQ(file->file_format, format);
+            const std::vector<float> straight = ReadWhole(*file);
+            ASSERT_EQ(straight.size(), pairs.size());
+            // What WAV gives for the integers, the lossless others give to the last bit.
+            EXPECT_TRUE(format == FF_OGG || straight == pairs);
+            ExpectAnyBlockSize(*file, straight);
+            ExpectSeekEqualsRead(*file, straight, 100, 1);
+            ExpectSafeFromThreads(*file, straight);
+
+            std::vector<float> buffer(2 * 4096);
+            file->Read(0, buffer.data(), 4096, 0);
+            const int64_t before = Testing::CountAllocations();
+            for (int64_t at : {4096, 0, 8192, 3, 100, 14999}) file->Read(at, buffer.data(), 4096, 0);
+            EXPECT_EQ(Testing::CountAllocations(), before);
+
+            if (format != FF_FLAC && format != FF_OGG) continue;
+            // What was let go of is opened again, if it is still there and the same.
+            file->ReleaseResources();
+            std::filesystem::remove(path);
+            EXPECT_EQ(file->Read(0, buffer.data(), 1, 0), ERR_CANNOT_OPEN);
+            Written(format, path, pairs, 3 - channels);
+            EXPECT_EQ(file->Read(0, buffer.data(), 1, 0), ERR_CONTENTS);
+        }
     }
-    int32_t rate = 192000, depth = 20;
-    WAVFile().AdjustFormat(rate, depth, 2);
-    EXPECT_EQ(depth, 24);
-    EXPECT_EQ(rate, 192000);
 }
 
-TEST(FileStream, SetSBCChecksLikeAReader) {
-    WAVFile file;
-    EXPECT_EQ(file.SetSBC(44100, 20, 2), ERR_CONTENTS);
-    EXPECT_EQ(GetLastError().text,
-              "Unsupported bit depth (20) in file:\n\n<b>FileStream::SetSBC</b>\n\nOnly 16, 24 and 32 bit files are "
-              "supported (plus 20 bit for FLAC and Apple Lossless)");
-    EXPECT_DEATH(file.SetSBC(8000, 16, 2), "samplerate >= min_samplerate && samplerate <= max_samplerate");
-    EXPECT_DEATH(file.SetSBC(44100, 64, 2), "bit_depth <= max_bit_depth");
-    EXPECT_DEATH(file.SetSBC(44100, 16, 3), "n_channels >= 1 && n_channels <= 2");
-    EXPECT_EQ(file.SetSBC(44100, 24, 1), 0);
-}
-
-TEST(FileStream, WhatCannotBeOpenedIsSaid) {
-    OrvaneTest::TempFolder folder;
-    const std::string missing = folder / "missing.wav";
-    WAVFile file;
-    ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
-    EXPECT_EQ(file.Open(missing, OM_READ), ERR_CANNOT_OPEN);
-    EXPECT_EQ(GetLastError().text,
-              "Cannot open file:\n\n<b>" + missing + "</b>\n\nerror 2 (No such file or directory)");
-    EXPECT_EQ(file.Open(folder.Path(), OM_READ), ERR_CANNOT_OPEN);
-    EXPECT_EQ(file.Open(folder / "no/folder.wav", OM_CREATE), ERR_CANNOT_OPEN);
-    EXPECT_EQ(
-        GetLastError().text.rfind("Cannot open file:\n\n<b>" + (folder / "no/folder.wav") + "</b>\n\nfor writing", 0),
-        0u);
-    EXPECT_EQ(file.Mode(), OM_NONE);
-    EXPECT_TRUE(file.Close());
-    EXPECT_FALSE(file.Close(CLOSE_FAILED));
+TEST(EveryFormat, TheCallersBlocksLeaveNoTrace) {
+    TempFolder folder;
+    const std::vector<float> pairs = MusicPairs(0.9);
+    for (int format : kFormats) {
+        Written(format, folder / "a", pairs);
+        for (int32_t block : {1, 17, 1024, 4097, 100000}) {
+            Written(format, folder / "b", pairs, 2, block);
+            EXPECT_TRUE(ReadBytes(folder / "a") == ReadBytes(folder / "b")) << format << " " << block;
+        }
+    }
 }
 
 // While it lives no file of this process grows beyond `bytes`.
@@ -80,63 +104,120 @@ private:
     rlimit before{};
 };
 
-TEST(FileStream, AFullDiskIsAnErrorAndTheFirstTextStays) {
-    OrvaneTest::TempFolder folder;
-    const std::string path = folder / "a.wav";
+TEST(EveryFormat, AFullDiskIsAnErrorWhoseFirstTextStays) {
+    TempFolder folder;
+    const std::string path = folder / "a";
     const std::string message = "Error 27 writing to file:\n\n<b>" + path + "</b>\n\n(File too large)";
-    const std::vector<float> pairs(2 * 5000);
-    {
-        // Noticed by a Write, and the file is taken back.
-        WAVFile file;
-        ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
-        ASSERT_EQ(file.Open(path, OM_CREATE), 0);
-        DiskLimit limit(50000);
-        int64_t written = 1;
-        for (int i = 0; i < 20 && written > 0; ++i) written = file.Write(pairs.data(), 5000);
-        EXPECT_EQ(written, ERR_IO);
-        EXPECT_EQ(GetLastError().text, message);
-        EXPECT_FALSE(file.Close(CLOSE_FAILED_AND_DELETE));
-        EXPECT_EQ(GetLastError().text, message);
-        EXPECT_FALSE(std::filesystem::exists(path));
-        EXPECT_EQ(file.Mode(), OM_NONE);
+    const std::vector<float> pairs = MusicPairs(2);
+    for (int format : kFormats) {
+        for (rlim_t bytes : {100, 20000}) {
+            RefPtr<FileStream> file = MakeFileStream(format);
+            ASSERT_EQ(file->SetSBC(44100, 16, 2), 0);
+            DiskLimit limit(bytes);
+            int64_t result = file->Open(path, OM_CREATE);
+            for (int32_t at = 0; at < 80000 && result >= 0; at += 8000) result = file->Write(&pairs[2 * at], 8000);
+            EXPECT_EQ(result, ERR_IO) << format;
+            EXPECT_FALSE(file->Close(CLOSE_FAILED_AND_DELETE));
+            EXPECT_EQ(GetLastError().text, message);
+            EXPECT_FALSE(std::filesystem::exists(path));
+        }
     }
-    {
-        // Noticed only at the end, when the buffer goes out.
-        WAVFile file;
-        ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
-        DiskLimit limit(100);
-        ASSERT_EQ(file.Open(path, OM_CREATE, 1 << 16), 0);
-        EXPECT_EQ(file.Write(pairs.data(), 50), 200);
-        EXPECT_FALSE(file.Close());
+    // Noticed only at the end, when the buffer goes out.
+    for (int format : {FF_WAV, FF_AIFF}) {
+        RefPtr<FileStream> file = MakeFileStream(format);
+        ASSERT_EQ(file->SetSBC(44100, 16, 2), 0);
+        DiskLimit limit(60);
+        ASSERT_EQ(file->Open(path, OM_CREATE, 1 << 16), 0);
+        EXPECT_GE(file->Write(pairs.data(), 50), 0);
+        EXPECT_FALSE(file->Close());
         EXPECT_EQ(GetLastError().text, message);
     }
 }
 
-TEST(FileStream, ADestructorFinishesTheFile) {
-    OrvaneTest::TempFolder folder;
-    const std::vector<float> pairs(2 * 10);
-    {
-        WAVFile file;
-        ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
-        ASSERT_EQ(file.Open(folder / "a.wav", OM_CREATE), 0);
-        file.Write(pairs.data(), 10);
+// Nothing is asked of damaged files but that reading ends, stays in its bounds, and claims no more than the file has.
+TEST(EveryFormat, AnyDamageIsSurvived) {
+    TempFolder folder;
+    std::mt19937 random(3);
+    for (int format : kFormats) {
+        RefPtr<FileStream> writer = MakeFileStream(format);
+        writer->tags = MakeID3v2Text(kPrivateTag, "a text that is read back");
+        WriteFile(*writer, folder / "a", {16, 44100, 2}, MusicPairs(0.3));
+        const std::string good = ReadBytes(folder / "a");
+        for (int i = 0; i < 500; ++i) {
+            std::string bytes = good;
+            // The front more often: that is where lengths and counts stand.
+            size_t at = random() % (i % 3 ? 5000 : i % 2 ? 200 : bytes.size());
+            if (i % 7 == 0) at = bytes.size() - random() % 60 - 1;  // where tags stand
+            if (i % 4 == 0) {
+                bytes.resize(at);
+            } else {
+                bytes[at % bytes.size()] = static_cast<char>(random() % 3 ? random() : 0xFF);
+            }
+            const MemoryFile input(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+            RefPtr<FileStream> file = MakeFileStream(format);
+            ReadHostileFile(*file, input.Path());
+            if (file->Open(input.Path(), OM_READ) != 0 || !dynamic_cast<PCMFileStream*>(file.get())) continue;
+            EXPECT_LE(file->GetTotalSamples(0) * file->Channels() * file->BitDepth() / 8, file->FileSize()) << i;
+        }
+    }
+}
+
+TEST(EveryFormat, WhatCannotBeOpenedIsSaid) {
+    TempFolder folder;
+    struct Case {
+        std::string path;
+        int error;
+        std::string text;
+    };
+    for (const Case& c :
+         {Case{folder / "missing.wav", ERR_CANNOT_OPEN,
+               "Cannot open file:\n\n<b>%</b>\n\nerror 2 (No such file or directory)"},
+          {folder / "missing", ERR_CANNOT_OPEN, "Cannot open file:\n\n<b>%</b>\n\nerror 2 (No such file or directory)"},
+          {folder.Path(), ERR_CANNOT_OPEN, "Cannot open file:\n\n<b>%</b>\n\nerror 21 (Is a directory)"},
+          {folder.Write("empty.flac", ""), ERR_CONTENTS, "File:\n\n<b>%</b>\n\nis empty"},
+          {folder.Write("a.dsf", "DSD "), ERR_CONTENTS, ""},
+          {folder.Write("notes.txt", "fLac"), ERR_CONTENTS, ""},
+          {folder.Write("wave.flac", "RIFF....WAVE"), ERR_CONTENTS, ""},
+          {folder.Write("zeros.ogg", std::string(100000, '\0')), ERR_CONTENTS, ""}}) {
+        int error = 0;
+        SetLastErrorText("");
+        EXPECT_FALSE(OpenForReading(c.path, error)) << c.path;
+        EXPECT_EQ(error, c.error) << c.path;
+        std::string expected = c.text;
+        if (!expected.empty()) expected.replace(expected.find('%'), 1, c.path);
+        EXPECT_TRUE(expected.empty() ? !GetLastError().text.empty() : GetLastError().text == expected);
     }
     WAVFile file;
-    ASSERT_EQ(file.Open(folder / "a.wav", OM_READ), 0);
-    EXPECT_EQ(file.GetTotalSamples(0), 10);
-    EXPECT_EQ(file.FileSize(), 84);
-    EXPECT_GT(file.Time(), kFileTimeUnixEpoch);
-    EXPECT_EQ(file.Filename(), folder / "a.wav");
+    ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
+    const std::string path = folder / "no/folder.wav";
+    EXPECT_EQ(file.Open(path, OM_CREATE), ERR_CANNOT_OPEN);
+    EXPECT_EQ(GetLastError().text.rfind("Cannot open file:\n\n<b>" + path + "</b>\n\nfor writing", 0), 0u);
+    EXPECT_FALSE(file.Close(CLOSE_FAILED));
 }
 
-TEST(NullFileStream, HasNoSamples) {
-    NullFileStream file;
-    float pair[2];
-    EXPECT_EQ(file.GetCapabilities(2).capabilities, 0u);
-    EXPECT_EQ(file.GetCapabilities(2).max_samplerate, INT32_MAX);
-    EXPECT_DEATH(file.Read(0, pair, 1, 0), "Read is implemented");
-    EXPECT_DEATH(file.Write(pair, 1), "Write is implemented");
-    EXPECT_DEATH(file.Truncate(0), "Truncate is implemented");
+TEST(FileStream, FormatsAreBentToTheLimitsAndChecked) {
+    struct Case {
+        int format, rate, depth, adjusted_rate, adjusted_depth;
+    };
+    for (const Case& c : {Case{FF_OGG, 0, 0, 44100, 16},
+                          {FF_OGG, 8000, 24, 16000, 16},
+                          {FF_OGG, 192000, 16, 96000, 16},
+                          {FF_WAV, 192000, 20, 192000, 24},
+                          {FF_FLAC, 500000, 20, 384000, 20}}) {
+        int32_t rate = c.rate, depth = c.depth;
+        MakeFileStream(c.format)->AdjustFormat(rate, depth, 2);
+        EXPECT_EQ(rate, c.adjusted_rate);
+        EXPECT_EQ(depth, c.adjusted_depth);
+    }
+    EXPECT_EQ(WAVFile().GetCapabilities(2).capabilities, 0x19Fu);
+    EXPECT_EQ(FLACFile().GetCapabilities(2).capabilities, 0x1DBu);
+    WAVFile file;
+    EXPECT_EQ(file.SetSBC(44100, 20, 2), ERR_CONTENTS);
+    EXPECT_EQ(GetLastError().text,
+              "Unsupported bit depth (20) in file:\n\n<b>FileStream::SetSBC</b>\n\nOnly 16, 24 and 32 bit files are "
+              "supported (plus 20 bit for FLAC and Apple Lossless)");
+    EXPECT_DEATH(file.SetSBC(8000, 16, 2), "samplerate >= min_samplerate && samplerate <= max_samplerate");
+    EXPECT_DEATH(file.Open("/tmp/none.wav", OM_CREATE), "samplerate != 0");
 }
 
 }  // namespace

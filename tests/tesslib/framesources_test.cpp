@@ -25,7 +25,6 @@ public:
     }
     int32_t GetTotalFrames() override { return n; }
     void ReleaseResources() override { ++releases; }
-    std::vector<uint8_t> GetExtraData() override { return {static_cast<uint8_t>(first)}; }
 
     int failure = 0;
     int releases = 0;
@@ -63,7 +62,6 @@ TEST(MergeFrameSources, RunsThroughItsSourcesFromAnywhere) {
         EXPECT_EQ(ReadOn(merge, result), c.frames) << c.seek;
         EXPECT_EQ(result, ERR_LIMIT);
     }
-    EXPECT_EQ(merge.GetExtraData(), std::vector<uint8_t>{3});
     EXPECT_GT(first->releases, 0);
     const int releases = last->releases;
     merge.ReleaseResources();
@@ -100,19 +98,6 @@ TEST(ChopFrameSource, CoversTheSamplesOfTheStretch) {
         ASSERT_EQ(static_cast<int>(frames.size()), c.last - c.first + 1) << c.start;
         ASSERT_TRUE(frames.empty() || frames.front() == c.first) << c.start;
     }
-    ChopFrameSource never_sought(&source, 0, -1, 0);
-    FRAME frame;
-    EXPECT_DEATH(never_sought.ReadFrame(frame, 0), "current_frame >= 0");
-}
-
-TEST(SamplesPerFrame, FollowsTheRate) {
-    EXPECT_EQ(SamplesPerFrame(11025), 288);
-    EXPECT_EQ(SamplesPerFrame(22050), 576);
-    EXPECT_EQ(SamplesPerFrame(0), 1152);
-    EXPECT_EQ(SamplesPerFrame(48000), 1152);
-    EXPECT_EQ(SamplesPerFrame(192000), 4608);
-    EXPECT_EQ(SamplesPerFrame(1536000), 36864);
-    EXPECT_DEATH(SamplesPerFrame(12345), "samplerate is known");
 }
 
 }  // namespace

@@ -3,8 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <numeric>
+#include <cmath>
 #include <random>
 #include <vector>
 
@@ -100,32 +99,21 @@ TEST(MergePCMStreams, ASilentPartIsSilenceAndAFailureAFailure) {
     EXPECT_EQ(ReadAt(merge, 0, 10), Ramp(10));
 }
 
-TEST(MergePCMStreams, FlagsThatChangeALengthMoveWhatFollows) {
-    std::vector<RefPtr<PCMStream>> streams = {MakeRef<Probe>(44100, Ramp(100)), MakeRef<Probe>(44100, Ramp(100, 500))};
+TEST(MergePCMStreams, LengthsAndRangesAreThoseOfThePartsWithTheFlags) {
+    auto first = MakeRef<Probe>(44100, Ramp(100)), second = MakeRef<Probe>(44100, Ramp(100, 500));
+    std::vector<RefPtr<PCMStream>> streams = {first, second};
     MergePCMStreams merge(streams, 0);
     EXPECT_EQ(ReadAt(merge, 120, 1), Ramp(1, 520));
     EXPECT_EQ(ReadAt(merge, 120, 1, PCM_NO_CUTS), Ramp(1, 530));
     EXPECT_EQ(ReadAt(merge, 120, 1), Ramp(1, 520));
-}
-
-TEST(MergePCMStreams, AltersAudioAsksThePartsOfTheRange) {
-    auto first = MakeRef<Probe>(44100, Ramp(100)), second = MakeRef<Probe>(44100, Ramp(100));
-    std::vector<RefPtr<PCMStream>> streams = {first, second};
-    MergePCMStreams merge(streams, 0);
     second->altered = 50;
-    struct Case {
-        int64_t position, n;
-        bool alters;
-    };
-    for (const Case& c : {Case{0, 150, false},
-                          {0, 151, true},
-                          {150, 1, true},
-                          {151, 49, false},
-                          {0, kEndless, true},
-                          {10, kEndless, true},
-                          {160, kEndless, false},
-                          {500, 10, false}}) {
-        EXPECT_EQ(merge.AltersAudio(c.position, c.n, 0), c.alters) << c.position << " " << c.n;
+    for (auto [position, n, alters] : {std::tuple{0, int64_t{150}, false},
+                                       {0, 151, true},
+                                       {150, 1, true},
+                                       {151, 49, false},
+                                       {10, kEndless, true},
+                                       {160, kEndless, false}}) {
+        EXPECT_EQ(merge.AltersAudio(position, n, 0), alters) << position << " " << n;
     }
 }
 
@@ -134,8 +122,7 @@ TEST(ChopPCMStream, CutsOutAStretch) {
     struct Case {
         int64_t start, end;
         uint32_t flags;
-        int64_t length;
-        int first;
+        int length, first;
     };
     for (const Case& c : {Case{10, 30, 0, 20, 10},
                           {10, 500, 0, 90, 10},
@@ -145,105 +132,123 @@ TEST(ChopPCMStream, CutsOutAStretch) {
                           {11, 31, 0, 20, 11}}) {
         ChopPCMStream chop(&source, c.start, c.end, c.flags);
         EXPECT_EQ(chop.GetTotalSamples(0), c.length) << c.start;
-        EXPECT_EQ(ReadAt(chop, 0, 1000), Ramp(static_cast<int>(c.length), c.first));
+        EXPECT_EQ(ReadAt(chop, 0, 1000), Ramp(c.length, c.first));
         EXPECT_EQ(ReadAt(chop, c.length, 1).size(), 0u);
-        EXPECT_EQ(ReadAt(chop, 5, 3), Ramp(c.length > 5 ? 3 : 0, c.first + 5));
     }
 }
 
-TEST(PCMCache, AnyReadsGiveTheSamplesOfTheInput) {
+TEST(PCMCache, KeepsTheLastBlockAndTheSamplesOfTheInput) {
     const std::vector<float> whole = Ramp(5000);
-    MemoryStream source(44100, whole);
+    Probe source(44100, whole);
     PCMCache cache(&source, 256, 0);
+    struct Case {
+        int position, n, reads;
+        uint32_t flags = PCM_USE_CACHE;
+    };
+    for (const Case& c : {Case{1000, 100, 1},
+                          {1010, 50, 0},
+                          {1010, 50, 1, 0},                             // not asked to
+                          {1100, 100, 1},                               // appended
+                          {1050, 100, 0},                               // across the join
+                          {3000, 257, 1},                               // too large: passed through, and
+                          {1050, 100, 0},                               // what is kept stays
+                          {1050, 100, 1, PCM_USE_CACHE | PCM_RAW_DOP},  // other data altogether
+                          {2000, 100, 1},
+                          {2150, 50, 1},     // stored at its distance from the first
+                          {2000, 100, 0},    // which therefore stays
+                          {2090, 20, 1}}) {  // the hole between is no sample
+        const int before = source.reads;
+        EXPECT_EQ(ReadAt(cache, c.position, c.n, c.flags), Ramp(c.n, c.position));
+        EXPECT_EQ(source.reads - before, c.reads) << c.position;
+    }
     std::mt19937 random(5);
     int64_t at = 0;
     for (int i = 0; i < 20000; ++i) {
         // Mostly small steps forward and back, as drawing makes them, sometimes a jump.
         at = random() % 16 == 0 ? random() % 5200 : std::max<int64_t>(0, at + static_cast<int>(random() % 300) - 120);
         const int32_t n = 1 + static_cast<int32_t>(random() % 300);
-        const uint32_t flags = PCM_USE_CACHE | (random() % 50 == 0 ? PCM_RAW_DOP : PCM_NO_CUTS);
+        const uint32_t flags = PCM_USE_CACHE | (random() % 50 == 0 ? uint32_t{PCM_RAW_DOP} : 0);
         const int64_t expected = std::clamp<int64_t>(5000 - at, 0, n);
         ASSERT_EQ(ReadAt(cache, at, n, flags), Slice(whole, std::min<int64_t>(at, 5000), expected)) << at << " " << n;
     }
 }
 
-TEST(PCMCache, KeepsTheLastBlock) {
-    Probe source(44100, Ramp(5000));
-    PCMCache cache(&source, 256, 0);
-    auto reads_for = [&](int64_t position, int32_t n, uint32_t flags = PCM_USE_CACHE) {
-        const int before = source.reads;
-        EXPECT_EQ(ReadAt(cache, position, n, flags), Ramp(n, static_cast<int>(position)));
-        return source.reads - before;
-    };
-    EXPECT_EQ(reads_for(1000, 100), 1);
-    EXPECT_EQ(reads_for(1010, 50), 0);
-    EXPECT_EQ(reads_for(1010, 50, 0), 1);                             // not asked to
-    EXPECT_EQ(reads_for(1100, 100), 1);                               // appended
-    EXPECT_EQ(reads_for(1050, 100), 0);                               // across the join
-    EXPECT_EQ(reads_for(3000, 257), 1);                               // too large: passed through, and
-    EXPECT_EQ(reads_for(1050, 100), 0);                               // what is kept stays
-    EXPECT_EQ(reads_for(1050, 100, PCM_USE_CACHE | PCM_RAW_DOP), 1);  // other data altogether
-    EXPECT_EQ(reads_for(2000, 100), 1);
-    EXPECT_EQ(reads_for(2150, 50), 1);   // stored at its distance from the first
-    EXPECT_EQ(reads_for(2000, 100), 0);  // which therefore stays
-    EXPECT_EQ(reads_for(2090, 20), 1);   // the hole between is no sample
-}
-
-TEST(PCMConvert, ChangesRateWithoutFiltering) {
-    struct Case {
-        int32_t from, to;
-    };
-    for (const Case& c : {Case{48000, 16000}, {16000, 48000}, {44100, 48000}, {96000, 44100}, {22050, 44100}}) {
-        MemoryStream source(c.from, Ramp(3000));
-        PCMConvert convert(&source, c.to);
-        EXPECT_EQ(convert.GetSampleRate(0), c.to);
-        EXPECT_EQ(convert.GetTotalSamples(0), MulDiv64(3000, c.to, c.from));
-        const std::vector<float> out = ReadAt(convert, 0, 1000);
-        ASSERT_EQ(out.size(), 2000u) << c.from << " to " << c.to;
-        // A straight line stays one, at most one input pair late or early.
-        for (int i = 10; i < 990; ++i) {
-            const double at = static_cast<double>(i) * c.from / c.to;
-            ASSERT_NEAR(out[2 * i], at, 1.0 + c.from / static_cast<double>(c.to))
-                << c.from << " to " << c.to << " " << i;
-            ASSERT_EQ(out[2 * i + 1], -out[2 * i]);
-        }
-    }
-    MemoryStream source(44100, Ramp(10));
-    EXPECT_DEATH(PCMConvert(&source, 44100), "output_frequency != input_frequency");
-}
-
 TEST(PCMConvert, MeansDownAndStraightLinesUp) {
-    MemoryStream source(48000, Ramp(12));
-    PCMConvert down(&source, 16000);
+    MemoryStream source(48000, Ramp(10000));
+    PCMConvert down(&source, 16000), up(&source, 96000);
     EXPECT_EQ(ReadAt(down, 0, 3), (std::vector<float>{1, -1, 4, -4, 7, -7}));
-    PCMConvert up(&source, 96000);
     // The first pair stands for what is before it.
     EXPECT_EQ(ReadAt(up, 0, 6), (std::vector<float>{0, 0, 0, 0, 0.5f, -0.5f, 1, -1, 1.5f, -1.5f, 2, -2}));
-}
-
-TEST(PCMConvert, ReadingOnIsSteadyAndTheEndIsTheEnd) {
-    for (int32_t to : {16000, 44100, 96000}) {
-        MemoryStream source(48000, Ramp(10000));
+    for (int32_t to : {16000, 44100, 50000, 96000}) {
         PCMConvert convert(&source, to);
+        EXPECT_EQ(convert.GetSampleRate(0), to);
         int64_t position = 0;
-        float last = -10.0f;
         std::vector<float> buffer(600);
         for (int32_t n; (n = convert.Read(position, buffer.data(), 300, 0)) > 0; position += n) {
-            // Where blocks meet the few pairs that are heard again may step back, no more.
-            ASSERT_GE(buffer[0], last - 12.0f);
-            last = buffer[2 * (n - 1)];
+            // A straight line stays one; the few pairs heard again where blocks meet may put it late, no more.
+            for (int32_t i = 0; i < n; ++i) {
+                ASSERT_NEAR(buffer[2 * i], static_cast<double>(position + i) * 48000 / to, 5) << to << " " << position;
+                ASSERT_EQ(buffer[2 * i + 1], -buffer[2 * i]);
+            }
         }
         EXPECT_NEAR(static_cast<double>(position), static_cast<double>(convert.GetTotalSamples(0)), 20);
-        EXPECT_EQ(ReadAt(convert, position + 100, 10).size(), 0u);
     }
 }
 
-TEST(MemoryPCMStream, ReadsWhatItHolds) {
-    MemoryPCMStream stream(Ramp(10), 44100);
-    EXPECT_EQ(stream.GetTotalSamples(0), 10);
-    EXPECT_EQ(ReadAt(stream, 4, 100), Ramp(6, 4));
-    EXPECT_EQ(ReadAt(stream, 10, 1).size(), 0u);
-    EXPECT_EQ(ReadAt(stream, 1000, 1).size(), 0u);
+// The gain at one position, asked for by itself.
+double PlainGain(const FADERS& f, int64_t position) {
+    const bool is_out = f.fade_out_length != 0 && position + 1 >= f.fade_out_end - f.fade_out_length;
+    if (!is_out && (f.fade_in_length == 0 || position >= f.fade_in_start + f.fade_in_length)) return 1.0;
+    const int64_t d = is_out ? f.fade_out_end - position : position - f.fade_in_start;
+    const double x = d <= 0 ? 1e15 : (is_out ? f.fade_out_length : f.fade_in_length) / static_cast<double>(d);
+    return f.linear ? 1.0 / x : 1.0 / (std::exp(x) - 1.718);
+}
+
+TEST(PCMFader, GainIsThatOfEachPositionWhateverTheReads) {
+    MemoryStream source(44100, std::vector<float>(800, 1.0f));
+    std::mt19937 random(3);
+    for (const FADERS& faders : {FADERS{0, 50, 400, 60, false},
+                                 {20, 50, 380, 60, true},
+                                 {0, 300, 400, 300, false},  // overlapping: the way out wins
+                                 {-30, 100, 390, 1, false},
+                                 {350, 200, 0, 0, true},
+                                 {0, 1, 401, 0, false},
+                                 {0, 0, 100, 30, false},
+                                 {500, 20, 900, 20, true},
+                                 {0, 0, 0, 0, false}}) {
+        PCMFader fader(&source, 0);
+        fader.SetFaders(&faders);
+        std::vector<float> expected;
+        for (int64_t i = 0; i < 400; ++i) expected.insert(expected.end(), 2, static_cast<float>(PlainGain(faders, i)));
+        EXPECT_EQ(ReadAll(fader), expected);
+        int at = 0;
+        for (int i = 0; i < 400; ++i) {
+            const int n = static_cast<int>(random() % (random() % 2 ? 3 : 80)) + 1;
+            ASSERT_EQ(ReadAt(fader, at, n), Slice(expected, at, std::min(n, 400 - at))) << at;
+            at = random() % 3 ? (at + n) % 400 : static_cast<int>(random() % 400);
+        }
+        for (uint32_t flag : {PCM_NO_FADERS, PCM_RAW_DOP}) EXPECT_EQ(ReadAll(fader, flag), source.pairs);
+        fader.SetFaders(nullptr);
+        EXPECT_EQ(ReadAll(fader), source.pairs);
+    }
+    // Silence exactly at both ends, and a small step from the fade to the music.
+    const FADERS faders{0, 100, 300, 50, false};
+    EXPECT_EQ(static_cast<float>(PlainGain(faders, 0)), 0.0f);
+    EXPECT_EQ(static_cast<float>(PlainGain(faders, 300)), 0.0f);
+    EXPECT_NEAR(PlainGain(faders, 250), 0.99972, 1e-5);
+}
+
+TEST(PCMFader, AltersAudioAnswersByThePositionLastAsked) {
+    MemoryStream source(44100, std::vector<float>(2000, 1.0f));
+    PCMFader fader(&source, 0);
+    const FADERS faders{0, 10, 1000, 100, false};
+    fader.SetFaders(&faders);
+    EXPECT_TRUE(fader.AltersAudio(5, 1, 0));
+    EXPECT_FALSE(fader.AltersAudio(10, 1, 0));
+    EXPECT_FALSE(fader.AltersAudio(10, 990, 0));  // the same position: the stored answer, whatever the length
+    EXPECT_TRUE(fader.AltersAudio(11, 889, 0));   // another one: the range reaches the fade
+    EXPECT_FALSE(fader.AltersAudio(12, 887, 0));
+    EXPECT_TRUE(fader.AltersAudio(13, kEndless, 0));
 }
 
 TEST(Stages, AllocateNothingOnceTheLargestBlockWasSeen) {
