@@ -72,55 +72,49 @@ std::vector<float> Channel(const std::vector<float>& pairs, int channel) {
     return samples;
 }
 
-TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
-    struct Section {
-        int type;
-        double frequency, bandwidth;
-        int count;
-    };
-    struct Case {
-        const char* name;
-        int hum, harmonics, rumble, dc_only;
-        std::vector<Section> sections;
-    };
-    const std::vector<Section> harmonics = {
-        {kNotch, 60, 0.05, 2}, {kNotch, 120, 0.05, 1}, {kNotch, 240, 0.05, 1}, {kNotch, 360, 0.05, 1}};
-    for (const Case& c : {Case{"hum 60 with harmonics", 60, 1, 0, 0, harmonics},
-                          {"offset", 0, 0, 1, 1, {{kHighPass, 16, 2.0, 1}}},
-                          {"hum and rumble", 50, 0, 1, -1, {{kNotch, 50, 0.05, 2}, {kHighPass, 16, 1.5, 5}}}}) {
-        Recording recording(Impulse(300000));
-        FilterValues& values = recording.AddFilter();
-        values.hum_mode = c.hum ? FILTER_ON : FILTER_NO_CHANGE;
-        values.mains_frequency = c.hum;
-        values.filter_harmonics = c.harmonics;
-        values.rumble_mode = c.rumble ? FILTER_ON : FILTER_NO_CHANGE;
-        values.dc_offset_only = c.dc_only;
-        const std::vector<float> response = Channel(recording.ReadAll(), 0);
-        for (double f : {10.0, 16.0, 30.0, 49.0, 59.0, 61.5, 100.0, 121.0, 245.0, 500.0, 5000.0}) {
-            double expected = 0;
-            for (const Section& s : c.sections) {
-                expected += s.count * Oracle::AnalogBiQuadDb(s.type, 0, s.frequency, kRate, s.bandwidth, f);
-            }
-            EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate), expected, 0.05) << c.name << ", " << f;
+struct Section {
+    int type;
+    double frequency, bandwidth;
+    int count = 1;
+    double gain = 0;
+};
+
+// The chain's measured response is that of the sections.
+void ExpectResponse(const FilterValues& values, const std::vector<Section>& sections, int64_t length) {
+    Recording recording(Impulse(length));
+    recording.AddFilter() = values;
+    { const ListChange change(&recording.entry.filters); }
+    const std::vector<float> response = Channel(recording.ReadAll(), 0);
+    for (double f : {16.0, 47.0, 59.0, 61.5, 121.0, 245.0, 1000.0, 3000.0, 8000.0, 12000.0, 18000.0}) {
+        double expected = 0;
+        for (const Section& s : sections) {
+            expected += s.count * Oracle::AnalogBiQuadDb(s.type, s.gain, s.frequency, kRate, s.bandwidth, f);
         }
+        EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate), expected, 0.05) << f;
     }
+}
+
+TEST(HumRumbleFilter, ResponseIsThatOfItsFormulas) {
+    FilterValues values;
+    values.hum_mode = FILTER_ON, values.mains_frequency = 60, values.filter_harmonics = 1;
+    ExpectResponse(values, {{kNotch, 60, 0.05, 2}, {kNotch, 120, 0.05}, {kNotch, 240, 0.05}, {kNotch, 360, 0.05}},
+                   300000);
+    values.mains_frequency = 50, values.filter_harmonics = 0, values.rumble_mode = FILTER_ON;
+    ExpectResponse(values, {{kNotch, 50, 0.05, 2}, {kHighPass, 16, 1.5, 5}}, 300000);
+    values.hum_mode = FILTER_OFF, values.dc_offset_only = 1;
+    ExpectResponse(values, {{kHighPass, 16, 2.0}}, 300000);
 }
 
 TEST(Equaliser, EachBandHasTheResponseOfItsFormula) {
     for (int band = 0; band < kEqBands; band++) {
         for (int steps : {12, -7}) {
-            Recording recording(Impulse(60000));
-            FilterValues& values = recording.AddFilter();
+            SCOPED_TRACE(band);
+            FilterValues values;
             values.eq_mode = FILTER_ON;
             values.bands[band] = steps;
-            const std::vector<float> response = Channel(recording.ReadAll(), 0);
             const int type = band == 0 ? kLowShelf : band == 9 ? kHighShelf : kPeaking;
             const double gain = steps * (type == kPeaking ? 11.0 : 14.0) / 12.0;
-            for (double f : {20.0, 47.0, 63.0, 130.0, 1000.0, 3000.0, 8000.0, 12000.0, 18000.0}) {
-                EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate),
-                            Oracle::AnalogBiQuadDb(type, gain, kEqFrequencies[band], kRate, 1.4, f), 0.05)
-                    << "band " << band << " at " << f;
-            }
+            ExpectResponse(values, {{type, double(kEqFrequencies[band]), 1.4, 1, gain}}, 60000);
         }
     }
     FilterValues all;
@@ -165,21 +159,14 @@ TEST(FilterStages, SettingsActOnExactlyTheirSamples) {
            },
            0}}) {
         SCOPED_TRACE(c.name);
-        Recording ranged(audio), whole(audio);
+        Recording ranged(audio);
         c.add(ranged, start, end);
-        c.add(whole, 0, 0);
-        const std::vector<float> output = ranged.ReadAll(), everywhere = whole.ReadAll();
+        const std::vector<float> output = ranged.ReadAll();
         ASSERT_EQ(output.size(), audio.size());
-        double worst = 0;
-        for (int64_t i = 0; i < total; i++) {
-            if (i < start || i >= end) {
-                ASSERT_EQ(output[2 * i], audio[2 * i]) << i;
-                ASSERT_EQ(output[2 * i + 1], audio[2 * i + 1]) << i;
-            } else if (i >= start + c.heard_after + 3000) {
-                worst = std::max(worst, double(std::abs(output[2 * i] - everywhere[2 * i])));
-            }
+        for (int64_t i = 0; i < 2 * total; i++) {
+            const bool covered = i >= 2 * start && i < 2 * end;
+            ASSERT_TRUE(covered || output[i] == audio[i]) << i;
         }
-        EXPECT_LT(worst, 0.02);
         EXPECT_NE(output[2 * (start + c.heard_after)], audio[2 * (start + c.heard_after)]);
         EXPECT_NE(output[2 * end - 2], audio[2 * end - 2]);
         EXPECT_FALSE(ranged.stack.AltersAudio(start - 1, 10, 0));
@@ -256,23 +243,6 @@ TEST(Denoise, ACurveIsHeardBehindAHighPass) {
     }
 }
 
-TEST(Denoise, OutputHasNoDelayAndTheInputsLengthFromFirstToLastSample) {
-    const int64_t total = 50123;
-    std::vector<float> audio = Noise(total, 1e-5f, 7);
-    for (size_t i = 0; i < audio.size(); i++) {
-        if (i < 20000 || i >= 80000) audio[i] = 0.4f * float(std::sin(0.05 * double(i / 2)));
-    }
-    Recording recording(audio);
-    recording.entry.view_position[0] = 11000, recording.entry.view_position[1] = 39000;
-    recording.AddFilter().hiss_mode = FILTER_ON;
-    const std::vector<float> output = recording.ReadAll();
-    ASSERT_EQ(output.size(), audio.size());
-    for (int64_t i = 0; i < total; i++)
-        ASSERT_NEAR(output[2 * i], audio[2 * i], i > 5000 && i < 45000 ? 0.5 : 0.001) << i;
-    EXPECT_EQ(recording.Read(total - 10, 100).size(), 20u);
-    EXPECT_EQ(recording.Read(total + 1000000, 100).size(), 0u);
-}
-
 TEST(Denoise, LowersTheNoiseOfItsSampleAndKeepsTheTone) {
     const int64_t total = 400000, tone_from = 200000;
     std::vector<float> audio = Noise(total, 0.003f, 8);
@@ -290,6 +260,10 @@ TEST(Denoise, LowersTheNoiseOfItsSampleAndKeepsTheTone) {
         const double noise_down = RmsDb(audio, 20000, 180000) - RmsDb(output, 20000, 180000);
         EXPECT_GT(noise_down, last + 1.0) << reduction;
         EXPECT_NEAR(RmsDb(output, 220000, 380000), RmsDb(audio, 220000, 380000), 0.05) << reduction;
+        // No delay, from the first sample to the last.
+        ASSERT_EQ(output.size(), audio.size());
+        for (int64_t i = 220000; i < total - 100; i++) ASSERT_NEAR(output[2 * i], audio[2 * i], 0.019) << i;
+        EXPECT_EQ(recording.Read(total - 10, 100).size(), 20u);
         last = noise_down;
     }
     EXPECT_GT(last, 7.0);

@@ -37,8 +37,6 @@ TEST(NoiseFile, HoldsMagicRateAndBothSpectra) {
     ASSERT_EQ(bytes.size(), 8 + 8 * (2048u + 1));
     EXPECT_EQ(bytes.substr(0, 8), std::string(" snv") + Number(22050));
     EXPECT_EQ(bytes.substr(8 + 4 * (2049 + 7), 4), Number(std::bit_cast<uint32_t>(7.5f)));
-    ASSERT_EQ(WriteNoiseFile(path, Sample(22050)), 0);
-    EXPECT_EQ(folder.Listing(), std::set<std::string>{"hall.vns"});
     NoiseSample back(22050);
     ASSERT_EQ(ReadNoiseFile(path, back), 0);
     EXPECT_EQ(back.power[0], Sample(22050).power[0]);

@@ -72,7 +72,6 @@ TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
         }
         EXPECT_GT(ar_db, c.least_ar_db) << c.n;
         EXPECT_GT(best_db, -1) << "the pick against the best there was, n " << c.n;
-        RecordProperty("ar_db_" + std::to_string(c.n), std::to_string(ar_db));
     }
 }
 
@@ -83,9 +82,7 @@ TEST(Patch, ShortStretchesAndPlacesAtTheEndsOfARecordingAreSane) {
             for (PatchMethod method : kMethods) {
                 auto patched = music;
                 Patch(method, patched, first, first + n - 1);
-                const auto what = "method " + std::to_string(static_cast<int>(method)) + " n " + std::to_string(n) +
-                                  " at " + std::to_string(first);
-                ExpectBoundedAndOutsideUntouched(patched, music, first, first + n - 1, what);
+                ExpectBoundedAndOutsideUntouched(patched, music, first, first + n - 1, std::to_string(n));
             }
         }
     }

@@ -71,10 +71,6 @@ TEST(ScanBlocks, CoverTheRangeWithWingsOfMirroredOrRealSamples) {
                     int64_t place = block.position - EXTRA_DATA_WING + static_cast<int64_t>(i);
                     ASSERT_EQ(block.samples[i], SampleAt(source, place, channel)) << name << " place " << place;
                 }
-                for (int64_t place : {blocks.read_start(), blocks.read_end()}) {
-                    auto index = static_cast<size_t>(blocks.offset0() + place - blocks.read_start());
-                    ASSERT_EQ(blocks.Recording(channel)[index], SampleAt(source, place, channel)) << name;
-                }
             }
             ChannelBlock block = blocks.Channel(0);
             ASSERT_LE(block.position, scanned_to + 1) << name;

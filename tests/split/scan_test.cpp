@@ -247,17 +247,6 @@ TEST_F(ScanTest, AScanIsRefusedWithoutAnOverview) {
     EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 1);
 }
 
-TEST_F(ScanTest, OlderSettingsAreBroughtUpToDateOnce) {
-    SetSetting("Scan End Level", 80);
-    SetSetting("Scan End Period", 3);
-    BreakScanSettings::Migrate();
-    EXPECT_EQ(BreakScanSettings::Load().start_level, 66);
-    EXPECT_EQ(BreakScanSettings::Load().end_level, 30);
-    SetSetting("Scan End Level", 20);
-    BreakScanSettings::Migrate();
-    EXPECT_EQ(BreakScanSettings::Load().end_level, 20);
-}
-
 TEST_F(ScanTest, RealAudioIsSplitAtItsGaps) {
     const std::vector<Stretch> layout = {{6, 0}, {40, 1}, {3, 0}, {45, 1}, {2.5, 0}, {35, 1}, {75, 0}};
     const std::vector<float> music = OrvaneTest::Music(4, 5 * 44100, 0.7);
