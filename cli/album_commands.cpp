@@ -5,7 +5,6 @@
 #include "cli/model_view.h"
 #include "cli/texts.h"
 #include "collection/albumset.h"
-#include "collection/deletealbums.h"
 #include "collection/tracktime.h"
 #include "collection/undo_records.h"
 #include "foundation/messages.h"
@@ -19,7 +18,6 @@ struct AlbumArguments {
     int album = 0;
     std::vector<std::string> assignments;       // of "set"
     std::map<std::string, std::string> values;  // of "add", by field
-    bool delete_files = false;                  // of "remove"
 };
 
 int OpenAlbum(CommandContext& context, const AlbumArguments& arguments, Access access, AlbumInfo*& album) {
@@ -120,20 +118,10 @@ int Remove(CommandContext& context, const AlbumArguments& arguments) {
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     Json json = AlbumHeadJson(*album, arguments.album);
     std::string name = context.AlbumName(*album);
-    if (arguments.delete_files) {
-        const int n_albums = context.Collection().albums.size();
-        {
-            ProgressJob job("Deleting " + name);
-            DeleteAlbums({album}, {});
-        }
-        if (context.Collection().albums.size() == n_albums) return context.FailLastError();
-    } else {
-        RemoveAlbum(album);
-    }
+    std::unique_ptr<AlbumInfo> removed = RemoveAlbum(album);
     if (int code = context.Save()) return code;
     context.result = json;
-    context.Line("Removed: {}; its recordings {}", name,
-                 arguments.delete_files ? "are in the Trash" : "stay where they are");
+    context.Line("Removed: {}; its recordings stay where they are", name);
     return CLI_DONE;
 }
 
@@ -175,8 +163,6 @@ void AddAlbumCommands(CommandTree& tree) {
     command = Command("remove", "take an album out of the collection; its recordings stay where they are",
                       "records.mcf 1", Remove, arguments);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
-    command->add_flag("--delete-files", arguments->delete_files,
-                      "move its recordings and cover that lie in the collection's folders to the Trash");
 }
 
 }  // namespace Orvane

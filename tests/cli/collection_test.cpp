@@ -33,7 +33,7 @@ TEST_F(Collections, AlbumsAreNumberedInListOrderAndChangedByTheNamesOfTheirField
     EXPECT_EQ(shown["single"], true);
     EXPECT_EQ(shown["notes"], "two\nlines");
 
-    Must({"album", "remove", "c.mcf", "1", "--delete-files"});
+    Must({"album", "remove", "c.mcf", "1"});
     list = Json({"album", "list", "c.mcf"});
     ASSERT_EQ(list["albums"].size(), 1u);
     EXPECT_EQ(list["albums"][0]["artist"], "Alpha \"12\"");
