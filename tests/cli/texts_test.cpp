@@ -4,7 +4,6 @@
 
 #include <cmath>
 
-#include "cli/console.h"
 #include "cli/titles.h"
 
 using namespace Orvane;
@@ -53,43 +52,5 @@ TEST(Titles, LinesAreTimesWithATitleOrATitleAlone) {
         if (!title.timed) continue;
         EXPECT_EQ(title.start, std::llround(row.start * 44100)) << row.line;
         EXPECT_EQ(title.end, std::llround(row.end * 44100)) << row.line;
-    }
-}
-
-TEST(Console, MarkupBecomesLinesWithoutWhatOnlyAWindowCanFollow) {
-    EXPECT_EQ(PlainLines("<u>Saving: a < b</u>\n\nSaving <fg color=#00a000>done</fg> \n"),
-              "Saving: a < b\nSaving done\n");
-    EXPECT_EQ(PlainLines("In <b>/out</b>\n\n<l><h>{browse_folder:/out}</h>View in File Explorer</l>\n"), "In /out\n");
-    EXPECT_EQ(PlainLines("Click on <l><h>{split_tracks_tab}</h>Split Tracks</l>."), "Click on Split Tracks.");
-}
-
-TEST(Console, ProgressTellsPercentAndTimeLeftInItsStyle) {
-    struct Row {
-        ProgressStyle style;
-        const char* expected;
-    };
-    const Row rows[] = {
-        {ProgressStyle::None, ""},
-        {ProgressStyle::Lines, "Saving ...\nTrack one done\nSaving:  25 %  0:30 left\nhalf a line\n"},
-        {ProgressStyle::Bar,
-         "\rSaving [                              ]   0 %\033[K"
-         "\rSaving [=======                       ]  25 %  0:30 left\033[K\r\033[K"},
-    };
-    for (const Row& row : rows) {
-        std::string written;
-        double now = 100;
-        ConsoleProgress progress(
-            row.style, [&](std::string_view text) { written += text; }, [&] { return now; });
-        progress.Begin("Saving", true);
-        progress.Position(1);  // too early to be shown
-        now += 0.5;
-        progress.Position(1);
-        progress.Log("Track one <b>");
-        progress.Log("done</b>\n");
-        now += 9.5;
-        progress.Position(250);
-        progress.Log("half a line");
-        progress.End(false);
-        EXPECT_EQ(written, row.expected);
     }
 }

@@ -125,18 +125,5 @@ TEST_F(AlbumSetTest, EveryChangeIsBracketedByItsEvents) {
     EXPECT_FALSE(set.dirty);
 }
 
-TEST_F(AlbumSetTest, TracksCloseAndOpenTheirGaps) {
-    AlbumInfo album;
-    for (int64_t length : {100, 50, 0, 70}) AddTrack(album, {}, length);
-    const simple_vector<ALBUMTRACK> before = album.tracks;
-    const ALBUMTRACK deleted = DeleteTrack(album, 1, true);
-    EXPECT_EQ(album.tracks.back().start, 100);
-    InsertTrack(album, 1, deleted, true);
-    EXPECT_EQ(album.tracks, before);
-    DeleteTrack(album, 2, true);  // has no length
-    DeleteTrack(album, 1, false);
-    EXPECT_EQ(album.tracks.back().start, 150);
-}
-
 }  // namespace
 }  // namespace Orvane

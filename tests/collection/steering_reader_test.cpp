@@ -241,27 +241,5 @@ TEST(ReadCollection, TextsThatLookLikeSyntaxComeBack) {
     EXPECT_EQ(read.set->albums.First()->tracks[0].custom_tags, "one two");
 }
 
-TEST(ReadCollection, DamageCostsLinesAndNothingElse) {
-    AlbumSet made("/music/Mine.mcf");
-    OrvaneTest::CollectionMaker(5).AddAlbums(made, 4, 3);
-    const std::string good = WriteWhole(made);
-    const size_t first = std::string(OrvaneTest::kCollectionHeader).size();
-    std::mt19937 random(11);
-    for (int round = 0; round < 300; ++round) {
-        std::string bad = good;
-        for (int n = 0; n < 5; ++n) {
-            const size_t at = first + random() % (bad.size() - first);
-            if (random() % 2) {
-                bad[at] = static_cast<char>(random());
-            } else {
-                bad.erase(at, random() % 40);
-            }
-        }
-        const auto read = ReadWhole(bad);
-        if (read.result != ReadResult::Good) continue;
-        EXPECT_EQ(ReadWhole(WriteWhole(*read.set)).set->albums.size(), read.set->albums.size());
-    }
-}
-
 }  // namespace
 }  // namespace Orvane

@@ -28,24 +28,6 @@ TEST(MainLoopTest, WakesForOtherThreadsAndQuitsBehindWhatWaits) {
     for (std::thread& thread : threads) thread.join();
 }
 
-TEST(MainLoopTest, TimersRepeatOnceAndStopInTheirOwnHandler) {
-    auto loop = MakePlainMainLoop();
-    int n_repeats = 0;
-    int n_once = 0;
-    int n_stopped = 0;
-    MainLoop::TimerId repeating = loop->StartTimer(1, true, [&] {
-        if (++n_repeats < 3) return;
-        loop->StopTimer(repeating);
-        loop->StartTimer(5, false, [&] { loop->Quit(0); });
-    });
-    loop->StartTimer(0, false, [&] { ++n_once; });
-    loop->StopTimer(loop->StartTimer(1, true, [&] { ++n_stopped; }));
-    loop->Run();
-    EXPECT_EQ(n_repeats, 3);
-    EXPECT_EQ(n_once, 1);
-    EXPECT_EQ(n_stopped, 0);
-}
-
 TEST(MainLoopTest, WorkersRunTasksOnTheMainThread) {
     bool on_main = false;
     bool worker_saw_it = false;

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
-
-#include "foundation/fileerror.h"
-#include "foundation/lasterror.h"
 #include "foundation/markup.h"
 
 namespace Tesslib {
@@ -22,30 +18,6 @@ TEST(Markup, PlainTextDropsKnownTagsAndNothingElse) {
         {"<b><<b>", "<"},
     };
     for (const auto& [markup, plain] : cases) EXPECT_EQ(PlainText(markup), plain) << markup;
-}
-
-TEST(FileErrors, CodesAndTextsFollowTheSystemsError) {
-    const std::string note =
-        "\n\nIs Controlled Folder Access enabled?  If so, please either turn it off or add Orvane to the list of "
-        "allowed apps.";
-    struct {
-        int (*fail)(std::string_view path, int error);
-        int error, code;
-        std::string text;
-    } const cases[] = {
-        {FailOpen, ENOENT, ERR_CANNOT_OPEN,
-         "Cannot open file:\n\n<b>/1% <b></b>\n\nerror 2 (No such file or directory)"},
-        {FailOpenForWriting, EACCES, ERR_CANNOT_OPEN,
-         "Cannot open file:\n\n<b>/1% <b></b>\n\nfor writing, error 13 (Permission denied)" + note},
-        {FailWrite, ENOSPC, ERR_IO, "Error 28 writing to file:\n\n<b>/1% <b></b>\n\n(No space left on device)"},
-        {FailWrite, EROFS, ERR_IO, "Error 30 writing to file:\n\n<b>/1% <b></b>\n\n(Read-only file system)" + note},
-        {FailRead, EIO, ERR_IO, "Error 5 reading file:\n\n<b>/1% <b></b>\n\n(Input/output error)"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.fail("/1% <b>", c.error), c.code) << c.text;
-        EXPECT_EQ(GetLastError().text, c.text);
-        EXPECT_EQ(GetLastError().code, c.error);
-    }
 }
 
 }  // namespace

@@ -6,8 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <random>
-
 #include "foundation/lasterror.h"
 #include "scoped_environment.h"
 #include "temp_folder.h"
@@ -38,28 +36,6 @@ TEST(SettingsText, DamagedLinesCostThemselvesOnly) {
         (Settings{
             {"Recent Files #1", "/a=b.mcf"}, {"spaced", "out"}, {"empty", ""}, {"escaped=key", " two\nlines\\"}}));
     EXPECT_EQ(n_damaged, 5);
-}
-
-TEST(SettingsText, AnyKeyAndValueSurviveAndOtherLinesStand) {
-    std::mt19937 random(7);
-    const std::string before = "# mine\ngarbage\nOther = 1\n";
-    std::string text = before;
-    Settings expected = ParseSettings(before);
-    const char* odd[] = {"",   " ",  "#", "=",      "\\",   "\\n",      "\n",
-                         "\r", "\t", "a", "\u00E9", "\xE9", "\xF0\x9F", "\xEF\xBB\xBF"};
-    for (int i = 0; i < 300; ++i) {
-        std::string key = std::to_string(i);
-        std::string value;
-        for (auto n = random() % 6; n > 0; --n) value += odd[random() % std::size(odd)];
-        for (auto n = random() % 6; n > 0; --n) key.insert(0, odd[random() % std::size(odd)]);
-        value += std::string(random() % 2, '\0');
-        expected.emplace_back(key, value);
-        text = ChangeSettingsText(text, key, &value);
-        ASSERT_EQ(ParseSettings(text).back(), expected.back());
-    }
-    EXPECT_EQ(ParseSettings(text), expected);
-    for (size_t i = 1; i < expected.size(); ++i) text = ChangeSettingsText(text, expected[i].first, nullptr);
-    EXPECT_EQ(text, before);
 }
 
 TEST(SettingsStore, ValuesLastAndAreReadWithTheirDefaults) {

@@ -55,25 +55,14 @@ public:
     FakeProgressHost() : before(Tesslib::SetProgressHost(this)) {}
     ~FakeProgressHost() override { Tesslib::SetProgressHost(before); }
 
-    void Begin(const std::string& new_title, bool new_can_cancel) override {
-        title = new_title;
-        can_cancel = new_can_cancel;
-        ++n_begun;
-    }
+    void Begin(const std::string&, bool) override {}
     void Position(int per_mille) override { positions.push_back(per_mille); }
     void Log(const std::string& markup) override { log += markup; }
-    void End(bool keep_open) override {
-        kept_open = keep_open;
-        ++n_ended;
-    }
+    void End(bool keep_open) override { kept_open = keep_open; }
 
-    std::string title;
     std::string log;  // everything logged, joined, in mark-up
     std::vector<int> positions;
-    bool can_cancel = false;
     bool kept_open = false;
-    int n_begun = 0;
-    int n_ended = 0;
 
 private:
     Tesslib::ProgressHost* before;
