@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
 #include <numbers>
 #include <random>
@@ -11,6 +12,7 @@
 #include "allocations.h"
 #include "foundation/muldiv.h"
 #include "memorystream.h"
+#include "plain_resampler.h"
 
 namespace Tesslib {
 namespace {
@@ -35,15 +37,19 @@ std::vector<float> Tone(double frequency, int n_frames, int32_t samplerate) {
     return pairs;
 }
 
+// Noise made of whole numbers: the same on every machine.
 std::vector<float> Noise(int n_frames) {
     std::mt19937 random(11);
-    std::uniform_real_distribution<float> level(-1.0f, 1.0f);
     std::vector<float> pairs(2 * n_frames);
-    for (float& value : pairs) value = level(random);
+    for (float& value : pairs) value = static_cast<float>(static_cast<int32_t>(random() >> 8) - (1 << 23)) / (1 << 23);
     return pairs;
 }
 
-TEST(JOSConvert, PicksTheFilterByQualityBitAndRatio) {
+// The filters by quality and ratio, and the samples by their formula.
+TEST(JOSConvert, GivesWhatTheFormulaGives) {
+    const std::vector<float> pairs = Noise(700);
+    std::array<std::vector<float>, 2> channels;
+    for (size_t i = 0; i < pairs.size(); ++i) channels[i % 2].push_back(pairs[i]);
     struct Case {
         int input_rate, output_rate;
         uint32_t flags;
@@ -51,16 +57,36 @@ TEST(JOSConvert, PicksTheFilterByQualityBitAndRatio) {
     };
     for (const Case& c : {Case{44100, 48000, PCM_BEST_QUALITY, 30, 16384},
                           {96000, 44100, PCM_BEST_QUALITY | PCM_NO_FADERS, 30, 16384},
+                          {44101, 48000, PCM_BEST_QUALITY, 30, 16384},
                           {88200, 44100, PCM_BEST_QUALITY, 11, 4096},
                           {44100, 176400, PCM_BEST_QUALITY, 11, 4096},
-                          {44100, 48000, PCM_USE_CACHE, 11, 4096},
-                          {96000, 48000, 0, 5, 4096},
-                          {48000, 47999, 0, 11, 4096}}) {
-        const bool simple_ratio = IsSimpleRatio(static_cast<double>(c.output_rate) / c.input_rate);
-        const ResampleQuality quality = QualityFor(c.flags, simple_ratio);
-        EXPECT_EQ(quality.Nmult, c.Nmult) << c.input_rate << " to " << c.output_rate;
-        EXPECT_EQ(quality.Npc, c.Npc) << c.input_rate << " to " << c.output_rate;
+                          {384000, 22050, PCM_USE_CACHE, 11, 4096},
+                          {48000, 47999, 0, 11, 4096},
+                          {96000, 48000, 0, 5, 4096}}) {
+        SCOPED_TRACE(std::to_string(c.input_rate) + " to " + std::to_string(c.output_rate));
+        MemoryStream source(c.input_rate, pairs);
+        JOSConvert convert(&source, c.output_rate);
+        const std::vector<float> output = ReadAll(convert, c.flags);
+        const Testing::PlainResampler plain{c.Nmult, c.Npc, double(c.input_rate), double(c.output_rate)};
+        double worst = 0.0;
+        for (size_t i = 0; i < output.size(); ++i) {
+            worst = std::max(worst, std::abs(output[i] - plain.At(channels[i % 2], static_cast<int64_t>(i / 2))));
+        }
+        EXPECT_LT(worst, 2e-6);
     }
+}
+
+// Where products and sums are fused, or added in another order, this fails.
+TEST(JOSConvert, GivesTheSameBitsOnEveryProcessor) {
+    uint64_t hash = 14695981039346656037u;
+    for (auto [input_rate, output_rate] : {std::pair{44100, 48000}, {96000, 44100}, {44101, 48000}}) {
+        MemoryStream source(input_rate, Noise(5000));
+        JOSConvert convert(&source, output_rate);
+        for (const float value : ReadAll(convert, PCM_BEST_QUALITY)) {
+            hash = (hash ^ std::bit_cast<uint32_t>(value)) * 1099511628211u;
+        }
+    }
+    EXPECT_EQ(hash, 8887831708670345867u);
 }
 
 // What the filter of a conversion may take from or add to a tone well inside its passband.
@@ -147,6 +173,28 @@ TEST(JOSConvert, GivesTheSameHoweverItIsRead) {
         }
         EXPECT_EQ(Testing::CountAllocations(), n_allocations) << "in steady state";
     }
+}
+
+TEST(Resampler, FollowsAChangingFactorWithoutAJump) {
+    Resampler resampler;
+    resampler.resample_open(30, 4096, 0.5, 2.0);
+    std::vector<float> ramp;
+    for (int i = 0; i < 3000; ++i) ramp.insert(ramp.end(), 2, static_cast<float>(i) / 1000);
+    std::vector<float> output(2 * 500);
+    int n_in = 0;
+    double time = 0.0;
+    int used = 0;
+    for (const double factor : {1.0, 48000.0 / 44100.0, 2.0, 0.5, 0.7071}) {
+        const int made = resampler.resample_process(factor, &ramp[2 * n_in], 100, false, used, output.data(), 500);
+        n_in += used;
+        EXPECT_GT(made, 40);
+        for (int i = 0; i < made; ++i, time += 1.0 / factor) {
+            if (time > 30) {
+                EXPECT_NEAR(output[2 * i], time / 1000, 2e-3);
+            }
+        }
+    }
+    EXPECT_EQ(resampler.resample_process(2.1, ramp.data(), 10, false, used, output.data(), 100), -1);
 }
 
 // A source that fails at one place, or ends before its time, or never.
