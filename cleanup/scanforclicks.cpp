@@ -35,8 +35,8 @@ public:
     bool ScanBlock(const ScanBlocks& blocks, const DetectorTables& tables) {
         const int channel = found.channel;
         block = blocks.Channel(channel);
-        source = {blocks.Recording(channel), blocks.read_start() - blocks.offset0(), blocks.read_start(), blocks.read_end(),
-                  &detector};
+        source = {blocks.Recording(channel), blocks.read_start() - blocks.offset0(), blocks.read_start(),
+                  blocks.read_end(), &detector};
         return ScanChannel(block, tables, detector, *this, counts);
     }
 
@@ -53,9 +53,11 @@ private:
 
     bool Marker(int type, int64_t start, int64_t end, int value) override {
         end = std::min(end, start + kMaxRepair);
-        auto marker = std::make_unique<ClickRepair>(static_cast<int16_t>(type), start, end, int16_t{0}, found.samplerate);
+        auto marker =
+            std::make_unique<ClickRepair>(static_cast<int16_t>(type), start, end, int16_t{0}, found.samplerate);
         marker->wiggles = static_cast<int16_t>(value);
-        const AddOutcome outcome = AddRepair(found, marker, slot, type == REPAIR_BP ? ADD_SCANNED_BP : ADD_SCANNED).outcome;
+        const AddOutcome outcome =
+            AddRepair(found, marker, slot, type == REPAIR_BP ? ADD_SCANNED_BP : ADD_SCANNED).outcome;
         return outcome == AddOutcome::Inserted || outcome == AddOutcome::Trimmed;
     }
 
@@ -65,7 +67,8 @@ private:
         next_tick = now + kTickNs;
         // Within a block the scan runs from its end to its start.
         const int64_t block_end = block.position + static_cast<int64_t>(block.samples.size()) - 2 * EXTRA_DATA_WING;
-        const double done = static_cast<double>(block.position + std::max<int64_t>(0, block_end - position) - block.first_sample);
+        const double done =
+            static_cast<double>(block.position + std::max<int64_t>(0, block_end - position) - block.first_sample);
         return on_tick(done / static_cast<double>(block.last_sample - block.first_sample + 1));
     }
 
@@ -111,6 +114,8 @@ public:
     }
 
     ScanStats stats;
+    bool merged = false;     // at least one pass has ended
+    bool line_open = false;  // the log stands in the middle of a line
     std::atomic<bool> cancelled{false};
     int error = 0;  // of the reader; the reason is then the first thread's last error
 
@@ -119,8 +124,8 @@ private:
         const int32_t rate = entry->SampleRate();
         const int64_t begin = to_ticks(rate, request.first_sample);
         const int64_t end = request.last_sample < 0 ? total : to_ticks(rate, request.last_sample);
-        blocks = std::make_unique<ScanBlocks>(begin, end, total,
-                                              settings.options & SCAN_EQUALISE ? Equalisation::Riaa : Equalisation::None);
+        blocks = std::make_unique<ScanBlocks>(
+            begin, end, total, settings.options & SCAN_EQUALISE ? Equalisation::Riaa : Equalisation::None);
         for (int channel = 0; channel < 2; ++channel) {
             scans[channel] = std::make_unique<ChannelScan>(channel, rate);
             scans[channel]->on_tick = [this, pass](double done) {
@@ -134,7 +139,7 @@ private:
         }
         scans[0]->found.buddy = &scans[1]->found;
         scans[1]->found.buddy = &scans[0]->found;
-        if (settings.passes > 1) Progress::Log(fmt::sprintf("\nPass %d", pass + 1));
+        if (settings.passes > 1) LogPiece(FormatMessage(Msg::ScanPass, pass + 1));
     }
 
     // Only the first thread decides whether the scan goes on, so that all leave their loops at the same step.
@@ -171,7 +176,8 @@ private:
             }
         }
         stats.repaired += found;
-        if (settings.passes > 1) Progress::Log(fmt::sprintf(" - %d clicks found", found));
+        if (settings.passes > 1) Progress::Log(FormatMessage(Msg::ClicksInPass, found));
+        merged = true;
         bool told = false;
         for (const int channel : channels) {
             ClickRepairList& list = entry->click_repairs[channel];
@@ -181,11 +187,17 @@ private:
                 list.dirty = true;
                 continue;
             }
-            if (!told) Progress::Log("\nMerging corrections list...");
+            if (!told) LogPiece(FormatMessage(Msg::MergingCorrections));
             told = true;
             ListChange buddy_change(&entry->click_repairs[1 - channel]);
             Merge(*scans[channel], list);
         }
+    }
+
+    // A piece of the log whose line goes on.
+    void LogPiece(const std::string& text) {
+        Progress::Log(text);
+        line_open = true;
     }
 
     // Enters what a pass has found into a list that holds repairs already.
@@ -219,7 +231,7 @@ private:
     const ScanSettings settings;
     const DetectorTables tables;
     ScanReader reader;
-    const int64_t total;  // samples at 44100 Hz
+    const int64_t total;       // samples at 44100 Hz
     std::atomic<int> n_shown;  // clicks, with those of earlier scans
     const std::vector<int> channels;
     std::barrier<> in_step;
@@ -243,31 +255,52 @@ private:
     const int channel;
 };
 
+// The repairs that a scan does not keep: out of the recording while the scan runs, and gone with this.
+class DroppedRepairs {
+public:
+    DroppedRepairs(FileHistoryEntry& entry, uint8_t options) : entry(entry) {
+        for (int channel = 0; channel < 2; ++channel) {
+            ClickRepairList& list = entry.click_repairs[channel];
+            ListChange change(&list);
+            for (ClickRepair* e = list.First(); e;) {
+                ClickRepair* next = ClickRepairList::Next(e);
+                const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
+                if (!(options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS))) {
+                    dropped[channel].Append(list.Remove(e));
+                    list.dirty = true;
+                }
+                e = next;
+            }
+        }
+    }
+    // Only while nothing else has been entered.
+    void PutBack() {
+        for (int channel = 0; channel < 2; ++channel) {
+            ClickRepairList& list = entry.click_repairs[channel];
+            ListChange change(&list);
+            ClickRepair* before = list.First();
+            while (ClickRepair* e = dropped[channel].First()) {
+                while (before && before->absolute_start_time < e->absolute_start_time)
+                    before = ClickRepairList::Next(before);
+                list.Insert(dropped[channel].Remove(e), before);
+            }
+        }
+    }
+
+private:
+    FileHistoryEntry& entry;
+    ClickRepairList dropped[2];
+};
+
 void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
-    Progress::Log(fmt::sprintf("%d potential clicks found in %s, of which:\n    %d repaired\n    %d ignored (PP - percussion "
-                               "protection)\n    %d ignored (BP - brass protection)\n",
-                               stats.repaired + stats.pp + stats.bp, entry.GetPath(), stats.repaired, stats.pp, stats.bp));
+    Progress::Log(FormatMessage(Msg::ScanResult, stats.repaired + stats.pp + stats.bp, entry.GetPath(), stats.repaired,
+                                stats.pp, stats.bp));
 }
 
 }  // namespace
 
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings) {
     return entry.click_scan.sensitivity >= 0 && entry.click_scan.SameScan(settings);
-}
-
-void DropRepairs(FileHistoryEntry& entry, uint8_t options) {
-    for (ClickRepairList& list : entry.click_repairs) {
-        ListChange change(&list);
-        for (ClickRepair* e = list.First(); e;) {
-            ClickRepair* next = ClickRepairList::Next(e);
-            const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
-            if (!(options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS))) {
-                list.Delete(e);
-                list.dirty = true;
-            }
-            e = next;
-        }
-    }
 }
 
 ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats) {
@@ -289,7 +322,8 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
     } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
         outcome = ScanOutcome::TooSmall;
     } else if (settings.sensitivity > 0) {
-        DropRepairs(*entry, settings.options);
+        DroppedRepairs dropped(*entry, settings.options);
+        const int32_t earlier = settings.options & SCAN_KEEP_PREVIOUS ? entry->click_scan.total_clicks : 0;
         ScanJob job(entry, stream, request, channels);
         std::vector<std::unique_ptr<ScanForClicksThread>> threads;
         std::vector<WorkerThread*> running;
@@ -306,12 +340,15 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
             outcome = ScanOutcome::Failed;
         } else if (job.cancelled) {
             outcome = ScanOutcome::Cancelled;
-        } else {
-            const int32_t earlier = settings.options & SCAN_KEEP_PREVIOUS ? entry->click_scan.total_clicks : 0;
-            entry->click_scan = settings;
-            entry->click_scan.total_clicks = earlier + stats.repaired;
-            LogResult(*entry, stats);
         }
+        if (outcome != ScanOutcome::Done && !job.merged) {
+            dropped.PutBack();
+        } else {
+            entry->click_scan = outcome == ScanOutcome::Done ? settings : ScanSettings();
+            entry->click_scan.total_clicks = earlier + stats.repaired;
+        }
+        if (job.line_open) Progress::Log("\n");
+        if (outcome == ScanOutcome::Done) LogResult(*entry, stats);
         if (entry->SaveCorrections() < 0 && outcome == ScanOutcome::Done) outcome = ScanOutcome::Failed;
     }
     ReleaseFileToPCM(entry);

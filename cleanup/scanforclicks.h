@@ -22,30 +22,28 @@ struct ScanStats {
 
 enum class ScanOutcome {
     Done,
-    Skipped,    // scanned before with these settings
-    TooSmall,   // "This file is too small to declick"
-    NoChannels, // "No channels specified!"
-    Cancelled,  // the lists keep what earlier passes merged
-    Failed,     // the reason is the thread's last error
+    Skipped,     // scanned before with these settings
+    TooSmall,    // "This file is too small to declick"
+    NoChannels,  // "No channels specified!"
+    Cancelled,   // the lists keep what earlier passes merged; before the first has ended they are as they were
+    Failed,      // the reason is the thread's last error
 };
 
 struct ScanRequest {
     ScanSettings settings;
-    int64_t first_sample = 0;    // of the recording, at its own rate
-    int64_t last_sample = -1;    // exclusive; below 0: the end
-    int progress_base = 0;       // the part of the progress bar that is this scan's, in thousandths
+    int64_t first_sample = 0;  // of the recording, at its own rate
+    int64_t last_sample = -1;  // exclusive; below 0: the end
+    int progress_base = 0;     // the part of the progress bar that is this scan's, in thousandths
     int progress_range = 1000;
 };
 
 // Scans `entry` and enters what it finds into its lists, which other threads may be reading meanwhile; saves the
-// corrections file at the end. Keeps, before it begins, of the existing repairs what the settings say. Main thread, which
-// stays alive; one scan at a time in the program. Progress::Begin and End are the caller's; Progress::Cancel ends the scan.
+// corrections file at the end. Keeps, before it begins, of the existing repairs what the settings say; a scan that ends
+// early counts as none. Main thread, which stays alive; one scan at a time in the program. Progress::Begin and End are
+// the caller's; Progress::Cancel ends the scan.
 ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats);
 
 // True if a batch may leave the recording out: it was scanned before with settings that would find the same.
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings);
-
-// Deletes the repairs that a new scan with `options` (ScanOptions) does not keep.
-void DropRepairs(FileHistoryEntry& entry, uint8_t options);
 
 }  // namespace Orvane

@@ -48,15 +48,25 @@ std::string_view MessageText(Msg id) {
             return "Delete track breaks";
         case Msg::EditAlbumDetails:
             return "Edit album details";
+        case Msg::MergingCorrections:
+            return "\nMerging corrections list...";
+        case Msg::ScanResult:
+            return "%d potential clicks found in %s, of which:\n    %d repaired\n    %d ignored (PP - percussion "
+                   "protection)\n"
+                   "    %d ignored (BP - brass protection)\n";
         case Msg::NoChannelSelected:
             return "Please select a channel first";
         case Msg::NoRoomForRepair:
             return "There is no room to insert a repair here - you are too close to the start or end of the file";
+        case Msg::TooSmallToDeclick:
+            return "This file is too small to declick";
         case Msg::ClicksFoundSoFar:
             return "%d clicks found so far";
         case Msg::BadCrdHeader:
             return "File:\n\n<b>%s</b>\n\ndoes not contain a valid CRD header (or was created by an older version of "
                    "Orvane).  The file has been deleted.\n\nYou will need to rescan this recording for clicks.";
+        case Msg::NoChannelsSpecified:
+            return "No channels specified!";
         case Msg::RecordingOpenNote:
             return "The recording stays in the album, but it cannot be used until this has been put right.";
         case Msg::UndoTargetDeleted:
@@ -67,6 +77,10 @@ std::string_view MessageText(Msg id) {
             return "Manual repair";
         case Msg::DeleteRepair:
             return "Delete repair";
+        case Msg::ScanPass:
+            return "\nPass %d";
+        case Msg::ClicksInPass:
+            return " - %d clicks found";
         case Msg::Done:
             return "Done";
         case Msg::UndoOtherAlbum:
@@ -109,6 +123,8 @@ std::string_view MessageText(Msg id) {
             return "Autosaving...";
         case Msg::AlbumsDeleted:
             return "%d albums or album components deleted.\n\nEmpty the recycle bin to recover lost disk space.";
+        case Msg::ScanningSide:
+            return "<u>Scanning: %s - %s for clicks (album %d of %d, side %d)</u>\n";
         case Msg::HissWithoutRumble:
             return "Without the rumble filter the hiss filter can make faint clicks.\n\nDo you want to turn the rumble "
                    "filter off all the same?";
@@ -118,6 +134,10 @@ std::string_view MessageText(Msg id) {
             return "The selection is too short to cut.  Please select a larger area or try a shorter splice length.";
         case Msg::CollectionSaved:
             return "Collection saved";
+        case Msg::CustomSettings:
+            return "Custom settings";
+        case Msg::DefaultSettings:
+            return "Default settings";
         case Msg::UndoMenu:
             return "Undo %s\tCtrl+Z";
         case Msg::RedoMenu:

@@ -8,7 +8,6 @@
 
 namespace Tesslib {
 
-
 // Numbers below 30000 are stable: users and logs know them. Texts that never had a number of their own follow from
 // 30000 up. Behind each stand the arguments of its text, in order.
 enum class Msg : int {
@@ -32,15 +31,21 @@ enum class Msg : int {
     InsertTrackBreak = 409,
     DeleteTrackBreaks = 410,
     EditAlbumDetails = 414,
+    MergingCorrections = 444,
+    ScanResult = 445,  // clicks, file, repaired, PP, BP
     NoChannelSelected = 448,
     NoRoomForRepair = 449,
+    TooSmallToDeclick = 455,
     ClicksFoundSoFar = 458,  // count
     BadCrdHeader = 459,      // file
+    NoChannelsSpecified = 462,
     RecordingOpenNote = 469,
     UndoTargetDeleted = 475,  // file or album
     AdjustRepairWidth = 476,
     ManualRepair = 477,
     DeleteRepair = 478,
+    ScanPass = 485,      // number
+    ClicksInPass = 486,  // count
     Done = 488,
     UndoOtherAlbum = 490,  // artist, title
     UndoOtherWindow = 511,
@@ -55,14 +60,17 @@ enum class Msg : int {
     NoCollectionOpen = 599,
     EmptyCollection = 601,
     AlbumListHeader = 615,  // shown, all, links
-    HissNotApplied = 630,  // side, side
+    HissNotApplied = 630,   // side, side
     AdjustTrackBreaks = 657,
     Autosaving = 658,
-    AlbumsDeleted = 737,   // count
+    AlbumsDeleted = 737,  // count
+    ScanningSide = 743,   // artist, title, album, albums, side; ends with a line break
     HissWithoutRumble = 866,
     SourceFileNote = 867,  // file; ends with a line break
     SelectionTooShortToCut = 871,
     CollectionSaved = 874,
+    CustomSettings = 971,
+    DefaultSettings = 988,
     UndoMenu = 1021,  // description
     RedoMenu = 1022,  // description
     Custom = 1243,
@@ -102,10 +110,10 @@ enum class Msg : int {
     NoTrackBreaksFound,
     MoreTrackBreaksThanTracks,
     FewerTrackBreaksThanTracks,
-    NumberedTrack,             // number
-    UndoTip,                   // description
-    RedoTip,                   // description
-    AlbumInUse,                // artist, title
+    NumberedTrack,  // number
+    UndoTip,        // description
+    RedoTip,        // description
+    AlbumInUse,     // artist, title
     RepairNotMade,
     RepairMarkers,
     PatchSelection,
