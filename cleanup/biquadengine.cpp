@@ -8,8 +8,8 @@ BiQuadEngine::BiQuadEngine(PCMFilter* input_filter, FileHistoryEntry* recording,
                            int32_t rate, uint32_t bypass, int32_t n_warmup)
     : PCMFilter(rate),
       ListWatcher(stack_lock),
-      input(input_filter),
       entry(recording),
+      input(input_filter),
       lock(stack_lock),
       bypass_flags(bypass),
       warmup(n_warmup) {}

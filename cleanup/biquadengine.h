@@ -37,6 +37,8 @@ protected:
     virtual void Finish(const FilterValues& /*values*/, std::span<float> /*left*/, std::span<float> /*right*/,
                         uint32_t /*flags*/) const {}
 
+    FileHistoryEntry* const entry;
+
 private:
     bool Watches(const void* list) const override { return list == &entry->filters || list == &entry->cuts; }
     void ListChanged() override;
@@ -48,7 +50,6 @@ private:
     void RunChains(std::span<float> left, std::span<float> right);
 
     PCMFilter* input;
-    FileHistoryEntry* entry;
     CriticalSection& lock;
     const uint32_t bypass_flags;
     const int32_t warmup;

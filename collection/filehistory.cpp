@@ -129,6 +129,7 @@ FileHistoryEntry::FileHistoryEntry(const FileHistoryEntry& original, uint32_t wh
       samplerate(original.samplerate),
       bit_rate(original.bit_rate),
       stream_index(original.stream_index),
+      normalise_gain(original.normalise_gain),
       open_status(original.open_status),
       view_mode(original.view_mode),
       speed_from(original.speed_from),

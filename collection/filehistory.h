@@ -170,6 +170,7 @@ public:
     int32_t samplerate = 0;  // 0: not yet known, counts as 44100
     int32_t bit_rate = 0;    // kbit/s
     int32_t stream_index = -1;
+    int32_t normalise_gain = 0;  // tenths of a dB; heard with PCM_NORMALISE, and kept for this run only
     int16_t open_status = -1;
     int16_t view_mode = -1;
     int16_t speed_from;  // "Turntable Speed"
