@@ -122,7 +122,7 @@ int32_t Denoise::UpdateNoise(const NoiseSource& source, uint32_t flags) {
     if (!entry->noise_sample_changed && source == noise_source) return 0;
     int32_t error = 0;
     if (source.file.empty()) {
-        error = MeasureNoise(source, flags);
+        error = MeasureRecording(source, flags);
     } else {
         error = ReadNoiseFile(source.file, noise);
     }
@@ -133,26 +133,12 @@ int32_t Denoise::UpdateNoise(const NoiseSource& source, uint32_t flags) {
     return 0;
 }
 
-// A stretch that is shorter than a block, or not all there, is no noise sample: the spectrum stays 0.
-int32_t Denoise::MeasureNoise(const NoiseSource& source, uint32_t flags) {
+int32_t Denoise::MeasureRecording(const NoiseSource& source, uint32_t flags) {
     const uint32_t file_flags = flags | PCM_NO_CUTS;  // the stretch is a place in the file
-    const int64_t total = input->GetTotalSamples(file_flags);
-    const int64_t start = std::clamp<int64_t>(source.start, 0, total), end = std::clamp<int64_t>(source.end, 0, total);
-    const int32_t block = frame_filter.Block();
-    noise = NoiseSample(samplerate);
-    if (end - start < block) return 0;
-    NoiseMeter meter(samplerate);
-    std::vector<float> left(static_cast<size_t>(block)), right(left.size());
-    for (int i = 0; i < kNoiseFrames; i++) {
-        const int32_t n =
-            input->Read(NoiseFrameStart(i, start, end, block), left.data(), right.data(), block, file_flags);
-        if (n < 0) return n;
-        if (n < block) return 0;
-        meter.Add(0, left);
-        meter.Add(1, right);
-    }
-    noise = meter.Finish();
-    return 0;
+    const auto read = [&](int64_t position, float* left, float* right, int32_t n) {
+        return input->Read(position, left, right, n, file_flags);
+    };
+    return MeasureNoise(source.start, source.end, input->GetTotalSamples(file_flags), read, noise);
 }
 
 // Makes the frame that `position` lies in. Two blocks before it are run over silently, so that the overlap and the hiss

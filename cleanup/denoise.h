@@ -54,7 +54,7 @@ private:
 
     int32_t FetchSettings(int64_t position, uint32_t flags);
     int32_t UpdateNoise(const NoiseSource& source, uint32_t flags);
-    int32_t MeasureNoise(const NoiseSource& source, uint32_t flags);
+    int32_t MeasureRecording(const NoiseSource& source, uint32_t flags);
     int32_t FillFrom(int64_t position, uint32_t flags);
     int32_t NextFrame(uint32_t flags);
     int32_t LoadHop(int64_t position, uint32_t flags);

@@ -81,6 +81,25 @@ NoiseSample NoiseMeter::Finish() const {
     return mean;
 }
 
+int32_t MeasureNoise(int64_t start, int64_t end, int64_t total, NoiseReader read, NoiseSample& noise) {
+    const int32_t rate = noise.samplerate, block = FFTBlockSize(rate);
+    start = std::clamp<int64_t>(start, 0, total);
+    end = std::clamp<int64_t>(end, 0, total);
+    noise = NoiseSample(rate);
+    if (end - start < block) return 0;
+    NoiseMeter meter(rate);
+    std::vector<float> left(static_cast<size_t>(block)), right(left.size());
+    for (int i = 0; i < kNoiseFrames; i++) {
+        const int32_t n = read(NoiseFrameStart(i, start, end, block), left.data(), right.data(), block);
+        if (n < 0) return n;
+        if (n < block) return 0;
+        meter.Add(0, left);
+        meter.Add(1, right);
+    }
+    noise = meter.Finish();
+    return 0;
+}
+
 int ReadNoiseFile(std::string_view path, NoiseSample& noise) {
     int error = 0;
     FILE* file = OpenFile(path, "rb", error);

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/functionref.h"
+
 namespace Orvane {
 
 // Mean power of bins 0 to N / 2 of Hann-windowed frames, with N = FFTBlockSize(samplerate). Bin 0 is not used.
@@ -33,6 +35,13 @@ private:
     NoiseSample sum;
     std::vector<float> samples, spectrum, power;
 };
+
+// `n_samples` samples from `position` of both channels; their count, or below 0 a StreamError.
+using NoiseReader = Tesslib::FunctionRef<int32_t(int64_t position, float* left, float* right, int32_t n_samples)>;
+
+// Measures the stretch `start` to `end` of a recording of `total` samples, at the rate of `noise`. A stretch that is
+// shorter than a block, or not all there, is no noise sample: the spectrum is all 0. 0, or the error of `read`.
+[[nodiscard]] int32_t MeasureNoise(int64_t start, int64_t end, int64_t total, NoiseReader read, NoiseSample& noise);
 
 // A noise sample file (".vns") is little-endian: the magic number 0x766E7320, the sample rate in hertz, and N / 2 + 1
 // 32-bit floats for the left and then for the right channel. Both return 0 or a StreamError with the reason as the
