@@ -145,7 +145,7 @@ void PatchSelection::Withdraw() {
 bool PatchRecording(FileHistoryEntry& entry, int64_t start, int64_t end, const PatchOptions& options,
                     PatchMethod* used) {
     PatchSelection selection(entry, start, end);
-    if (!selection.Begin() || !selection.Try(options)) return false;
+    if ((!options.replace && !selection.Begin()) || !selection.Try(options)) return false;
     if (used) *used = selection.Used();
     selection.Keep();
     return true;

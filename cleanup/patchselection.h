@@ -16,6 +16,7 @@ struct PatchOptions {
     int channels = CHANNELS_BOTH;
     std::optional<PatchMethod> method;  // none: each is tried, and the best picked
     int preamp = 0;                     // tenths of a decibel, -120 (Cut) to 120 (Boost)
+    bool replace = false;               // patches that are there go without a question
 };
 
 // Method and preamp as the user left them: "Patch Method", "Patch Preamp".

@@ -96,8 +96,10 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddRecordingCommands(*tree);
     AddTrackCommands(*tree);
     AddDeclickCommand(*tree);
+    AddRepairsCommands(*tree);
     AddFilterCommands(*tree);
     AddCurveCommands(*tree);
+    AddPresetCommands(*tree);
     AddCutCommands(*tree);
     AddRenderCommand(*tree);
     AddSaveCommand(*tree);

@@ -38,8 +38,10 @@ void AddRenderCommand(CommandTree& tree);
 void AddSaveCommand(CommandTree& tree);
 void AddSettingsCommands(CommandTree& tree);
 void AddDeclickCommand(CommandTree& tree);
+void AddRepairsCommands(CommandTree& tree);
 void AddFilterCommands(CommandTree& tree);
 void AddCurveCommands(CommandTree& tree);
+void AddPresetCommands(CommandTree& tree);
 void AddCutCommands(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 

@@ -56,6 +56,10 @@ int CommandContext::FailLastError() {
     return Fail(GetLastError().text);
 }
 
+int CommandContext::FailShown() {
+    return Fail(messages.last_shown);
+}
+
 int CommandContext::Usage(std::string_view reason) {
     error = PlainText(reason);
     return CLI_USAGE;
@@ -117,8 +121,11 @@ int CommandContext::Create(const std::string& path) {
 }
 
 int CommandContext::Save() {
+    return set->dirty && Interrupted() ? Cancelled() : SaveAllTheSame();
+}
+
+int CommandContext::SaveAllTheSame() {
     if (!set->dirty) return CLI_DONE;
-    if (Interrupted()) return Cancelled();
     SetLastErrorText("The collection could not be saved");
     return SaveCollection(set->path, *set, false) ? CLI_DONE : FailLastError();
 }

@@ -50,6 +50,7 @@ public:
     // Note why the command ends here; `reason` is plain text or mark-up. Each returns its exit code.
     int Fail(std::string_view reason);
     int FailLastError();
+    int FailShown();  // for what the engine has told the user already
     int Usage(std::string_view reason);
     int Cancelled();
 
@@ -62,8 +63,9 @@ public:
     // Writes a new empty collection and opens it to be changed. Fails where there is a file already.
     int Create(const std::string& path);
     AlbumSet& Collection() { return *set; }
-    // Saves it where it was changed.
+    // Saves it where it was changed, but not once the user has asked for the end.
     int Save();
+    int SaveAllTheSame();
 
     // By their numbers, from 1.
     int FindAlbum(int number, AlbumInfo*& album);

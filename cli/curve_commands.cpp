@@ -1,9 +1,9 @@
-#include "cleanup/curvefile.h"
+#include "cleanup/editfilters.h"
 #include "cleanup/recordeq.h"
+#include "cli/cleanup_values.h"
 #include "cli/side.h"
 #include "cli/texts.h"
-#include "collection/listchange.h"
-#include "foundation/platform.h"
+#include "collection/dataobjects.h"
 
 namespace Orvane {
 namespace {
@@ -16,6 +16,7 @@ struct CurveArguments : SideArguments {
 Json CurveJson(const FileHistoryEntry& entry, const FFTEq& eq) {
     Json json = RangeJson(entry, eq);
     json["name"] = eq.name;
+    json["preset"] = eq.preset;
     json["enable"] = eq.enable;
     json["gain"] = eq.gain;
     json["points"] = Json::array();
@@ -49,39 +50,16 @@ int Names(CommandContext& context) {
     return CLI_DONE;
 }
 
-// A curve by the name of a record equalisation, or from a preset file.
-int ReadCurve(CommandContext& context, const std::string& source, FFTEq& eq) {
-    RecordEq named;
-    if (FindRecordEq(source, named)) {
-        eq.curve = *BuildCurve(named, 1, 1, SpeedMode::Same);
-        eq.name = named.name;
-        return CLI_DONE;
-    }
-    if (!FileExists(source)) {
-        return context.Usage(fmt::format("\"{}\" is neither a file nor the name of a curve (see \"curve names\")", source));
-    }
-    std::vector<FFTCurve> curves = ReadCurveFile(source);
-    if (curves.empty()) return context.FailLastError();
-    eq.curve = std::move(curves.front());
-    eq.name = eq.curve.name;
-    return CLI_DONE;
-}
-
 int Add(CommandContext& context, const CurveArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int64_t start = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, start, end)) return code;
-    auto eq = std::make_unique<FFTEq>();
-    if (int code = ReadCurve(context, arguments.source, *eq)) return code;
-    eq->enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
-    SetRange(*eq, *side.entry, start, end);
-    {
-        ListChange change(&side.entry->fft_eqs);
-        side.entry->fft_eqs.Append(eq.release());
-    }
-    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
-    MarkDirty();
+    FFTEq eq;
+    if (int code = FindCurve(context, arguments.source, eq)) return code;
+    eq.enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
+    SetRange(eq, *side.entry, start, end);
+    if (!AddSetting(*side.entry, eq)) return context.FailShown();
     const FFTEq& added = *side.entry->fft_eqs.Last();
     context.result["curve"] = CurveJson(*side.entry, added);
     context.Line("{}: {}", RangeText(*side.entry, added), added.name);
@@ -92,15 +70,8 @@ int Remove(CommandContext& context, const CurveArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
-    FFTEq* eq = FindNumbered(context, side.entry->fft_eqs, arguments.number, "curve", code);
-    if (!eq) return code;
-    {
-        ListChange change(&side.entry->fft_eqs);
-        side.entry->fft_eqs.Delete(eq);
-    }
-    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
-    MarkDirty();
-    return context.Save();
+    if (!FindNumbered(context, side.entry->fft_eqs, arguments.number, "curve", code)) return code;
+    return RemoveSetting<FFTEq>(*side.entry, arguments.number - 1) ? context.Save() : context.FailShown();
 }
 
 }  // namespace
@@ -112,8 +83,10 @@ void AddCurveCommands(CommandTree& tree) {
                                      [arguments](CommandContext& context) { return List(context, *arguments); });
     AddSideArguments(list, *arguments);
     tree.AddCommand(group, "names", "the record equalisations that are known by name", "curve names", Names);
-    CLI::App* add = tree.AddCommand(group, "add", "add a curve: a known record equalisation, or the first of an equaliser's preset file",
-                                    "curve add records.mcf 1 riaa --side 1", [arguments](CommandContext& context) { return Add(context, *arguments); });
+    CLI::App* add = tree.AddCommand(
+        group, "add", "add a curve: a known record equalisation, a preset, or the first of an equaliser's preset file",
+        "curve add records.mcf 1 riaa --side 1",
+        [arguments](CommandContext& context) { return Add(context, *arguments); });
     AddSideArguments(add, *arguments);
     AddRangeArguments(add, *arguments, false);
     add->add_option("CURVE", arguments->source, "riaa or another name, or a file")->required()->option_text(" ");

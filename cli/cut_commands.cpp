@@ -1,6 +1,6 @@
+#include "cleanup/editcuts.h"
 #include "cli/side.h"
 #include "cli/texts.h"
-#include "collection/listchange.h"
 
 namespace Orvane {
 namespace {
@@ -32,31 +32,21 @@ int List(CommandContext& context, const CutArguments& arguments) {
     return CLI_DONE;
 }
 
-// After a change of the cuts what is bound to the file finds its new place on the time line.
-int CutsChanged(CommandContext& context, OpenSide& side) {
-    side.entry->RecomputeTimes();
-    side.entry->flags |= FHE_CORRECTIONS_CHANGED;
-    MarkDirty();
-    return context.Save();
-}
-
 int Add(CommandContext& context, const CutArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int64_t start = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, start, end)) return code;
+    if (!CutSelection(*side.entry, start, end, arguments.splice_ms)) return context.FailShown();
+    const CutAndSpliceCorrection* made = nullptr;
+    for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
+        if (cut.start_time <= start) made = &cut;
+    }
     const int32_t rate = side.entry->SampleRate();
-    const int32_t splice = MulDiv(arguments.splice_ms, rate, 1000);
-    if (end - start <= splice) {
-        return context.Fail("The selection is too short to cut.  Please select a larger area or try a shorter splice length.");
-    }
-    {
-        ListChange change(&side.entry->cuts);
-        CutAndSpliceCorrection* cut = side.entry->cuts.Add(start, end, splice, rate);
-        context.result["cut"] = CutJson(*side.entry, *cut);
-        context.Line("Cut at {}: {:.3f} s", ClockText(to_ticks(rate, cut->start_time)), static_cast<double>(cut->Length()) / rate);
-    }
-    return CutsChanged(context, side);
+    context.result["cut"] = CutJson(*side.entry, *made);
+    context.Line("Cut at {}: {:.3f} s", ClockText(to_ticks(rate, made->start_time)),
+                 static_cast<double>(made->Length()) / rate);
+    return context.Save();
 }
 
 int Remove(CommandContext& context, const CutArguments& arguments) {
@@ -65,11 +55,7 @@ int Remove(CommandContext& context, const CutArguments& arguments) {
     int code = CLI_DONE;
     CutAndSpliceCorrection* cut = FindNumbered(context, side.entry->cuts, arguments.number, "cut", code);
     if (!cut) return code;
-    {
-        ListChange change(&side.entry->cuts);
-        side.entry->cuts.Take(cut);
-    }
-    return CutsChanged(context, side);
+    return DeleteCut(*side.entry, *cut) ? context.Save() : context.FailShown();
 }
 
 }  // namespace
@@ -86,7 +72,9 @@ void AddCutCommands(CommandTree& tree) {
     AddSideArguments(add, *arguments);
     AddRangeArguments(add, *arguments, true);
     add->add_option("--splice", arguments->splice_ms, "milliseconds over which the two sides are joined")
-        ->check(CLI::Range(0, 1000))->option_text("MS")->capture_default_str();
+        ->check(CLI::Range(0, 1000))
+        ->option_text("MS")
+        ->capture_default_str();
     CLI::App* remove = tree.AddCommand(group, "remove", "put a stretch back", "cut remove records.mcf 1 1 --side 1",
                                        [arguments](CommandContext& context) { return Remove(context, *arguments); });
     AddSideArguments(remove, *arguments);

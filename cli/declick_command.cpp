@@ -1,46 +1,32 @@
-#include "cleanup/scanforclicks.h"
-#include "cli/commands.h"
+#include <algorithm>
+
+#include "cleanup/batchscan.h"
+#include "cleanup/presets.h"
 #include "cli/declick.h"
+#include "cli/side.h"
 #include "cli/texts.h"
-#include "foundation/lasterror.h"
 #include "foundation/messages.h"
+#include "foundation/settings.h"
 
 namespace Orvane {
 namespace {
 
-struct DeclickArguments {
+struct DeclickArguments : ScanArguments {
     std::string collection;
     std::vector<int> albums;
     int side = 0;
-    int sensitivity = 3;
-    int percussion = 2;
-    int brass = 1;
-    int passes = 1;
-    std::string channels = "lr";
-    bool equalise = false;
-    bool keep_manual = true;
-    bool keep_scans = false;
     bool if_new = false;
 };
 
-ScanSettings SettingsOf(const DeclickArguments& arguments) {
-    ScanSettings settings;
-    settings.sensitivity = static_cast<int8_t>(arguments.sensitivity);
-    settings.percussion_protection = static_cast<int8_t>(arguments.percussion);
-    settings.brass_protection = static_cast<int8_t>(arguments.brass);
-    settings.passes = static_cast<int8_t>(arguments.passes);
-    settings.channels = static_cast<uint8_t>((arguments.channels.find('l') != std::string::npos ? 1 : 0) |
-                                             (arguments.channels.find('r') != std::string::npos ? 2 : 0));
-    settings.options = static_cast<uint8_t>((arguments.keep_manual ? SCAN_KEEP_MANUAL : 0) |
-                                            (arguments.keep_scans ? SCAN_KEEP_PREVIOUS : 0) |
-                                            (arguments.equalise ? SCAN_EQUALISE : 0) | (arguments.if_new ? SCAN_IF_NEW : 0));
-    return settings;
-}
-
 int Declick(CommandContext& context, const DeclickArguments& arguments) {
+    ScanSettings settings;
+    if (int code = ReadScanSettings(context, arguments, settings)) return code;
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
+    std::vector<int> albums = arguments.albums;
+    std::sort(albums.begin(), albums.end());
+    albums.erase(std::unique(albums.begin(), albums.end()), albums.end());
     std::vector<RecordingPlace> places;
-    for (int number : arguments.albums) {
+    for (const int number : albums) {
         AlbumInfo* album = nullptr;
         if (int code = context.FindAlbum(number, album)) return code;
         if (arguments.side) {
@@ -52,45 +38,40 @@ int Declick(CommandContext& context, const DeclickArguments& arguments) {
         }
     }
     std::vector<DeclickedSide> sides;
-    const int code = DeclickSides(context, places, SettingsOf(arguments), context.result, sides);
-    for (const DeclickedSide& side : sides) context.Line("Side {}: {}", side.side, side.words);
-    // What earlier passes have merged stays, whatever ended the scan.
-    if (const int saved = context.Save()) return code ? code : saved;
-    return code;
-}
-
-std::string WordsFor(ScanOutcome outcome, const ScanStats& stats) {
-    switch (outcome) {
-        case ScanOutcome::Done: break;
-        case ScanOutcome::Skipped: return "scanned before with these settings";
-        case ScanOutcome::Cancelled: return "cancelled";
-        default: return "failed";
+    const int code = DeclickSides(context, places, settings, arguments.if_new, context.result, sides);
+    for (const DeclickedSide& side : sides) {
+        const std::string album = albums.size() > 1 ? fmt::format("Album {}, side", side.album) : "Side";
+        context.Line("{} {}: {}", album, side.side, side.words);
     }
-    std::string words = CountText(stats.repaired, "click") + " repaired";
-    if (stats.pp) words += fmt::format(", {} left alone as drums", stats.pp);
-    if (stats.bp) words += fmt::format(", {} left alone as brass", stats.bp);
-    return words;
+    if (!arguments.preset.empty()) SetStringSetting("Last Used Scan Preset", arguments.preset);
+    const int saved = context.SaveAllTheSame();
+    return code ? code : saved;
 }
 
-const char* StatusFor(ScanOutcome outcome) {
-    switch (outcome) {
-        case ScanOutcome::Done: return "scanned";
-        case ScanOutcome::Skipped: return "scanned before";
-        case ScanOutcome::Cancelled: return "cancelled";
-        default: return "failed";
-    }
-}
+struct OutcomeText {
+    const char* status;
+    const char* words;
+};
 
-int CodeFor(CommandContext& context, ScanOutcome outcome) {
+OutcomeText TextOf(ScanOutcome outcome) {
     switch (outcome) {
         case ScanOutcome::Done:
-        case ScanOutcome::Skipped: return CLI_DONE;
-        case ScanOutcome::TooSmall: return context.Fail("This file is too small to declick");
-        case ScanOutcome::NoChannels: return context.Usage("No channels specified!");
-        case ScanOutcome::Cancelled: return context.Cancelled();
-        case ScanOutcome::Failed: break;
+            return {"scanned", ""};
+        case ScanOutcome::Skipped:
+            return {"scanned before", "scanned before with these settings"};
+        case ScanOutcome::Cancelled:
+            return {"cancelled", "cancelled"};
+        default:
+            return {"failed", "failed"};
     }
-    return context.FailLastError();
+}
+
+std::string WordsFor(const ScannedSide& side) {
+    if (side.outcome != ScanOutcome::Done) return TextOf(side.outcome).words;
+    std::string words = CountText(side.stats.repaired, "click") + " repaired";
+    if (side.stats.pp) words += fmt::format(", {} left alone as drums", side.stats.pp);
+    if (side.stats.bp) words += fmt::format(", {} left alone as brass", side.stats.bp);
+    return words;
 }
 
 Json StatsJson(const ScanStats& stats) {
@@ -99,42 +80,80 @@ Json StatsJson(const ScanStats& stats) {
 
 }  // namespace
 
+void AddScanOptions(CLI::App* command, ScanArguments& arguments) {
+    auto Number = [&](const char* name, std::optional<int>& value, int low, int high, const char* description) {
+        command->add_option(name, value, description)->check(CLI::Range(low, high))->option_text("NUMBER");
+    };
+    Number("--sensitivity", arguments.sensitivity, 0, 7, "0 finds nothing, 3 as usual, 5 much, 7 the most");
+    Number("--percussion", arguments.percussion, 0, 5, "protection of drums: 0 off, 2 as usual, 5 the most");
+    Number("--brass", arguments.brass, 0, 1, "protection of brass: 1 as usual");
+    Number("--passes", arguments.passes, 1, 9, "each pass listens to what the one before has left; 1 as usual");
+    ChannelsOption(command, "--channels", arguments.channels, "left, right or both (as usual)");
+    command->add_flag("--equalise,!--no-equalise", arguments.equalise,
+                      "the recording was made flat, without the replay curve");
+    command->add_flag("--keep-manual,!--no-keep-manual", arguments.keep_manual, "keep repairs made by hand (as usual)");
+    command->add_flag("--keep-scans,!--no-keep-scans", arguments.keep_scans, "keep what earlier scans have repaired");
+}
+
+int ReadScanSettings(CommandContext& context, const ScanArguments& arguments, ScanSettings& settings) {
+    settings = ScanSettings().WithDefaults();
+    if (!arguments.preset.empty() && !FindPreset(arguments.preset, settings)) {
+        return context.Usage(fmt::format("There is no preset \"{}\" (see \"preset list\")", arguments.preset));
+    }
+    auto Take = [](const std::optional<int>& given, int8_t& value) {
+        if (given) value = static_cast<int8_t>(*given);
+    };
+    Take(arguments.sensitivity, settings.sensitivity);
+    Take(arguments.percussion, settings.percussion_protection);
+    Take(arguments.brass, settings.brass_protection);
+    Take(arguments.passes, settings.passes);
+    if (arguments.channels) settings.channels = static_cast<uint8_t>(arguments.channels);
+    auto TakeOption = [&](const std::optional<bool>& given, uint8_t option) {
+        if (given) settings.options = static_cast<uint8_t>((settings.options & ~option) | (*given ? option : 0));
+    };
+    TakeOption(arguments.equalise, SCAN_EQUALISE);
+    TakeOption(arguments.keep_manual, SCAN_KEEP_MANUAL);
+    TakeOption(arguments.keep_scans, SCAN_KEEP_PREVIOUS);
+    return CLI_DONE;
+}
+
 int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& places, const ScanSettings& settings,
-                 Json& figures, std::vector<DeclickedSide>& sides) {
+                 bool only_if_new, Json& figures, std::vector<DeclickedSide>& sides) {
+    std::vector<SideToScan> to_scan;
+    for (const RecordingPlace& place : places) to_scan.push_back({place.entry, place.side});
     const int64_t started = MonotonicNs();
-    int64_t ticks = 0;
-    int code = CLI_DONE;
-    ScanStats sum;
-    figures["sides"] = Json::array();
-    for (size_t i = 0; i < places.size() && code == CLI_DONE; ++i) {
-        const RecordingPlace& place = places[i];
-        const int share = 1000 / static_cast<int>(places.size());
-        ScanRequest request;
-        request.settings = settings;
-        request.progress_base = static_cast<int>(i) * share;
-        request.progress_range = share;
-        ScanStats stats;
-        ScanOutcome outcome;
-        {
-            ProgressJob job(fmt::format("Scanning side {} for clicks", place.side));
-            outcome = ScanForClicks(place.entry, request, stats);
-        }
-        code = CodeFor(context, outcome);
-        if (outcome == ScanOutcome::Done) ticks += place.end - place.start;
-        Json json = {{"album", context.NumberOf(*place.entry->album)}, {"side", place.side}, {"status", StatusFor(outcome)}};
-        json.update(StatsJson(stats));
-        figures["sides"].push_back(json);
-        sides.push_back({place.side, WordsFor(outcome, stats)});
-        sum.repaired += stats.repaired;
-        sum.not_repaired += stats.not_repaired;
-        sum.pp += stats.pp;
-        sum.bp += stats.bp;
+    std::vector<ScannedSide> scanned;
+    {
+        ProgressJob job("Scanning for clicks");
+        scanned = ScanSides(to_scan, settings, only_if_new);
     }
     const double seconds = static_cast<double>(MonotonicNs() - started) * 1e-9;
+
+    int code = CLI_DONE;
+    int64_t ticks = 0;
+    ScanStats sum;
+    figures["sides"] = Json::array();
+    for (size_t i = 0; i < scanned.size(); ++i) {
+        const ScannedSide& done = scanned[i];
+        const int album = context.NumberOf(*done.side.entry->album);
+        Json json = {{"album", album}, {"side", done.side.side}, {"status", TextOf(done.outcome).status}};
+        json.update(StatsJson(done.stats));
+        if (!done.error.empty()) json["error"] = PlainText(done.error);
+        figures["sides"].push_back(json);
+        sides.push_back({album, done.side.side, WordsFor(done)});
+        if (code == CLI_DONE && !done.error.empty()) code = context.Fail(done.error);
+        if (done.outcome == ScanOutcome::Done) ticks += places[i].end - places[i].start;
+        sum.repaired += done.stats.repaired;
+        sum.not_repaired += done.stats.not_repaired;
+        sum.pp += done.stats.pp;
+        sum.bp += done.stats.bp;
+    }
     figures.update(StatsJson(sum));
     figures["seconds"] = seconds;
     figures["times_real_time"] = seconds > 0 ? Seconds(ticks) / seconds : 0.0;
-    return code;
+    const bool ended_early =
+        scanned.size() < places.size() || (!scanned.empty() && scanned.back().outcome == ScanOutcome::Cancelled);
+    return ended_early ? context.Cancelled() : code;
 }
 
 void AddDeclickCommand(CommandTree& tree) {
@@ -145,17 +164,9 @@ void AddDeclickCommand(CommandTree& tree) {
     CollectionArgument(command, arguments->collection);
     command->add_option("ALBUM", arguments->albums, "numbers in the album list")->required()->option_text(" ");
     NumberArgument(command, "--side", arguments->side, "only this side, from 1");
-    auto Range = [&](const char* name, int& value, int low, int high, const char* description) {
-        command->add_option(name, value, description)->check(CLI::Range(low, high))->option_text("NUMBER")->capture_default_str();
-    };
-    Range("--sensitivity", arguments->sensitivity, 0, 7, "0 finds nothing, 5 much, 7 the most");
-    Range("--percussion", arguments->percussion, 0, 5, "protection of drums, 0 off, 5 the most");
-    Range("--brass", arguments->brass, 0, 1, "protection of brass");
-    Range("--passes", arguments->passes, 1, 9, "each pass listens to what the one before has left");
-    command->add_option("--channels", arguments->channels, "l, r or lr")->check(CLI::IsMember({"l", "r", "lr", "rl"}))->option_text("lr");
-    command->add_flag("--equalise", arguments->equalise, "the recording was made flat, without the replay curve");
-    command->add_flag("--keep-manual,!--no-keep-manual", arguments->keep_manual, "keep repairs made by hand (as usual)");
-    command->add_flag("--keep-scans", arguments->keep_scans, "keep what earlier scans have repaired");
+    command->add_option("--preset", arguments->preset, "settings kept under a name; options given change them")
+        ->option_text("NAME");
+    AddScanOptions(command, *arguments);
     command->add_flag("--if-new", arguments->if_new, "leave sides alone that were scanned with these settings before");
 }
 

@@ -97,9 +97,7 @@ int Digitise::EnterSides() {
 
 int Digitise::RepairClicks() {
     if (order.no_declick) return CLI_DONE;
-    ScanSettings settings;
-    settings.options = SCAN_KEEP_MANUAL | SCAN_IF_NEW;
-    return DeclickSides(context, places, settings, context.result["declick"], declicked);
+    return DeclickSides(context, places, ScanSettings().WithDefaults(), true, context.result["declick"], declicked);
 }
 
 std::string Digitise::TrackTitle(size_t index) const {

@@ -1,5 +1,6 @@
 #include "cli/side.h"
 
+#include "cleanup/editaccess.h"
 #include "cli/model_view.h"
 #include "cli/texts.h"
 
@@ -16,6 +17,18 @@ void AddRangeArguments(CLI::App* command, SideArguments& arguments, bool require
     TimeOption(command, "--to", arguments.to, "where it ends")->required(required);
 }
 
+CLI::Option* ChannelsOption(CLI::App* command, const std::string& name, int& channels, const std::string& description) {
+    auto read = [&channels](const std::string& text) {
+        channels = 0;
+        for (const char c : text) {
+            const int channel = c == 'l' || c == '0' ? CHANNEL_LEFT : c == 'r' || c == '1' ? CHANNEL_RIGHT : 0;
+            if (!channel) throw CLI::ValidationError("\"" + text + "\" names no channel: l or 0, r or 1, lr");
+            channels |= channel;
+        }
+    };
+    return command->add_option_function<std::string>(name, read, description)->option_text("l|r|lr");
+}
+
 int OpenTheSide(CommandContext& context, const SideArguments& arguments, Access access, OpenSide& side) {
     if (int code = context.Open(arguments.collection, access)) return code;
     if (int code = context.FindAlbum(arguments.album, side.album)) return code;
@@ -26,13 +39,16 @@ int OpenTheSide(CommandContext& context, const SideArguments& arguments, Access 
     return CLI_DONE;
 }
 
-int RangeOf(CommandContext& context, const SideArguments& arguments, const OpenSide& side, int64_t& start, int64_t& end) {
+int RangeOf(CommandContext& context, const SideArguments& arguments, const OpenSide& side, int64_t& start,
+            int64_t& end) {
     start = end = 0;
     if (arguments.from < 0 && arguments.to < 0) return CLI_DONE;
     const int32_t rate = side.entry->SampleRate();
     start = arguments.from < 0 ? 0 : to_samples(rate, arguments.from);
     end = arguments.to < 0 ? side.total : std::min(side.total, to_samples(rate, arguments.to));
-    if (start >= end) return context.Usage(fmt::format("The range is empty: the side ends at {}", ClockText(to_ticks(rate, side.total))));
+    if (start >= end)
+        return context.Usage(
+            fmt::format("The range is empty: the side ends at {}", ClockText(to_ticks(rate, side.total))));
     return CLI_DONE;
 }
 

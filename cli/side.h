@@ -16,6 +16,8 @@ struct SideArguments {
 
 void AddSideArguments(CLI::App* command, SideArguments& arguments);
 void AddRangeArguments(CLI::App* command, SideArguments& arguments, bool required);
+// An option for channels, as bits: l or 0, r or 1, lr.
+CLI::Option* ChannelsOption(CLI::App* command, const std::string& name, int& channels, const std::string& description);
 
 // A side's recording, known by its length and rate, in an open collection.
 struct OpenSide {
@@ -26,7 +28,8 @@ struct OpenSide {
 int OpenTheSide(CommandContext& context, const SideArguments& arguments, Access access, OpenSide& side);
 
 // The range in frames of the side's time line; without one it is 0 to 0, the whole recording.
-int RangeOf(CommandContext& context, const SideArguments& arguments, const OpenSide& side, int64_t& start, int64_t& end);
+int RangeOf(CommandContext& context, const SideArguments& arguments, const OpenSide& side, int64_t& start,
+            int64_t& end);
 
 // Gives a setting its range on both time lines.
 void SetRange(BaseCorrection& correction, const FileHistoryEntry& entry, int64_t start, int64_t end);

@@ -13,26 +13,40 @@ _orvane_cli() {
     group=${words[0]:-}
     command=$group
     case $group in
-        album|recording|track|settings|filter|curve|cut) command="$group ${words[1]:-}" ;;
+        album|recording|track|settings|filter|curve|cut|repairs|preset) command="$group ${words[1]:-}" ;;
     esac
 
     case $previous in
         --format) COMPREPLY=($(compgen -W "flac wav aiff ogg" -- "$current")); return ;;
         --bits) COMPREPLY=($(compgen -W "16 24 32 32f" -- "$current")); return ;;
         --without) COMPREPLY=($(compgen -W "clicks cuts filters denoise equaliser faders" -- "$current")); return ;;
+        --method) COMPREPLY=($(compgen -W "apa ar fft best" -- "$current")); return ;;
+        --channel|--channels) COMPREPLY=($(compgen -W "l r lr" -- "$current")); return ;;
+        --type) COMPREPLY=($(compgen -W "pp bp" -- "$current")); return ;;
         --out) compopt -o filenames; COMPREPLY=($(compgen -d -- "$current")); return ;;
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade declick filter curve cut render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade declick repairs patch preset filter curve cut render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
         "settings ") options="list get set" ;;
-        "filter "|"cut ") options="list add remove" ;;
+        "filter ") options="list add remove noise" ;;
+        "cut ") options="list add remove" ;;
+        "repairs ") options="list add remove apply" ;;
+        "preset ") options="list scan filter curve import remove" ;;
+        "preset list"|"preset remove") options="scan filter curve" ;;
+        "preset filter") options="hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
+        "preset import") options="--replace" ;;
+        "preset scan") options="--sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans" ;;
+        "repairs apply") options="--side --type --channel --start --end" ;;
+        repairs*) options="--side --channel --start --end" ;;
+        patch) options="--side --start --end --method --channels --preamp --replace" ;;
         "curve ") options="list names add remove" ;;
-        declick) options="--side --sensitivity --percussion --brass --passes --channels --equalise --keep-manual --no-keep-manual --keep-scans --if-new" ;;
-        "filter add") options="--side --from --to hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
+        declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
+        "filter noise") options="--side --from --to" ;;
+        "filter add") options="--side --from --to --preset hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
         "curve add") options="--side --from --to" ;;
         "cut add") options="--side --from --to --splice" ;;
         "filter list"|"filter remove"|"curve list"|"curve remove"|"cut list"|"cut remove") options="--side" ;;
