@@ -89,10 +89,14 @@ void AddScanOptions(CLI::App* command, ScanArguments& arguments) {
     Number("--brass", arguments.brass, 0, 1, "protection of brass: 1 as usual");
     Number("--passes", arguments.passes, 1, 9, "each pass listens to what the one before has left; 1 as usual");
     ChannelsOption(command, "--channels", arguments.channels, "left, right or both (as usual)");
-    command->add_flag("--equalise,!--no-equalise", arguments.equalise,
-                      "the recording was made flat, without the replay curve");
-    command->add_flag("--keep-manual,!--no-keep-manual", arguments.keep_manual, "keep repairs made by hand (as usual)");
-    command->add_flag("--keep-scans,!--no-keep-scans", arguments.keep_scans, "keep what earlier scans have repaired");
+    auto Flag = [&](const char* name, std::optional<bool>& value, const char* description) {
+        // Counted below 0 when it is the form with "no".
+        command->add_flag_function(
+            name, [&value](int64_t count) { value = count > 0; }, description);
+    };
+    Flag("--equalise,!--no-equalise", arguments.equalise, "the recording was made flat, without the replay curve");
+    Flag("--keep-manual,!--no-keep-manual", arguments.keep_manual, "keep repairs made by hand (as usual)");
+    Flag("--keep-scans,!--no-keep-scans", arguments.keep_scans, "keep what earlier scans have repaired");
 }
 
 int ReadScanSettings(CommandContext& context, const ScanArguments& arguments, ScanSettings& settings) {

@@ -79,7 +79,7 @@ int Add(CommandContext& context, const FilterArguments& arguments) {
     const FilterSetting& added = *side.entry->filters.Last();
     context.result["filter"] = FilterJson(*side.entry, added);
     context.Line("{}: {}", RangeText(*side.entry, added), FilterText(added));
-    if (added.values.hiss_mode == FILTER_ON && !HasNoiseSample(*side.entry, added)) {
+    if (added.values.hiss_mode == FILTER_ON && LacksNoiseSample(*side.entry)) {
         context.Line("The hiss filter needs a noise sample: give noise=START,END of a stretch without music.");
     }
     return context.Save();

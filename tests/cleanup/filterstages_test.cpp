@@ -139,6 +139,18 @@ TEST(Equaliser, PreampIsTenthsOfADecibelPerChannelUnlessForbidden) {
     EXPECT_EQ(recording.ReadAll(PCM_NO_PREAMP), audio);
     EXPECT_FALSE(recording.stack.AltersAudio(0, 10, PCM_NO_PREAMP));
     EXPECT_EQ(recording.ReadAll(PCM_NO_EQUALISER), audio);
+
+    // The normalisation gain stands in the preamp's place, whatever the equaliser's mode.
+    recording.entry.normalise_gain = -40;
+    for (const int mode : {FILTER_ON, FILTER_OFF}) {
+        values.eq_mode = mode;
+        recording.Read(5000, 1);  // a jump back to the start looks the settings up again
+        const std::vector<float> normalised = recording.ReadAll(PCM_NORMALISE);
+        for (size_t i = 0; i < audio.size(); i++) {
+            ASSERT_NEAR(normalised[i], audio[i] * std::pow(10.0, -4.0 / 20), 1e-6) << mode << " " << i;
+        }
+        EXPECT_TRUE(recording.stack.AltersAudio(0, 10, PCM_NORMALISE));
+    }
 }
 
 TEST(FilterStages, SettingsActOnExactlyTheirSamples) {
