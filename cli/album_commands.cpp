@@ -18,6 +18,7 @@ struct AlbumArguments {
     int album = 0;
     std::vector<std::string> assignments;       // of "set"
     std::map<std::string, std::string> values;  // of "add", by field
+    std::string status;                         // of "status"
 };
 
 int OpenAlbum(CommandContext& context, const AlbumArguments& arguments, Access access, AlbumInfo*& album) {
@@ -113,6 +114,18 @@ int Set(CommandContext& context, const AlbumArguments& arguments) {
     return ReportAlbum(context, *album, "Changed");
 }
 
+int Status(CommandContext& context, const AlbumArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
+    std::string problem = SetField(*album, "status", arguments.status);
+    if (!problem.empty()) return context.Usage(problem);
+    SortAlbums(true, album);
+    if (int code = context.Save()) return code;
+    context.result = AlbumHeadJson(*album, context.NumberOf(*album));
+    context.Line("{}: {}", context.AlbumName(*album), StatusText(album->status));
+    return CLI_DONE;
+}
+
 int Remove(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
@@ -129,30 +142,34 @@ int Remove(CommandContext& context, const AlbumArguments& arguments) {
 
 void AddAlbumCommands(CommandTree& tree) {
     CLI::App* group = tree.AddGroup("album", "the albums of a collection");
-    auto Command = [&](const char* name, const char* description, const char* example,
-                       int (*run)(CommandContext&, const AlbumArguments&), std::shared_ptr<AlbumArguments>& arguments) {
+    std::shared_ptr<AlbumArguments> arguments;
+    auto CommandOf = [&](CLI::App* parent, const char* name, const char* description, const std::string& example,
+                         int (*run)(CommandContext&, const AlbumArguments&)) {
         arguments = std::make_shared<AlbumArguments>();
         CLI::App* command =
-            tree.AddCommand(group, name, description, std::string("album ") + name + " " + example,
-                            [run, arguments](CommandContext& context) { return run(context, *arguments); });
+            tree.AddCommand(parent, name, description, example,
+                            [run, arguments = arguments](CommandContext& context) { return run(context, *arguments); });
         CollectionArgument(command, arguments->collection);
         return command;
     };
-    std::shared_ptr<AlbumArguments> arguments;
-    Command("list", "the albums with their numbers", "records.mcf", List, arguments);
+    auto Command = [&](const char* name, const char* description, const char* example,
+                       int (*run)(CommandContext&, const AlbumArguments&)) {
+        return CommandOf(group, name, description, std::string("album ") + name + " " + example, run);
+    };
+    Command("list", "the albums with their numbers", "records.mcf", List);
 
-    CLI::App* command = Command("show", "everything about an album", "records.mcf 1 --json", Show, arguments);
+    CLI::App* command = Command("show", "everything about an album", "records.mcf 1 --json", Show);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
 
     command = Command("add", "enter a new album", "records.mcf --artist \"The Examples\" --title First --year 1977",
-                      Add, arguments);
+                      Add);
     for (const Field<AlbumInfo>& field : AlbumFields()) {
         auto keep = [arguments, name = field.name](const std::string& value) { arguments->values[name] = value; };
         std::string option = "--" + field.name;
         command->add_option_function<std::string>(option, keep, "takes " + field.values)->option_text("VALUE");
     }
 
-    command = Command("set", "change details of an album", "records.mcf 1 year=1978 genre=Folk", Set, arguments);
+    command = Command("set", "change details of an album", "records.mcf 1 year=1978 genre=Folk", Set);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
     std::string keys;
     for (const Field<AlbumInfo>& field : AlbumFields()) keys += "\n" + field.name + ": " + field.values;
@@ -161,8 +178,14 @@ void AddAlbumCommands(CommandTree& tree) {
         ->option_text(" ");
 
     command = Command("remove", "take an album out of the collection; its recordings stay where they are",
-                      "records.mcf 1", Remove, arguments);
+                      "records.mcf 1", Remove);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+
+    command = CommandOf(&tree.app, "status", "set the status of an album", "status records.mcf 1 Cleaned", Status);
+    NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+    command->add_option("STATUS", arguments->status, "0 to 7, 10 to 14, or the name of a status")
+        ->required()
+        ->option_text(" ");
 }
 
 }  // namespace Orvane

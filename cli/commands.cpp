@@ -95,6 +95,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddAlbumCommands(*tree);
     AddRecordingCommands(*tree);
     AddTrackCommands(*tree);
+    AddSplitCommands(*tree);
     AddDeclickCommand(*tree);
     AddRepairsCommands(*tree);
     AddFilterCommands(*tree);

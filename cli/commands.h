@@ -43,6 +43,7 @@ void AddFilterCommands(CommandTree& tree);
 void AddCurveCommands(CommandTree& tree);
 void AddPresetCommands(CommandTree& tree);
 void AddCutCommands(CommandTree& tree);
+void AddSplitCommands(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 
 // Every command of the program.

@@ -32,7 +32,8 @@ int Digitise::Run() {
 int Digitise::ReadOrder() {
     std::string problem;
     if (!order.titles_file.empty() && !ReadTitles(order.titles_file, titles, problem)) return context.Usage(problem);
-    if (!titles.empty() && !titles.front().timed && titles.size() != order.files.size()) {
+    const bool one_a_side = order.no_split && !titles.empty() && !titles.front().timed;
+    if (one_a_side && titles.size() != order.files.size()) {
         return context.Usage(
             fmt::format("{} has {} without times for {}: give each its times, START - END TITLE, or one title a side",
                         order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
@@ -100,47 +101,6 @@ int Digitise::RepairClicks() {
     return DeclickSides(context, places, ScanSettings().WithDefaults(), true, context.result["declick"], declicked);
 }
 
-std::string Digitise::TrackTitle(size_t index) const {
-    if (!titles.empty()) return titles[index].title;
-    return places.size() == 1 ? order.title : fmt::format("Side {}", places[index].side);
-}
-
-std::vector<ALBUMTRACK> Digitise::WantedTracks() const {
-    bool timed = !titles.empty() && titles.front().timed;
-    std::vector<ALBUMTRACK> tracks(timed ? titles.size() : places.size());
-    for (size_t i = 0; i < tracks.size(); ++i) {
-        tracks[i].title = TrackTitle(i);
-        tracks[i].start = timed ? titles[i].start : places[i].start;
-        tracks[i].end = timed ? titles[i].end : places[i].end;
-    }
-    return tracks;
-}
-
-int Digitise::EnterTracks() {
-    // The user may have worked on the tracks of an album that is there; only a new listing takes their place.
-    bool keep = !album->tracks.empty() && titles.empty();
-    if (keep) return CLI_DONE;
-    std::vector<ALBUMTRACK> wanted = WantedTracks();
-    bool timed = !titles.empty() && titles.front().timed;
-    if (timed && titles.back().start >= places.back().end) {
-        return context.Usage(fmt::format("{}, line {}: the recordings end at {} already", order.titles_file,
-                                         titles.back().line, ClockText(places.back().end)));
-    }
-    auto Same = [](const ALBUMTRACK& a, const ALBUMTRACK& b) {
-        return a.title == b.title && a.start == b.start && a.end == b.end;
-    };
-    if (std::equal(wanted.begin(), wanted.end(), album->tracks.begin(), album->tracks.end(), Same)) return CLI_DONE;
-    Change change(CHANGE_TRACK_TIMES, album);
-    album->tracks.resize(static_cast<int>(wanted.size()));
-    for (int i = 0; i < album->tracks.size(); ++i) {
-        ALBUMTRACK& track = album->tracks[i];
-        track.title = wanted[i].title;
-        track.start = wanted[i].start;
-        track.end = wanted[i].end;
-    }
-    return CLI_DONE;
-}
-
 int Digitise::StoreAlbum() {
     changed = context.Collection().dirty;
     return context.Save();
@@ -167,7 +127,8 @@ void Digitise::Report() {
     result["changed"] = changed;
     result["sides"] = Json::array();
     Table sides({Table::Align::Right});
-    for (const RecordingPlace& place : places) {
+    for (size_t i = 0; i < places.size(); ++i) {
+        const RecordingPlace& place = places[i];
         result["sides"].push_back({{"side", place.side},
                                    {"path", place.entry->GetPath()},
                                    {"start", place.start},
@@ -180,6 +141,10 @@ void Digitise::Report() {
                                         ClockText(place.end - place.start), FormatText(*place.entry)};
         for (const DeclickedSide& done : declicked) {
             if (done.side == place.side) row.push_back(done.words);
+        }
+        if (!tracks_found.empty()) {
+            result["sides"].back()["tracks_found"] = tracks_found[i];
+            row.push_back(tracks_found[i] ? CountText(tracks_found[i], "track") + " found" : "no track breaks found");
         }
         sides.Add(row);
     }

@@ -9,6 +9,7 @@
 #include "cli/model_view.h"
 #include "cli/saving.h"
 #include "cli/titles.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 
@@ -22,6 +23,7 @@ struct DigitiseOrder {
     std::string collection;  // empty: one named after the album, beside the tracks
     bool no_declick = false;
     bool no_split = false;
+    bool adjust = false;
     SaveArguments save;
 };
 
@@ -52,8 +54,12 @@ private:
     void Report();
 
     AlbumInfo* FindSameAlbum();
-    std::string TrackTitle(size_t index) const;
-    std::vector<ALBUMTRACK> WantedTracks() const;
+    TrackList ListedTracks() const;
+    std::string SideTitle(const RecordingPlace& place) const;
+    void AddWholeSides(TrackList& tracks) const;
+    int Scan(TrackList& tracks, bool adjust);
+    int NameTracks(TrackList& tracks);
+    void StoreTracks(const TrackList& tracks);
 
     CommandContext& context;
     const DigitiseOrder& order;
@@ -64,6 +70,7 @@ private:
     bool changed = false;
     std::vector<RecordingPlace> places;
     std::vector<DeclickedSide> declicked;
+    std::vector<int64_t> tracks_found;  // on each side; empty where none were looked for
     SaveResult saved;
 };
 

@@ -11,7 +11,7 @@ void AddDigitiseCommand(CommandTree& tree) {
         "A file of titles has a line for each track, with times on the album's time line:\n"
         "  0:06 - 3:41.5 Turning Slowly\n"
         "  3:44 - 7:02 Needle Down\n"
-        "or titles alone, one a side. Without it each side is one track.",
+        "or titles alone, one for each track that is found; with --no-split one a side.",
         [order](CommandContext& context) { return Digitise(context, *order).Run(); });
     command->add_option("FILE", order->files, "recordings, each of one side, in order")->required()->option_text("...");
     command->add_option("--artist", order->artist, "the album's artist")->required()->option_text("TEXT");
@@ -24,7 +24,8 @@ void AddDigitiseCommand(CommandTree& tree) {
     command->add_option("--collection", order->collection, "the collection to add to; otherwise one beside the tracks")
         ->option_text("C.mcf");
     command->add_flag("--no-declick", order->no_declick, "leave clicks as they are");
-    command->add_flag("--no-split", order->no_split, "do not look for track breaks");
+    command->add_flag("--no-split", order->no_split, "do not look for track breaks: each side is one track");
+    command->add_flag("--adjust", order->adjust, "move the times of the titles to the gaps near them");
     SaveOptions(command, order->save);
 }
 

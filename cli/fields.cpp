@@ -2,15 +2,15 @@
 
 #include <algorithm>
 #include <charconv>
+#include <climits>
 
 #include "cli/texts.h"
 #include "collection/albumset.h"
 #include "foundation/text.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 namespace {
-
-constexpr int64_t kLongestFade = int64_t{3600} * kTicksPerSecond;
 
 bool ReadNumber(const std::string& text, int low, int high, int& number) {
     const char* end = text.data() + text.size();
@@ -33,13 +33,17 @@ Field<Record> TimeField(std::string name, int64_t Record::*member) {
             [member](Record& record, const std::string& value) { return ParseTimeArgument(value, record.*member); }};
 }
 
-Field<ALBUMTRACK> FadeField(std::string name, int32_t ALBUMTRACK::*member, void (*set)(ALBUMTRACK&, int64_t)) {
-    return {std::move(name), "a time of an hour at most",
+// A length of 0 takes the fade away.
+Field<ALBUMTRACK> FadeField(std::string name, int32_t ALBUMTRACK::*member, Fader fader) {
+    return {std::move(name), "a time, held to 0.1 to 20 seconds, or 0",
             [member](const ALBUMTRACK& track) { return Json(track.*member); },
-            [set](ALBUMTRACK& track, const std::string& value) {
+            [member, fader](ALBUMTRACK& track, const std::string& value) {
                 int64_t ticks = 0;
-                if (!ParseTimeArgument(value, ticks) || ticks > kLongestFade) return false;
-                set(track, ticks);
+                if (!ParseTimeArgument(value, ticks)) return false;
+                const int64_t hundredths = (ticks * 100 + kTicksPerSecond / 2) / kTicksPerSecond;
+                SetFaderLength(track, fader, static_cast<int>(std::min<int64_t>(hundredths, INT_MAX)));
+                EnableFader(track, fader, ticks > 0);
+                if (ticks == 0) track.*member = 0;
                 return true;
             }};
 }
@@ -120,8 +124,8 @@ std::vector<Field<ALBUMTRACK>> MakeTrackFields() {
         TextField("custom_tags", &ALBUMTRACK::custom_tags),
         TimeField("start", &ALBUMTRACK::start),
         TimeField("end", &ALBUMTRACK::end),
-        FadeField("fade_in", &ALBUMTRACK::fade_in, SetFadeIn),
-        FadeField("fade_out", &ALBUMTRACK::fade_out, SetFadeOut),
+        FadeField("fade_in", &ALBUMTRACK::fade_in, Fader::In),
+        FadeField("fade_out", &ALBUMTRACK::fade_out, Fader::Out),
         {"excluded", "0 or 1", [](const ALBUMTRACK& track) { return Json(track.excluded); },
          [](ALBUMTRACK& track, const std::string& value) {
              if (value != "0" && value != "1") return false;
@@ -145,11 +149,6 @@ std::string SetNamedField(const std::vector<Field<Record>>& fields, Record& reco
     return fmt::format("There is no key \"{}\"; the keys are {}", name, names);
 }
 
-void SetFlag(ALBUMTRACK& track, TrackFlags flag, bool on) {
-    int others = track.filter_flags & ~flag;
-    track.filter_flags = static_cast<uint16_t>(on ? others | flag : others);
-}
-
 }  // namespace
 
 const std::vector<Field<AlbumInfo>>& AlbumFields() {
@@ -168,16 +167,6 @@ std::string SetField(AlbumInfo& album, const std::string& name, const std::strin
 
 std::string SetField(ALBUMTRACK& track, const std::string& name, const std::string& value) {
     return SetNamedField(TrackFields(), track, name, value);
-}
-
-void SetFadeIn(ALBUMTRACK& track, int64_t ticks) {
-    track.fade_in = static_cast<int32_t>(ticks);
-    SetFlag(track, TRACK_FADE_IN, ticks > 0);
-}
-
-void SetFadeOut(ALBUMTRACK& track, int64_t ticks) {
-    track.fade_out = static_cast<int32_t>(ticks);
-    SetFlag(track, TRACK_FADE_OUT, ticks > 0);
 }
 
 }  // namespace Orvane

@@ -39,8 +39,4 @@ std::string Assign(Record& record, const std::vector<std::string>& assignments) 
     return {};
 }
 
-// Gives a track a fade of so many ticks, 0 for none.
-void SetFadeIn(ALBUMTRACK& track, int64_t ticks);
-void SetFadeOut(ALBUMTRACK& track, int64_t ticks);
-
 }  // namespace Orvane

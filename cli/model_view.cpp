@@ -3,6 +3,7 @@
 #include "cli/fields.h"
 #include "cli/texts.h"
 #include "collection/albumset.h"
+#include "collection/tracktime.h"
 #include "tesslib/fileformats.h"
 
 namespace Orvane {
@@ -95,6 +96,25 @@ Json TrackJson(const ALBUMTRACK& track, int number) {
     json["fade_start"] = track.FadeStart();
     json["fade_end"] = track.FadeEnd();
     return json;
+}
+
+void ReportTracks(CommandContext& context, const AlbumInfo& album) {
+    Json tracks = Json::array();
+    Table table({Table::Align::Right, Table::Align::Left, Table::Align::Right, Table::Align::Right});
+    for (int i = 0; i < album.tracks.size(); ++i) {
+        const ALBUMTRACK& track = album.tracks[i];
+        tracks.push_back(TrackJson(track, i + 1));
+        std::vector<std::string> row = {std::to_string(i + 1), track.title};
+        if (!track.IsEmpty()) {
+            row.push_back(FormatTime(track.start));
+            row.push_back(FormatTime(track.end));
+            if (track.FadeIn()) row.push_back("in " + FormatTime(track.FadeIn()));
+            if (track.FadeOut()) row.push_back("out " + FormatTime(track.FadeOut()));
+        }
+        table.Add(row);
+    }
+    context.result["tracks"] = tracks;
+    context.Text(table.Empty() ? "The album has no tracks yet\n" : table.Text());
 }
 
 Json AlbumHeadJson(const AlbumInfo& album, int number) {

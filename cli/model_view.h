@@ -24,6 +24,8 @@ std::string FormatText(const FileHistoryEntry& entry);
 std::string AlbumTitleText(const AlbumInfo& album);
 
 Json TrackJson(const ALBUMTRACK& track, int number);
+// All tracks of an album with their times, as "tracks" and for reading.
+void ReportTracks(CommandContext& context, const AlbumInfo& album);
 // One line of the album list: details without tracks and sides.
 Json AlbumHeadJson(const AlbumInfo& album, int number);
 // Everything: details, tracks, sides with their history and the counts of corrections. Recordings are opened for a

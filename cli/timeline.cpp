@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include "collection/tracktime.h"
+#include "foundation/messages.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 namespace {
@@ -34,6 +36,9 @@ std::string TrackProblem(const AlbumInfo& album, int index) {
     if (track.end < track.start) {
         return fmt::format("Track {} would end at {}, before it starts at {}", index + 1, FormatTime(track.end),
                            FormatTime(track.start));
+    }
+    if (!track.IsEmpty() && track.end - track.start < kShortestTrack) {
+        return FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond);
     }
     if (index > 0 && Overlap(album.tracks[index - 1], track)) {
         return fmt::format("Track {} would start at {}, before track {} ends at {}", index + 1, FormatTime(track.start),

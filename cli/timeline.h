@@ -14,7 +14,7 @@ int PlaceForTrack(const AlbumInfo& album, const ALBUMTRACK& track);
 // Puts the tracks without times at the end of the listing to the end of the last one that has some.
 void SettleUnsetTracks(AlbumInfo& album);
 
-// What is wrong with the times of a track; empty when it is nothing. An overlap with a neighbour too short to be heard
+// What is wrong with the times that a track got; empty when it is nothing. An overlap with a neighbour too short to be heard
 // is none.
 std::string TrackProblem(const AlbumInfo& album, int index);
 

@@ -6,8 +6,10 @@
 
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
+#include "foundation/messages.h"
 #include "foundation/text.h"
 #include "foundation/textfile.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 namespace {
@@ -30,6 +32,10 @@ std::string OrderProblem(const std::vector<TitleLine>& titles) {
             return fmt::format("line {}: either all titles have times or none", title.line);
         if (!title.timed) continue;
         if (title.end <= title.start) return fmt::format("line {}: the track ends before it begins", title.line);
+        if (title.end - title.start < kShortestTrack) {
+            return fmt::format("line {}: {}", title.line,
+                               FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond));
+        }
         if (i > 0 && title.start < titles[i - 1].end) {
             return fmt::format("line {}: the track begins before the one above it has ended", title.line);
         }

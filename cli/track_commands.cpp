@@ -7,6 +7,7 @@
 #include "cli/timeline.h"
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 namespace {
@@ -20,6 +21,7 @@ struct TrackArguments {
     std::string artist;
     int64_t start = -1;
     int64_t end = -1;
+    int64_t length = 0;
     bool close_gap = false;
 };
 
@@ -41,42 +43,28 @@ int ReportTrack(CommandContext& context, const AlbumInfo& album, int index, cons
 int List(CommandContext& context, const TrackArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Read, album)) return code;
-    Json tracks = Json::array();
-    Table table({Table::Align::Right, Table::Align::Left, Table::Align::Right, Table::Align::Right});
-    for (int i = 0; i < album->tracks.size(); ++i) {
-        const ALBUMTRACK& track = album->tracks[i];
-        tracks.push_back(TrackJson(track, i + 1));
-        std::vector<std::string> row = {std::to_string(i + 1), track.title};
-        if (!track.IsEmpty()) {
-            row.push_back(FormatTime(track.start));
-            row.push_back(FormatTime(track.end));
-            if (track.FadeIn()) row.push_back("in " + FormatTime(track.FadeIn()));
-            if (track.FadeOut()) row.push_back("out " + FormatTime(track.FadeOut()));
-        }
-        table.Add(row);
-    }
     context.result["album"] = arguments.album;
-    context.result["tracks"] = tracks;
-    context.Text(table.Empty() ? "The album has no tracks yet\n" : table.Text());
+    ReportTracks(context, *album);
     return CLI_DONE;
 }
 
 int Add(CommandContext& context, const TrackArguments& arguments) {
     bool timed = arguments.start >= 0 || arguments.end >= 0;
-    if (timed && (arguments.start < 0 || arguments.end <= arguments.start)) {
-        return context.Usage("A track has a --start and an --end behind it, or neither");
+    if (timed && (arguments.start < 0 || arguments.end <= arguments.start || arguments.length)) {
+        return context.Usage("A track has a --start and an --end behind it, or a --length, or neither");
     }
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     ALBUMTRACK track;
     track.title = arguments.title;
     track.artist = arguments.artist;
-    if (!timed) {
+    if (!timed && !arguments.length) {
         AddTrack(*album, track);
         return ReportTrack(context, *album, album->tracks.size() - 1, "Added");
     }
-    track.start = arguments.start;
-    track.end = arguments.end;
+    const int n_set = FirstUnsetTrack(album->tracks);
+    track.start = timed ? arguments.start : n_set ? album->tracks[n_set - 1].end : 0;
+    track.end = timed ? arguments.end : track.start + arguments.length;
     int index = PlaceForTrack(*album, track);
     InsertTrack(*album, index, track, false);
     SettleUnsetTracks(*album);
@@ -90,13 +78,16 @@ int ChangeTrack(CommandContext& context, const TrackArguments& arguments, const 
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     int index = 0;
     if (int code = context.FindTrack(*album, arguments.track, index)) return code;
+    ALBUMTRACK& track = album->tracks[index];
+    const int64_t start = track.start, end = track.end;
     {
         Change change(CHANGE_TRACK_TIMES, album);
-        std::string problem = Assign(album->tracks[index], assignments);
+        std::string problem = Assign(track, assignments);
         if (!problem.empty()) return context.Usage(problem);
         SettleUnsetTracks(*album);
     }
-    if (std::string problem = TrackProblem(*album, index); !problem.empty()) return context.Usage(problem);
+    const bool moved = track.start != start || track.end != end;
+    if (std::string problem = moved ? TrackProblem(*album, index) : ""; !problem.empty()) return context.Usage(problem);
     return ReportTrack(context, *album, index, "Changed");
 }
 
@@ -156,6 +147,7 @@ void AddTrackCommands(CommandTree& tree) {
     command->add_option("--artist", arguments->artist, "its artist, where it is not the album's")->option_text("TEXT");
     TimeOption(command, "--start", arguments->start, "where it begins");
     TimeOption(command, "--end", arguments->end, "where it ends");
+    TimeOption(command, "--length", arguments->length, "its length, behind the last track that has times");
 
     command = Command(group, "set", "change a track", "track set records.mcf 1 2 title=Reprise end=7:02", Set);
     TrackArgument(command);
@@ -169,8 +161,9 @@ void AddTrackCommands(CommandTree& tree) {
     TrackArgument(command);
     command->add_flag("--close-gap", arguments->close_gap, "move all later tracks back by its length");
 
-    command = Command(&tree.app, "fade", "fade a track in and out; a length of 0 takes the fade away",
-                      "fade records.mcf 1 2 in=0.5 out=4", Fade);
+    command =
+        Command(&tree.app, "fade", "fade a track in and out, over 0.1 to 20 seconds; a length of 0 takes the fade away",
+                "fade records.mcf 1 2 in=0.5 out=4", Fade);
     TrackArgument(command);
     command->add_option("FADE", arguments->assignments, "in=TIME, out=TIME or both")
         ->required()

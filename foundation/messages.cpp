@@ -202,6 +202,8 @@ std::string_view MessageText(Msg id) {
             return "Orphaned empty track %s at %s";
         case Msg::EmbeddedEmptyTrack:
             return "Embedded empty track %s at %s";
+        case Msg::TracksHaveALength:
+            return "Tracks must be at least %d seconds long";
         case Msg::TrackTooShort:
             return "Track %s too short (%s)";
         case Msg::OverlappingTrack:

@@ -110,10 +110,11 @@ enum class Msg : int {
     NoTrackBreaksFound,
     MoreTrackBreaksThanTracks,
     FewerTrackBreaksThanTracks,
-    NumberedTrack,  // number
-    UndoTip,        // description
-    RedoTip,        // description
-    AlbumInUse,     // artist, title
+    NumberedTrack,      // number
+    TracksHaveALength,  // seconds
+    UndoTip,            // description
+    RedoTip,            // description
+    AlbumInUse,         // artist, title
     RepairNotMade,
     RepairMarkers,
     PatchSelection,

@@ -189,4 +189,22 @@ bool TrackScanner::ScanTrack(TrackList& tracks, int index, bool adjust, int64_t&
     return true;
 }
 
+void TrackScanner::ScanAll(TrackList& tracks) {
+    for (ALBUMTRACK& track : tracks) {
+        track.start = track.end = 0;
+        track.fade_in = track.fade_out = 0;
+        track.filter_flags = 0;
+    }
+    int64_t carry = -1;
+    for (int index = 0; ScanTrack(tracks, index, false, carry); ++index) host.TrackFound(index);
+}
+
+void TrackScanner::AdjustAll(TrackList& tracks) {
+    const int n_set = FirstUnsetTrack(tracks);
+    int64_t carry = -1;
+    for (int index = 0; index < n_set && ScanTrack(tracks, index, true, carry); ++index) host.TrackFound(index);
+    // A track may have grown over one that the scan then did not come to.
+    PushOverlappingTracks(tracks);
+}
+
 }  // namespace Orvane

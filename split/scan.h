@@ -32,7 +32,8 @@ public:
     // Lets the interface live for a moment; called every quarter of a second of audio. False once the user has asked to
     // stop, which ends the scan with the tracks found so far.
     virtual bool GoOn() { return true; }
-    virtual void TrackFound() {}
+    // The row at `index` has got its times, or keeps those that it has.
+    virtual void TrackFound(int /*index*/) {}
 };
 
 inline constexpr int64_t kScanEscaped = -1;
@@ -76,6 +77,12 @@ public:
     // this track begins if it has been found already, otherwise negative; it is set for the next track. True to go on
     // with the next.
     bool ScanTrack(TrackList& tracks, int index, bool adjust, int64_t& carry);
+
+    // Makes the breaks of a listing anew: fills its rows from the top, titles staying, and appends further ones as long
+    // as there are tracks.
+    void ScanAll(TrackList& tracks);
+    // Moves the breaks of the set tracks to the gaps near them.
+    void AdjustAll(TrackList& tracks);
 
 private:
     struct Row;

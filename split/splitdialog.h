@@ -58,8 +58,6 @@ public:
 
 private:
     std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
-    void ScanAnew(TrackScanner& scanner, ScanHost& host);
-    void Adjust(TrackScanner& scanner, ScanHost& host);
     void EnterUndo(Msg description, int first_track, int last_track);
     bool Store(TrackList changed, Msg description, MakeUndo make_undo);
 

@@ -6,33 +6,6 @@
 
 namespace Orvane {
 
-// Fills the rows from the top, and appends further ones as long as there are tracks.
-void SplitDialog::ScanAnew(TrackScanner& scanner, ScanHost& host) {
-    for (ALBUMTRACK& track : album.tracks) {
-        track.start = track.end = 0;
-        track.fade_in = track.fade_out = 0;
-        track.filter_flags = 0;
-    }
-    int64_t carry = -1;
-    for (;;) {
-        Select(FirstUnsetTrack(album.tracks));
-        if (!scanner.ScanTrack(album.tracks, selected, false, carry)) return;
-        host.TrackFound();
-    }
-}
-
-void SplitDialog::Adjust(TrackScanner& scanner, ScanHost& host) {
-    const int n_set = FirstUnsetTrack(album.tracks);
-    int64_t carry = -1;
-    for (int i = 0; i < n_set; ++i) {
-        Select(i);
-        if (!scanner.ScanTrack(album.tracks, i, true, carry)) break;
-        host.TrackFound();
-    }
-    // A track may have grown over one that the scan then did not come to.
-    PushOverlappingTracks(album.tracks);
-}
-
 int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host) {
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
     if (recordings.empty()) return 0;
@@ -53,7 +26,7 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     {
         const Change change(CHANGE_TRACK_TIMES | CHANGE_TRACK_INSERTED, &album);
         TrackScanner scanner(overview, recordings, BreakScanSettings::Load(), host);
-        adjust ? Adjust(scanner, host) : ScanAnew(scanner, host);
+        adjust ? scanner.AdjustAll(album.tracks) : scanner.ScanAll(album.tracks);
     }
     busy = false;
     Select(0);

@@ -13,7 +13,7 @@ _orvane_cli() {
     group=${words[0]:-}
     command=$group
     case $group in
-        album|recording|track|settings|filter|curve|cut|repairs|preset) command="$group ${words[1]:-}" ;;
+        album|recording|track|settings|filter|curve|cut|repairs|preset|break) command="$group ${words[1]:-}" ;;
     esac
 
     case $previous in
@@ -27,7 +27,7 @@ _orvane_cli() {
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade declick repairs patch preset filter curve cut render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
@@ -43,6 +43,9 @@ _orvane_cli() {
         "repairs apply") options="--side --type --channel --start --end" ;;
         repairs*) options="--side --channel --start --end" ;;
         patch) options="--side --start --end --method --channels --preamp --replace" ;;
+        "break ") options="insert remove" ;;
+        split) options="--adjust" ;;
+        "break insert"|"break remove") options="--at --alt" ;;
         "curve ") options="list names add remove" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
         "filter noise") options="--side --from --to" ;;
@@ -50,11 +53,11 @@ _orvane_cli() {
         "curve add") options="--side --from --to" ;;
         "cut add") options="--side --from --to --splice" ;;
         "filter list"|"filter remove"|"curve list"|"curve remove"|"cut list"|"cut remove") options="--side" ;;
-        digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --format --rate --bits --out --threads --template" ;;
+        digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --adjust --format --rate --bits --out --threads --template" ;;
         "album add") options="--artist --title --genre --label --grouping --composer --conductor --alias --comment --release_number --art_file --custom_tags --notes --year --playing_speed --channel_mode --status --single" ;;
         "album set") options="artist= title= genre= label= grouping= composer= conductor= alias= comment= release_number= art_file= custom_tags= notes= year= playing_speed= channel_mode= status= single=" ;;
         "recording add") options="--side --copy" ;;
-        "track add") options="--title --artist --start --end" ;;
+        "track add") options="--title --artist --start --end --length" ;;
         "track set") options="title= artist= genre= grouping= composer= conductor= alias= comment= custom_tags= start= end= fade_in= fade_out= excluded=" ;;
         "track remove") options="--close-gap" ;;
         fade) options="in= out=" ;;

@@ -41,7 +41,7 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
     folder.Write("mixed.txt", "0:00 - 0:01 One\nTwo\n");
     folder.Write("back.txt", "0:00 - 0:02 One\n0:01 - 0:03 Two\n");
     const std::string before = ReadBytes(folder / "c.mcf");
-    const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o"};
+    const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o", "--no-split"};
     auto Digitise = [&](const std::string& titles) {
         std::vector<std::string> words = order;
         words.insert(words.end(), {"--titles", titles});

@@ -210,7 +210,7 @@ class StoppingHost : public ScanHost {
 public:
     explicit StoppingHost(int looks) : looks(looks) {}
     bool GoOn() override { return --looks != 0; }
-    void TrackFound() override { ++n_found; }
+    void TrackFound(int) override { ++n_found; }
     int looks, n_found = 0;
 };
 

@@ -1,0 +1,49 @@
+#include "split/albumoverview.h"
+
+#include <algorithm>
+
+#include "foundation/progress.h"
+
+namespace Orvane {
+namespace {
+
+// Reports how far the reading of a file is; once the user has cancelled, the file ends.
+class ReportingPCMStream : public PCMStream {
+public:
+    ReportingPCMStream(PCMStream* file, int first_per_mille, int per_mille)
+        : PCMStream(file, 0),
+          first_per_mille(first_per_mille),
+          per_mille(per_mille),
+          total(file->GetTotalSamples(kWaveformFlags)) {}
+
+    int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override {
+        if (total > 0) Progress::SetPosition(first_per_mille + static_cast<int>(position * per_mille / total));
+        return Progress::Tick() ? source->Read(position, buffer, n_samples, flags) : 0;
+    }
+    int64_t GetTotalSamples(uint32_t) override { return total; }
+
+private:
+    const int first_per_mille;
+    const int per_mille;
+    const int64_t total;
+};
+
+}  // namespace
+
+bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
+    overview = {};
+    const std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
+    for (size_t i = 0; i < recordings.size(); ++i) {
+        FileHistoryEntry& recording = *recordings[i];
+        if (recording.Open(USER_WAVEFORM, false) != OPEN_GOOD) return false;
+        const auto stream = MakeRef<ReportingPCMStream>(recording.open_file.get(), static_cast<int>(i) * share, share);
+        const int failure = overview.AddRecording(*stream);
+        recording.Close(USER_WAVEFORM);
+        if (failure || Progress::Cancelled()) return false;
+    }
+    overview.loaded = true;
+    return true;
+}
+
+}  // namespace Orvane
