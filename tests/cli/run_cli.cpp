@@ -112,12 +112,19 @@ void CliTest::Must(const std::vector<std::string>& arguments) const {
     ASSERT_EQ(result.code, 0) << result.err;
 }
 
-void CliTest::MakeWave(const std::string& name, double seconds, int32_t samplerate, int32_t bits) const {
-    std::vector<float> pairs(static_cast<size_t>(std::lround(seconds * samplerate)) * 2);
+void CliTest::MakeSide(const std::string& name, const std::vector<std::pair<double, float>>& stretches,
+                       int32_t samplerate, int32_t bits) const {
+    std::vector<float> pairs;
     std::minstd_rand random(7);
     std::uniform_real_distribution<float> noise(-0.01f, 0.01f);
-    for (size_t i = 0; i < pairs.size(); ++i) {
-        pairs[i] = 0.4f * std::sin(static_cast<float>(i / 2 % 4410) * 0.0628f * (i % 2 ? 1.0f : 2.0f)) + noise(random);
+    double end = 0;
+    for (const auto& [seconds, level] : stretches) {
+        end += seconds;
+        const auto until = static_cast<size_t>(std::lround(end * samplerate)) * 2;
+        for (size_t i = pairs.size(); i < until; ++i) {
+            const float tone = std::sin(static_cast<float>(i / 2 % 4410) * 0.0628f * (i % 2 ? 1.0f : 2.0f));
+            pairs.push_back(level * tone + noise(random));
+        }
     }
     Tesslib::WAVFile file;
     ASSERT_EQ(file.SetSBC(samplerate, bits, 2), 0);

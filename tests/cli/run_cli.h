@@ -6,6 +6,7 @@
 #include <csignal>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "temp_folder.h"
@@ -50,7 +51,12 @@ protected:
     void Must(const std::vector<std::string>& arguments) const;
 
     // Makes a WAV file of a tone with some noise.
-    void MakeWave(const std::string& name, double seconds, int32_t samplerate = 44100, int32_t bits = 16) const;
+    void MakeWave(const std::string& name, double seconds, int32_t samplerate = 44100, int32_t bits = 16) const {
+        MakeSide(name, {{seconds, 0.4f}}, samplerate, bits);
+    }
+    // The same of a tone that changes its loudness: stretches of so many seconds at so much of full scale.
+    void MakeSide(const std::string& name, const std::vector<std::pair<double, float>>& stretches,
+                  int32_t samplerate = 22050, int32_t bits = 16) const;
     // Runs another program; its exit code, or -1 where it is not installed. `out` gets what it prints.
     int Tool(const std::string& command, std::string* out = nullptr) const;
     static bool HasTool(const std::string& name);
