@@ -70,7 +70,8 @@ public:
             if (Number(6) == 0) album->sides.push_back(nullptr);
             AlbumSide* side = album->GetSide(-1, true);
             for (int n = Number(3); n >= 0; --n) side->AddRecording(Recording(album, side));
-            side->newest = side->history.front().get();
+            side->newest = side->history[static_cast<size_t>(Number(static_cast<int>(side->history.size())))].get();
+            side->latest_take = side->history.front().get();
         }
     }
 
@@ -78,11 +79,11 @@ private:
     int Number(int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); }
 
     std::string Text() {
-        static constexpr const char* kWords[] = {"The",        "12\" Mix", "Sinfonía", "No. 5, in C",
-                                                 "\"Quoted\"", "Ångström", "Live",     "東京",
-                                                 "(take 2)",   "¿Qué?",    "&",        "Blues"};
-        std::string text = kWords[Number(12)];
-        for (int n = Number(4); n > 0; --n) text = text + " " + kWords[Number(12)];
+        static constexpr const char* kWords[] = {
+            "The",      "12\" Mix", "Sinfonía", "No. 5, in C", "\"Quoted\"", "Ångström", "Live", "東京",
+            "(take 2)", "¿Qué?",    "7\"",      "\"",          ">Ext",       "\\n",      "-1",   ""};
+        std::string text = kWords[Number(16)];
+        for (int n = Number(4); n > 0; --n) text = text + " " + kWords[Number(16)];
         return text;
     }
 
@@ -121,6 +122,7 @@ private:
 
     Orvane::FFTCurve Curve() {
         Orvane::FFTCurve curve;
+        curve.name = Text();
         curve.preserve_level = Number(2) == 1;
         for (int i = Number(5); i > 0; --i) {
             curve.points.push_back({static_cast<float>(i) * 1000.25f, static_cast<float>(Number(200000)) / 10000 - 10});
