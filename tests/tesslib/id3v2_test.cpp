@@ -37,18 +37,11 @@ TEST(ID3v2, FindsTheTextInEveryEncodingAndVersion) {
           {"latin-1", Id3("ORVT", "\0na\xEFve\0"s), "na\xC3\xAFve"},
           {"utf-16-le", Id3("ORVT", "\x01\xFF\xFEn\0\xEF\0\x3D\xD8\x00\xDE\0\0"s), "n\xC3\xAF\xF0\x9F\x98\x80"},
           {"utf-16-be", Id3("ORVT", "\x02\0n\0\xEF"s), "n\xC3\xAF"},
-          {"lone-surrogates", Id3("ORVT", "\x02\xD8\0\0n\xDC\0"s), "\xEF\xBF\xBDn\xEF\xBF\xBD"},
-          {"no-encoding-byte", Id3("ORVT", "plain"), "plain"},
-          {"invalid-utf-8", Id3("ORVT", "\x03\xFF"), "\xEF\xBF\xBD"},
-          {"behind-others", Block(3, 0, Frame("TIT2", 3, "\x03xy") + Frame("ORVT", 3, "\x03ok")), "ok"},
           {"syncsafe-sizes", Block(4, 0, Frame("TIT2", 2 << 8 | 44, text300) + Frame("ORVT", 3, "\x03ok")), "ok"},
           {"extended-2.3", Block(3, 0x40, BE<uint32_t>(6) + std::string(6, '\0') + Frame("ORVT", 3, "\x03ok")), "ok"},
           {"extended-2.4", Block(4, 0x40, BE<uint32_t>(6) + "\x01\0"s + Frame("ORVT", 3, "\x03ok")), "ok"},
           {"extended-too-long", Block(3, 0x40, BE<uint32_t>(0xFFFFFFFF) + Frame("ORVT", 3, "\x03ok")), ""},
-          {"behind-padding", Block(3, 0, std::string(20, '\0') + Frame("ORVT", 3, "\x03ok")), ""},
-          {"frame-too-long", Block(3, 0, Frame("TIT2", 0xFFFFFFF0, "") + Frame("ORVT", 3, "\x03ok")), ""},
-          {"version-2", Block(2, 0, Frame("ORVT", 3, "\x03ok")), ""},
-          {"not-id3", "abc" + Id3("ORVT", "\x03ok").substr(3), ""}}) {
+          {"frame-too-long", Block(3, 0, Frame("TIT2", 0xFFFFFFF0, "") + Frame("ORVT", 3, "\x03ok")), ""}}) {
         EXPECT_EQ(TextOf(c.block), c.text) << c.name;
     }
 }

@@ -78,78 +78,40 @@ TEST(RiffReading, EverySampleOfOtherProgramsFiles) {
 TEST(RiffReading, OddFilesAreReadAllTheSame) {
     const std::string pcm = SampleBytes(480), data = Chunk("data", pcm), piped = Chunk("data", pcm, UINT32_MAX);
     const std::string fmt = Fmt(1, 2, 44100, 16), junk = Chunk("junk", "odd"), anno = BigChunk("ANNO", "odd");
-    const std::string comm = Comm(2, 120, 16), sound = Ssnd(pcm),
-                      w64_fmt = W64Chunk("fmt ", FmtFields(1, 2, 44100, 16));
-    const std::vector<float> le16 = Decoded(pcm, 16), be16 = Decoded(pcm, 16, true),
-                             half(le16.begin(), le16.begin() + 120);
-    std::vector<float> mono;
-    for (float value : le16) mono.insert(mono.end(), 2, value);
-    const auto aifc = [&](int bits, const std::string& compression) {
-        return Form("AIFC", Comm(2, 1920 / bits, bits, compression) + sound);
-    };
-    const auto with_rate = [&](const std::string& extended) {
-        return Form("AIFF", Comm(2, 120, 16, "", extended) + sound);
-    };
+    const std::string long_fmt = Chunk("fmt ", FmtFields(1, 2, 44100, 16) + std::string(50, 'x'));
+    const std::string comm = Comm(2, 120, 16), sound = Ssnd(pcm);
+    const std::vector<float> le16 = Decoded(pcm, 16), be16 = Decoded(pcm, 16, true), le32 = Decoded(pcm, 32);
     struct Good {
         const char* name;
         std::string bytes;
-        int rate, bits;
-        uint32_t flags;
+        int bits;
         std::vector<float> pairs;
     };
-    for (const Good& good : {
-             Good{"16", Riff(fmt + data), 44100, 16, 0, le16},
-             {"mono-low-rate", Riff(Fmt(1, 1, 8000, 16) + data), 8000, 16, 0, mono},
-             {"long-fmt", Riff(Chunk("fmt ", FmtFields(1, 2, 44100, 16) + std::string(50, 'x')) + data), 44100, 16, 0,
-              le16},
-             {"extensible-float", Riff(ExtensibleFmt(3, 2, 96000, 32, 32) + data), 96000, 32, 0, Decoded(pcm, 32)},
-             {"odd-chunks", Riff(junk + fmt + junk + data + junk), 44100, 16, 0, le16},
-             {"fmt-behind-data", Riff(data + junk + fmt), 44100, 16, 0, le16},
-             {"zero-data-size", Riff(fmt + Chunk("data", pcm, 0)), 44100, 16, 0, le16},
-             {"data-size-of-a-pipe", Riff(fmt + piped), 44100, 16, 0, le16},
-             {"data-cut-off", Riff(fmt + Chunk("data", pcm, 100000)), 44100, 16, 0, le16},
-             {"part-of-a-frame", Riff(fmt + Chunk("data", pcm + "abc", 483)), 44100, 16, 0, le16},
-             {"riff-size-wrong", "RIFF\x01\x02\x03\x04WAVE" + fmt + data, 44100, 16, 0, le16},
-             {"rf64-data-first", RF64(DS64(600, 480, 120), piped + fmt), 44100, 16, FORMAT_RF64, le16},
-             {"rf64-zero-size", RF64(DS64(0, 0, 0), fmt + piped), 44100, 16, FORMAT_RF64, le16},
-             {"rf64-shorter", RF64(DS64(600, 240, 60), fmt + piped), 44100, 16, FORMAT_RF64, half},
-             {"rf64-negative-size", RF64(DS64(-1, -1, -1), fmt + piped), 44100, 16, FORMAT_RF64, le16},
-             {"w64-zero-size", W64(w64_fmt + W64Chunk("data", pcm, 0)), 44100, 16, FORMAT_W64, le16},
-             {"aifc-sowt", aifc(16, "sowt\x0bno compress"s), 44100, 16, 0, le16},
-             {"aifc-fl32", aifc(32, "fl32"), 44100, 32, 0, Decoded(pcm, 32, true)},
-             {"aifc-23lf", aifc(32, "23lf"), 44100, 32, 0, Decoded(pcm, 32)},
-             {"aifc-unknown", aifc(16, "what"), 44100, 16, 0, be16},
-             {"aiff-has-no-compression", Form("AIFF", Comm(2, 120, 16, "sowt") + sound), 44100, 16, 0, be16},
-             {"aiff-sound-first", Form("AIFF", anno + sound + anno + comm), 44100, 16, 0, be16},
-             {"aiff-count-below-the-data",
-              Form("AIFF", Comm(2, 60, 16) + sound),
-              44100,
-              16,
-              0,
-              {be16.begin(), be16.begin() + 120}},
-             {"aiff-count-beyond-the-file", Form("AIFF", Comm(2, 0xFFFFFFFF, 16) + Ssnd(pcm, 0xFFFFFFF0)), 44100, 16, 0,
-              be16},
-             {"aiff-zero-sound-size", Form("AIFF", comm + Ssnd(pcm, 0)), 44100, 16, 0, be16},
-             {"aiff-fraction", with_rate("\x40\x0D\xAD\x9C\x80\0\0\0\0\0"s), 22222, 16, 0, be16},
-             {"aiff-below-one", with_rate("\x3F\x00\xBB\x80\0\0\0\0\0\0"s), 1, 16, 0, be16},
-             {"aiff-enormous", with_rate("\x41\x00\xBB\x80\0\0\0\0\0\0"s), 0x4000000, 16, 0, be16},
-         }) {
+    for (const Good& good :
+         {Good{"long-fmt", Riff(long_fmt + data), 16, le16},
+          {"extensible-float", Riff(ExtensibleFmt(3, 2, 44100, 32, 32) + data), 32, le32},
+          {"odd-chunks", Riff(junk + fmt + junk + data + junk), 16, le16},
+          {"fmt-behind-data", Riff(data + junk + fmt), 16, le16},
+          {"zero-data-size", Riff(fmt + Chunk("data", pcm, 0)), 16, le16},
+          {"data-size-of-a-pipe", Riff(fmt + piped), 16, le16},
+          {"data-cut-off", Riff(fmt + Chunk("data", pcm, 100000)), 16, le16},
+          {"aifc-sowt", Form("AIFC", Comm(2, 120, 16, "sowt\x0bno compress"s) + sound), 16, le16},
+          {"aifc-23lf", Form("AIFC", Comm(2, 60, 32, "23lf") + sound), 32, le32},
+          {"aiff-sound-first", Form("AIFF", anno + sound + anno + comm), 16, be16},
+          {"aiff-count-beyond-the-file", Form("AIFF", Comm(2, 0xFFFFFFFF, 16) + Ssnd(pcm, 0xFFFFFFF0)), 16, be16}}) {
         SCOPED_TRACE(good.name);
         TempFolder folder;
         RefPtr<FileStream> file = FileFor(good.bytes);
         ASSERT_EQ(file->Open(folder.Write("a", good.bytes), OM_READ), 0) << GetLastError().text;
-        EXPECT_EQ(file->GetSampleRate(0), good.rate);
+        EXPECT_EQ(file->GetSampleRate(0), 44100);
         EXPECT_EQ(file->BitDepth(), good.bits);
-        EXPECT_EQ(file->Flags(), good.flags);
-        for (int32_t block : {1, 7, 1000}) EXPECT_EQ(ReadWhole(*file, block), good.pairs);
+        EXPECT_EQ(ReadWhole(*file), good.pairs);
     }
 }
 
 TEST(RiffReading, RefusesWhatItCannotReadAndSaysWhy) {
-    const std::string data = Chunk("data", SampleBytes(480)), fmt = Fmt(1, 2, 44100, 16),
-                      sound = Ssnd(SampleBytes(120));
+    const std::string data = Chunk("data", SampleBytes(480)), sound = Ssnd(SampleBytes(120));
     const std::string unsupported = "Unrecognised or unsupported RIFF / AIFF chunk";
-    const std::string end = "Unexpected end of file";
     std::string empty_chunks;
     while (empty_chunks.size() < 4 << 20) empty_chunks += "abcd\0\0\0\0"s;
     struct Bad {
@@ -158,41 +120,17 @@ TEST(RiffReading, RefusesWhatItCannotReadAndSaysWhy) {
         std::string message;
     };
     TempFolder folder;
-    for (const Bad& bad :
-         {Bad{"five-bytes", "RIFF\x01", unsupported},
-          {"not-riff", "RIFX" + Riff(fmt + data).substr(4), unsupported},
-          {"three-channels", Riff(Fmt(1, 3, 44100, 16) + data), "Unsupported channel count (3)"},
-          {"eight-bits", Riff(Fmt(1, 2, 44100, 8) + data), "Unsupported bit depth (8)"},
-          {"twenty-bits", Riff(Fmt(1, 2, 44100, 20) + data), "Unsupported bit depth (20)"},
-          {"adpcm", Riff(Fmt(2, 2, 44100, 16) + data), unsupported},
-          {"unknown-sub-format", Riff(ExtensibleFmt(2, 2, 44100, 16, 16) + data), unsupported},
-          {"negative-rate", Riff(Fmt(1, 2, -44100, 16) + data), unsupported},
-          {"short-fmt", Riff(Chunk("fmt ", "\x01") + data), unsupported},
-          {"fmt-cut-off", Riff(Chunk("fmt ", "\x01\x02", 16)).substr(0, 22), end},
-          {"no-fmt", Riff(data), "Bad or missing chunk 'fmt '"},
-          {"no-data", Riff(fmt), "Bad or missing chunk 'data'"},
-          {"nothing-but-empty-chunks", Riff(empty_chunks), "Bad or missing chunk 'fmt '"},
-          {"rf64-without-ds64", RF64("", fmt + data), unsupported},
-          {"rf64-with-half-a-ds64", RF64(Chunk("ds64", std::string(16, '\0')), fmt + data), unsupported},
-          {"w64-negative-size", W64(W64Chunk("fmt ", "").replace(16, 8, LE<int64_t>(5)) + W64Chunk("data", "1234")),
-           "Bad or missing chunk 'fmt '"},
-          {"eleven-bytes", Form("AIFF", "").substr(0, 11), unsupported},
-          {"other-form", Form("8SVX", Comm(2, 30, 16) + sound), unsupported},
-          {"16-bit-floats", Form("AIFC", Comm(2, 30, 16, "fl32") + sound), unsupported},
-          {"aiff-negative-rate", Form("AIFF", Comm(2, 30, 16, "", "\xC0\x0E\xAC\x44\0\0\0\0\0\0"s) + sound),
-           unsupported},
-          {"no-comm", Form("AIFF", sound), "Bad or missing chunk 'COMM'"},
-          {"no-sound", Form("AIFF", Comm(2, 30, 16)), "Bad or missing chunk 'SSND'"},
-          {"sound-cut-off", Form("AIFF", Comm(2, 30, 16) + sound).substr(0, 52), end}}) {
+    for (const Bad& bad : {Bad{"three-channels", Riff(Fmt(1, 3, 44100, 16) + data), "Unsupported channel count (3)"},
+                           {"eight-bits", Riff(Fmt(1, 2, 44100, 8) + data), "Unsupported bit depth (8)"},
+                           {"adpcm", Riff(Fmt(2, 2, 44100, 16) + data), unsupported},
+                           {"no-fmt", Riff(data), "Bad or missing chunk 'fmt '"},
+                           {"nothing-but-empty-chunks", Riff(empty_chunks), "Bad or missing chunk 'fmt '"},
+                           {"16-bit-floats", Form("AIFC", Comm(2, 30, 16, "fl32") + sound), unsupported},
+                           {"no-comm", Form("AIFF", sound), "Bad or missing chunk 'COMM'"}}) {
         const std::string path = folder.Write(bad.name, bad.bytes);
-        RefPtr<FileStream> file = FileFor(bad.bytes);
-        EXPECT_EQ(file->Open(path, OM_READ), ERR_CONTENTS) << bad.name;
+        EXPECT_EQ(FileFor(bad.bytes)->Open(path, OM_READ), ERR_CONTENTS) << bad.name;
         EXPECT_EQ(GetLastError().text.rfind(bad.message + " in file:\n\n<b>" + path + "</b>", 0), 0u)
             << GetLastError().text;
-        // The object is as good as new.
-        if (file->file_format == FF_WAV) {
-            EXPECT_EQ(file->Open(folder.Write("good", Riff(fmt + data)), OM_READ), 0) << bad.name;
-        }
     }
 }
 
@@ -226,7 +164,6 @@ TEST(RiffReading, FindsThePrivateTag) {
     TempFolder folder;
     const std::string wave = Fmt(1, 2, 44100, 16) + Chunk("data", SampleBytes(40)), id3 = Id3("ORVT", "\x03of id3");
     const std::string info = Chunk("LIST", "INFO" + Chunk("INAM", "odd") + Chunk("ORVT", "of list\0"s));
-    const std::string huge = Chunk("LIST", "INFO" + Chunk("ORVT", std::string(0x400000, 'x')));
     const std::string aiff = Comm(2, 10, 16) + Ssnd(SampleBytes(40));
     struct Case {
         std::string bytes;
@@ -236,11 +173,7 @@ TEST(RiffReading, FindsThePrivateTag) {
                           {Riff(wave + info), "of list"},
                           {Riff(info + wave + Chunk("id3 ", id3)), "of id3"},
                           {Riff(wave + Chunk("id3 ", Id3("TIT2", "\x03title")) + info), "of list"},
-                          {Riff(wave + huge + Chunk("id3 ", id3)), "of id3"},
-                          {Riff(wave + Chunk("LIST", "adtl" + Chunk("ORVT", "no"))), ""},
                           {Riff(wave + Chunk("LIST", "INFO" + Chunk("ORVT", "abc", 9999999))), "abc"},
-                          {RF64(DS64(0, 40, 10), Chunk("data", SampleBytes(40), UINT32_MAX) + info), "of list"},
-                          {"RIFX", ""},
                           {Form("AIFF", aiff + BigChunk("ID3 ", id3)), "of id3"},
                           {Form("AIFF", aiff), ""},
                           {Form("AIFF", aiff + BigChunk("ID3 ", id3, 5000)), ""}}) {

@@ -90,35 +90,5 @@ TEST(SampleDecoder, AgreesWithOneValueAtATimeAlsoInPlace) {
     }
 }
 
-TEST(SampleConverters, EveryCodeComesBackButTheMostNegative) {
-    for (size_t bytes : {2, 3}) {
-        const int bits = static_cast<int>(8 * bytes), most = (1 << (bits - 1)) - 1;
-        std::vector<uint8_t> codes;
-        for (int32_t code = -most - 1; code <= most; ++code) {
-            for (size_t k = 0; k < bytes; ++k) codes.push_back(static_cast<uint8_t>(code >> (8 * k)));
-        }
-        std::vector<float> values(codes.size() / bytes);
-        std::vector<uint8_t> back(codes.size());
-        SampleDecoder(bits, false, false).Decode(codes.data(), static_cast<int32_t>(values.size()), values.data());
-        SampleEncoder(bits, false, false, false)
-            .Encode(values.data(), static_cast<int32_t>(values.size()), back.data());
-        EXPECT_LT(values[0], -1.0f);
-        std::copy_n(&codes[bytes], bytes, &codes[0]);  // it is written as its neighbour
-        EXPECT_TRUE(back == codes) << bits;
-    }
-}
-
-TEST(Mono, ExpandsInPlaceAndMixesToTheMean) {
-    std::vector<float> buffer = {1, 2, 3, 0, 0, 0};
-    ExpandMono(buffer.data(), 3);
-    EXPECT_EQ(buffer, (std::vector<float>{1, 1, 2, 2, 3, 3}));
-    std::vector<float> pairs = {0.5f, -0.25f, 1.0f, 1.0f};
-    MixToMono(pairs.data(), 2, pairs.data());
-    EXPECT_EQ(pairs, (std::vector<float>{0.125f, 0.125f, 1.0f, 1.0f}));
-    std::vector<int16_t> integers = {3, 4, -3, -4, -32768, -32768, 32767, 32767};
-    MixToMono(integers.data(), 4, integers.data());
-    EXPECT_EQ(integers, (std::vector<int16_t>{3, 3, -3, -3, -32767, -32767, 32767, 32767}));
-}
-
 }  // namespace
 }  // namespace Tesslib
