@@ -90,13 +90,4 @@ inline std::string Ssnd(std::string_view samples, int64_t size = -1) {
     return BigChunk("SSND", std::string(8, '\0') + std::string(samples), size);
 }
 
-// An ID3v2.3 block with one frame.
-inline std::string Id3(std::string_view frame_id, std::string_view payload) {
-    const std::string frame =
-        std::string(frame_id) + BE(static_cast<uint32_t>(payload.size())) + std::string(2, '\0') + std::string(payload);
-    std::string size;
-    for (int shift : {21, 14, 7, 0}) size += static_cast<char>(frame.size() >> shift & 0x7F);
-    return std::string("ID3\x03\0\0", 6) + size + frame;
-}
-
 }  // namespace OrvaneTest

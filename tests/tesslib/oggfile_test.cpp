@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "audio_tools.h"
 #include "foundation/lasterror.h"
 #include "stream_checks.h"

@@ -160,28 +160,5 @@ TEST(RiffReading, LargeFilesAreReadAtTheirEnd) {
     }
 }
 
-TEST(RiffReading, FindsThePrivateTag) {
-    TempFolder folder;
-    const std::string wave = Fmt(1, 2, 44100, 16) + Chunk("data", SampleBytes(40)), id3 = Id3("ORVT", "\x03of id3");
-    const std::string info = Chunk("LIST", "INFO" + Chunk("INAM", "odd") + Chunk("ORVT", "of list\0"s));
-    const std::string aiff = Comm(2, 10, 16) + Ssnd(SampleBytes(40));
-    struct Case {
-        std::string bytes;
-        std::string text;
-    };
-    for (const Case& c : {Case{Riff(wave), ""},
-                          {Riff(wave + info), "of list"},
-                          {Riff(info + wave + Chunk("id3 ", id3)), "of id3"},
-                          {Riff(wave + Chunk("id3 ", Id3("TIT2", "\x03title")) + info), "of list"},
-                          {Riff(wave + Chunk("LIST", "INFO" + Chunk("ORVT", "abc", 9999999))), "abc"},
-                          {Form("AIFF", aiff + BigChunk("ID3 ", id3)), "of id3"},
-                          {Form("AIFF", aiff), ""},
-                          {Form("AIFF", aiff + BigChunk("ID3 ", id3, 5000)), ""}}) {
-        RefPtr<FileStream> file = FileFor(c.bytes);
-        EXPECT_EQ(file->ReadTags(folder.Write("a", c.bytes)), c.text) << c.text;
-        EXPECT_EQ(file->Mode(), OM_NONE);
-    }
-}
-
 }  // namespace
 }  // namespace Tesslib
