@@ -80,29 +80,5 @@ TEST(ArKernels, AllFormsGiveTheSameBits) {
     }
 }
 
-TEST(GapSolver, SolvesToeplitzSystemsLikeAPlainFactorisation) {
-    GapSolver solver;
-    Noise noise(2);
-    for (int n : {1, 2, 7, 16, 17, 33, 138, 60}) {
-        std::vector<double> filter(40);
-        for (double& c : filter) c = noise.Normal();
-        std::vector<double> row(n), side(n);
-        for (int l = 0; l < std::min(n, 40); l++) {
-            for (int k = 0; k + l < 40; k++) row[l] += filter[k] * filter[k + l];
-        }
-        for (double& v : side) v = noise.Normal();
-        OrvaneOracle::Matrix matrix = OrvaneOracle::Zeros(n, n), solution = OrvaneOracle::Zeros(n, 1);
-        for (int i = 0; i < n; i++) {
-            solution[i][0] = side[i];
-            for (int j = 0; j < n; j++) matrix[i][j] = row[std::abs(i - j)];
-        }
-        ASSERT_TRUE(OrvaneOracle::SolveByLU(matrix, solution));
-        ASSERT_TRUE(solver.SolveToeplitz(row, side));
-        for (int i = 0; i < n; i++) {
-            EXPECT_NEAR(side[i], solution[i][0], 1e-9 * (1 + std::abs(solution[i][0]))) << n << " " << i;
-        }
-    }
-}
-
 }  // namespace
 }  // namespace Orvane

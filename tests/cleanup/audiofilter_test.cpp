@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 #include <random>
 
@@ -36,7 +35,7 @@ protected:
         entry->flags |= FHE_CORRECTIONS_LOADED;
     }
 
-    void AddRepair(int channel, int64_t start, int64_t end, int16_t type = REPAIR_SCANNER) {
+    void AddRepair(int channel, int64_t start, int64_t end, int16_t type) {
         auto repair = std::make_unique<ClickRepair>(type, start, end, int16_t{0});
         auto samples = std::make_unique<int16_t[]>(static_cast<size_t>(end - start));
         for (int64_t i = 0; i < end - start; ++i) samples[i] = static_cast<int16_t>(random() % 60000 - 30000);
@@ -148,59 +147,9 @@ TEST_F(Chain, CutsThatCrowdEachOtherFadeInTurnAndTheLastIntoWhatIsThere) {
 TEST_F(Chain, SwapsChannelsUnlessTold) {
     entry->flags2 |= FHE_SWAP_CHANNELS;
     PCMStack stack(entry.get(), stream.get(), 0, 44100);
-    float pair[2];
-    ASSERT_EQ(stack.Read(5, pair, 1, 0), 1);
-    EXPECT_EQ(pair[0], stream->pairs[11]);
-    EXPECT_TRUE(stack.AltersAudio(0, 1, 0));
-    EXPECT_FALSE(stack.AltersAudio(0, 1, PCM_NO_SWAP));
-}
-
-TEST_F(Chain, SaysWhereItAltersAudio) {
-    AddRepair(1, 5000, 5100);
-    AddRepair(0, 9000, 9100, REPAIR_BP);
-    PCMStack stack(entry.get(), stream.get(), 0, 44100);
-    struct Case {
-        int64_t position, n_samples;
-        uint32_t flags;
-        bool alters;
-    };
-    for (const Case& c : {Case{0, 5000, 0, false}, {0, 5001, 0, true}, {5099, 1, 0, true}, {5100, 10000, 0, false},
-                          {5000, 10, PCM_NO_CLICK_REPAIR, false}, {0, 10, 0, false}, {8000, 5000, 0, false}}) {
-        EXPECT_EQ(stack.AltersAudio(c.position, c.n_samples, c.flags), c.alters) << c.position << " + " << c.n_samples;
-    }
-}
-
-// DSD that can be had at any rate.
-struct DSDStream : MemoryStream {
-    using MemoryStream::MemoryStream;
-    int32_t GetDSDMultiple() override { return 1; }
-    void SetDSDOutputRate(int32_t rate) override { samplerate = rate; }
-};
-
-TEST_F(Chain, TakesDSDAtTheRateThatIsWantedUnlessCorrectionsComeBetween) {
-    enum Between { Nothing, ARepair, AFilter, ACurve };
-    struct Case {
-        Between between;
-        uint32_t flags;
-        bool direct;
-    };
-    for (const Case& c : {Case{Nothing, 0, true},
-                          {ARepair, 0, false},
-                          {ARepair, PCM_NO_CLICK_REPAIR, true},
-                          {AFilter, 0, false},
-                          {ACurve, 0, false},
-                          {ACurve, PCM_DENOISE_OFF, true}}) {
-        RefPtr<FileHistoryEntry> corrected(new FileHistoryEntry(&album, nullptr));
-        corrected->flags |= FHE_CORRECTIONS_LOADED;
-        if (c.between == ARepair) corrected->click_repairs[0].Append(new ClickRepair(REPAIR_PP, 5, 9, int16_t{0}));
-        if (c.between == AFilter) corrected->filters.Append(new FilterSetting);
-        if (c.between == ACurve) corrected->fft_eqs.Append(new FFTEq);
-        DSDStream dsd(176400, std::vector<float>(2 * 1000));
-        PCMStack stack(corrected.get(), &dsd, c.flags, 88200);
-        EXPECT_EQ(stack.GetSampleRate(0), 88200);
-        EXPECT_EQ(stack.GetTotalSamples(0), c.direct ? 1000 : 500);
-        EXPECT_EQ(dsd.GetSampleRate(0), c.direct ? 88200 : 176400) << c.between << " " << c.flags;
-    }
+    const std::vector<float> swapped = ReadAll(stack);
+    EXPECT_EQ(swapped[10], stream->pairs[11]);
+    EXPECT_EQ(ReadAll(stack, PCM_NO_SWAP), stream->pairs);
 }
 
 TEST_F(Chain, ReadsOnWithoutTakingMemory) {

@@ -174,42 +174,6 @@ TEST(ClickDetector, GivesThePlainFormsBitsWhereverItBeginsAndEnds) {
     }
 }
 
-// A quiet tone with a little hiss: nothing in it is a click.
-std::vector<float> QuietTone(int n) {
-    std::vector<float> x = Noise(n, 0.002, 3);
-    AddTone(x, 300.0, 0.1);
-    return x;
-}
-
-TEST(ScanChannel, MarksRegularPulsesAndRepairsTheLouderOneAmongThem) {
-    std::vector<float> x = Noise(60000, 0.001, 4);
-    for (int at = 50; at < 60000; at += 100) AddClick(x, at, 3, at == 30050 ? 0.4 : 0.05);
-    Fast scan(x, {});
-    ASSERT_TRUE(scan.Run());
-    for (const Entry& e : scan.sink.entries) {
-        EXPECT_EQ(e.type, e.start <= 30050 && e.end > 30050 ? 2 : kMarkerBP) << e.start;
-    }
-    EXPECT_EQ(scan.counts.repaired, 1);
-    EXPECT_GT(scan.counts.bp, 300);
-
-    Fast unprotected(x, {3, 2, 0});
-    ASSERT_TRUE(unprotected.Run());
-    EXPECT_EQ(unprotected.counts.bp, 0);
-    EXPECT_GT(unprotected.counts.repaired, 300);
-}
-
-TEST(ScanChannel, LeavesDrumsToPercussionProtection) {
-    std::vector<float> x = QuietTone(220000);
-    for (int at = 20000; at < 200000; at += 15000) AddDrum(x, at, 0.3, static_cast<uint32_t>(at));
-    Fast off(x, {5, 0, 1}), on(x, {5, 2, 1});
-    ASSERT_TRUE(off.Run() && on.Run());
-    EXPECT_EQ(off.counts.pp, 0);
-    EXPECT_GE(off.counts.repaired, 12);
-    EXPECT_GE(
-        std::count_if(on.sink.entries.begin(), on.sink.entries.end(), [](auto& e) { return e.type == kMarkerPP; }), 12);
-    EXPECT_LE(on.counts.repaired, off.counts.repaired / 4);
-}
-
 TEST(PrimeDetector, KnowsAroundARepairWhatTheScanKnew) {
     constexpr int kAt = 60000;
     std::vector<float> x = Music(120000, 5);

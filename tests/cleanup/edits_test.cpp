@@ -58,11 +58,6 @@ protected:
         AddRepair(entry.click_repairs[channel], repair, slot, ADD_SCANNED);
     }
 
-    ClickRepair* RepairAt(int channel, int64_t position) {
-        ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], position);
-        return e && e->absolute_start_time <= position ? e : nullptr;
-    }
-
     int64_t Place(int64_t margin) { return static_cast<int64_t>(random() % static_cast<unsigned>(kFrames - margin)); }
 
     bool RandomFilterEdit() {
@@ -171,53 +166,6 @@ TEST_F(Edits, UndoingAllGivesTheFirstStateAndRedoingAllTheLast) {
         }
         EXPECT_FALSE(Redo());
     }
-}
-
-TEST_F(Edits, ARefusalSaysWhyAndChangesNothing) {
-    FilterSetting with_rumble, without_rumble;
-    with_rumble.values.hiss_mode = with_rumble.values.rumble_mode = without_rumble.values.hiss_mode = FILTER_ON;
-    AddSetting(entry, with_rumble);
-    ClearUndo();
-    const std::string before = Serialised(entry);
-    constexpr Msg kNoRoom = Msg::NoRoomForRepair, kTooShort = Msg::SelectionTooShortToCut;
-    const struct {
-        std::function<bool()> edit;
-        Msg why;
-    } rows[] = {
-        {[&] { return InsertRepair(entry, 0, 1000, 1010); }, Msg::NoChannelSelected},
-        {[&] { return InsertRepair(entry, 1, 1000, 1000); }, Msg::NothingSelected},
-        {[&] { return InsertRepair(entry, 3, kFrames - 200, kFrames - 180); }, kNoRoom},
-        {[&] { return InsertRepair(entry, 1, kFrames + 10, kFrames + 20); }, kNoRoom},
-        {[&] { return AdjustRepair(entry, 0, *entry.click_repairs[0].First(), 50, 60); }, kNoRoom},
-        {[&] { return CutSelection(entry, 10000, 10000 + 4410, 100); }, kTooShort},
-        {[&] { return TruncateRecording(entry, kFrames); }, kTooShort},
-        {[&] { return ChangeSetting(entry, 0, without_rumble); }, Msg::HissWithoutRumble},
-    };
-    for (size_t i = 0; i < std::size(rows); ++i) {
-        FakeMessageHost messages;
-        EXPECT_FALSE(rows[i].edit()) << i;
-        ASSERT_EQ(messages.asked.size(), 1u) << i;
-        EXPECT_EQ(messages.asked[0].text, MessageText(rows[i].why));
-        EXPECT_EQ(Serialised(entry), before) << i;
-    }
-    EXPECT_EQ(GetUndoState().undo_highwater, 0);
-}
-
-TEST_F(Edits, AStereoPatchIsDeletedAsAPair) {
-    EXPECT_EQ(DeleteRepairs(entry, CHANNEL_LEFT, 150100, 150101), 1);
-    EXPECT_FALSE(RepairAt(0, 152000) || RepairAt(1, 152000));
-}
-
-TEST_F(Edits, AnUndoLeavesNoOverlapsWithWhatAScanHasFoundSince) {
-    EXPECT_TRUE(InsertRepair(entry, CHANNEL_LEFT, 1500, 1540));
-    ASSERT_EQ(DeleteRepairs(entry, CHANNEL_LEFT, 1500, 1501), 1);
-    {
-        const RepairsChange scan(entry, CHANNEL_LEFT);
-        Enter(0, 1490, 1510, REPAIR_SCANNER);
-    }
-    EXPECT_TRUE(Undo());
-    EXPECT_EQ(RepairAt(0, 1505)->repair_type, REPAIR_MANUAL);
-    EXPECT_EQ(CheckRepairList(entry.click_repairs[0], true), 0);
 }
 
 TEST_F(Edits, ACutAndItsTruncationMoveTheEditedTimes) {

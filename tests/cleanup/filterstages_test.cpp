@@ -322,40 +322,6 @@ TEST(Denoise, NoiseSampleFilesServeAsTheStretchTheyWereMeasuredIn) {
     EXPECT_LT(missing.n_read, 0);
 }
 
-TEST(Denoise, FlagsChooseBetweenHissAndCurves) {
-    const std::vector<float> audio = Noise(60000, 0.05f, 11);
-    const auto with = [&](bool hiss, bool curve, uint32_t flags) {
-        Recording recording(audio);
-        recording.entry.view_position[1] = 50000;
-        if (hiss) recording.AddFilter().hiss_mode = FILTER_ON;
-        if (curve) recording.AddCurve({{50, 6}, {1000, 0}});
-        return recording.ReadAll(flags);
-    };
-    const std::vector<float> both = with(true, true, 0), hiss = with(true, false, 0), curve = with(false, true, 0);
-    EXPECT_NE(both, hiss);
-    EXPECT_NE(hiss, audio);
-    EXPECT_EQ(with(true, true, PCM_NO_DENOISE), curve);
-    EXPECT_EQ(with(true, true, PCM_DENOISE_OFF), hiss);
-    for (uint32_t flags : {0u | PCM_NO_FILTERS, 0u | PCM_RAW_DOP, 0u | PCM_NO_DENOISE | PCM_DENOISE_OFF}) {
-        EXPECT_EQ(with(true, true, flags), audio) << flags;
-    }
-}
-
-TEST(BiQuadEngine, ChangedSettingsTakeOverAfterTheChangeOver) {
-    const std::vector<float> audio = Noise(40000, 0.1f, 13);
-    Recording recording(audio);
-    const std::vector<float> before = recording.Read(0, 10000);
-    FilterValues& values = recording.AddFilter();
-    SetEqualiser(values);
-    values.preamp_left = values.preamp_right = 0;
-    { const ListChange change(&recording.entry.filters); }
-    std::vector<float> output = recording.Read(10000, 30);
-    const std::vector<float> more = recording.Read(10030, 1000);
-    output.insert(output.end(), more.begin(), more.end());
-    for (int i = 0; i < 2 * BiQuadEngine::kChangeOver; i++) ASSERT_EQ(output[i], audio[20000 + i]) << i;
-    EXPECT_NE(output[2 * BiQuadEngine::kChangeOver], audio[20000 + 2 * BiQuadEngine::kChangeOver]);
-}
-
 TEST(FilterSettings, LaterOnesGoOverEarlierOnesModeByMode) {
     LinkedList<FilterSetting> list;
     const auto add = [&](int64_t start, int64_t end) -> FilterSetting& {

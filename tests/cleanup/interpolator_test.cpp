@@ -120,19 +120,6 @@ TEST(ClickRepairer, LeavesNoTailOfARecordUnfilled) {
     }
 }
 
-TEST(Interpolator, HoldsAndReportsWhatOvershoots) {
-    Interpolator interpolator;
-    std::vector<float> out;
-    for (int n : {20, 100, 300}) {
-        std::vector<float> loud(4000);
-        const int middle = RepairContext(n, false) + n / 2;
-        for (int i = 0; i < 4000; i++) loud[i] = static_cast<float>(1.4 * std::cos(0.004 * (i - middle)));
-        ASSERT_EQ(Repair(interpolator, MakeJob(loud, n), out), RepairResult::Overshoot) << n;
-        for (int i = 0; i < n; i++) ASSERT_LE(std::abs(out[i]), 1.0f) << n;
-        EXPECT_EQ(out[n / 2], 1.0f) << n;
-    }
-}
-
 TEST(Interpolator, SilenceStaysSilentAndWhatIsNoNumberIsSingular) {
     Interpolator interpolator;
     std::vector<float> out;

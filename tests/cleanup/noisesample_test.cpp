@@ -3,12 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cmath>
 #include <limits>
-#include <numbers>
-#include <random>
 
-#include "cleanup/orvanefft.h"
 #include "foundation/fileerror.h"
 #include "foundation/lasterror.h"
 #include "temp_folder.h"
@@ -27,19 +23,6 @@ NoiseSample Sample(int32_t rate) {
 
 std::string Number(uint32_t n) {
     return {char(n), char(n >> 8), char(n >> 16), char(n >> 24)};
-}
-
-TEST(NoiseFile, HoldsMagicRateAndBothSpectra) {
-    const OrvaneTest::TempFolder folder;
-    const std::string path = folder / "hall.vns";
-    ASSERT_EQ(WriteNoiseFile(path, Sample(22050)), 0);
-    const std::string bytes = OrvaneTest::ReadBytes(path);
-    ASSERT_EQ(bytes.size(), 8 + 8 * (2048u + 1));
-    EXPECT_EQ(bytes.substr(0, 8), std::string(" snv") + Number(22050));
-    EXPECT_EQ(bytes.substr(8 + 4 * (2049 + 7), 4), Number(std::bit_cast<uint32_t>(7.5f)));
-    NoiseSample back(22050);
-    ASSERT_EQ(ReadNoiseFile(path, back), 0);
-    EXPECT_EQ(back.power[0], Sample(22050).power[0]);
 }
 
 TEST(NoiseFile, RefusesWhatIsNotOneAndKeepsTheSample) {
@@ -65,24 +48,6 @@ TEST(NoiseFile, RefusesWhatIsNotOneAndKeepsTheSample) {
     EXPECT_EQ(Tesslib::GetLastError().text,
               "Sample rate of noise sample file:\n\n<b>" + folder / "good.vns" +
                   "</b> (44.1 kHz)\n\ndoes not match sample rate of this recording (96 kHz).");
-}
-
-TEST(NoiseMeter, MeasuresTheMeanPowerOfTheWindowedFrames) {
-    const int block = FFTBlockSize(44100), bin = 400;
-    std::vector<float> tone(block);
-    NoiseMeter meter(44100);
-    for (int i = 0; i < kNoiseFrames; i++) {
-        for (int n = 0; n < block; n++) {
-            tone[n] = (i % 2 ? 0.1f : 0.2f) * float(std::sin(2 * std::numbers::pi * bin * n / block));
-        }
-        meter.Add(1, tone);
-    }
-    const NoiseSample noise = meter.Finish();
-    // A windowed tone of amplitude A has A N / 4 in its bin and half of that in the bins beside it.
-    const double expected = (0.1 * 0.1 + 0.2 * 0.2) / 2 * block * block / 16;
-    EXPECT_NEAR(noise.power[1][bin] / expected, 1, 0.001);
-    EXPECT_EQ(noise.power[0][bin], 0.f);
-    EXPECT_EQ(NoiseFrameStart(9, 1000, 1000 + 11 * block, block), 1000 + 9 * block);
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
-
 #include "audiosignals.h"
 
 namespace Orvane {
@@ -86,42 +84,6 @@ TEST(Patch, ShortStretchesAndPlacesAtTheEndsOfARecordingAreSane) {
             }
         }
     }
-}
-
-TEST(Patch, OneSampleIsTheMeanOfItsNeighbours) {
-    const std::vector<float> signal = {0.1f, 0.2f, 0.9f, 0.4f, -0.3f, 0.0f, 0.0f};
-    for (PatchMethod method : kMethods) {
-        auto patched = signal;
-        Patch(method, patched, 2, 2);
-        EXPECT_FLOAT_EQ(patched[2], 0.3f);
-        Patch(method, patched, 0, 0);
-        EXPECT_FLOAT_EQ(patched[0], 0.2f) << "with one neighbour";
-    }
-}
-
-// The mean of two spectra is the spectrum of the mean.
-TEST(Patch, FftIsTheMeanOfBothSidesBetweenItsFades) {
-    const Damaged d = MakeDamaged(4, 1000);
-    auto patched = d.signal;
-    PatchFFT(patched, d.first, d.last);
-    const int size = 1024, middle = (size - 1000) / 2;
-    for (int i = 0; i < 1000; i++) {
-        const int from_end = std::min(i, 999 - i);
-        const double w = std::min(1.0, from_end / 100.0);
-        const double mean = (d.signal[d.first - size + middle + i] + d.signal[d.last + 1 + middle + i]) / 2.0;
-        ASSERT_NEAR(patched[d.first + i], (1 - w) * d.signal[d.first + i] + w * mean, 1e-5) << i;
-    }
-}
-
-TEST(Patch, ApaGoesFromTheWindowBeforeToTheWindowAfter) {
-    const Damaged d = MakeDamaged(5, 1000);
-    auto patched = d.signal;
-    PatchAPA(patched, d.first, d.last);
-    EXPECT_NEAR(patched[d.first], d.signal[d.first - 1024], 5e-3);
-    EXPECT_NEAR(patched[d.last], d.signal[d.last + 1], 5e-3);
-    int repeated = 0;
-    for (int i = d.first + 11; i < d.last; i++) repeated += patched[i] == patched[i - 1];
-    EXPECT_NEAR(repeated, 495, 3);
 }
 
 }  // namespace

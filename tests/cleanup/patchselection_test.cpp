@@ -18,45 +18,14 @@ using OrvaneTest::MusicPairs;
 using OrvaneTest::RecordedSide;
 using OrvaneTest::Serialised;
 
-constexpr int kFrames = 120000;
-
-const std::vector<float>& Pairs() {
-    static const std::vector<float> pairs = MusicPairs(kFrames);
-    return pairs;
-}
-
-class Patching : public ::testing::Test {
-protected:
-    const ClickRepair* PatchOf(int channel) {
+TEST(Patching, TriesAreReplacedAndWhatIsNotKeptIsGone) {
+    RecordedSide side{MusicPairs(120000)};
+    FileHistoryEntry& entry = *side.entry;
+    const EditAccess open(entry);
+    const auto PatchOf = [&](int channel) {
         const ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], 50000);
         return e && e->repair_type == REPAIR_PATCH ? e : nullptr;
-    }
-
-    RecordedSide side{Pairs()};
-    FileHistoryEntry& entry = *side.entry;
-    EditAccess open{entry};
-};
-
-TEST_F(Patching, WhatCannotBePatchedIsSaid) {
-    constexpr const char* kTooLarge =
-        "The selection is too large to patch.  Please zoom in and select a region of 0.25 seconds or less.";
-    const struct {
-        int64_t start, end;
-        int channels;
-        std::string text;
-    } rows[] = {{50000, 50000, 3, "Please select a region first"},
-                {50000, 50000 + 11026, 3, kTooLarge},
-                {kFrames - 5, kFrames + 5, 3, std::string(MessageText(Msg::NoRoomForRepair))},
-                {50000, 50100, 0, "Please select a channel first"}};
-    for (const auto& row : rows) {
-        FakeMessageHost messages;
-        EXPECT_FALSE(PatchRecording(entry, row.start, row.end, {row.channels, PatchMethod::FFT, 0}));
-        EXPECT_EQ(messages.Texts(), std::vector<std::string>{row.text});
-    }
-    EXPECT_TRUE(PatchSelection(entry, 50000, 50000 + 11025).Begin());
-}
-
-TEST_F(Patching, TriesAreReplacedAndWhatIsNotKeptIsGone) {
+    };
     EXPECT_TRUE(InsertRepair(entry, CHANNEL_LEFT, 50100, 50200));
     const std::string before = Serialised(entry);
     FakeMessageHost messages;
@@ -78,35 +47,6 @@ TEST_F(Patching, TriesAreReplacedAndWhatIsNotKeptIsGone) {
     }
     EXPECT_EQ(Serialised(entry), before);
     EXPECT_EQ(GetUndoState().undo_highwater, 1);
-}
-
-TEST_F(Patching, AnExistingPatchIsReplacedWithItsTwin) {
-    ASSERT_TRUE(PatchRecording(entry, 50000, 52000, {CHANNELS_BOTH, PatchMethod::FFT, 0}));
-    const std::string before = Serialised(entry);
-    {
-        FakeMessageHost messages({Answer::Cancel});
-        EXPECT_FALSE(PatchRecording(entry, 51000, 51500, {CHANNEL_LEFT, PatchMethod::FFT, 0}));
-        ASSERT_EQ(messages.asked.size(), 1u);
-        EXPECT_EQ(messages.asked[0].hide_key, "Warn Already Patched");
-        EXPECT_EQ(Serialised(entry), before);
-    }
-    FakeMessageHost messages({Answer::Ok});
-    EXPECT_TRUE(PatchRecording(entry, 51000, 51500, {CHANNEL_LEFT, PatchMethod::FFT, 0}));
-    ASSERT_TRUE(PatchOf(0));
-    EXPECT_EQ(PatchOf(0)->Length(), 500);
-    EXPECT_FALSE(PatchOf(1));
-    EXPECT_TRUE(Undo());
-    EXPECT_EQ(Serialised(entry), before);
-}
-
-TEST_F(Patching, InsideARepairItTakesTheWholeOfIt) {
-    ASSERT_TRUE(InsertRepair(entry, CHANNEL_RIGHT, 50000, 50300));
-    EXPECT_TRUE(PatchRecording(entry, 50100, 50120, {CHANNELS_BOTH, PatchMethod::AR, 0}));
-    for (int channel : {0, 1}) {
-        ASSERT_TRUE(PatchOf(channel));
-        EXPECT_EQ(PatchOf(channel)->absolute_start_time, 50000);
-        EXPECT_EQ(PatchOf(channel)->absolute_end_time, 50300);
-    }
 }
 
 // The same tones recorded at several rates: the patch falls on its own place at each.

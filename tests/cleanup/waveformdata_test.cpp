@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "audiosignals.h"
-#include "memorystream.h"
 
 namespace Orvane {
 namespace {
@@ -45,33 +44,6 @@ TEST(WaveformData, BytesEqualThePlainModelInAnyChunks) {
             EXPECT_EQ(bytes, wanted) << block << " " << chunk;
         }
     }
-}
-
-TEST(WaveformData, ALastPartialBlockCountsFromHalfABlockOn) {
-    const std::pair<int, size_t> rows[] = {{0, 0}, {575, 0}, {576, 1}, {1152, 1}, {1727, 1}, {1728, 2}};
-    for (const auto& [n_samples, n_bytes] : rows) {
-        Testing::MemoryStream stream(44100, std::vector<float>(2 * static_cast<size_t>(n_samples), 1.0f));
-        const WaveformOverview overview = BuildOverview(stream);
-        EXPECT_EQ(overview.total_samples, n_samples);
-        EXPECT_EQ(overview.total_bytes, static_cast<int64_t>(n_bytes)) << n_samples;
-        EXPECT_EQ(std::vector<uint8_t>(overview.bytes.begin(), overview.bytes.begin() + overview.total_bytes),
-                  std::vector<uint8_t>(n_bytes, 254));
-    }
-}
-
-TEST(WaveformData, RecordingsLieEndToEnd) {
-    WaveformOverview overview;
-    Testing::MemoryStream first(96000, std::vector<float>(2 * 2304 * 3, 1.0f));
-    Testing::MemoryStream second(96000, std::vector<float>(2 * 2304, 0.5f));
-    ASSERT_EQ(overview.AddRecording(first), 0);
-    overview.AddRecording(2304 * 2, 96000);
-    ASSERT_EQ(overview.AddRecording(second), 0);
-    EXPECT_EQ(overview.block, 2304);
-    EXPECT_EQ(overview.total_samples, 2304 * 6);
-    const std::vector<uint8_t> wanted = {254, 254, 254, 0, 0, 126};
-    ASSERT_EQ(overview.total_bytes, 6);
-    EXPECT_TRUE(std::equal(wanted.begin(), wanted.end(), overview.bytes.begin()));
-    EXPECT_EQ(overview.recordings[2].first_byte, 5);
 }
 
 }  // namespace
