@@ -28,19 +28,5 @@ TEST(MainLoopTest, WakesForOtherThreadsAndQuitsBehindWhatWaits) {
     for (std::thread& thread : threads) thread.join();
 }
 
-TEST(MainLoopTest, WorkersRunTasksOnTheMainThread) {
-    bool on_main = false;
-    bool worker_saw_it = false;
-    std::thread worker([&] {
-        RunOnMainThread([&] { on_main = IsMainThread(); });
-        worker_saw_it = on_main && !IsMainThread();
-    });
-    while (!on_main) GetMainLoop().RunOne(-1);
-    worker.join();
-    EXPECT_TRUE(worker_saw_it);
-    RunOnMainThread([&] { on_main = false; });  // at once, without a loop running
-    EXPECT_FALSE(on_main);
-}
-
 }  // namespace
 }  // namespace Tesslib

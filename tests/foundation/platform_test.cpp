@@ -1,7 +1,6 @@
 #include "foundation/platform.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -45,39 +44,6 @@ TEST(PlatformFiles, ASecondWriterIsRefusedAndTheFileStaysWhole) {
     EXPECT_EQ(ReadBytes(path), "");
     EXPECT_FALSE(OpenFile(folder.Path(), "rb", error));
     EXPECT_EQ(error, EISDIR);
-}
-
-TEST(PlatformFiles, TheLimitOfOpenFilesIsRaisedWhenReached) {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    TempFolder folder;
-    const std::string path = folder.Write("a", "x");
-    const rlimit few{64, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    std::vector<FilePtr> files;
-    for (int i = 0; i < 100; ++i) {
-        int error = 0;
-        files.emplace_back(OpenFile(path, "rb", error));
-        ASSERT_TRUE(files.back()) << i << ": error " << error;
-    }
-    files.clear();
-    setrlimit(RLIMIT_NOFILE, &before);
-}
-
-TEST(PlatformFolders, FollowTheEnvironment) {
-    TempFolder folder;
-    folder.Write("config/user-dirs.dirs",
-                 "# comment\nXDG_MUSIC_DIR=\"$HOME/Musik\"\nXDG_DOCUMENTS_DIR=\"/srv/docs/\"\n");
-    ScopedEnvironment home("HOME", folder.Path());
-    ScopedEnvironment config("XDG_CONFIG_HOME", folder / "config");
-    ScopedEnvironment own("ORVANE_CONFIG_HOME", "");
-    EXPECT_EQ(ConfigFolder(), folder / "config/orvane");
-    EXPECT_EQ(MusicFolder(), folder / "Musik");
-    EXPECT_EQ(DocumentsFolder(), "/srv/docs");
-    ScopedEnvironment moved("ORVANE_CONFIG_HOME", "/elsewhere/");
-    EXPECT_EQ(ConfigFolder(), "/elsewhere");
-    ScopedEnvironment bare("XDG_CONFIG_HOME", "not absolute");
-    EXPECT_EQ(MusicFolder(), folder / "Music");
 }
 
 TEST(Trash, KeepsFilesOfOneNameApartAndSaysWhereTheyLay) {

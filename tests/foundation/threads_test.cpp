@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "fake_hosts.h"
 #include "foundation/event.h"
 #include "foundation/mainloop.h"
 #include "foundation/progress.h"
@@ -48,10 +47,9 @@ struct Listener {
         auto* self = static_cast<Listener*>(context);
         self->seen += std::to_string(event_id) + ":" + std::to_string(a) + " ";
         if (const auto action = std::exchange(self->action, nullptr)) action();
-        return self->answer;
+        return 0;
     }
     std::string seen;
-    intptr_t answer = 0;
     std::function<void()> action;
 };
 
@@ -105,9 +103,7 @@ public:
 private:
     int Work() override {
         pool_seen = gWorkerThreadPool;
-        const int result = work();
-        if (result < 0) SaveError();
-        return result;
+        return work();
     }
 };
 
@@ -145,33 +141,6 @@ TEST_F(Workers, AJobOfSeveralRunsWhileTheMainThreadHandlesTasks) {
     EXPECT_NE(workers[0].pool_seen, nullptr);
     EXPECT_EQ(gWorkerThreadPool, nullptr);
     EXPECT_EQ(gAutosaveHeldOff, 0);
-}
-
-TEST_F(Workers, CancelIsSeenByTheWorkerAndClearedAtTheEnd) {
-    OrvaneTest::FakeProgressHost host;
-    Progress::Begin("Saving tracks");
-    CountingWorker worker;
-    worker.work = [] {
-        for (int i = 0; Progress::Tick(); ++i) {
-            Progress::SetPosition(i);
-            Progress::SetPosition(i);
-            if (i == 2) GetMainLoop().Post([] { Progress::Cancel(); });
-            if (i >= 2) std::this_thread::yield();
-        }
-        SetLastError({28, "disk full"});
-        return -4;
-    };
-    SetLastErrorText("");
-    EXPECT_EQ(worker.Launch(), -4);
-    EXPECT_EQ(GetLastError().text, "");
-    worker.ReportError();
-    EXPECT_EQ(GetLastError().text, "disk full");
-    EXPECT_TRUE(Progress::Cancelled());
-    EXPECT_FALSE(Progress::Wait());
-    Progress::End(true);
-    EXPECT_FALSE(Progress::Cancelled());
-    EXPECT_TRUE(host.kept_open);
-    EXPECT_EQ(std::vector<int>(host.positions.begin(), host.positions.begin() + 3), (std::vector<int>{0, 1, 2}));
 }
 
 }  // namespace
