@@ -7,7 +7,6 @@
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
-#include "memorystream.h"
 #include "sides.h"
 #include "temp_folder.h"
 
@@ -125,13 +124,6 @@ TEST_F(ScanTest, EverySideOfAnAlbumIsScanned) {
     const double a = 231, c = a + 200;
     ExpectTimes(Scan(sides), {{5.76, 67.38}, {70.76, 132.38}, {140.8, a}, {a + 9.76, a + 71.38}, {c + 6.76, c + 68.38}},
                 "four sides", 0.3);
-
-    // Titles go on over a change of sides, however long the run-out is.
-    LevelAlbum titled;
-    titled.AddSide({{6, 0}, {60, 100}, {40, 0}});
-    titled.AddSide({{10, 0}, {60, 100}, {80, 0}});
-    titled.album.tracks = Listing("0 0");
-    ExpectTimes(Scan(titled), {{5.76, 67.38}, {106 + 9.76, 106 + 71.38}}, "two sides and two titles");
 }
 
 TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
@@ -158,51 +150,6 @@ TEST_F(ScanTest, CutsAreLeftOut) {
         entry.cuts.Add(row.from * kSecond, row.to * kSecond, 0, 44100);
         ExpectTimes(Scan(side), row.tracks, row.what, 0.4);
     }
-    // A lead-in does not reach back over a cut.
-    LevelAlbum side;
-    side.AddSide({{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}}).cuts.Add(80 * kSecond, 100 * kSecond, 0, 44100);
-    SetSetting("Scan Leadin", 20);
-    ExpectTimes(Scan(side), {{4.06, 67.38}, {80, 127.38}}, "a long lead-in");
-}
-
-TEST_F(ScanTest, TitlesStayAndTheirNumberIsCompared) {
-    LevelAlbum side;
-    side.AddSide({{6, 0}, {60, 100}, {5, 0}, {60, 100}, {5, 0}, {60, 100}, {200, 0}});
-    const std::pair<const char*, const char*> rows[] = {
-        {"0 0", "A,B,Track 3"}, {"<0-9 9-20> 20-30", "A,B,C"}, {"0 0 0 0", "A,B,C,D"}};
-    for (const auto& [before, titles] : rows) {
-        side.album.tracks = Listing(before);
-        const Times times = Scan(side);
-        ExpectTimes(times, {{5.76, 67.38}, {70.76, 132.38}, {135.76, 197.38}}, before);
-        EXPECT_EQ(Titles(side.album.tracks), titles);
-        EXPECT_EQ(side.album.tracks[0].filter_flags, 0);
-    }
-    ASSERT_EQ(messages.asked.size(), 2u);
-    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::MoreTrackBreaksThanTracks));
-    EXPECT_EQ(messages.asked[1].text, MessageText(Msg::FewerTrackBreaksThanTracks));
-}
-
-TEST_F(ScanTest, AdjustmentMovesBreaksToTheGapsNearThem) {
-    LevelAlbum side;
-    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
-    const Times truth = {{5.76, 107.38}, {109.76, 211.38}, {213.76, 315.38}, {317.76, 419.38}};
-    OrvaneTest::Noise noise(5);
-    for (int round = 0; round < 20; ++round) {
-        // A listing whose breaks are up to 20 seconds off, with one unset title below.
-        side.album.tracks = Listing("0-1 1-2 2-3 3-4 4");
-        int64_t place = 0;
-        for (int i = 0; i < 4; ++i) {
-            ALBUMTRACK& track = side.album.tracks[i];
-            track.start = place;
-            place = static_cast<int64_t>((truth[static_cast<size_t>(i)].second + 40 * noise.Even() - 20) * kSecond);
-            track.end = place;
-        }
-        side.album.tracks[4].start = side.album.tracks[4].end = place;
-        ExpectTimes(Scan(side, BREAK_SCAN_ADJUST), truth, "adjusted");
-        EXPECT_EQ(Titles(side.album.tracks), "A,B,C,D,E");
-    }
-    side.album.tracks = Listing("6-55 55-108 110-212");
-    EXPECT_DOUBLE_EQ(Scan(side, BREAK_SCAN_ADJUST)[0].second, 55) << "no gap within 45 seconds: the break stays";
 }
 
 // Stops at the nth look.
@@ -233,38 +180,6 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
             }
         }
     }
-}
-
-TEST_F(ScanTest, AScanIsRefusedWithoutAnOverview) {
-    LevelAlbum side;
-    SplitDialog dialog(side.album);
-    FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {80, 0}});
-    entry.generating = true;
-    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 0);
-    ASSERT_EQ(messages.asked.size(), 1u);
-    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::ScanNeedsWaveform));
-    entry.generating = false;
-    EXPECT_EQ(dialog.ScanForTrackBreaks(0, side.overview, host), 1);
-}
-
-TEST_F(ScanTest, RealAudioIsSplitAtItsGaps) {
-    const std::vector<Stretch> layout = {{6, 0}, {40, 1}, {3, 0}, {45, 1}, {2.5, 0}, {35, 1}, {75, 0}};
-    const std::vector<float> music = OrvaneTest::Music(4, 5 * 44100, 0.7);
-    std::vector<float> pairs;
-    OrvaneTest::Noise noise(9);
-    for (const Stretch& stretch : layout) {
-        for (int i = 0; i < static_cast<int>(stretch.seconds * 44100); ++i) {
-            const float sample = stretch.level ? music[static_cast<size_t>(i) % music.size()] : 0;
-            pairs.push_back(sample + static_cast<float>(noise.Even() * 0.01));
-            pairs.push_back(sample * 0.8f + static_cast<float>(noise.Even() * 0.01));
-        }
-    }
-    Testing::MemoryStream stream(44100, std::move(pairs));
-    LevelAlbum side;
-    side.AddSide({});
-    side.overview = BuildOverview(stream);
-    ASSERT_TRUE(side.overview.loaded);
-    ExpectTimes(Scan(side), {{5.8, 47.4}, {48.8, 95.4}, {96.3, 132.9}}, "music", 0.4);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
-#include "split/sidebreaks.h"
 #include "temp_folder.h"
 
 namespace Orvane {
@@ -36,7 +35,6 @@ protected:
         ClearUndo();
     }
     static int CanUndo() { return GetUndoState().undo_index; }
-    static std::string UndoTip() { return GetUndoMenu(UndoDirection::Undo).tip; }
 
     OrvaneTest::TempFolder folder;
     AlbumSet set{folder / "Mine.mcf"};
@@ -45,93 +43,19 @@ protected:
     SplitDialog dialog{album};
 };
 
-TEST_F(SplitDialogTest, InsertionsGoToTheSelectedTrackAndFailuresAreTold) {
+TEST_F(SplitDialogTest, ClicksAndGesturesAreOneEntryOfUndoEach) {
     Start("0-100 100-200");
-    EXPECT_TRUE(dialog.InsertTrackBreak(50 * kSecond, Alt::Up));
-    EXPECT_EQ(Text(album.tracks), "0-50 50-100 100-200");
-    EXPECT_FALSE(dialog.InsertTrackBreak(50 * kSecond, Alt::Up));
-    EXPECT_EQ(messages.Texts(),
-              std::vector<std::string>{"There is no room to insert a track break at 0:50.00000 Please "
-                                       "delete a nearby marker first or move it out of the way (or try "
-                                       "elsewhere)"});
-    dialog.SelectAt(150 * kSecond);
-    EXPECT_TRUE(dialog.InsertTrackBreak(150 * kSecond, Alt::Down));
-    EXPECT_EQ(Titles(album.tracks), "A,B,Track 3,Track 4");
-    EXPECT_EQ(UndoTip(), "Undo Insert track break (Ctrl+Z)");
-}
-
-TEST_F(SplitDialogTest, DeletionsGoByWhatWasHit) {
-    struct Row {
-        BreakHit hit;
-        int index;
-        int64_t seconds;
-        const char* after;
-    };
-    const char* before = "0-100 100-200 250-300";
-    const Row rows[] = {
-        {BreakHit::TrackStart, 1, 0, "0-200 250-300 300"},
-        {BreakHit::TrackEnd, 0, 0, "0-200 250-300 300"},
-        {BreakHit::TrackEnd, 2, 0, "0-100 100-200 250"},
-        {BreakHit::ByPosition, 0, 99, "0-200 250-300 300"},  // an end and a start are equally near
-        {BreakHit::ByPosition, 0, 207, "0-100 100-300 300"},
-        {BreakHit::ByPosition, 0, 245, before},  // a start
-    };
-    dialog.hit_tolerance = 10 * kSecond;
-    for (const Row& row : rows) {
-        Start(before);
-        const bool deleted = dialog.DeleteTrackBreak(row.hit, row.index, row.seconds * kSecond, MakeUndo::Yes, Alt::Up);
-        EXPECT_EQ(Text(album.tracks), row.after) << row.index << " " << row.seconds;
-        EXPECT_EQ(CanUndo(), deleted ? 1 : 0) << row.index << " " << row.seconds;
-    }
-}
-
-TEST_F(SplitDialogTest, DragsStopAtTheirNeighbours) {
-    struct Row {
-        bool start;
-        int index;
-        int64_t seconds;
-        Alt alt;
-        const char* after;
-    };
-    const char* before = "10-100 100-200 250-300 300 300";
-    const Row rows[] = {
-        {true, 0, -5, Alt::Up, "0-100 100-200 250-300 300 300"},
-        {true, 1, 300, Alt::Up, "10-100 199-200 250-300 300 300"},
-        {true, 2, 150, Alt::Down, "10-100 100-200 200-250 250 250"},
-        {true, 3, 250, Alt::Up, before},
-        {false, 0, 150, Alt::Up, "10-150 150-200 250-300 300 300"},
-        {false, 0, 500, Alt::Up, "10-199 199-200 250-300 300 300"},
-        {false, 1, 500, Alt::Up, "10-100 100-250 250-300 300 300"},
-        {false, 1, 210, Alt::Down, "10-100 100-210 260-310 310 310"},
-        {false, 3, 350, Alt::Up, "10-100 100-200 250-300 300-350 350"},
-        {false, 4, 350, Alt::Up, before},
-    };
-    for (const Row& row : rows) {
-        Start(before);
-        if (row.start) {
-            dialog.MoveTrackStart(row.index, row.seconds * kSecond, row.alt);
-        } else {
-            dialog.MoveTrackEnd(row.index, row.seconds * kSecond, row.alt);
-        }
-        EXPECT_EQ(Text(album.tracks), row.after) << row.start << " " << row.index << " " << row.seconds;
-        EXPECT_EQ(CanUndo(), Text(album.tracks) == before ? 0 : 1);
-    }
-}
-
-TEST_F(SplitDialogTest, AFaderGestureIsOneEntryOfUndo) {
-    Start("0-100 100-200");
+    EXPECT_TRUE(dialog.DeleteTrackBreak(BreakHit::TrackStart, 1, 0, MakeUndo::Yes, Alt::Up));
+    EXPECT_EQ(Text(album.tracks), "0-200 200");
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(Text(album.tracks), "0-100 100-200");
     dialog.EnableFader(0, Fader::Out, true);
+    const int32_t length = album.tracks[0].fade_out;
     dialog.AdjustFader(0, Fader::Out, 100);
     dialog.AdjustFader(0, Fader::Out, 200);
-    dialog.AdjustFader(1, Fader::In, 200);
-    dialog.EndFaderGesture();
-    dialog.AdjustFader(1, Fader::In, 300);
-    dialog.AdjustFader(1, Fader::In, 300);
     EXPECT_EQ(album.tracks[0].fade_out, 2 * kSecond);
-    EXPECT_EQ(album.tracks[1].fade_in, 3 * kSecond);
-    EXPECT_EQ(CanUndo(), 4);
-    EXPECT_TRUE(Undo() && Undo() && Undo());
-    EXPECT_EQ(album.tracks[0].fade_out, 220500) << "both steps of the gesture";
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(album.tracks[0].fade_out, length);
 }
 
 testing::AssertionResult InOrder(const TrackList& tracks) {
@@ -188,23 +112,6 @@ TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth)
         }
         ASSERT_EQ(album.tracks, last) << i;
     }
-}
-
-TEST(FixSideBreaks, DoublesHalvesAndTakesBack) {
-    OrvaneTest::FakeMessageHost messages;
-    AlbumInfo album;
-    FileHistoryEntry recording(&album, nullptr);
-    EXPECT_FALSE(FixSideBreaks(recording).CheckAny());
-    EXPECT_EQ(messages.Texts(), std::vector<std::string>{"This album has no side breaks - there is nothing to fix."});
-    recording.side_breaks = {3'000'000'000, 5'000'000'001};
-    FixSideBreaks fix(recording);
-    EXPECT_TRUE(fix.CheckAny());
-    fix.MoveRight();
-    fix.MoveLeft();
-    fix.MoveLeft();
-    EXPECT_EQ(recording.side_breaks, (simple_vector<int64_t>{1'500'000'000, 2'500'000'000}));
-    fix.Cancel();
-    EXPECT_EQ(recording.side_breaks, (simple_vector<int64_t>{3'000'000'000, 5'000'000'001}));
 }
 
 }  // namespace

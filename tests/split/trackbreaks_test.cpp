@@ -2,22 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/settings.h"
 #include "listing.h"
-#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
 
 constexpr int64_t kSecond = kTicksPerSecond;
 
-class TrackBreaks : public testing::Test {
-protected:
-    TrackBreaks() { OpenSettings(folder.Path()); }
-    OrvaneTest::TempFolder folder;
-};
-
-TEST_F(TrackBreaks, InsertingFollowsTheTable) {
+TEST(TrackBreaks, InsertingFollowsTheTable) {
     struct Row {
         const char* what;
         const char* before;
@@ -60,7 +52,7 @@ TEST_F(TrackBreaks, InsertingFollowsTheTable) {
     }
 }
 
-TEST_F(TrackBreaks, DeletingFollowsTheTable) {
+TEST(TrackBreaks, DeletingFollowsTheTable) {
     struct Row {
         const char* what;
         const char* before;
@@ -89,17 +81,7 @@ TEST_F(TrackBreaks, DeletingFollowsTheTable) {
     }
 }
 
-TEST_F(TrackBreaks, RowsThatLoseAFadeLoseItsLength) {
-    TrackList tracks = Listing("<0-100> <100-200> 200");
-    ASSERT_TRUE(InsertTrackBreak(tracks, 0, 50 * kSecond, Alt::Up));
-    EXPECT_EQ(tracks[0].fade_out, 0);
-    EXPECT_EQ(tracks[1].fade_in, 0);
-    DeleteTrackBreak(tracks, 1, Alt::Up);
-    EXPECT_EQ(tracks[2].fade_in, 0);
-    EXPECT_EQ(tracks[2].fade_out, 0);
-}
-
-TEST_F(TrackBreaks, StartsAndEndsMoveByTheirRules) {
+TEST(TrackBreaks, StartsAndEndsMoveByTheirRules) {
     struct Row {
         const char* what;
         const char* before;
@@ -138,26 +120,10 @@ TEST_F(TrackBreaks, StartsAndEndsMoveByTheirRules) {
     }
 }
 
-TEST_F(TrackBreaks, OverlappingTracksArePushedOn) {
+TEST(TrackBreaks, OverlappingTracksArePushedOn) {
     TrackList tracks = Listing("0-100 90-95 97-200 205-300 250");
     PushOverlappingTracks(tracks);
     EXPECT_EQ(Text(tracks), "0-100 100-101 101-200 205-300 300");
-}
-
-TEST_F(TrackBreaks, FadersTakeDefaultsAndLimits) {
-    ALBUMTRACK track;
-    EnableFader(track, Fader::In, true);
-    EXPECT_EQ(track.FadeIn(), 220500);
-    SetFaderLength(track, Fader::In, 5);
-    EXPECT_EQ(track.FadeIn(), 4410);
-    SetFaderLength(track, Fader::In, 2001);
-    EXPECT_EQ(track.FadeIn(), 882000);
-    SetFaderLength(track, Fader::In, 123);
-    EnableFader(track, Fader::In, false);
-    EXPECT_EQ(track.FadeIn(), 0);
-    EnableFader(track, Fader::In, true);
-    EXPECT_EQ(track.FadeIn(), 54243) << "a stored length is kept";
-    EXPECT_EQ(track.FadeOut(), 0);
 }
 
 }  // namespace
