@@ -36,31 +36,6 @@ protected:
     FakeMessageHost host;
 };
 
-TEST_F(SteeringFile, OpeningMakesACollectionTheLiveOne) {
-    const std::string path = MakeCollection("Mine.mcf");
-    AlbumSet* set = OpenCollection(path);
-    ASSERT_TRUE(set);
-    EXPECT_EQ(gAlbumSet, set);
-    EXPECT_EQ(set->albums.size(), 3);
-    EXPECT_EQ(set->current_album, set->albums.Last());
-    EXPECT_FALSE(set->dirty);
-    EXPECT_TRUE(gAutosaveAllowed);
-    EXPECT_TRUE(FileExists(folder / "Mine"));
-    EXPECT_EQ(GetStringSetting("Collections Directory"), folder.Path());
-    EXPECT_EQ(GetStringSetting("Steering File"), path);
-
-    // A second set leaves it alone.
-    const std::string other = MakeCollection("Other.mcf", 2);
-    std::unique_ptr<AlbumSet> second;
-    ASSERT_TRUE(OpenCollection(other, &second));
-    EXPECT_EQ(second->path, other);
-    EXPECT_EQ(gAlbumSet, set);
-    CloseCollection();
-    EXPECT_EQ(gAlbumSet, nullptr);
-    EXPECT_FALSE(gAutosaveAllowed);
-    EXPECT_TRUE(host.asked.empty());
-}
-
 TEST_F(SteeringFile, WhatIsSavedIsTheSameBytesAndTheOldFileIsKept) {
     const std::string path = MakeCollection("Mine.mcf");
     ASSERT_TRUE(SaveCollection(path, *OpenCollection(path), true));
