@@ -192,28 +192,4 @@ TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
     EXPECT_EQ(two["tracks"][1]["start_seconds"], 2.0);
     EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 2u);
     EXPECT_EQ(Json({"probe", "out/A - Double/02 - Side 2.wav"})["files"][0]["total_samples"], 3 * 44100);
-
-    std::string empty = ReadBytes(folder / "a.wav");
-    empty.resize(empty.find("data") + 8);
-    for (size_t i = 1; i <= 4; ++i) empty[empty.size() - i] = 0;
-    folder.Write("empty.wav", empty);
-    EXPECT_NE(digitise("Empty", {"empty.wav", "--no-declick"}, 1)["error"], "");
-    digitise("Empty", {"empty.wav"}, 1);
-}
-
-TEST_F(DigitiseCommand, InterruptedAndRunAgainItEndsTheSame) {
-    MakeWave("long.wav", 90);
-    const std::vector<std::string> order = {"digitise", "long.wav", "--artist", "A",      "--album",
-                                            "T",        "--out",    "out",      "--rate", "96000"};
-    {
-        RunningCli running(order, folder.Path());
-        ASSERT_TRUE(WaitUntilWriting());
-        running.Signal(SIGTERM);
-        EXPECT_EQ(running.Wait().code, 3);
-    }
-    for (const std::string& file : Files()) EXPECT_FALSE(file.ends_with(".flac")) << file;
-    nlohmann::json json = Json(order);
-    EXPECT_EQ(json["saved"], 1);
-    EXPECT_EQ(json["new_album"], false);
-    EXPECT_EQ(Json({"album", "list", "out/A - T.mcf"})["albums"].size(), 1u);
 }

@@ -41,7 +41,8 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
     folder.Write("mixed.txt", "0:00 - 0:01 One\nTwo\n");
     folder.Write("back.txt", "0:00 - 0:02 One\n0:01 - 0:03 Two\n");
     const std::string before = ReadBytes(folder / "c.mcf");
-    const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o", "--no-split"};
+    const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A",         "--album",
+                                            "T",        "--out", "o",        "--no-split"};
     auto Digitise = [&](const std::string& titles) {
         std::vector<std::string> words = order;
         words.insert(words.end(), {"--titles", titles});
@@ -130,16 +131,4 @@ TEST_F(Usage, EveryCommandHasHelpWithAnExampleAndIsInTheManualAndTheCompletion) 
     EXPECT_GT(n_commands, 15);
     EXPECT_NE(Run({"album", "set", "--help"}).out.find("Example:\n  orvane-cli "), std::string::npos);
     EXPECT_NE(Run({"--version"}).out.find("Orvane V"), std::string::npos);
-}
-
-TEST_F(Usage, TheManualIsWellFormedAndTheCompletionCompletes) {
-    if (HasTool("mandoc")) {
-        EXPECT_EQ(Tool("mandoc -Tlint -Werror '" + std::string(ORVANE_TESTS_DIR) + "/../docs/orvane-cli.1'"), 0);
-    }
-    std::string out;
-    Tool("bash -c '. \"" + std::string(ORVANE_TESTS_DIR) +
-             "/../scripts/completion/orvane-cli.bash\"; COMP_WORDS=(orvane-cli album s); COMP_CWORD=2; _orvane_cli; "
-             "echo ${COMPREPLY[@]}'",
-         &out);
-    EXPECT_EQ(out, "show set\n");
 }
