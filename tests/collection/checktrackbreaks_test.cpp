@@ -25,8 +25,6 @@ void Fill(AlbumInfo& album, const Times& times) {
         track.title = std::string(1, static_cast<char>('A' + album.tracks.size()));
         track.start = start * kTenth;
         track.end = end * kTenth;
-        track.fade_out = 500;
-        track.filter_flags = TRACK_FADE_OUT;
         album.tracks.push_back(track);
     }
 }
@@ -66,18 +64,6 @@ TEST(CheckTrackBreaks, FindsAndRepairsWhatIsInDisorder) {
         EXPECT_EQ(asked.Texts(), row.faults);
         EXPECT_EQ(TimesOf(album), row.after) << testing::PrintToString(row.faults);
     }
-}
-
-TEST(CheckTrackBreaks, ATrackThatStaysTooShortEndsTheCheckAndBecomesUnset) {
-    AlbumInfo album;
-    Fill(album, {{0, 100}, {100, 105}});
-    FakeMessageHost messages;
-    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX), 100);
-    EXPECT_EQ(TimesOf(album), (Times{{0, 100}, {100, 100}}));
-    EXPECT_EQ(album.tracks[0].FadeOut(), 500);
-    EXPECT_EQ(album.tracks[1].fade_out, 0);
-    ASSERT_EQ(messages.asked.size(), 1u);
-    EXPECT_EQ(messages.asked[0].text, MessageText(Msg::TrackBreaksCorrected));
 }
 
 }  // namespace
