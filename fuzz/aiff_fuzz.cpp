@@ -1,5 +1,5 @@
 // AIFF and AIFF-C files: header, samples, tags and cutting.
-#include "fuzz_pcmfile.h"
+#include "hostile_file.h"
 #include "tesslib/aiffile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

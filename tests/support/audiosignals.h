@@ -29,6 +29,8 @@ public:
         return sum;
     }
     int Below(int n) { return static_cast<int>(Even() * n); }
+    double Uniform(double low, double high) { return low + (high - low) * Even(); }
+    int Integer(int low, int high) { return low + Below(high - low + 1); }
 
 private:
     uint64_t state;

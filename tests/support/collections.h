@@ -7,7 +7,7 @@
 
 #include "collection/steering_reader.h"
 #include "collection/steering_writer.h"
-#include "memory_text.h"
+#include "foundation/textfile.h"
 
 namespace OrvaneTest {
 
@@ -33,6 +33,19 @@ inline ReadCollectionText ReadWhole(std::string_view text) {
 inline ReadCollectionText ReadLines(std::string_view lines) {
     return ReadWhole(kCollectionHeader + std::string(lines));
 }
+
+// The twin of ReadTextFrom.
+class MemoryTextWriter : public Tesslib::TextFileWriter {
+public:
+    bool Write(std::string_view more) override {
+        text += more;
+        return true;
+    }
+    bool Flush() override { return true; }
+    bool Close(bool /*to_disk*/) override { return true; }
+
+    std::string text;
+};
 
 inline std::string WriteWhole(const Orvane::AlbumSet& set) {
     MemoryTextWriter writer;

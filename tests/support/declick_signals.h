@@ -5,22 +5,13 @@
 #include <cmath>
 #include <cstdint>
 #include <numbers>
-#include <random>
 #include <vector>
+
+#include "audiosignals.h"
 
 namespace Orvane::Signals {
 
-class Random {
-public:
-    explicit Random(uint32_t seed) : engine(seed) {}
-    double Uniform(double low, double high) {
-        return low + (high - low) * (static_cast<double>(engine()) / 4294967296.0);
-    }
-    int Integer(int low, int high) { return low + static_cast<int>(engine() % static_cast<uint32_t>(high - low + 1)); }
-
-private:
-    std::mt19937 engine;
-};
+using Random = OrvaneTest::Noise;
 
 inline std::vector<float> Noise(int n, double level, uint32_t seed) {
     Random random(seed);
