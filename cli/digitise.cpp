@@ -2,6 +2,7 @@
 
 #include "app/addrecording.h"
 #include "cli/filetree.h"
+#include "cli/scanning.h"
 #include "cli/texts.h"
 #include "collection/albumset.h"
 #include "foundation/lasterror.h"
@@ -150,6 +151,7 @@ void Digitise::Report() {
     }
     context.Text(AlbumTitleText(*album) + "\n");
     if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));
+    if (!tracks_found.empty()) ReportLeftOut(context, left_out, result["split"]);
     if (saved.tracks.empty()) return;
 
     Table tracks({Table::Align::Right, Table::Align::Left, Table::Align::Right});

@@ -9,7 +9,7 @@
 #include "cli/model_view.h"
 #include "cli/saving.h"
 #include "cli/titles.h"
-#include "split/trackbreaks.h"
+#include "split/scan.h"
 
 namespace Orvane {
 
@@ -71,6 +71,7 @@ private:
     std::vector<RecordingPlace> places;
     std::vector<DeclickedSide> declicked;
     std::vector<int64_t> tracks_found;  // on each side; empty where none were looked for
+    std::vector<TrackScanner::Stretch> left_out;
     SaveResult saved;
 };
 

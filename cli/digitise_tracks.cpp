@@ -56,15 +56,18 @@ int Digitise::Scan(TrackList& tracks, bool adjust) {
     TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
     adjust ? scanner.AdjustAll(tracks) : scanner.ScanAll(tracks);
     if (Interrupted()) return context.Cancelled();
+    const int n_found = FirstUnsetTrack(tracks);
     tracks_found.resize(places.size());
     for (size_t i = 0; i < places.size(); ++i) {
-        tracks_found[i] = std::count_if(
-            tracks.begin(), tracks.begin() + FirstUnsetTrack(tracks),
-            [&](const auto& track) { return track.start >= places[i].start && track.start < places[i].end; });
+        tracks_found[i] = std::count_if(tracks.begin(), tracks.begin() + n_found, [&](const auto& track) {
+            return track.start >= places[i].start && track.start < places[i].end;
+        });
     }
+    if (!adjust) AddWholeSides(tracks);
+    left_out = scanner.MusicOutside(tracks);
     Json& figures = context.result["split"];
     figures["status"] = adjust ? "adjusted" : "scanned";
-    figures["found"] = FirstUnsetTrack(tracks);
+    figures["found"] = n_found;
     figures["seconds"] = static_cast<double>(MonotonicNs() - started) * 1e-9;
     return CLI_DONE;
 }
@@ -106,8 +109,9 @@ int Digitise::EnterTracks() {
     context.result["split"] = {{"status", timed ? "listed" : anew ? "whole sides" : "kept"}};
     if (!order.no_split && (timed ? order.adjust : anew)) {
         if (int code = Scan(tracks, timed)) return code;
+    } else if (anew && !timed) {
+        AddWholeSides(tracks);
     }
-    if (anew && !timed) AddWholeSides(tracks);
     if (listed) {
         if (int code = NameTracks(tracks)) return code;
     }

@@ -56,7 +56,10 @@ int Split(CommandContext& context, const SplitArguments& arguments) {
     if (n_set == 0) return context.Fail(MessageText(Msg::NoTrackBreaksFound));
     context.result["found"] = n_set;
     context.result["seconds"] = static_cast<double>(MonotonicNs() - started) * 1e-9;
-    return Report(context, *album);
+    const TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
+    if (int code = Report(context, *album)) return code;
+    ReportLeftOut(context, scanner.MusicOutside(album->tracks), context.result);
+    return CLI_DONE;
 }
 
 int Insert(CommandContext& context, const SplitArguments& arguments) {
@@ -100,6 +103,18 @@ int ReadOverview(CommandContext& context, const AlbumInfo& album, WaveformOvervi
     }
     if (read) return CLI_DONE;
     return Interrupted() ? context.Cancelled() : context.FailLastError();
+}
+
+void ReportLeftOut(CommandContext& context, const std::vector<TrackScanner::Stretch>& left_out, Json& figures) {
+    figures["left_out"] = Json::array();
+    for (const TrackScanner::Stretch& stretch : left_out) {
+        figures["left_out"].push_back({{"start", stretch.start},
+                                       {"end", stretch.end},
+                                       {"start_seconds", Seconds(stretch.start)},
+                                       {"end_seconds", Seconds(stretch.end)}});
+        context.Line("In no track: the music from {} to {}.  \"break insert\" and \"track set\" can add it.",
+                     ClockText(stretch.start), ClockText(stretch.end));
+    }
 }
 
 void AddSplitCommands(CommandTree& tree) {

@@ -8,6 +8,7 @@ namespace {
 
 constexpr int64_t kSideEndAhead = 70 * kTicksPerSecond;
 constexpr int kBlocksPerLook = 10;
+constexpr int64_t kShortestMusic = 3 * kTicksPerSecond;  // longer than a landing or a scratch
 
 }  // namespace
 
@@ -205,6 +206,35 @@ void TrackScanner::AdjustAll(TrackList& tracks) {
     for (int index = 0; index < n_set && ScanTrack(tracks, index, true, carry); ++index) host.TrackFound(index);
     // A track may have grown over one that the scan then did not come to.
     PushOverlappingTracks(tracks);
+}
+
+std::vector<TrackScanner::Stretch> TrackScanner::MusicOutside(const TrackList& tracks) const {
+    ScanState state(settings.start_level, 0, overview);
+    const int64_t block = state.block_ns * 441 / 10000000;
+    std::vector<Stretch> stretches;
+    int64_t loud = 0;  // ticks of the last stretch
+    int row = 0;
+    const auto DropShort = [&] {
+        if (!stretches.empty() && loud < kShortestMusic) stretches.pop_back();
+    };
+    for (int64_t at = 0; at < overview.total_bytes; ++at) {
+        if (state.Take(overview.bytes[static_cast<size_t>(at)]) < state.threshold) continue;
+        int64_t cut_end;
+        const int64_t place = timeline.ToTrackTime(state.position, &cut_end);
+        while (row < tracks.size() && tracks[row].end <= place) ++row;
+        const bool in_track = row < tracks.size() && tracks[row].start <= place;
+        if (in_track || cut_end >= 0) continue;
+        const int64_t start = std::max(place - ScanState::kRing * block, row > 0 ? tracks[row - 1].end : 0);
+        if (stretches.empty() || start - stretches.back().end >= settings.minimum_gap) {
+            DropShort();
+            stretches.push_back({start, place});
+            loud = 0;
+        }
+        stretches.back().end = place;
+        loud += block;
+    }
+    DropShort();
+    return stretches;
 }
 
 }  // namespace Orvane

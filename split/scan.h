@@ -84,6 +84,13 @@ public:
     // Moves the breaks of the set tracks to the gaps near them.
     void AdjustAll(TrackList& tracks);
 
+    // What the listing leaves out although it is loud enough for music to begin: stretches with three seconds or more
+    // of it, without a gap, in track time.
+    struct Stretch {
+        int64_t start, end;
+    };
+    std::vector<Stretch> MusicOutside(const TrackList& tracks) const;
+
 private:
     struct Row;
     enum class EndFound { Yes, TooShort, NotNear, Stop };

@@ -152,6 +152,22 @@ TEST_F(ScanTest, CutsAreLeftOut) {
     }
 }
 
+TEST_F(ScanTest, MusicInNoTrackIsTold) {
+    LevelAlbum side;
+    // A landing and scratches are no music; a short last track is, behind a cut too.
+    side.AddSide(
+        {{2, 0}, {1, 200}, {4, 0}, {100, 100}, {3, 0}, {20, 100}, {1, 0}, {20, 100}, {5, 0}, {2, 200}, {10, 0}});
+    side.AddSide({{6, 0}, {60, 100}, {80, 0}}).cuts.Add(10 * kSecond, 20 * kSecond, 0, 44100);
+    const std::vector<FileHistoryEntry*> entries = side.album.Recordings();
+    const TrackScanner scanner(side.overview, entries, {}, host);
+    ASSERT_EQ(Scan(side).size(), 2u);
+    const auto left_out = scanner.MusicOutside(side.album.tracks);
+    ASSERT_EQ(left_out.size(), 1u);
+    EXPECT_NEAR(static_cast<double>(left_out[0].start) / kSecond, 110, 0.5);
+    EXPECT_NEAR(static_cast<double>(left_out[0].end) / kSecond, 151, 0.5);
+    EXPECT_EQ(scanner.MusicOutside(TrackList()).size(), 3u);
+}
+
 // Stops at the nth look.
 class StoppingHost : public ScanHost {
 public:
