@@ -18,6 +18,9 @@ namespace {
 // caller's blocks leave no trace in the file.
 constexpr int32_t kStep = 1024;
 
+// Marks the pages of a stream. One for all: only streams to be mixed into one file would need different ones.
+constexpr int kSerialNumber = 0x4F525641;
+
 long BitsPerSecond(int32_t kbits) {
     return kbits == 0 ? -1 : kbits * 1000L;
 }
@@ -45,7 +48,7 @@ OggEncoder::OggEncoder(FILE* file, std::string_view filename, const OggFormat& f
     ORVANE_ASSERT(vorbis_err == 0);
     vorbis_err = vorbis_block_init(&dsp, &block);
     ORVANE_ASSERT(vorbis_err == 0);
-    int ogg_err = ogg_stream_init(&stream, format.serial_number);
+    int ogg_err = ogg_stream_init(&stream, kSerialNumber);
     ORVANE_ASSERT(ogg_err == 0);
     WriteHeaders(tags);
 }

@@ -18,7 +18,6 @@ struct OggFormat {
     int32_t quality = 4;      // in tenths; without use_quality the nominal bitrate in kbit/s
     int32_t min_bitrate = 0;  // kbit/s, 0: no limit
     int32_t max_bitrate = 0;
-    int32_t serial_number = 0x4F525641;
 };
 
 // Sets `info` up for encoding; 0 or the library's code. `info` is to be cleared either way.

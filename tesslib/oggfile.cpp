@@ -84,10 +84,6 @@ bool OggFile::EncoderTakes(int32_t wanted_rate, int32_t channels) const {
     return ok;
 }
 
-void OggFile::SetSerialNumber(int32_t number) {
-    idata->format.serial_number = number;
-}
-
 void OggFile::SetTagData(VorbisTags new_tags) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
     idata->tag_data = std::move(new_tags);

@@ -23,8 +23,6 @@ public:
     // Managed bitrates in kbit/s, 0 for no limit.
     void SetBitrate(int32_t nominal, int32_t min_bitrate, int32_t max_bitrate);
     bool EncoderTakes(int32_t samplerate, int32_t n_channels) const;
-    // The number that marks the pages of this stream. Only files to be mixed into one need different ones.
-    void SetSerialNumber(int32_t number);
     void SetTagData(VorbisTags tags);  // for the next OM_CREATE
 
     FormatLimits GetCapabilities(int32_t n_channels) const override;

@@ -338,21 +338,17 @@ TEST(FilterSettings, LaterOnesGoOverEarlierOnesModeByMode) {
     FilterSetting& hiss = add(200, 400);
     hiss.values.hiss_mode = FILTER_ON, hiss.values.hiss_reduction = 7, hiss.extra = "a.vns";
     hiss.values.bands[3] = -9;  // stays out, its mode says no change
-    hiss.absolute_start_time = 1200, hiss.absolute_end_time = 1400;
 
     struct Case {
         int64_t position;
-        uint32_t flags;
         int hum_mode, hiss_mode;
         int64_t next_change;
     };
-    for (const Case& c : {Case{0, 0, FILTER_ON, FILTER_NO_CHANGE, 100},
-                          {100, 0, FILTER_OFF, FILTER_NO_CHANGE, 200},
-                          {200, 0, FILTER_OFF, FILTER_ON, 300},
-                          {400, 0, FILTER_ON, FILTER_NO_CHANGE, kNoChange},
-                          {200, PCM_NO_CUTS, FILTER_OFF, FILTER_NO_CHANGE, 300},
-                          {1200, PCM_NO_CUTS, FILTER_ON, FILTER_ON, 1400}}) {
-        const SettingsAt merged = GetSettingsAt(list, c.position, c.flags);
+    for (const Case& c : {Case{0, FILTER_ON, FILTER_NO_CHANGE, 100},
+                          {100, FILTER_OFF, FILTER_NO_CHANGE, 200},
+                          {200, FILTER_OFF, FILTER_ON, 300},
+                          {400, FILTER_ON, FILTER_NO_CHANGE, kNoChange}}) {
+        const SettingsAt merged = GetSettingsAt(list, c.position, 0);
         EXPECT_EQ(merged.values.hum_mode, c.hum_mode) << c.position;
         EXPECT_EQ(merged.values.hiss_mode, c.hiss_mode) << c.position;
         EXPECT_EQ(merged.next_change, c.next_change) << c.position;
@@ -375,7 +371,6 @@ TEST(FilterSettings, CurvesReplaceEndOrFollowEachOther) {
     const FFTEq* first = add(0, 0, CURVE_ON);
     const FFTEq* added = add(100, 500, CURVE_ADD);
     add(200, 300, CURVE_OFF);
-    add(150, 500, CURVE_NO_CHANGE);
     const FFTEq* last = add(400, 500, CURVE_ON);
     struct Case {
         int64_t position;
@@ -383,14 +378,14 @@ TEST(FilterSettings, CurvesReplaceEndOrFollowEachOther) {
         int64_t next_change;
     };
     for (const Case& c : {Case{0, {first}, 100},
-                          {100, {first, added}, 150},
+                          {100, {first, added}, 200},
                           {200, {}, 300},
                           {400, {last}, 500},
                           {500, {first}, kNoChange}}) {
         const CurvesAt merged = GetCurvesAt(list, c.position, 0);
         EXPECT_EQ(merged.curves, c.curves) << c.position;
-        EXPECT_EQ(merged.next_change, c.next_change) << c.position;
         EXPECT_DOUBLE_EQ(merged.Level(), 10.0 * double(c.curves.size())) << c.position;
+        EXPECT_EQ(merged.next_change, c.next_change) << c.position;
     }
 }
 
