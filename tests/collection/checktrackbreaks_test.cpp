@@ -66,5 +66,13 @@ TEST(CheckTrackBreaks, FindsAndRepairsWhatIsInDisorder) {
     }
 }
 
+TEST(CheckTrackBreaks, ATrackThatStaysTooShortEndsTheCheckAndBecomesUnset) {
+    AlbumInfo album;
+    Fill(album, {{0, 100}, {100, 105}});
+    const FakeMessageHost messages;
+    EXPECT_EQ(CheckTrackBreaks(album, CHECK_FIX), 100);
+    EXPECT_EQ(TimesOf(album), (Times{{0, 100}, {100, 100}}));
+}
+
 }  // namespace
 }  // namespace Orvane

@@ -74,22 +74,6 @@ TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
     EXPECT_EQ(entry.active_users, 0u);
 }
 
-TEST_F(FileHistory, AnAlbumHasOneRate) {
-    FileHistoryEntry& first = AddRecording(0, 96000);
-    FileHistoryEntry& second = AddRecording(1, 44100);
-    ASSERT_EQ(first.Open(USER_PLAY, true), 0);
-    first.Close(USER_PLAY);
-    EXPECT_EQ(second.Open(USER_PLAY, true), OPEN_BAD_RATE);
-    EXPECT_EQ(second.Open(USER_PLAY, true), OPEN_BAD_RATE);
-    ASSERT_EQ(host.asked.size(), 1) << "a failure is shown once";
-    EXPECT_NE(host.Texts()[0].find("44100 Hz, but this album has 96000 Hz"), std::string::npos) << host.Texts()[0];
-    // The refused one does not stand in the way of itself once the first has gone.
-    album->sides[0]->newest = nullptr;
-    EXPECT_EQ(second.Open(USER_PLAY, true), 0);
-    second.Close(USER_PLAY);
-    EXPECT_EQ(album->samplerate, 44100);
-}
-
 TEST_F(FileHistory, RepairsAreSavedOnCloseAndLoadedOnUse) {
     FileHistoryEntry& entry = AddRecording(0, 44100, 100000);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
