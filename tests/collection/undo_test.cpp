@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "collection/dataobjects.h"
+#include "fake_hosts.h"
 
 namespace Orvane {
 namespace {
@@ -30,6 +31,23 @@ public:
 private:
     int& number;
     int value;
+};
+
+class FakeScreens : public UndoHost {
+public:
+    FakeScreens() : before(SetUndoHost(this)) {}
+    ~FakeScreens() override { SetUndoHost(before); }
+    int CurrentScreen() const override { return current; }
+    bool IsUsable(int screen) override { return screen != unusable; }
+    bool ShowScreen(int screen) override { return current = screen, true; }
+    bool CanGoOn(UndoDirection) override { return !busy; }
+
+    int current = SCREEN_CLEANUP;
+    int unusable = SCREEN_NONE;  // the album that it showed is gone
+    bool busy = false;
+
+private:
+    UndoHost* before;
 };
 
 class UndoTest : public ::testing::Test {
@@ -83,6 +101,38 @@ TEST_F(UndoTest, NothingBelowTheFloorIsUndone) {
     EXPECT_TRUE(Redo());  // the new action has lifted the bar
     for (int i = 0; i < 100; ++i) Act(i);
     EXPECT_EQ(GetUndoState().floor, 0);  // it went down with the records below it
+}
+
+TEST_F(UndoTest, AnActionIsUndoneOnItsOwnScreen) {
+    const struct {
+        const char* name;
+        int now_on, unusable;
+        bool busy;
+        Answer answer;
+        bool asks, done;
+        int ends_on;
+    } rows[] = {
+        {"the same", SCREEN_CLEANUP, SCREEN_NONE, false, Answer::Cancel, false, true, SCREEN_CLEANUP},
+        {"busy", SCREEN_CLEANUP, SCREEN_NONE, true, Answer::Ok, false, false, SCREEN_CLEANUP},
+        {"another", SCREEN_BURN, SCREEN_NONE, false, Answer::Ok, true, true, SCREEN_CLEANUP},
+        {"declined", SCREEN_BURN, SCREEN_NONE, false, Answer::Cancel, true, false, SCREEN_BURN},
+        {"album gone", SCREEN_BURN, SCREEN_CLEANUP, false, Answer::Ok, true, true, SCREEN_SPLIT},
+        {"stand-in is shown", SCREEN_SPLIT, SCREEN_CLEANUP, false, Answer::Ok, false, true, SCREEN_SPLIT},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        ClearUndo();
+        FakeScreens screens;
+        OrvaneTest::FakeMessageHost messages({row.answer});
+        Act(1);
+        screens.current = row.now_on;
+        screens.unusable = row.unusable;
+        screens.busy = row.busy;
+        EXPECT_EQ(Undo(), row.done);
+        EXPECT_EQ(GetUndoState().undo_index, row.done ? 0 : 1);
+        EXPECT_EQ(screens.current, row.ends_on);
+        EXPECT_EQ(messages.asked.size(), row.asks ? 1u : 0u);
+    }
 }
 
 // Against a list of all states and a place in it.
