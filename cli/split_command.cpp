@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "cli/commands.h"
 #include "cli/model_view.h"
 #include "cli/scanning.h"
@@ -66,7 +68,8 @@ int Insert(CommandContext& context, const SplitArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, album)) return code;
     const std::vector<RecordingPlace> places = PlaceRecordings(*album);
-    if (!places.empty() && arguments.at > places.back().end) {
+    const bool all_found = std::all_of(places.begin(), places.end(), [](const auto& place) { return place.found; });
+    if (!places.empty() && all_found && arguments.at > places.back().end) {
         return context.Fail(fmt::format("The recordings end at {} already", FormatTime(places.back().end)));
     }
     SplitDialog dialog(*album);
