@@ -59,24 +59,6 @@ Json SideJson(const AlbumSide& side, int number) {
 
 }  // namespace
 
-std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
-    std::vector<RecordingPlace> places;
-    int64_t start = 0;
-    for (int side = 1; side <= album.sides.size(); ++side) {
-        FileHistoryEntry* entry = album.sides[side - 1] ? album.sides[side - 1]->newest : nullptr;
-        if (!entry) continue;
-        RecordingPlace place{entry, side, start, start};
-        place.found = entry->Open(USER_PROBE, false) == OPEN_GOOD;
-        if (place.found) {
-            place.end = start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->cuts.TotalLength());
-            entry->Close(USER_PROBE);
-        }
-        start = place.end;
-        places.push_back(place);
-    }
-    return places;
-}
-
 std::string FormatText(const FileHistoryEntry& entry) {
     return fmt::format("{}, {} bits, {}", RateText(entry.SampleRate()), entry.bits,
                        entry.channels == 1 ? "mono" : "stereo");

@@ -2,21 +2,9 @@
 #pragma once
 
 #include "cli/context.h"
+#include "collection/recordingplaces.h"
 
 namespace Orvane {
-
-// The place of a recording on the album's time line.
-struct RecordingPlace {
-    FileHistoryEntry* entry;
-    int side;           // from 1
-    int64_t start = 0;  // ticks
-    int64_t end = 0;
-    bool found = false;  // it could be opened; otherwise its length counts as 0
-};
-
-// Opens each recording in use for a moment, so that its length and rate are known from here on, and lays them end to
-// end with their cuts taken out.
-std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album);
 
 // "44.1 kHz, 16 bits, stereo"
 std::string FormatText(const FileHistoryEntry& entry);

@@ -6,7 +6,6 @@
 #include <array>
 #include <cmath>
 
-#include "collection/tracktime.h"
 #include "foundation/text.h"
 
 namespace Orvane {
@@ -26,12 +25,6 @@ bool ParseTimeArgument(std::string_view text, int64_t& ticks) {
     }
     ticks = ParseTime(text);
     return true;
-}
-
-std::string ClockText(int64_t ticks) {
-    int64_t seconds = (ticks + kTicksPerSecond / 2) / kTicksPerSecond;
-    if (seconds < 3600) return fmt::format("{}:{:02d}", seconds / 60, seconds % 60);
-    return fmt::format("{}:{:02d}:{:02d}", seconds / 3600, seconds / 60 % 60, seconds % 60);
 }
 
 double Seconds(int64_t ticks) {

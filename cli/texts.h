@@ -1,4 +1,4 @@
-// Times, sizes and tables as the command line reads and prints them.
+// Times (see also collection/tracktime.h), sizes and tables as the command line reads and prints them.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "collection/tracktime.h"
 #include "foundation/muldiv.h"
 
 namespace Orvane {
@@ -16,7 +17,6 @@ using namespace Tesslib;
 // else: minutes and seconds behind a colon are below 60. False where it is not.
 bool ParseTimeArgument(std::string_view text, int64_t& ticks);
 
-std::string ClockText(int64_t ticks);                         // [h:]m:ss, rounded
 double Seconds(int64_t ticks);                                // rounded to a millionth
 std::string SizeText(int64_t bytes);                          // "3.1 MB"
 std::string RateText(int32_t samplerate);                     // "44.1 kHz"

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "collection/dataobjects.h"
+#include "collection/recordingplaces.h"
 #include "foundation/event.h"
 #include "foundation/fileerror.h"
 #include "foundation/lasterror.h"
@@ -17,15 +17,6 @@ std::vector<std::string> PathsOf(const std::vector<FileHistoryEntry*>& entries) 
         for (std::string& path : entry->AllPaths()) paths.push_back(std::move(path));
     }
     return paths;
-}
-
-std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album) {
-    std::vector<FileHistoryEntry*> entries;
-    for (const AlbumSide* side : album.sides) {
-        if (!side) continue;
-        for (const RefPtr<FileHistoryEntry>& entry : side->history) entries.push_back(entry.get());
-    }
-    return entries;
 }
 
 }  // namespace

@@ -71,6 +71,12 @@ std::string FormatTime(int64_t ticks) {
     return text;
 }
 
+std::string ClockText(int64_t ticks) {
+    std::string text = FormatTime((ticks + kTicksPerSecond / 2) / kTicksPerSecond * kTicksPerSecond);
+    text.erase(text.find('.'));
+    return text;
+}
+
 int64_t ParseTime(std::string_view text) {
     while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
     const bool negative = !text.empty() && text.front() == '-';

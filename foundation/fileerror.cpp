@@ -65,6 +65,10 @@ int FailRename(std::string_view from, std::string_view to, int error) {
     return Fail(ERR_IO, error, FormatMessage(Msg::CannotRenameFile, from, to, error, SystemErrorText(error)));
 }
 
+int FailDelete(std::string_view path, int error) {
+    return Fail(ERR_IO, error, FormatMessage(Msg::CannotDeleteFile, path, error, SystemErrorText(error)));
+}
+
 int FailCreateFolder(std::string_view path, int error) {
     return Fail(ERR_CANNOT_OPEN, error, FormatMessage(Msg::CannotCreateFolder, path, error, SystemErrorText(error)),
                 IsWriteDenied(error));

@@ -24,6 +24,7 @@ int FailOpenForWriting(std::string_view path, int error);
 int FailRead(std::string_view path, int error);                         // ERR_IO
 int FailWrite(std::string_view path, int error);                        // ERR_IO
 int FailRename(std::string_view from, std::string_view to, int error);  // ERR_IO
+int FailDelete(std::string_view path, int error);                       // ERR_IO
 int FailCreateFolder(std::string_view path, int error);                 // ERR_CANNOT_OPEN
 int FailContents(std::string text);                                     // ERR_CONTENTS, with a text of the caller's
 

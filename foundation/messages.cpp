@@ -144,6 +144,8 @@ std::string_view MessageText(Msg id) {
             return "Redo %s\tCtrl+Y";
         case Msg::Custom:
             return "Custom";
+        case Msg::ImportTrackListing:
+            return "Import Track Listing";
         case Msg::CreateSingleTracks:
             return "Create single tracks";
         case Msg::BackgroundJobs:
@@ -267,6 +269,32 @@ std::string_view MessageText(Msg id) {
             return "Remove equaliser curve";
         case Msg::MoveCurve:
             return "Move equaliser curve";
+        case Msg::CannotDeleteFile:
+            return "Cannot delete file:\n\n<b>%s</b>\n\nerror %d (%s)";
+        case Msg::JobFailedLine:
+            return " - <fg color=#ff0000>%s</fg>\n";
+        case Msg::InFileAtLine:
+            return "%s\n\nIn file:\n\n<b>%s</b>\n\nat line %d";
+        case Msg::CueMissing:
+            return "Missing %s";
+        case Msg::CueEmpty:
+            return "Empty %s";
+        case Msg::CueTrackNumber:
+            return "Invalid TRACK number %d (should be 01..%d)";
+        case Msg::CueTrackOrder:
+            return "TRACKs must be in ascending order";
+        case Msg::CueIncompleteIndex:
+            return "Incomplete INDEX statement";
+        case Msg::CueFileExtension:
+            return "Missing or unrecognised file extension <b>%s</b>";
+        case Msg::CueSheetsGenerated:
+            return "%d cue sheets generated.";
+        case Msg::NoRecordings:
+            return "Album:\n\n<b>%s - %s</b>\n\nhas no recordings.";
+        case Msg::NoTracks:
+            return "Album:\n\n<b>%s - %s</b>\n\nhas no tracks.";
+        case Msg::NotForListings:
+            return "File:\n\n<b>%s</b>\n\nis the collection or one of its recordings and is not written over.";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

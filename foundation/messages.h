@@ -74,6 +74,7 @@ enum class Msg : int {
     UndoMenu = 1021,  // description
     RedoMenu = 1022,  // description
     Custom = 1243,
+    ImportTrackListing = 1147,
     CreateSingleTracks = 1355,
     BackgroundJobs = 1577,
     CrdRepaired = 1755,  // file, count
@@ -129,6 +130,19 @@ enum class Msg : int {
     ChangeCurve,
     RemoveCurve,
     MoveCurve,
+    CannotDeleteFile,  // file, error, its text
+    JobFailedLine,     // the reason; a line of a job's log
+    InFileAtLine,      // the reason, file, line
+    CueMissing,        // what is missing
+    CueEmpty,          // what is empty
+    CueTrackNumber,    // number, highest
+    CueTrackOrder,
+    CueIncompleteIndex,
+    CueFileExtension,    // extension
+    CueSheetsGenerated,  // count
+    NoRecordings,        // artist, title
+    NoTracks,            // artist, title
+    NotForListings,      // file
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -156,6 +156,20 @@ std::string ValidUtf8(std::string_view bytes) {
     }
 }
 
+std::string FromWindows1252(std::string_view bytes) {
+    // Those that differ from Latin-1; five bytes stand for nothing.
+    static constexpr char16_t kFrom80[32] = {0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                             0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD,
+                                             0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                             0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+    std::string result;
+    for (char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        AppendUtf8(result, byte >= 0x80 && byte < 0xA0 ? kFrom80[byte - 0x80] : byte);
+    }
+    return result;
+}
+
 int CharacterCount(std::string_view text) {
     int count = 0;
     for (char c : text) count += !IsContinuation(c);

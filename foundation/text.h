@@ -31,6 +31,9 @@ size_t ValidUtf8Prefix(std::string_view bytes);
 // Every byte that is not part of UTF-8 replaced by U+FFFD; valid text is returned as it stands.
 std::string ValidUtf8(std::string_view bytes);
 
+// The characters of bytes in code page 1252, of which Latin-1 is a part.
+std::string FromWindows1252(std::string_view bytes);
+
 // The number of characters (code points), and the byte offset of the nth.
 int CharacterCount(std::string_view text);
 size_t ByteOffset(std::string_view text, int character);

@@ -14,8 +14,14 @@ enum class Encoding { Detect = 0, ANSI = 1, UTF16LE = 2, UTF16BE = 3, UTF8 = 4 }
 // The bytes that a file of this encoding begins with; ANSI has none.
 std::string_view ByteOrderMark(Encoding encoding);
 
-// All texts handed in and out are UTF-8. The ANSI classes use code page 65001, which is UTF-8 too: bytes that are not
-// UTF-8 become U+FFFD, so that whatever a file holds, what comes out is valid.
+// What a line becomes that should be UTF-8 and is not.
+enum class NotUtf8 {
+    Replace,      // every byte that is not becomes U+FFFD
+    Windows1252,  // the line is taken to be in that code page, as older programs write it
+};
+
+// All texts handed in and out are UTF-8. The ANSI classes use code page 65001, which is UTF-8 too. Whatever a
+// file holds, what comes out is valid.
 class TextFileReader {
 public:
     virtual ~TextFileReader() = default;
@@ -31,10 +37,11 @@ public:
 // encoding is taken as said; a mark of its own is skipped. Null when it cannot be opened: last error. The file stays
 // readable for others.
 std::unique_ptr<TextFileReader> OpenTextFile(std::string_view path, Encoding encoding_or_detect = Encoding::Detect,
-                                             size_t buffer_size = 16384);
+                                             size_t buffer_size = 16384, NotUtf8 not_utf8 = NotUtf8::Replace);
 
 // The same over bytes in memory, which must outlive the reader.
-std::unique_ptr<TextFileReader> ReadTextFrom(std::string_view bytes, Encoding encoding_or_detect = Encoding::Detect);
+std::unique_ptr<TextFileReader> ReadTextFrom(std::string_view bytes, Encoding encoding_or_detect = Encoding::Detect,
+                                             NotUtf8 not_utf8 = NotUtf8::Replace);
 
 // Line ends of what is written: "\n" in a text becomes this. Text files for other programs take CRLF; our own
 // collections and sheets take LF.

@@ -37,6 +37,7 @@ struct ByteSource {
     std::vector<char> buffer;
     std::string path;
     bool failed = false;
+    NotUtf8 not_utf8 = NotUtf8::Replace;
 };
 
 class BufferedReader : public TextFileReader {
@@ -78,7 +79,8 @@ public:
         } while (HasBytes());
         if (source.failed) return false;
         DropCarriageReturn(line);
-        if (ValidUtf8Prefix(line) != line.size()) line = ValidUtf8(line);
+        if (ValidUtf8Prefix(line) == line.size()) return true;
+        line = source.not_utf8 == NotUtf8::Replace ? ValidUtf8(line) : FromWindows1252(line);
         return true;
     }
 };
@@ -165,7 +167,10 @@ std::unique_ptr<TextFileReader> MakeReader(ByteSource&& source, Encoding encodin
     };
     if (is(Encoding::UTF16LE)) return std::make_unique<UTF16LE_TextFileReader>(std::move(source), Encoding::UTF16LE);
     if (is(Encoding::UTF16BE)) return std::make_unique<UTF16BE_TextFileReader>(std::move(source), Encoding::UTF16BE);
-    if (is(Encoding::UTF8)) return std::make_unique<UTF8_TextFileReader>(std::move(source), Encoding::UTF8);
+    if (is(Encoding::UTF8)) {
+        source.not_utf8 = NotUtf8::Replace;  // it says what it is
+        return std::make_unique<UTF8_TextFileReader>(std::move(source), Encoding::UTF8);
+    }
     return std::make_unique<ANSI_TextFileReader>(std::move(source), Encoding::ANSI);
 }
 
@@ -186,7 +191,8 @@ std::string_view ByteOrderMark(Encoding encoding) {
     return {};
 }
 
-std::unique_ptr<TextFileReader> OpenTextFile(std::string_view path, Encoding encoding_or_detect, size_t buffer_size) {
+std::unique_ptr<TextFileReader> OpenTextFile(std::string_view path, Encoding encoding_or_detect, size_t buffer_size,
+                                             NotUtf8 not_utf8) {
     ORVANE_ASSERT(buffer_size >= 4);
     int error = 0;
     ByteSource source;
@@ -196,14 +202,16 @@ std::unique_ptr<TextFileReader> OpenTextFile(std::string_view path, Encoding enc
         return nullptr;
     }
     source.path = path;
+    source.not_utf8 = not_utf8;
     source.buffer.resize(buffer_size);
     std::setvbuf(source.file.get(), nullptr, _IONBF, 0);
     source.Next();
     return MakeReader(std::move(source), encoding_or_detect);
 }
 
-std::unique_ptr<TextFileReader> ReadTextFrom(std::string_view bytes, Encoding encoding_or_detect) {
+std::unique_ptr<TextFileReader> ReadTextFrom(std::string_view bytes, Encoding encoding_or_detect, NotUtf8 not_utf8) {
     ByteSource source;
+    source.not_utf8 = not_utf8;
     source.piece = bytes;
     return MakeReader(std::move(source), encoding_or_detect);
 }

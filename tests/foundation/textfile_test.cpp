@@ -71,6 +71,15 @@ TEST(TextFileReaderTest, TakesEveryEncodingLineEndAndDamage) {
     }
 }
 
+TEST(TextFileReaderTest, LinesOfOlderProgramsAreReadInTheirCodePage) {
+    const std::string bytes = "caf\u00E9\ncaf\xE9 \x80\x99\x81\n";
+    const auto reader = ReadTextFrom(bytes, Encoding::Detect, NotUtf8::Windows1252);
+    EXPECT_EQ(ReadAll(*reader), (Lines{"caf\u00E9", "caf\u00E9 \u20AC\u2122\uFFFD"}));
+    const std::string marked = "\xEF\xBB\xBF" + bytes;
+    EXPECT_EQ(ReadAll(*ReadTextFrom(marked, Encoding::Detect, NotUtf8::Windows1252))[1],
+              "caf\uFFFD \uFFFD\uFFFD\uFFFD");
+}
+
 TEST(TextFileWriterTest, BytesAreThoseOfTheEncoding) {
     const struct {
         Encoding encoding;

@@ -1,0 +1,26 @@
+// The recordings of an album: all of them, and where those in use lie on its time line.
+#pragma once
+
+#include <vector>
+
+#include "collection/dataobjects.h"
+
+namespace Orvane {
+
+// Every recording of every side, in use or not.
+std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album);
+
+// The place of a recording in use on the album's time line.
+struct RecordingPlace {
+    FileHistoryEntry* entry;
+    int side;           // from 1
+    int64_t start = 0;  // ticks
+    int64_t end = 0;
+    bool found = false;  // it could be opened; otherwise its length counts as 0
+};
+
+// Opens each recording in use for a moment, so that its length and rate are known from here on, and lays them end to
+// end with their cuts taken out. Main thread.
+std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album);
+
+}  // namespace Orvane
