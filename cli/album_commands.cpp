@@ -1,10 +1,12 @@
 #include <map>
 
 #include "cli/commands.h"
+#include "cli/console.h"
 #include "cli/fields.h"
 #include "cli/model_view.h"
 #include "cli/texts.h"
 #include "collection/albumset.h"
+#include "collection/deletealbums.h"
 #include "collection/tracktime.h"
 #include "collection/undo_records.h"
 #include "foundation/messages.h"
@@ -19,6 +21,9 @@ struct AlbumArguments {
     std::vector<std::string> assignments;       // of "set"
     std::map<std::string, std::string> values;  // of "add", by field
     std::string status;                         // of "status"
+    bool recordings = false;                    // of "remove"
+    bool art = false;
+    bool keep_album = false;
 };
 
 int OpenAlbum(CommandContext& context, const AlbumArguments& arguments, Access access, AlbumInfo*& album) {
@@ -131,10 +136,25 @@ int Remove(CommandContext& context, const AlbumArguments& arguments) {
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     Json json = AlbumHeadJson(*album, arguments.album);
     std::string name = context.AlbumName(*album);
-    std::unique_ptr<AlbumInfo> removed = RemoveAlbum(album);
-    if (int code = context.Save()) return code;
+    int options = (arguments.keep_album ? 0 : DELETE_ALBUMS) | (arguments.recordings ? DELETE_RECORDINGS : 0) |
+                  (arguments.art ? DELETE_ALBUM_ART : 0);
+    if (options == 0) return context.Usage("With --keep-album there is nothing to remove but --recordings and --art");
+    DeleteAlbumsResult done;
+    {
+        ProgressJob job("Removing " + name);
+        done = DeleteAlbums({album}, options);
+    }
     context.result = json;
-    context.Line("Removed: {}; its recordings stay where they are", name);
+    context.result["deleted"] = done.n_deleted;
+    context.result["trashed"] = done.trashed;
+    context.result["kept"] = done.kept;
+    if (int code = context.Save()) return code;
+    if (done.cancelled) return context.Cancelled();
+    if (!done.failed.empty()) return context.Fail(done.failed.front());
+    context.Line("Removed: {}{}", arguments.keep_album ? "what was asked for of " : "", name);
+    for (const std::string& file : done.trashed) context.Line("  in the Trash: {}", file);
+    for (const std::string& file : done.kept) context.Line("  stays where it is: {}", file);
+    if (!arguments.recordings) context.Line("  its recordings stay where they are");
     return CLI_DONE;
 }
 
@@ -177,9 +197,13 @@ void AddAlbumCommands(CommandTree& tree) {
         ->required()
         ->option_text(" ");
 
-    command = Command("remove", "take an album out of the collection; its recordings stay where they are",
-                      "records.mcf 1", Remove);
+    command = Command("remove", "take an album out of the collection; its files stay where they are unless asked for",
+                      "records.mcf 1 --recordings", Remove);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
+    command->add_flag("--recordings", arguments->recordings,
+                      "all its recordings go to the Trash, but for files that lie outside of the collection's folder");
+    command->add_flag("--art", arguments->art, "its cover goes to the Trash, likewise");
+    command->add_flag("--keep-album", arguments->keep_album, "the album itself stays");
 
     command = CommandOf(&tree.app, "status", "set the status of an album", "status records.mcf 1 Cleaned", Status);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();

@@ -76,6 +76,11 @@ std::vector<FileHistoryEntry*> AlbumInfo::Recordings() const {
     return recordings;
 }
 
+std::string AlbumInfo::ArtPath() const {
+    const std::string path = NativePath(art_file);
+    return path.empty() || IsAbsolutePath(path) || !set ? path : JoinPath(set->side_folder, path);
+}
+
 void AlbumInfo::TakeDetails(const AlbumInfo& from) {
     artist = from.artist;
     title = from.title;

@@ -107,6 +107,9 @@ struct AlbumInfo : LinkedListEntry {
     // The sides' recordings in use, in order: what the album's time line is made of.
     std::vector<FileHistoryEntry*> Recordings() const;
 
+    // The full path of `art_file`; empty without one.
+    std::string ArtPath() const;
+
     // Takes over what the user fills in about an album as a whole: everything but tracks, sides and what follows from
     // them.
     void TakeDetails(const AlbumInfo& from);

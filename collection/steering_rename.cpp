@@ -1,5 +1,6 @@
 // Renaming the live collection.
 #include "collection/albumset.h"
+#include "collection/recordingplaces.h"
 #include "collection/renames.h"
 #include "collection/steering_file.h"
 #include "foundation/fileerror.h"
@@ -15,14 +16,11 @@ namespace {
 void MoveExternalFiles(const AlbumSet& set, const std::string& old_folder) {
     const std::string beginning = old_folder + kSeparator;
     for (const AlbumInfo& album : set.albums) {
-        for (const AlbumSide* side : album.sides) {
-            if (!side) continue;
-            for (const RefPtr<FileHistoryEntry>& entry : side->history) {
-                std::string& file = entry->external_file;
-                if (file.compare(0, beginning.size(), beginning) != 0) continue;
-                file = JoinPath(set.recordings_folder, file.substr(beginning.size()));
-                MarkDirty();
-            }
+        for (FileHistoryEntry* entry : AllRecordings(album)) {
+            std::string& file = entry->external_file;
+            if (file.compare(0, beginning.size(), beginning) != 0) continue;
+            file = JoinPath(set.recordings_folder, file.substr(beginning.size()));
+            MarkDirty();
         }
     }
 }

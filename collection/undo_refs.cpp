@@ -1,5 +1,6 @@
 #include "collection/undo_refs.h"
 
+#include "collection/recordingplaces.h"
 #include "collection/undo.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
@@ -22,11 +23,8 @@ AlbumInfo* FindAlbum(const std::string& artist, const std::string& title) {
 FileHistoryEntry* FindRecording(uint32_t id) {
     if (!gAlbumSet) return nullptr;
     for (const AlbumInfo& album : gAlbumSet->albums) {
-        for (const AlbumSide* side : album.sides) {
-            if (!side) continue;
-            for (const RefPtr<FileHistoryEntry>& entry : side->history) {
-                if (entry->id == id) return entry.get();
-            }
+        for (FileHistoryEntry* entry : AllRecordings(album)) {
+            if (entry->id == id) return entry;
         }
     }
     return nullptr;

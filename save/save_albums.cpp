@@ -7,6 +7,8 @@
 
 #include "cleanup/filtersettings.h"
 #include "collection/albumset.h"
+#include "collection/recordingplaces.h"
+#include "collection/tracktime.h"
 #include "foundation/criticalsection.h"
 #include "foundation/fileerror.h"
 #include "foundation/messages.h"
@@ -22,11 +24,6 @@ namespace {
 
 constexpr int kMaxThreads = 64;
 
-std::string LengthText(int64_t ticks) {
-    int64_t seconds = (ticks + kTicksPerSecond / 2) / kTicksPerSecond;
-    return fmt::sprintf("%d:%02d", seconds / 60, seconds % 60);
-}
-
 std::string Red(const std::string& text) {
     return "<fg color=#ff0000>" + text + "</fg>";
 }
@@ -35,10 +32,7 @@ std::string Red(const std::string& text) {
 std::set<std::string> RecordingFiles(const std::vector<AlbumInfo*>& albums) {
     std::set<std::string> files;
     auto Add = [&](const AlbumInfo& album) {
-        for (const AlbumSide* side : album.sides) {
-            if (!side) continue;
-            for (const RefPtr<FileHistoryEntry>& entry : side->history) files.insert(AbsolutePath(entry->GetPath()));
-        }
+        for (const FileHistoryEntry* entry : AllRecordings(album)) files.insert(AbsolutePath(entry->GetPath()));
     };
     for (const AlbumInfo* album : albums) Add(*album);
     if (!albums.empty() && albums.front()->set) {
@@ -107,7 +101,7 @@ private:
 
     std::string Line(const SavedTrack& saved) const {
         std::string what =
-            fmt::sprintf("Saving track: %s (%s)", album.tracks[saved.track].title, LengthText(Ticks(saved.track)));
+            fmt::sprintf("Saving track: %s (%s)", album.tracks[saved.track].title, ClockText(Ticks(saved.track)));
         switch (saved.status) {
             case SAVE_DONE:
                 return what + " - <fg color=#00a000>done</fg> \n";
@@ -159,8 +153,7 @@ void WarnOfMissingNoiseSamples(const AlbumInfo& album) {
 // it would have to be converted.
 void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
     if (album.art_file.empty() || album.tracks.empty() || !GetSetting("Generate Folder.jpg", 1)) return;
-    std::string art = NativePath(album.art_file);
-    if (!IsAbsolutePath(art) && album.set) art = JoinPath(album.set->side_folder, art);
+    const std::string art = album.ArtPath();
     std::string extension = ExtensionOf(art);
     if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return;
     std::string name_template = settings.name_template.empty() ? TemplateFor(album) : settings.name_template;
@@ -256,7 +249,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     }
     Progress::Log(fmt::sprintf("\n<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
                                result.n_saved,
-                               LengthText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
+                               ClockText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
                                result.n_already_saved, result.n_partially_saved, result.n_skipped + result.n_failed));
     Progress::Log(
         fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
