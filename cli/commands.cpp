@@ -102,6 +102,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddCurveCommands(*tree);
     AddPresetCommands(*tree);
     AddCutCommands(*tree);
+    AddCueCommands(*tree);
     AddRenderCommand(*tree);
     AddSaveCommand(*tree);
     AddFileCommands(*tree);

@@ -44,6 +44,7 @@ void AddCurveCommands(CommandTree& tree);
 void AddPresetCommands(CommandTree& tree);
 void AddCutCommands(CommandTree& tree);
 void AddSplitCommands(CommandTree& tree);
+void AddCueCommands(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 
 // Every command of the program.

@@ -63,6 +63,25 @@ std::unique_ptr<UndoEntry> UndoUpdateTrackInfo::Apply() {
     return opposite;
 }
 
+void UndoGroup::Add(std::unique_ptr<UndoEntry> entry) {
+    size += entry->size;
+    entries.push_back(std::move(entry));
+}
+
+// The last change goes first. What has been put back before one that cannot be is done again.
+std::unique_ptr<UndoEntry> UndoGroup::Apply() {
+    auto opposite = std::make_unique<UndoGroup>(description);
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        std::unique_ptr<UndoEntry> undone = (*entry)->Apply();
+        if (!undone) {
+            opposite->Apply();
+            return nullptr;
+        }
+        opposite->Add(std::move(undone));
+    }
+    return opposite;
+}
+
 RecordingName::RecordingName(const FileHistoryEntry& entry)
     : external((entry.flags & FHE_EXTERNAL_FILE) != 0),
       path(entry.external_file),

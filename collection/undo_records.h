@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "collection/undo.h"
 #include "collection/undo_refs.h"
@@ -40,6 +41,18 @@ private:
     uint16_t sides_adjusted;
     int first_track;
     int last_track;
+};
+
+// Several records of one action, in the order of their changes.
+class UndoGroup : public UndoEntry {
+public:
+    using UndoEntry::UndoEntry;
+    void Add(std::unique_ptr<UndoEntry> entry);
+    bool Empty() const { return entries.empty(); }
+    std::unique_ptr<UndoEntry> Apply() override;
+
+private:
+    std::vector<std::unique_ptr<UndoEntry>> entries;
 };
 
 // The part of a recording's name that is its own, not its album's.

@@ -13,7 +13,7 @@ _orvane_cli() {
     group=${words[0]:-}
     command=$group
     case $group in
-        album|recording|track|settings|filter|curve|cut|repairs|preset|break) command="$group ${words[1]:-}" ;;
+        album|recording|track|settings|filter|curve|cut|cue|repairs|preset|break) command="$group ${words[1]:-}" ;;
     esac
 
     case $previous in
@@ -27,7 +27,7 @@ _orvane_cli() {
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut cue render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
@@ -46,6 +46,7 @@ _orvane_cli() {
         "break ") options="insert remove" ;;
         split) options="--adjust" ;;
         "break insert"|"break remove") options="--at --alt" ;;
+        "cue ") options="write read" ;;
         "curve ") options="list names add remove" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
         "filter noise") options="--side --from --to" ;;

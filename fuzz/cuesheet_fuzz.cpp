@@ -1,0 +1,60 @@
+// Cue sheets: whatever the bytes, tracks that are read are in order, and written they are read as the same.
+#include "save/cuesheet_reader.h"
+
+#include "foundation/assert.h"
+
+using namespace Orvane;
+
+namespace {
+
+using Tracks = simple_vector<ALBUMTRACK>;
+
+// Reads a sheet over files of ten minutes each.
+bool Read(std::string_view bytes, CueSheet& sheet, std::vector<CueFile>& files, Tracks& tracks) {
+    CueProblem problem;
+    const auto reader = ReadTextFrom(bytes, Encoding::Detect, NotUtf8::Windows1252);
+    bool good = ParseCueSheet(*reader, "/music", sheet, problem);
+    if (good && files.empty()) {
+        for (const CueSheet::File& file : sheet.files) {
+            const int64_t start = static_cast<int64_t>(files.size()) * 600 * kTicksPerSecond;
+            files.push_back({file.path, start, start + 600 * kTicksPerSecond});
+        }
+    }
+    std::vector<CueFile> named;
+    for (const CueSheet::File& file : sheet.files) {
+        const size_t place = file.number > 0 ? static_cast<size_t>(file.number) - 1 : named.size();
+        named.push_back(files[std::min(place, files.size() - 1)]);
+    }
+    good = good && PlaceCueTracks(sheet, named, Tracks(), tracks, problem);
+    ORVANE_ASSERT(good || (!problem.text.empty() && problem.line >= 0));
+    return good;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    CueSheet sheet;
+    std::vector<CueFile> files;
+    Tracks tracks;
+    if (!Read({reinterpret_cast<const char*>(data), size}, sheet, files, tracks)) return 0;
+    int64_t end = 0;
+    for (const ALBUMTRACK& track : tracks) {
+        ORVANE_ASSERT(track.start >= end && track.end >= track.start);
+        ORVANE_ASSERT(track.fade_in >= 0 && track.fade_out >= 0);
+        end = track.end;
+    }
+
+    AlbumInfo album;
+    TakeCueTexts(sheet.details, album);
+    album.tracks = tracks;
+    CueSheet sheet_again;
+    Tracks again;
+    ORVANE_ASSERT(Read(CueSheetText(album, files, {}), sheet_again, files, again));
+    ORVANE_ASSERT(again.size() == tracks.size());
+    for (int i = 0; i < tracks.size(); ++i) {
+        ORVANE_ASSERT(again[i].end == tracks[i].end && again[i].IsEmpty() == tracks[i].IsEmpty());
+        ORVANE_ASSERT(std::abs(again[i].start - tracks[i].start) < 588);
+        ORVANE_ASSERT(again[i].FadeIn() == tracks[i].FadeIn() && again[i].FadeOut() == tracks[i].FadeOut());
+    }
+    return 0;
+}

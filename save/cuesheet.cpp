@@ -1,0 +1,205 @@
+#include "save/cuesheet.h"
+
+#include <algorithm>
+
+#include "collection/albumset.h"
+#include "collection/recordingplaces.h"
+#include "collection/undo_records.h"
+#include "foundation/fileerror.h"
+#include "foundation/host.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/settings.h"
+#include "save/cuesheet_keys.h"
+#include "save/cuesheet_reader.h"
+#include "tesslib/fileformats.h"
+
+namespace Orvane {
+namespace {
+
+constexpr const char* kCueExtension = ".cue";
+
+enum CueSheetFolder : int { CUE_BESIDE_RECORDING = 0, CUE_IN_DIRECTORY = 1 };
+
+// The album's recordings as a sheet's files. False, with the reason as last error, when one is missing on whose length
+// the place of another depends.
+bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
+    for (const RecordingPlace& place : PlaceRecordings(album)) {
+        if (!files.empty() && files.back().end < 0) {
+            FailContents(FormatMessage(Msg::CannotFindFile, files.back().path));
+            return false;
+        }
+        files.push_back({place.entry->GetPath(), place.start, place.found ? place.end : -1});
+    }
+    return true;
+}
+
+// The length of an audio file in ticks, -1 where it cannot be read.
+int64_t LengthOf(const std::string& path) {
+    int error = 0;
+    const RefPtr<FileStream> stream = OpenForReading(path, error);
+    if (!stream) return -1;
+    const int64_t ticks = to_ticks(stream->GetSampleRate(0), stream->GetTotalSamples(0));
+    stream->Close();
+    return ticks;
+}
+
+// Which of the album's recordings the files of a sheet are. Empty where not every one of them is one.
+std::vector<CueFile> MatchRecordings(const CueSheet& sheet, const std::vector<CueFile>& recordings) {
+    std::vector<CueFile> matches;
+    for (size_t i = 0; i < sheet.files.size(); ++i) {
+        const CueSheet::File& file = sheet.files[i];
+        const auto find = [&](const auto& is_it) { return std::find_if(recordings.begin(), recordings.end(), is_it); };
+        auto found = find([&](const CueFile& recording) { return AbsolutePath(recording.path) == file.path; });
+        if (found == recordings.end()) {
+            found = find([&](const CueFile& recording) {
+                return CompareNoCase(FileNameOf(recording.path), FileNameOf(file.path)) == 0;
+            });
+        }
+        const size_t number = static_cast<size_t>(file.number);
+        if (found == recordings.end() && number >= 1 && number <= recordings.size()) {
+            found = recordings.begin() + (file.number - 1);
+        }
+        if (found == recordings.end() && sheet.files.size() == recordings.size()) {
+            found = recordings.begin() + static_cast<std::ptrdiff_t>(i);
+        }
+        if (found == recordings.end()) return {};
+        matches.push_back(*found);
+    }
+    return matches;
+}
+
+// Where the files of a sheet lie on the album's time line.
+bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& files, CueProblem& problem) {
+    std::vector<CueFile> recordings;
+    if (!FindRecordings(album, recordings)) {
+        problem = {GetLastError().text, sheet.files.front().line};
+        return false;
+    }
+    files = MatchRecordings(sheet, recordings);
+    if (!files.empty()) return true;
+    for (const CueSheet::File& file : sheet.files) {
+        const int64_t start = files.empty() ? 0 : files.back().end;
+        if (start < 0) {
+            problem = {FormatMessage(Msg::CannotFindFile, files.back().path), file.line};
+            return false;
+        }
+        const int64_t length = LengthOf(file.path);
+        files.push_back({file.path, start, length < 0 ? -1 : start + length});
+    }
+    return true;
+}
+
+std::unique_ptr<AlbumInfo> NewDetails(const AlbumInfo& album, const AlbumInfo& said) {
+    std::unique_ptr<AlbumInfo> details = CopyDetails(album);
+    TakeCueTexts(said, *details);
+    if (said.year) details->year = said.year;
+    if (said.playing_speed) details->playing_speed = said.playing_speed;
+    return details;
+}
+
+bool SameDetails(const AlbumInfo& a, const AlbumInfo& b) {
+    const auto same_text = [&](const auto& key) { return a.*key.text == b.*key.text; };
+    return std::all_of(std::begin(kCueAlbumKeys), std::end(kCueAlbumKeys), same_text) && a.year == b.year &&
+           a.playing_speed == b.playing_speed;
+}
+
+// One action that can be undone. False, with the reason as last error, when the recordings cannot take the album's new
+// name.
+bool TakeSheet(AlbumInfo& album, std::unique_ptr<AlbumInfo> details, simple_vector<ALBUMTRACK> tracks) {
+    const std::string description = FormatMessage(Msg::ImportTrackListing);
+    auto undo = std::make_unique<UndoGroup>(description);
+    if (!SameDetails(album, *details)) {
+        std::unique_ptr<UndoEntry> back = UndoEditAlbumDetails(album, std::move(details)).Apply();
+        if (!back) return false;
+        undo->Add(std::move(back));
+    }
+    if (tracks != album.tracks) {
+        undo->Add(std::make_unique<UndoUpdateTrackInfo>(album, description, 0, tracks.size() - 1));
+        const Change change(CHANGE_TRACK_INSERTED | CHANGE_TRACK_TIMES, &album);
+        album.tracks = std::move(tracks);
+    }
+    if (!undo->Empty()) AddUndo(std::move(undo));
+    return true;
+}
+
+}  // namespace
+
+CueSheetOptions CueSheetOptions::FromStore() {
+    CueSheetOptions options;
+    options.convert_quotes = GetSetting("Cue Sheet Convert Quotes", 1) != 0;
+    options.absolute_paths = GetSetting("Cue Sheet Absolute Paths", 0) != 0;
+    const int type = GetSetting("Cue Sheet Type", static_cast<int>(Encoding::ANSI));
+    if (type >= static_cast<int>(Encoding::ANSI) && type <= static_cast<int>(Encoding::UTF8)) {
+        options.encoding = static_cast<Encoding>(type);
+    }
+    return options;
+}
+
+bool WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
+    std::vector<CueFile> files;
+    if (!FindRecordings(album, files)) return false;
+    std::string problem;
+    if (files.empty()) problem = FormatMessage(Msg::NoRecordings, album.artist, album.title);
+    if (album.tracks.empty()) problem = FormatMessage(Msg::NoTracks, album.artist, album.title);
+    if (album.tracks.size() > kMostCueTracks) {
+        problem = FormatMessage(Msg::CueTrackNumber, album.tracks.size(), kMostCueTracks);
+    }
+    if (!problem.empty()) {
+        FailContents(problem);
+        return false;
+    }
+    return WriteListingFile(album.set, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
+                            LineEnds::LF);
+}
+
+std::string CueSheetPath(const AlbumInfo& album) {
+    const std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    std::string folder;
+    if (GetSetting("Cue Sheet Folder", CUE_BESIDE_RECORDING) == CUE_IN_DIRECTORY) {
+        folder = GetStringSetting("Cue Sheet Directory");
+    }
+    if (folder.empty() && !recordings.empty()) folder = FolderOf(recordings.front()->GetPath());
+    return JoinPath(folder, ListingFileName(album, kCueExtension));
+}
+
+std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums, const AskCueSheetName& ask) {
+    const CueSheetOptions options = CueSheetOptions::FromStore();
+    const bool prompt = ask && GetSetting("Cue Sheet Prompt For Filename", 0) != 0;
+    const auto name = [&](const AlbumInfo& album) {
+        std::string path = CueSheetPath(album);
+        return !prompt || ask(path) ? path : std::string();
+    };
+    std::vector<ListingDone> sheets = WriteForEachAlbum(
+        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteCueSheet(album, path, options); });
+    const auto n = std::count_if(sheets.begin(), sheets.end(), [](const auto& sheet) { return sheet.error.empty(); });
+    Messages().Ask(
+        {FormatMessage(Msg::CueSheetsGenerated, n), Buttons::Ok, Severity::Information, "Report Cue Sheets Generated"});
+    return sheets;
+}
+
+bool ReadCueSheet(AlbumInfo& album, const std::string& path) {
+    ORVANE_ASSERT(gAlbumSet && album.set == gAlbumSet);
+    const std::string full_path = AbsolutePath(path);
+    const auto fail = [](std::string text) {
+        FailContents(std::move(text));
+        return false;
+    };
+    if (album.running_jobs > 0) return fail(FormatMessage(Msg::AlbumInUse, album.artist, album.title));
+    if (!FileExists(full_path)) return fail(FormatMessage(Msg::CannotFindFile, full_path));
+    const auto reader = OpenTextFile(full_path, Encoding::Detect, 16384, NotUtf8::Windows1252);
+    if (!reader) return false;
+
+    CueSheet sheet;
+    CueProblem problem;
+    std::vector<CueFile> files;
+    simple_vector<ALBUMTRACK> tracks{16};
+    if (!ParseCueSheet(*reader, FolderOf(full_path), sheet, problem) || !PlaceFiles(album, sheet, files, problem) ||
+        !PlaceCueTracks(sheet, files, album.tracks, tracks, problem)) {
+        return fail(FormatMessage(Msg::InFileAtLine, problem.text, full_path, problem.line));
+    }
+    if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);
+    return TakeSheet(album, NewDetails(album, sheet.details), std::move(tracks));
+}
+
+}  // namespace Orvane

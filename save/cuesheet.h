@@ -1,0 +1,54 @@
+// Cue sheets: an album's track breaks in the text form that burning and splitting programs share.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "collection/dataobjects.h"
+#include "foundation/textfile.h"
+#include "save/listingfile.h"
+
+namespace Orvane {
+
+struct CueSheetOptions {
+    bool convert_quotes = true;          // "Cue Sheet Convert Quotes": double quotes in values become single ones
+    bool absolute_paths = false;         // "Cue Sheet Absolute Paths": otherwise a FILE is named without its folder
+    Encoding encoding = Encoding::ANSI;  // "Cue Sheet Type": UTF-8 without a mark, which every program reads
+    static CueSheetOptions FromStore();
+};
+
+// A recording as a sheet sees it, on the album's time line in ticks. `end` is -1 where it is not known.
+struct CueFile {
+    std::string path;
+    int64_t start = 0;
+    int64_t end = -1;
+};
+
+// The sheet's text, its lines ended by "\n". A file stands before the first track that starts in it, and INDEX counts
+// from its beginning; END_TIME is on the album's time line. There is at least one file.
+std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& files, const CueSheetOptions& options);
+
+// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. False with the
+// reason as last error. Main thread.
+bool WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
+
+// "Artist - Title.cue" in the folder that "Cue Sheet Folder" chooses: 0 that of the album's first recording, 1 "Cue
+// Sheet Directory".
+std::string CueSheetPath(const AlbumInfo& album);
+
+// Offers a name to the user, who may change it; false leaves the album out.
+using AskCueSheetName = std::function<bool(std::string& path)>;
+
+// Writes the sheets of albums as one job (see WriteForEachAlbum) and tells how many there are. `ask` is heard with "Cue
+// Sheet Prompt For Filename".
+std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums, const AskCueSheetName& ask = {});
+
+// Takes what a sheet says into an album of the live collection, which becomes the current one: its details, its track
+// listing and the track breaks, as one action that can be undone. What the sheet does not say about the album or a
+// track stays. The sheet's files are the album's recordings, known by path, name or order, or else other files, one
+// behind the other. False with the reason as last error, which names the sheet and its line where the sheet is at
+// fault; then nothing has changed. Main thread.
+bool ReadCueSheet(AlbumInfo& album, const std::string& path);
+
+}  // namespace Orvane

@@ -1,0 +1,59 @@
+// The keys of a cue sheet that hold a text of an album or a track, for its writer and its reader.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "collection/dataobjects.h"
+
+namespace Orvane {
+
+enum class CueKeyForm {
+    Statement,  // KEY "value"
+    Rem,        // REM KEY "value"
+    RemLines,   // likewise, of a text that may have several lines
+};
+
+template <class Record>
+struct CueKey {
+    std::string_view name;
+    std::string Record::*text;
+    CueKeyForm form;
+};
+
+// In the order of a sheet. The first stands before the year.
+inline constexpr CueKey<AlbumInfo> kCueAlbumKeys[] = {
+    {"GENRE", &AlbumInfo::genre, CueKeyForm::Rem},
+    {"TITLE", &AlbumInfo::title, CueKeyForm::Statement},
+    {"PERFORMER", &AlbumInfo::artist, CueKeyForm::Statement},
+    {"SONGWRITER", &AlbumInfo::composer, CueKeyForm::Statement},
+    {"ARTWORK", &AlbumInfo::art_file, CueKeyForm::Rem},
+    {"ALBUM_NOTES", &AlbumInfo::notes, CueKeyForm::RemLines},
+    {"ARTIST_ALIAS", &AlbumInfo::alias, CueKeyForm::Rem},
+    {"ORV_COMMENT", &AlbumInfo::comment, CueKeyForm::RemLines},
+    {"CONDUCTOR", &AlbumInfo::conductor, CueKeyForm::Rem},
+    {"GROUPING", &AlbumInfo::grouping, CueKeyForm::Rem},
+    {"LABEL", &AlbumInfo::label, CueKeyForm::Rem},
+};
+inline constexpr CueKey<ALBUMTRACK> kCueTrackKeys[] = {
+    {"TITLE", &ALBUMTRACK::title, CueKeyForm::Statement},
+    {"PERFORMER", &ALBUMTRACK::artist, CueKeyForm::Statement},
+    {"SONGWRITER", &ALBUMTRACK::composer, CueKeyForm::Statement},
+    {"ARTIST_ALIAS", &ALBUMTRACK::alias, CueKeyForm::Rem},
+    {"ORV_COMMENT", &ALBUMTRACK::comment, CueKeyForm::RemLines},
+    {"CONDUCTOR", &ALBUMTRACK::conductor, CueKeyForm::Rem},
+    {"GENRE", &ALBUMTRACK::genre, CueKeyForm::Rem},
+    {"GROUPING", &ALBUMTRACK::grouping, CueKeyForm::Rem},
+};
+
+enum class CueQuotes { Keep, Convert };
+
+// A text as it stands between the quotes of a sheet. The format has no way to write a double quote; Convert makes them
+// single ones.
+std::string CueValue(std::string_view text, CueKeyForm form, CueQuotes quotes);
+
+inline constexpr int kCueFramesPerSecond = 75;
+inline constexpr int64_t kCueFrame = 588;  // ticks
+inline constexpr int kMostCueTracks = 999;
+
+}  // namespace Orvane

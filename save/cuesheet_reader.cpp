@@ -1,0 +1,307 @@
+#include "save/cuesheet_reader.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+#include <span>
+
+#include "collection/steering_records.h"
+#include "foundation/messages.h"
+#include "foundation/path.h"
+#include "foundation/text.h"
+#include "save/cuesheet_keys.h"
+#include "tesslib/fileformats.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int64_t kLatest = int64_t{1} << 50;  // ticks; what lies behind it is no time of a recording
+
+// Takes the word at the front.
+std::string_view TakeWord(std::string_view& rest) {
+    rest = Trim(rest);
+    const std::string_view word = rest.substr(0, std::min(rest.find_first_of(" \t\""), rest.size()));
+    rest = Trim(rest.substr(word.size()));
+    return word;
+}
+
+// The value of a statement: what stands between its first and its last quote, of which the last may be missing, or all
+// of it where there are none. Some programs put a backslash before the quotes in between.
+std::string Unquoted(std::string_view rest) {
+    rest = Trim(rest);
+    if (!rest.starts_with('"')) return std::string(rest);
+    rest.remove_prefix(1);
+    if (rest.ends_with('"')) rest.remove_suffix(1);
+    return Replace(Trim(rest), "\\\"", "\"");
+}
+
+// Digits and nothing else, of a sensible length.
+bool ReadDigits(std::string_view text, int64_t& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value >= 0 && value <= INT_MAX;
+}
+
+// mm:ss:ff in ticks.
+bool ReadIndexTime(std::string_view text, int64_t& ticks) {
+    const std::vector<std::string_view> parts = Split(text, ':');
+    int64_t minutes = 0, seconds = 0, frames = 0;
+    if (parts.size() != 3 || !ReadDigits(parts[0], minutes) || !ReadDigits(parts[1], seconds) ||
+        !ReadDigits(parts[2], frames)) {
+        return false;
+    }
+    ticks = std::min(kLatest, (minutes * 60 + seconds) * kTicksPerSecond + frames * kCueFrame);
+    return true;
+}
+
+class CueSheetParser {
+public:
+    CueSheetParser(const std::string& folder, CueSheet& sheet, CueProblem& problem)
+        : folder(folder), sheet(sheet), problem(problem) {}
+
+    bool Parse(TextFileReader& reader) {
+        sheet.details.playing_speed = 0;
+        for (std::string text; reader.ReadLine(text);) {
+            ++problem.line;
+            std::string_view rest = text;
+            const std::string_view word = TakeWord(rest);
+            if (!word.empty() && !ReadStatement(word, rest)) return false;
+        }
+        if (reader.Failed()) {
+            problem.text = GetLastError().text;
+            return false;
+        }
+        if (sheet.tracks.empty()) return Missing("TRACK");
+        return HasIndex() || Missing("INDEX");
+    }
+
+private:
+    bool Fail(std::string text) {
+        problem.text = std::move(text);
+        return false;
+    }
+    bool Missing(const char* what) { return Fail(FormatMessage(Msg::CueMissing, what)); }
+    bool HasIndex() const { return sheet.tracks.back().index >= 0; }
+
+    bool ReadStatement(std::string_view word, std::string_view rest) {
+        if (EqualNoCaseAscii(word, "FILE")) return ReadFile(rest);
+        if (EqualNoCaseAscii(word, "TRACK")) return ReadTrack(rest);
+        if (EqualNoCaseAscii(word, "INDEX")) return ReadIndex(rest);
+        if (EqualNoCaseAscii(word, "REM")) {
+            ReadRemark(rest);
+            return true;
+        }
+        // Anything else is for programs that burn.
+        for (const char* known : {"TITLE", "PERFORMER", "SONGWRITER"}) {
+            if (!EqualNoCaseAscii(word, known)) continue;
+            const std::string value = Unquoted(rest);
+            if (value.empty()) return Fail(FormatMessage(Msg::CueEmpty, known));
+            TakeText(known, CueKeyForm::Statement, value);
+        }
+        return true;
+    }
+
+    bool ReadFile(std::string_view rest) {
+        // The word behind the name tells nothing that the file does not.
+        std::string name;
+        if (rest.starts_with('"')) {
+            const size_t end = rest.rfind('"');
+            name = end > 0 ? rest.substr(1, end - 1) : rest.substr(1);
+        } else {
+            name = rest.substr(0, rest.find_last_of(" \t"));
+        }
+        name = Trim(name);
+        if (name.empty()) return Fail(FormatMessage(Msg::CueEmpty, "FILE"));
+        const std::string extension = ExtensionOf(name);
+        if (FormatOfExtension(extension) == FF_NONE) {
+            return Fail(FormatMessage(Msg::CueFileExtension, extension.empty() ? name : extension));
+        }
+        const bool has_drive = name.size() > 2 && name[1] == ':' && IsSeparator(name[2]);
+        const bool absolute = has_drive || IsAbsolutePath(name);
+        name = NativePath(name);
+        sheet.files.push_back({absolute ? name : AbsolutePath(JoinPath(folder, name)), file_number, problem.line});
+        file_number = 0;
+        return true;
+    }
+
+    bool ReadTrack(std::string_view rest) {
+        if (sheet.files.empty()) return Missing("FILE");
+        if (!sheet.tracks.empty() && !HasIndex()) return Missing("INDEX");
+        const int64_t number = ParseInt(TakeWord(rest));
+        if (number < 1 || number > kMostCueTracks) {
+            return Fail(FormatMessage(Msg::CueTrackNumber, number, kMostCueTracks));
+        }
+        if (number <= last_number) return Fail(FormatMessage(Msg::CueTrackOrder));
+        last_number = number;
+        sheet.tracks.emplace_back().line = problem.line;
+        return true;
+    }
+
+    bool ReadIndex(std::string_view rest) {
+        if (sheet.tracks.empty()) return Missing("TRACK");
+        int64_t number = 0, ticks = 0;
+        if (!ReadDigits(TakeWord(rest), number) || !ReadIndexTime(TakeWord(rest), ticks)) {
+            return Fail(FormatMessage(Msg::CueIncompleteIndex));
+        }
+        CueSheet::Track& track = sheet.tracks.back();
+        if (number != 1 || track.index >= 0) return true;
+        track.file = static_cast<int>(sheet.files.size()) - 1;
+        track.index = ticks;
+        track.line = problem.line;
+        return true;
+    }
+
+    void ReadRemark(std::string_view rest) {
+        const std::string_view key = TakeWord(rest);
+        const std::string value = Unquoted(rest);
+        const int64_t number = std::clamp<int64_t>(ParseInt(value), 0, kLatest);
+        const auto is = [key](const char* name) { return EqualNoCaseAscii(key, name); };
+        if (is("FILE_NUMBER")) {
+            file_number = static_cast<int>(std::min<int64_t>(number, INT_MAX));
+        } else if (is("COMMENT") && value == "Orvane") {
+            is_ours = true;
+        } else if (sheet.tracks.empty() && is("DATE")) {
+            if (number <= 9999) sheet.details.year = static_cast<int16_t>(number);
+        } else if (sheet.tracks.empty() && is("PLAYING_SPEED")) {
+            if (number == 33 || number == 45 || number == 78) {
+                sheet.details.playing_speed = static_cast<int16_t>(number);
+            }
+        } else if (!sheet.tracks.empty() && is("SKIP_TRACK")) {
+            sheet.tracks.back().details.excluded = true;
+        } else if (!sheet.tracks.empty() && is("END_TIME")) {
+            sheet.tracks.back().end = number;
+        } else if (!sheet.tracks.empty() && (is("FADE_IN") || is("FADE_OUT"))) {
+            ALBUMTRACK& track = sheet.tracks.back().details;
+            track.filter_flags |= is("FADE_IN") ? TRACK_FADE_IN : TRACK_FADE_OUT;
+            (is("FADE_IN") ? track.fade_in : track.fade_out) = static_cast<int32_t>(std::min<int64_t>(number, INT_MAX));
+        } else {
+            TakeText(key, CueKeyForm::Rem, value);
+        }
+    }
+
+    void TakeText(std::string_view name, CueKeyForm form, const std::string& value) {
+        if (sheet.tracks.empty()) {
+            TakeText<AlbumInfo>(kCueAlbumKeys, name, form, value, sheet.details);
+            return;
+        }
+        // Other programs give every track its performer; ours do where it is not the album's.
+        const bool same = !is_ours && EqualNoCaseAscii(name, "PERFORMER") && value == sheet.details.artist;
+        if (!same) TakeText<ALBUMTRACK>(kCueTrackKeys, name, form, value, sheet.tracks.back().details);
+    }
+
+    template <class Record>
+    static void TakeText(std::span<const CueKey<Record>> keys, std::string_view name, CueKeyForm form,
+                         const std::string& value, Record& record) {
+        for (const CueKey<Record>& key : keys) {
+            const bool same_form = (key.form == CueKeyForm::Statement) == (form == CueKeyForm::Statement);
+            if (!same_form || !EqualNoCaseAscii(key.name, name)) continue;
+            record.*key.text = key.form == CueKeyForm::RemLines ? UnescapeNotes(value) : value;
+        }
+    }
+
+    const std::string& folder;
+    CueSheet& sheet;
+    CueProblem& problem;
+    int64_t last_number = 0;
+    int file_number = 0;  // of the next FILE
+    bool is_ours = false;
+};
+
+template <class Record>
+void TakeTexts(std::span<const CueKey<Record>> keys, const Record& said, Record& record) {
+    for (const CueKey<Record>& key : keys) {
+        const std::string& value = said.*key.text;
+        const auto written = [&key](const std::string& text) {
+            return std::string(Trim(CueValue(text, key.form, CueQuotes::Convert)));
+        };
+        if (!value.empty() && written(value) != written(record.*key.text)) record.*key.text = value;
+    }
+}
+
+// A fade that is off keeps the length it had.
+void TakeFades(const ALBUMTRACK& said, ALBUMTRACK& track) {
+    constexpr int kBoth = TRACK_FADE_IN | TRACK_FADE_OUT;
+    track.filter_flags = static_cast<uint16_t>((track.filter_flags & ~kBoth) | said.filter_flags);
+    if (said.filter_flags & TRACK_FADE_IN) track.fade_in = said.fade_in;
+    if (said.filter_flags & TRACK_FADE_OUT) track.fade_out = said.fade_out;
+}
+
+bool InFrame(int64_t position, int64_t frame_start) {
+    return position >= frame_start && position < frame_start + kCueFrame;
+}
+
+// The track of the listing so far that a track of the sheet is, or null: the same row of as many, or the one of its
+// title.
+const ALBUMTRACK* FindKnown(const simple_vector<ALBUMTRACK>& known, const CueSheet& sheet, size_t row) {
+    if (known.size() == static_cast<int>(sheet.tracks.size())) return &known[static_cast<int>(row)];
+    const std::string& title = sheet.tracks[row].details.title;
+    const auto same = [&title](const ALBUMTRACK& track) {
+        return !title.empty() && Trim(CueValue(track.title, CueKeyForm::Statement, CueQuotes::Convert)) == title;
+    };
+    const auto found = std::find_if(known.begin(), known.end(), same);
+    return found == known.end() ? nullptr : &*found;
+}
+
+}  // namespace
+
+bool ParseCueSheet(TextFileReader& reader, const std::string& folder, CueSheet& sheet, CueProblem& problem) {
+    return CueSheetParser(folder, sheet, problem).Parse(reader);
+}
+
+void TakeCueTexts(const AlbumInfo& said, AlbumInfo& album) {
+    TakeTexts<AlbumInfo>(kCueAlbumKeys, said, album);
+}
+
+void TakeCueTexts(const ALBUMTRACK& said, ALBUMTRACK& track) {
+    TakeTexts<ALBUMTRACK>(kCueTrackKeys, said, track);
+}
+
+bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, const simple_vector<ALBUMTRACK>& known,
+                    simple_vector<ALBUMTRACK>& tracks, CueProblem& problem) {
+    ORVANE_ASSERT(files.size() == sheet.files.size());
+    const auto fail = [&problem](int line, std::string text) {
+        problem = {std::move(text), line};
+        return false;
+    };
+    const size_t n_tracks = sheet.tracks.size();
+    std::vector<int64_t> indexes(n_tracks);  // as the sheet has them
+    std::vector<int64_t> starts(n_tracks);   // as they are meant
+    std::vector<const ALBUMTRACK*> rows(n_tracks);
+    for (size_t i = 0; i < n_tracks; ++i) {
+        const CueSheet::Track& said = sheet.tracks[i];
+        indexes[i] = starts[i] = std::min(kLatest, files[static_cast<size_t>(said.file)].start + said.index);
+        if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
+        rows[i] = FindKnown(known, sheet, i);
+        if (rows[i] && InFrame(rows[i]->start, indexes[i])) starts[i] = rows[i]->start;
+    }
+
+    tracks.clear();
+    int64_t end_before = 0;
+    bool unset_before = false;
+    for (size_t i = 0; i < n_tracks; ++i) {
+        const CueSheet::Track& said = sheet.tracks[i];
+        const CueSheet::File& file = sheet.files[static_cast<size_t>(said.file)];
+        const bool last = i + 1 == n_tracks;
+        const int64_t next = last ? files[static_cast<size_t>(said.file)].end : starts[i + 1];
+        int64_t start = std::max(starts[i], end_before);
+        int64_t end = said.end < indexes[i] ? next : said.end;
+        if (end < 0) return fail(file.line, FormatMessage(Msg::CannotFindFile, file.path));
+        // An end further behind the next start than a frame has been left over from before that was moved.
+        if (!last && end >= indexes[i + 1] + kCueFrame) end = next;
+        const bool unset = end < start + kCueFrame;
+        if (unset) start = end = std::max(end_before, said.end < indexes[i] ? start : end);
+        if (unset_before && !unset) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
+        unset_before = unset;
+        end_before = end;
+
+        ALBUMTRACK track = rows[i] ? *rows[i] : ALBUMTRACK();
+        TakeCueTexts(said.details, track);
+        TakeFades(said.details, track);
+        track.excluded = said.details.excluded;
+        track.start = start;
+        track.end = end;
+        tracks.push_back(std::move(track));
+    }
+    return true;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,42 @@
+// Writing a sheet or a listing as a file of the user's.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "collection/dataobjects.h"
+#include "foundation/textfile.h"
+
+namespace Orvane {
+
+using namespace Tesslib;
+
+// Writes `text`, whose lines end with "\n", to `path` through a temporary file, so that at every moment the old file or
+// the new one is there, whole. Folders are made; the collection of `set` and its recordings are never written over, and
+// a name that is too long is told. A path without an extension gets `extension`. False with the reason as last error.
+// Main thread.
+bool WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension, std::string_view text,
+                      Encoding encoding, LineEnds line_ends);
+
+struct ListingDone {
+    AlbumInfo* album;
+    std::string path;
+    std::string error;  // in mark-up; empty when the file stands
+};
+
+// Calls `write` for each album with the path that `name` gives, as one job with lines in the progress log; a failure,
+// whose reason is the last error, is told in red and the job goes on. An album without a path is left out. Main thread;
+// Progress::Begin and End are the caller's.
+std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums,
+                                           const std::function<std::string(const AlbumInfo&)>& name,
+                                           const std::function<bool(AlbumInfo&, std::string& path)>& write);
+
+// "Artist - Title" and the extension, made safe as a file name.
+std::string ListingFileName(const AlbumInfo& album, std::string_view extension);
+
+// A text on one line: control characters become blanks.
+std::string OneLine(std::string_view text);
+
+}  // namespace Orvane
