@@ -103,6 +103,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddPresetCommands(*tree);
     AddCutCommands(*tree);
     AddCueCommands(*tree);
+    AddListingCommand(*tree);
     AddRenderCommand(*tree);
     AddSaveCommand(*tree);
     AddFileCommands(*tree);

@@ -45,6 +45,7 @@ void AddPresetCommands(CommandTree& tree);
 void AddCutCommands(CommandTree& tree);
 void AddSplitCommands(CommandTree& tree);
 void AddCueCommands(CommandTree& tree);
+void AddListingCommand(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 
 // Every command of the program.

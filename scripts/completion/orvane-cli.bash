@@ -18,6 +18,7 @@ _orvane_cli() {
 
     case $previous in
         --format) COMPREPLY=($(compgen -W "flac wav aiff ogg" -- "$current")); return ;;
+        --as) COMPREPLY=($(compgen -W "m3u m3u8 wpl cdc txt csv" -- "$current")); return ;;
         --bits) COMPREPLY=($(compgen -W "16 24 32 32f" -- "$current")); return ;;
         --without) COMPREPLY=($(compgen -W "clicks cuts filters denoise equaliser faders" -- "$current")); return ;;
         --method) COMPREPLY=($(compgen -W "apa ar fft best" -- "$current")); return ;;
@@ -27,7 +28,7 @@ _orvane_cli() {
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut cue render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut cue listing render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
@@ -47,6 +48,7 @@ _orvane_cli() {
         split) options="--adjust" ;;
         "break insert"|"break remove") options="--at --alt" ;;
         "cue ") options="write read" ;;
+        listing) options="--as" ;;
         "curve ") options="list names add remove" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
         "filter noise") options="--side --from --to" ;;
