@@ -17,7 +17,8 @@ int Write(CommandContext& context, const CueArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = context.FindAlbum(arguments.album, album)) return code;
     std::string path = arguments.file.empty() ? CueSheetPath(*album) : arguments.file;
-    if (!WriteCueSheet(*album, path, CueSheetOptions::FromStore())) return context.FailLastError();
+    const ListingWritten written = WriteCueSheet(*album, path, CueSheetOptions::FromStore());
+    if (written == ListingWritten::Failed) return context.FailLastError();
     context.result["album"] = arguments.album;
     context.result["file"] = path;
     context.result["tracks"] = album->tracks.size();

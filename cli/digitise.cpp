@@ -8,13 +8,14 @@
 #include "foundation/lasterror.h"
 #include "foundation/path.h"
 #include "foundation/settings.h"
+#include "save/cuesheet.h"
 
 namespace Orvane {
 
 const Digitise::Step Digitise::kSteps[] = {
     {"order", &Digitise::ReadOrder},  {"collection", &Digitise::OpenCollection}, {"album", &Digitise::EnterAlbum},
     {"sides", &Digitise::EnterSides}, {"declick", &Digitise::RepairClicks},      {"tracks", &Digitise::EnterTracks},
-    {"store", &Digitise::StoreAlbum}, {"save", &Digitise::SaveTracks},
+    {"store", &Digitise::StoreAlbum}, {"save", &Digitise::SaveTracks},           {"cue", &Digitise::WriteSheet},
 };
 
 int Digitise::Run() {
@@ -119,6 +120,19 @@ int Digitise::SaveTracks() {
     return code ? code : stored;
 }
 
+// Beside the tracks, from where the recordings are found by their whole path.
+int Digitise::WriteSheet() {
+    if (order.no_cue || saved.tracks.empty()) return CLI_DONE;
+    sheet = JoinPath(FolderOf(saved.tracks.front().file), FileNameOf(CueSheetPath(*album)));
+    CueSheetOptions options = CueSheetOptions::FromStore();
+    options.absolute_paths = true;
+    const ListingWritten written = WriteCueSheet(*album, sheet, options);
+    if (written == ListingWritten::Failed) return context.FailLastError();
+    changed |= written == ListingWritten::Written;
+    context.result["cue_sheet"] = sheet;
+    return CLI_DONE;
+}
+
 void Digitise::Report() {
     Json& result = context.result;
     result["album"] = context.NumberOf(*album);
@@ -157,6 +171,7 @@ void Digitise::Report() {
     Table tracks({Table::Align::Right, Table::Align::Left, Table::Align::Right});
     FileTree tree(output_folder);
     tree.Add(context.Collection().path, "the collection");
+    if (!sheet.empty()) tree.Add(sheet, "the track breaks, for other programs");
     int64_t ticks = 0;
     for (size_t i = 0; i < saved.tracks.size(); ++i) {
         const SavedTrack& done = saved.tracks[i];

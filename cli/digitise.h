@@ -23,6 +23,7 @@ struct DigitiseOrder {
     std::string collection;  // empty: one named after the album, beside the tracks
     bool no_declick = false;
     bool no_split = false;
+    bool no_cue = false;
     bool adjust = false;
     SaveArguments save;
 };
@@ -51,6 +52,7 @@ private:
     int EnterTracks();
     int StoreAlbum();
     int SaveTracks();
+    int WriteSheet();
     void Report();
 
     AlbumInfo* FindSameAlbum();
@@ -73,6 +75,7 @@ private:
     std::vector<int64_t> tracks_found;  // on each side; empty where none were looked for
     std::vector<TrackScanner::Stretch> left_out;
     SaveResult saved;
+    std::string sheet;
 };
 
 }  // namespace Orvane

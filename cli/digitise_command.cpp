@@ -25,6 +25,7 @@ void AddDigitiseCommand(CommandTree& tree) {
         ->option_text("C.mcf");
     command->add_flag("--no-declick", order->no_declick, "leave clicks as they are");
     command->add_flag("--no-split", order->no_split, "do not look for track breaks: each side is one track");
+    command->add_flag("--no-cue", order->no_cue, "write no cue sheet beside the tracks");
     command->add_flag("--adjust", order->adjust, "move the times of the titles to the gaps near them");
     SaveOptions(command, order->save);
 }

@@ -26,7 +26,7 @@ int Listing(CommandContext& context, const ListingArguments& arguments) {
         return CLI_DONE;
     }
     std::string path = arguments.file;
-    if (!ExportListing({album}, arguments.format, path)) return context.FailLastError();
+    if (ExportListing({album}, arguments.format, path) == ListingWritten::Failed) return context.FailLastError();
     context.result["file"] = path;
     context.Line("{}: {} of {}", path, CountText(album->tracks.size(), "track"), context.AlbumName(*album));
     return CLI_DONE;

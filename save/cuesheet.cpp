@@ -44,29 +44,32 @@ int64_t LengthOf(const std::string& path) {
     return ticks;
 }
 
-// Which of the album's recordings the files of a sheet are. Empty where not every one of them is one.
+// Which of the album's recordings the files of a sheet are, each another one: by path, name, number or order. Empty
+// where not every one of them is one.
 std::vector<CueFile> MatchRecordings(const CueSheet& sheet, const std::vector<CueFile>& recordings) {
-    std::vector<CueFile> matches;
-    for (size_t i = 0; i < sheet.files.size(); ++i) {
-        const CueSheet::File& file = sheet.files[i];
-        const auto find = [&](const auto& is_it) { return std::find_if(recordings.begin(), recordings.end(), is_it); };
-        auto found = find([&](const CueFile& recording) { return AbsolutePath(recording.path) == file.path; });
-        if (found == recordings.end()) {
-            found = find([&](const CueFile& recording) {
-                return CompareNoCase(FileNameOf(recording.path), FileNameOf(file.path)) == 0;
-            });
+    std::vector<size_t> matches(sheet.files.size(), recordings.size());
+    const auto match = [&](const auto& is_it) {
+        for (size_t i = 0; i < matches.size(); ++i) {
+            for (size_t r = 0; r < recordings.size() && matches[i] == recordings.size(); ++r) {
+                const bool taken = std::find(matches.begin(), matches.end(), r) != matches.end();
+                if (!taken && is_it(i, r)) matches[i] = r;
+            }
         }
-        const size_t number = static_cast<size_t>(file.number);
-        if (found == recordings.end() && number >= 1 && number <= recordings.size()) {
-            found = recordings.begin() + (file.number - 1);
-        }
-        if (found == recordings.end() && sheet.files.size() == recordings.size()) {
-            found = recordings.begin() + static_cast<std::ptrdiff_t>(i);
-        }
-        if (found == recordings.end()) return {};
-        matches.push_back(*found);
+    };
+    const bool in_order = sheet.files.size() == recordings.size();
+    match([&](size_t i, size_t r) { return AbsolutePath(recordings[r].path) == sheet.files[i].path; });
+    match([&](size_t i, size_t r) {
+        return CompareNoCase(FileNameOf(recordings[r].path), FileNameOf(sheet.files[i].path)) == 0;
+    });
+    match([&](size_t i, size_t r) { return sheet.files[i].number == static_cast<int>(r) + 1; });
+    match([&](size_t i, size_t r) { return in_order && i == r; });
+
+    std::vector<CueFile> files;
+    for (const size_t r : matches) {
+        if (r == recordings.size()) return {};
+        files.push_back(recordings[r]);
     }
-    return matches;
+    return files;
 }
 
 // Where the files of a sheet lie on the album's time line.
@@ -136,9 +139,9 @@ CueSheetOptions CueSheetOptions::FromStore() {
     return options;
 }
 
-bool WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
+ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
     std::vector<CueFile> files;
-    if (!FindRecordings(album, files)) return false;
+    if (!FindRecordings(album, files)) return ListingWritten::Failed;
     std::string problem;
     if (files.empty()) problem = FormatMessage(Msg::NoRecordings, album.artist, album.title);
     if (album.tracks.empty()) problem = FormatMessage(Msg::NoTracks, album.artist, album.title);
@@ -147,7 +150,7 @@ bool WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& o
     }
     if (!problem.empty()) {
         FailContents(problem);
-        return false;
+        return ListingWritten::Failed;
     }
     return WriteListingFile(album.set, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
                             LineEnds::LF);

@@ -29,9 +29,8 @@ struct CueFile {
 // from its beginning; END_TIME is on the album's time line. There is at least one file.
 std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& files, const CueSheetOptions& options);
 
-// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. False with the
-// reason as last error. Main thread.
-bool WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
+// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. Main thread.
+ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
 
 // "Artist - Title.cue" in the folder that "Cue Sheet Folder" chooses: 0 that of the album's first recording, 1 "Cue
 // Sheet Directory".

@@ -118,7 +118,12 @@ private:
         const bool has_drive = name.size() > 2 && name[1] == ':' && IsSeparator(name[2]);
         const bool absolute = has_drive || IsAbsolutePath(name);
         name = NativePath(name);
-        sheet.files.push_back({absolute ? name : AbsolutePath(JoinPath(folder, name)), file_number, problem.line});
+        const std::string path = absolute ? name : AbsolutePath(JoinPath(folder, name));
+        // Some programs name the same file before every track.
+        const auto known = std::find_if(sheet.files.begin(), sheet.files.end(),
+                                        [&](const CueSheet::File& file) { return file.path == path; });
+        current_file = static_cast<int>(known - sheet.files.begin());
+        if (known == sheet.files.end()) sheet.files.push_back({path, file_number, problem.line});
         file_number = 0;
         return true;
     }
@@ -144,7 +149,7 @@ private:
         }
         CueSheet::Track& track = sheet.tracks.back();
         if (number != 1 || track.index >= 0) return true;
-        track.file = static_cast<int>(sheet.files.size()) - 1;
+        track.file = current_file;
         track.index = ticks;
         track.line = problem.line;
         return true;
@@ -202,6 +207,7 @@ private:
     CueSheet& sheet;
     CueProblem& problem;
     int64_t last_number = 0;
+    int current_file = 0;
     int file_number = 0;  // of the next FILE
     bool is_ours = false;
 };

@@ -173,7 +173,7 @@ std::string ListingText(const std::vector<AlbumInfo*>& albums, ListingFormat for
     return text;
 }
 
-bool ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format, std::string& path) {
+ListingWritten ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format, std::string& path) {
     // A line break inside a value of a CSV file is no end of a line.
     const LineEnds line_ends = format == ListingFormat::CSV ? LineEnds::LF : LineEnds::CRLF;
     const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set;

@@ -1,5 +1,10 @@
 #include "save/listingfile.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+
 #include "collection/recordingplaces.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
@@ -23,36 +28,61 @@ bool MayReplace(const AlbumSet* set, const std::string& path) {
     return !precious;
 }
 
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+// Whether two files, of which the second need not be there, hold the same.
+bool SameBytes(const std::string& a, const std::string& b) {
+    int error = 0;
+    const std::unique_ptr<FILE, CloseFile> files[] = {std::unique_ptr<FILE, CloseFile>(OpenFile(a, "rb", error)),
+                                                      std::unique_ptr<FILE, CloseFile>(OpenFile(b, "rb", error))};
+    if (!files[0] || !files[1]) return false;
+    std::array<std::array<char, 4096>, 2> blocks;
+    for (;;) {
+        const size_t n_first = std::fread(blocks[0].data(), 1, blocks[0].size(), files[0].get());
+        const size_t n_second = std::fread(blocks[1].data(), 1, blocks[1].size(), files[1].get());
+        if (n_first != n_second || !std::equal(blocks[0].begin(), blocks[0].begin() + n_first, blocks[1].begin()))
+            return false;
+        if (n_first == 0) return !std::ferror(files[0].get()) && !std::ferror(files[1].get());
+    }
+}
+
 }  // namespace
 
-bool WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension, std::string_view text,
-                      Encoding encoding, LineEnds line_ends) {
+ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
+                                std::string_view text, Encoding encoding, LineEnds line_ends) {
     path = AbsolutePath(path);
     if (ExtensionOf(path).empty()) path.append(extension);
     if (IsTooLong(path)) {
         Messages().Ask({kFilenameTooLong, Buttons::Ok, Severity::Warning, "Warn Filename Too Long"});
         FailContents(kFilenameTooLong);
-        return false;
+        return ListingWritten::Failed;
     }
-    if (!MayReplace(set, path)) return false;
+    if (!MayReplace(set, path)) return ListingWritten::Failed;
     if (const int error = CreateFolders(FolderOf(path))) {
         FailCreateFolder(FolderOf(path), error);
-        return false;
+        return ListingWritten::Failed;
     }
     const std::string temporary = TemporaryName(path);
     const auto writer = CreateTextFile(temporary, encoding, TEXT_CREATE, line_ends);
-    if (!writer) return false;
+    if (!writer) return ListingWritten::Failed;
     const bool written = writer->Write(text);
     if (!writer->Close(true) || !written) {
         DeleteFile(temporary);
-        return false;
+        return ListingWritten::Failed;
     }
-    return ReplaceFile(temporary, path, path + "_bak", OldFile::Drop) == 0;
+    if (SameBytes(temporary, path)) {
+        DeleteFile(temporary);
+        return ListingWritten::Unchanged;
+    }
+    const bool replaced = ReplaceFile(temporary, path, path + "_bak", OldFile::Drop) == 0;
+    return replaced ? ListingWritten::Written : ListingWritten::Failed;
 }
 
 std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums,
                                            const std::function<std::string(const AlbumInfo&)>& name,
-                                           const std::function<bool(AlbumInfo&, std::string& path)>& write) {
+                                           const std::function<ListingWritten(AlbumInfo&, std::string& path)>& write) {
     std::vector<ListingDone> listings;
     for (size_t i = 0; i < albums.size(); ++i) {
         Progress::SetPosition(static_cast<int>(1000 * i / albums.size()));
@@ -63,7 +93,7 @@ std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums
         ListingDone listing{albums[i], name(*albums[i]), {}};
         if (listing.path.empty()) continue;
         Progress::Log(albums[i]->artist + " - " + albums[i]->title);
-        if (write(*albums[i], listing.path)) {
+        if (write(*albums[i], listing.path) != ListingWritten::Failed) {
             Progress::Log(" - <fg color=#00a000>done</fg>\n");
         } else {
             listing.error = GetLastError().text;

@@ -13,12 +13,17 @@ namespace Orvane {
 
 using namespace Tesslib;
 
+enum class ListingWritten {
+    Failed,  // the reason is the last error
+    Written,
+    Unchanged,  // the file held the same before
+};
+
 // Writes `text`, whose lines end with "\n", to `path` through a temporary file, so that at every moment the old file or
 // the new one is there, whole. Folders are made; the collection of `set` and its recordings are never written over, and
-// a name that is too long is told. A path without an extension gets `extension`. False with the reason as last error.
-// Main thread.
-bool WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension, std::string_view text,
-                      Encoding encoding, LineEnds line_ends);
+// a name that is too long is told. A path without an extension gets `extension`. Main thread.
+ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
+                                std::string_view text, Encoding encoding, LineEnds line_ends);
 
 struct ListingDone {
     AlbumInfo* album;
@@ -31,7 +36,7 @@ struct ListingDone {
 // Progress::Begin and End are the caller's.
 std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums,
                                            const std::function<std::string(const AlbumInfo&)>& name,
-                                           const std::function<bool(AlbumInfo&, std::string& path)>& write);
+                                           const std::function<ListingWritten(AlbumInfo&, std::string& path)>& write);
 
 // "Artist - Title" and the extension, made safe as a file name.
 std::string ListingFileName(const AlbumInfo& album, std::string_view extension);

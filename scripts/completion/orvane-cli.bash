@@ -56,7 +56,7 @@ _orvane_cli() {
         "curve add") options="--side --from --to" ;;
         "cut add") options="--side --from --to --splice" ;;
         "filter list"|"filter remove"|"curve list"|"curve remove"|"cut list"|"cut remove") options="--side" ;;
-        digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --adjust --format --rate --bits --out --threads --template" ;;
+        digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --no-cue --adjust --format --rate --bits --out --threads --template" ;;
         "album add") options="--artist --title --genre --label --grouping --composer --conductor --alias --comment --release_number --art_file --custom_tags --notes --year --playing_speed --channel_mode --status --single" ;;
         "album remove") options="--recordings --art --keep-album" ;;
         "album set") options="artist= title= genre= label= grouping= composer= conductor= alias= comment= release_number= art_file= custom_tags= notes= year= playing_speed= channel_mode= status= single=" ;;

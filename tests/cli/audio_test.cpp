@@ -145,6 +145,7 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
         "out/The Examples - First/01 - First Song.flac",
         "out/The Examples - First/02 - Across- the+Sides.flac",
         "out/The Examples - First/03 - Last.flac",
+        "out/The Examples - First/The Examples - First.cue",
         "side1.wav",
         "side1.wav.crd",
         "side2.wav",

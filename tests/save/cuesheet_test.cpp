@@ -161,6 +161,7 @@ TEST(CueSheetReaderTest, TakesTheSheetsOfOtherPrograms) {
          "WAVE\n"
          "INDEX 01 00:00:00\nTRACK 03 AUDIO\nINDEX 01 05:00:00\n",
          "//0| 0-45000| 45000-67500| 67500-90000"},
+        {"the same file again", file + one + file + "TRACK 02\nINDEX 01 09:00:00\n", "//0| 0-40500| 40500-45000"},
         {"performers of tracks", "PERFORMER \"A\"\n" + file + "TRACK 01 AUDIO\nPERFORMER \"B\"\nINDEX 01 00:00:00\n",
          "A//0|B:  0-45000"},
         {"our own performers are meant",
@@ -221,7 +222,9 @@ protected:
 
     std::string Write() {
         std::string path = side.folder / "sheets/s";
-        EXPECT_TRUE(WriteCueSheet(album, path, CueSheetOptions::FromStore())) << GetLastError().text;
+        EXPECT_EQ(WriteCueSheet(album, path, CueSheetOptions::FromStore()), ListingWritten::Written)
+            << GetLastError().text;
+        EXPECT_EQ(WriteCueSheet(album, path, CueSheetOptions::FromStore()), ListingWritten::Unchanged);
         return path;
     }
 
@@ -290,7 +293,7 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     EXPECT_EQ(album.tracks.size(), 2);
 
     for (std::string taken : {side.entry->GetPath(), side.folder / "Mine.mcf"}) {
-        EXPECT_FALSE(WriteCueSheet(album, taken, {}));
+        EXPECT_EQ(WriteCueSheet(album, taken, {}), ListingWritten::Failed);
     }
     EXPECT_EQ(GetUndoState().undo_index, 0);
 }

@@ -98,7 +98,7 @@ TEST_F(Listings, SettingsChooseWhatTextAndColumnsHold) {
 
 TEST_F(Listings, FilesGetTheirExtensionAndTheUsersChoiceIsKept) {
     std::string path = folder / "new/list";
-    ASSERT_TRUE(ExportListing({&album}, ListingFormat::M3U8, path));
+    ASSERT_EQ(ExportListing({&album}, ListingFormat::M3U8, path), ListingWritten::Written);
     EXPECT_EQ(path, folder / "new/list.m3u8");
     EXPECT_TRUE(OrvaneTest::ReadBytes(path).starts_with("#EXTM3U\r\n#EXTINF:2,"));
     RememberListing(ListingFormat::M3U8, path);
