@@ -19,11 +19,6 @@ namespace {
 constexpr int kOpenTries = 8;
 constexpr auto kOpenPause = std::chrono::milliseconds(250);
 
-struct FileCloser {
-    void operator()(FILE* file) const { fclose(file); }
-};
-using FileHandle = std::unique_ptr<FILE, FileCloser>;
-
 void Show(bool report, const std::string& text) {
     if (report && IsMainThread()) ShowMessage(text);
 }
@@ -35,7 +30,7 @@ int Fail(bool report, std::string text) {
 }
 
 int ReadWhole(const std::string& path, std::vector<uint8_t>& bytes) {
-    FileHandle file;
+    FilePtr file;
     int error = 0;
     for (int tries = 1; !file; ++tries) {
         file.reset(OpenFile(path, "rb", error));

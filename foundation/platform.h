@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -29,6 +30,11 @@ bool FileExists(std::string_view path);
 // mode as fopen's. When file handles run out the limit is raised by half, to 8192 at most, and the open tried again.
 // A file being written is refused to other writers of this program only. Returns null and sets `error`.
 FILE* OpenFile(std::string_view path, const char* mode, int& error);
+// An open file that closes with its owner. A failure of that is not told, so who writes closes by hand.
+struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<FILE, CloseFile>;
 // Flushes buffers and makes the system put the data on the disk.
 int FlushToDisk(FILE* file);
 int TruncateFile(FILE* file, int64_t length);

@@ -13,10 +13,6 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
 // Bytes in pieces: those of a file through a buffer, or those of a memory block in one.
 struct ByteSource {
     // Puts the next piece in `piece`, which lasts until the next call. False at the end and on a read error.
@@ -33,7 +29,7 @@ struct ByteSource {
     }
 
     std::string_view piece;
-    std::unique_ptr<FILE, CloseFile> file;
+    FilePtr file;
     std::vector<char> buffer;
     std::string path;
     bool failed = false;

@@ -16,6 +16,12 @@ std::atomic<int> n_running_workers{0};
 
 ThreadPool* gWorkerThreadPool = nullptr;
 
+int MaxThreads() {
+    constexpr int kMost = 64;
+    const int wanted = GetSetting("Max Threads", 4);
+    return std::clamp(wanted <= 0 ? kMost : wanted, 1, std::max(1, std::min(kMost, ProcessorCount())));
+}
+
 ThreadPool::ThreadPool(int max_threads) : max_threads(max_threads), entries(static_cast<size_t>(max_threads)) {}
 
 ThreadPool::~ThreadPool() {

@@ -15,6 +15,10 @@ namespace Tesslib {
 
 class WorkerThread;
 
+// How many threads may share the work: the setting "Max Threads" (default 4; 0 or below: 64), held to 64 and to the
+// number of processors, at least 1.
+int MaxThreads();
+
 // The threads of one job. Not a queue of tasks: the table's size is fixed when it is made, and it is destroyed empty.
 class ThreadPool {
 public:

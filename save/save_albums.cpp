@@ -22,8 +22,6 @@
 namespace Orvane {
 namespace {
 
-constexpr int kMaxThreads = 64;
-
 std::string Red(const std::string& text) {
     return "<fg color=#ff0000>" + text + "</fg>";
 }
@@ -192,12 +190,6 @@ void Count(const SavedTrack& saved, SaveResult& result) {
 }
 
 }  // namespace
-
-int MaxThreads() {
-    int threads = GetSetting("Max Threads", 4);
-    if (threads <= 0) threads = kMaxThreads;
-    return std::clamp(threads, 1, std::max(1, std::min(kMaxThreads, ProcessorCount())));
-}
 
 SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings& settings, int n_threads,
                       const std::vector<int>& only_tracks) {

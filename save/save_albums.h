@@ -26,9 +26,6 @@ struct SaveResult {
     bool cancelled = false;
 };
 
-// "Max Threads" (0 or below: 64), held to 64 and to the number of processors, at least 1.
-int MaxThreads();
-
 // Saves the tracks of `albums` as one job, album by album, with its lines in the progress log, and moves the status of
 // albums that went well. `only_tracks` limits it to some tracks (indices) of a single album; empty means all.
 // `n_threads` 0 is MaxThreads. Main thread; it stays alive meanwhile. Progress::Begin and End are the caller's.

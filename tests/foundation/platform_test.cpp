@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <fstream>
-#include <memory>
 #include <vector>
 
 #include "foundation/path.h"
@@ -22,11 +21,6 @@ using OrvaneTest::ReadBytes;
 using OrvaneTest::ScopedEnvironment;
 using OrvaneTest::TempFolder;
 using Names = std::set<std::string>;
-
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<FILE, CloseFile>;
 
 TEST(PlatformFiles, ASecondWriterIsRefusedAndTheFileStaysWhole) {
     TempFolder folder;
