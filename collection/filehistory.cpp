@@ -217,7 +217,8 @@ bool FileHistoryEntry::StoreFacts() {
 }
 
 int FileHistoryEntry::OpenLocked() {
-    if (!IsPrivate() && IsMainThread()) CheckFile();
+    // Unsaved, another size or time would make the derived files stale in every session.
+    if (!IsPrivate() && IsMainThread() && CheckFile()) MarkChanged();
     const std::string path = GetPath();
     int error = 0;
     open_file = OpenForReading(path, error);
