@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 
+#include "cleanup/generatewaveform.h"
 #include "foundation/assert.h"
+#include "foundation/host.h"
 
 namespace Orvane {
 namespace {
@@ -23,6 +26,12 @@ uint8_t ByteOf(int32_t magnitude) {
 }
 
 }  // namespace
+
+int32_t OverviewBlock(int32_t samplerate) {
+    int32_t block = 288;
+    for (int64_t highest = 12000; samplerate > highest; highest *= 2) block *= 2;
+    return block;
+}
 
 void OverviewPeaks::Add(const float* pairs, int32_t n_samples, std::vector<uint8_t>& bytes) {
     while (n_samples > 0) {
@@ -51,7 +60,7 @@ void OverviewPeaks::Flush(std::vector<uint8_t>& bytes) {
 
 std::span<uint8_t> WaveformOverview::AddRecording(int64_t n_samples, int32_t rate) {
     samplerate = rate;
-    block = SamplesPerFrame(rate);
+    block = OverviewBlock(rate);
     const Recording recording{n_samples, total_bytes, (n_samples + block / 2) / block};
     recordings.push_back(recording);
     total_samples += n_samples;
@@ -62,7 +71,7 @@ std::span<uint8_t> WaveformOverview::AddRecording(int64_t n_samples, int32_t rat
 
 int WaveformOverview::AddRecording(PCMStream& file) {
     const int32_t rate = file.GetSampleRate(kWaveformFlags);
-    const int32_t frames = SamplesPerFrame(rate);
+    const int32_t frames = OverviewBlock(rate);
     const int32_t chunk = frames * kBlocksPerRead;
     std::vector<float> pairs(2 * static_cast<size_t>(chunk));
     std::vector<uint8_t> made;
@@ -78,6 +87,23 @@ int WaveformOverview::AddRecording(PCMStream& file) {
     const std::span<uint8_t> room = AddRecording(position, rate);
     std::copy_n(made.begin(), std::min(made.size(), room.size()), room.begin());
     return 0;
+}
+
+void ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings, int flags) {
+    if (overview.loaded) return;
+    overview = {};
+    const MayRegenerate may_regenerate = flags & OVERVIEW_GENERATE ? MayRegenerate::Yes : MayRegenerate::No;
+    for (FileHistoryEntry* entry : recordings) {
+        if (entry->TotalSamples() == 0 && entry->Open(USER_PROBE, false) == OPEN_GOOD) entry->Close(USER_PROBE);
+        const std::span<uint8_t> room = overview.AddRecording(entry->TotalSamples(), entry->SampleRate());
+        FilePtr wft;
+        OpenWaveformFile(*entry, ".wft", wft, nullptr, nullptr, may_regenerate);
+        if (wft && std::fread(room.data(), 1, room.size(), wft.get()) < room.size() && std::ferror(wft.get())) {
+            FailRead(entry->WaveformPath(".wft"), errno);
+            ShowLastError();
+        }
+    }
+    overview.loaded = overview.total_bytes > 0 && !(flags & OVERVIEW_READ_AGAIN);
 }
 
 WaveformOverview BuildOverview(PCMStream& file) {

@@ -11,8 +11,13 @@ namespace Orvane {
 
 using namespace Tesslib;
 
+class FileHistoryEntry;
+
 // What overviews and the drawing of a recording are made from: the file as it is, without any correction.
 inline constexpr uint32_t kWaveformFlags = PCM_NO_FADERS | PCM_NO_CLICK_REPAIR | PCM_NO_PREAMP | PCM_NO_SWAP;
+
+// Samples a byte: the MPEG frame size of the rate, and for a rate that has none that of the next higher one.
+int32_t OverviewBlock(int32_t samplerate);
 
 // Makes the overview's bytes: the largest magnitude of either channel in a block, 0 to 254 for silence to full scale
 // and beyond. The audio may come in any chunks.
@@ -53,6 +58,14 @@ struct WaveformOverview {
     int32_t block = 0;       // samples a byte
     bool loaded = false;     // false: to be read again before it is used
 };
+
+enum OverviewFlags : int {
+    OVERVIEW_GENERATE = 1,    // recordings without a fresh file have it made
+    OVERVIEW_READ_AGAIN = 4,  // leaves `loaded` false, so that the next call reads again
+};
+// Fills the overview, unless it is loaded, from the waveform files of an album's recordings. One whose file is missing
+// or stale is silent. A recording that has not been open before is opened for a moment. Main thread.
+void ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings, int flags);
 
 // The overview of a single recording; empty and not loaded when it cannot be read.
 WaveformOverview BuildOverview(PCMStream& file);

@@ -180,9 +180,8 @@ std::string FileHistoryEntry::GetPath() const {
     return JoinPath(set ? set->recordings_folder : std::string(), SafeFileName(name + name_suffix + extension));
 }
 
-std::string FileHistoryEntry::WaveformPath(std::string_view waveform_extension) const {
-    const std::string path = GetPath();
-    return JoinPath(JoinPath(FolderOf(path), "orvfiles"), FileNameOf(path)).append(waveform_extension);
+std::string FileHistoryEntry::WaveformPathFor(std::string_view recording_path, std::string_view waveform_extension) {
+    return JoinPath(JoinPath(FolderOf(recording_path), "orvfiles"), FileNameOf(recording_path)).append(waveform_extension);
 }
 
 std::vector<std::string> FileHistoryEntry::AllPaths() const {

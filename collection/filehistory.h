@@ -110,7 +110,8 @@ public:
     // Removes side files: bit 0 the four waveform files, bit 1 the corrections file.
     void DeleteDerivedFiles(int what);
     // The path of a waveform side file of `extension` (".wfd"), in the folder `orvfiles` beside the recording.
-    std::string WaveformPath(std::string_view extension) const;
+    std::string WaveformPath(std::string_view extension) const { return WaveformPathFor(GetPath(), extension); }
+    static std::string WaveformPathFor(std::string_view recording_path, std::string_view extension);
 
     // The paths of the recording and of all files that are named after it, in a fixed order, whether they are there or
     // not.

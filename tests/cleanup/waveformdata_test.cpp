@@ -2,27 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 
 #include "audiosignals.h"
+#include "plain_waveform.h"
 
 namespace Orvane {
 namespace {
-
-// Every sample made a 16-bit number by itself.
-std::vector<uint8_t> PlainOverview(const std::vector<float>& pairs, size_t block) {
-    std::vector<uint8_t> bytes;
-    for (size_t start = 0; start < pairs.size(); start += 2 * block) {
-        int peak = 0;
-        for (size_t i = start; i < std::min(pairs.size(), start + 2 * block); ++i) {
-            const double scaled = std::clamp(std::trunc(static_cast<double>(pairs[i]) * 32767.0), -32767.0, 32767.0);
-            peak = std::max(peak, std::abs(static_cast<int>(scaled)));
-        }
-        bytes.push_back(static_cast<uint8_t>(peak * 254 / 32767));
-    }
-    return bytes;
-}
 
 TEST(WaveformData, BytesEqualThePlainModelInAnyChunks) {
     OrvaneTest::Noise noise(1);
@@ -33,7 +19,7 @@ TEST(WaveformData, BytesEqualThePlainModelInAnyChunks) {
     pairs[7000] = 1.0f;
     pairs[12000] = -std::numeric_limits<float>::infinity();
     for (int32_t block : {1, 288, 1152, 4608}) {
-        const std::vector<uint8_t> wanted = PlainOverview(pairs, static_cast<size_t>(block));
+        const std::vector<uint8_t> wanted = OrvaneOracle::Overview(pairs, static_cast<size_t>(block));
         for (int32_t chunk : {1, 7, 511, 1152, 20000}) {
             OverviewPeaks peaks(block);
             std::vector<uint8_t> bytes;
@@ -44,6 +30,14 @@ TEST(WaveformData, BytesEqualThePlainModelInAnyChunks) {
             EXPECT_EQ(bytes, wanted) << block << " " << chunk;
         }
     }
+}
+
+TEST(WaveformData, ABlockIsThatOfAnMpegFrameAndEveryRateHasOne) {
+    for (int32_t rate : {8000, 11025, 16000, 22050, 32000, 44100, 48000, 88200, 96000, 176400, 192000, 384000}) {
+        EXPECT_EQ(OverviewBlock(rate), SamplesPerFrame(rate)) << rate;
+    }
+    EXPECT_EQ(OverviewBlock(24000), 576);
+    EXPECT_EQ(OverviewBlock(50000), 2304);
 }
 
 }  // namespace

@@ -1,0 +1,133 @@
+// Waveform files: made from a WAV side of 22 minutes, beside the plain read of the same file, and the drawing of a side
+// of an hour for a window of 4000 pixels at every kind of zoom. CPU time is that of the one thread at work; what counts
+// is times_real_time, and the milliseconds of a drawing.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "audiosignals.h"
+#include "cleanup/generatewaveform.h"
+#include "cleanup/waveformreader.h"
+#include "collection/dataobjects.h"
+#include "foundation/mainloop.h"
+#include "temp_folder.h"
+#include "tesslib/wavfile.h"
+
+namespace Orvane {
+namespace {
+
+constexpr int kRate = 44100;
+
+const OrvaneTest::TempFolder& Folder() {
+    static const OrvaneTest::TempFolder folder;
+    return folder;
+}
+
+// A side of noise at changing levels; made on first use.
+std::string SideOf(int minutes) {
+    const std::string path = Folder() / std::to_string(minutes) + ".wav";
+    if (std::filesystem::exists(path)) return path;
+    OrvaneTest::Noise noise(1);
+    std::vector<float> pairs(2 * kRate);
+    WAVFile file;
+    file.SetSBC(kRate, 16, 2);
+    file.Open(path, OM_CREATE);
+    for (int second = 0; second < 60 * minutes; ++second) {
+        const double level = 0.05 + 0.4 * noise.Even();
+        for (float& sample : pairs) sample = static_cast<float>(level * (2 * noise.Even() - 1));
+        file.Write(pairs.data(), kRate);
+    }
+    file.Close();
+    return path;
+}
+
+void CountRealTime(benchmark::State& state, int minutes) {
+    state.counters["times_real_time"] =
+        benchmark::Counter(60.0 * minutes, benchmark::Counter::kIsIterationInvariantRate);
+}
+
+template <class Use>
+void ReadWhole(PCMStream& file, const Use& use) {
+    const int32_t chunk = OverviewBlock(kRate);
+    std::vector<float> pairs(2 * static_cast<size_t>(chunk));
+    int64_t position = 0;
+    for (int32_t n; (n = file.Read(position, pairs.data(), chunk, kWaveformFlags)) > 0; position += n)
+        use(pairs.data(), n);
+}
+
+void PlainRead(benchmark::State& state) {
+    const std::string path = SideOf(22);
+    for (auto _ : state) {
+        WAVFile file;
+        file.Open(path, OM_READ);
+        ReadWhole(file, [](float* pairs, int32_t) { benchmark::DoNotOptimize(pairs); });
+        file.Close();
+    }
+    CountRealTime(state, 22);
+}
+BENCHMARK(PlainRead)->Unit(benchmark::kMillisecond);
+
+void Generation(benchmark::State& state) {
+    const std::string path = SideOf(22);
+    for (auto _ : state) {
+        WAVFile file;
+        file.Open(path, OM_READ);
+        WaveformWriter writer(kRate, false);
+        if (!writer.Open(path)) std::abort();
+        ReadWhole(file, [&](float* pairs, int32_t n) { writer.Write(pairs, n); });
+        if (!writer.Close(true, file.Time())) std::abort();
+        file.Close();
+    }
+    CountRealTime(state, 22);
+}
+BENCHMARK(Generation)->Unit(benchmark::kMillisecond);
+
+// A side of an hour with its waveform, thirty cuts and ten thousand repairs a channel.
+FileHistoryEntry& HourOfMusic() {
+    static AlbumInfo album;
+    static RefPtr<FileHistoryEntry> entry;
+    if (entry) return *entry;
+    entry = MakeRef<FileHistoryEntry>(&album, nullptr);
+    entry->external_file = SideOf(60);
+    entry->extension = ".wav";
+    entry->flags |= FHE_EXTERNAL_FILE | FHE_CORRECTIONS_LOADED;
+    RequestWaveformData(*entry);
+    while (entry->generating) GetMainLoop().RunOne(100);
+    for (int64_t minute = 1; minute <= 30; ++minute) {
+        entry->cuts.Add(minute * 60 * kRate, minute * 60 * kRate + 3 * kRate, 220, kRate);
+    }
+    for (ClickRepairList& list : entry->click_repairs) {
+        for (int64_t i = 0; i < 10000; ++i) {
+            auto* repair = new ClickRepair(REPAIR_SCANNER, i * 15000, i * 15000 + 30, 6);
+            repair->SetSamples(std::make_unique<int16_t[]>(30));
+            list.Append(repair);
+        }
+    }
+    return *entry;
+}
+
+void Columns(benchmark::State& state) {
+    WaveformReader reader(HourOfMusic());
+    WaveformView view;
+    view.width = 4000;
+    view.n_samples = state.range(0) * view.width;
+    view.corrected = state.range(1) != 0;
+    const int64_t total = 57 * 60 * kRate;
+    std::vector<WaveformRecord> columns;
+    for (auto _ : state) {
+        // A window that scrolls.
+        view.first = (view.first + view.n_samples / 3) % std::max<int64_t>(1, total - view.n_samples);
+        if (reader.Read(view, columns) != WaveformResult::Drawn) state.SkipWithError("not drawn");
+        benchmark::DoNotOptimize(columns.data());
+    }
+}
+BENCHMARK(Columns)
+    ->ArgNames({"frames_per_pixel", "corrected"})
+    ->ArgsProduct({{1, 63, 64, 2047, 2048, 16383, 16384, 37000}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace Orvane
+
+BENCHMARK_MAIN();
