@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cleanup/generatewaveform.h"
 #include "foundation/progress.h"
 
 namespace Orvane {
@@ -33,6 +34,15 @@ private:
 bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     overview = {};
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    const auto is_drawn = [](const FileHistoryEntry* recording) {
+        return recording->TotalSamples() > 0 && FileExists(recording->GetPath()) &&
+               IsWaveformFileFresh(*recording, ".wft");
+    };
+    if (std::all_of(recordings.begin(), recordings.end(), is_drawn)) {
+        ReadSideOverview(overview, recordings, 0);
+        if (overview.loaded) return true;
+        overview = {};
+    }
     const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
     for (size_t i = 0; i < recordings.size(); ++i) {
         FileHistoryEntry& recording = *recordings[i];

@@ -1,4 +1,4 @@
-// The level overview of an album, from the audio of its recordings.
+// The level overview of an album, from the waveform files of its recordings or else from their audio.
 #pragma once
 
 #include "cleanup/waveformdata.h"
