@@ -96,6 +96,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddRecordingCommands(*tree);
     AddTrackCommands(*tree);
     AddSplitCommands(*tree);
+    AddWaveformCommand(*tree);
     AddDeclickCommand(*tree);
     AddRepairsCommands(*tree);
     AddFilterCommands(*tree);

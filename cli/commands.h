@@ -46,6 +46,7 @@ void AddCutCommands(CommandTree& tree);
 void AddSplitCommands(CommandTree& tree);
 void AddCueCommands(CommandTree& tree);
 void AddListingCommand(CommandTree& tree);
+void AddWaveformCommand(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 
 // Every command of the program.

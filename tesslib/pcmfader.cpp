@@ -5,6 +5,11 @@
 
 namespace Tesslib {
 
+float FaderGain(int64_t distance, int32_t length, bool linear) {
+    const double x = distance > 0 ? length / static_cast<double>(distance) : 1e15;
+    return static_cast<float>(linear ? 1.0 / x : 1.0 / (std::exp(x) - 1.718));
+}
+
 PCMFader::PCMFader(PCMStream* source, uint32_t flags) : PCMStream(source, source->GetSampleRate(flags)) {}
 
 void PCMFader::SetFaders(const FADERS* new_faders) {
@@ -28,10 +33,8 @@ bool PCMFader::AltersAudio(int64_t position, int64_t n_samples, uint32_t) {
 }
 
 float PCMFader::GainAt(int64_t position, Region region) const {
-    int64_t distance = region == FadeIn ? position - faders.fade_in_start : faders.fade_out_end - position;
-    int32_t length = region == FadeIn ? faders.fade_in_length : faders.fade_out_length;
-    double x = distance > 0 ? length / static_cast<double>(distance) : 1e15;
-    return static_cast<float>(faders.linear ? 1.0 / x : 1.0 / (std::exp(x) - 1.718));
+    if (region == FadeIn) return FaderGain(position - faders.fade_in_start, faders.fade_in_length, faders.linear);
+    return FaderGain(faders.fade_out_end - position, faders.fade_out_length, faders.linear);
 }
 
 void PCMFader::Fade(float* pairs, int64_t first, int64_t end, Region region) const {

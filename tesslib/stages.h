@@ -16,6 +16,9 @@ struct FADERS {
     bool linear = false;          // a straight line instead of the curve
 };
 
+// The gain of a fader of `length` at `distance` from its silent end, both in the same unit; about 1 at its full length.
+float FaderGain(int64_t distance, int32_t length, bool linear);
+
 class PCMFader : public PCMStream {
 public:
     PCMFader() : PCMStream(nullptr, 0) {}

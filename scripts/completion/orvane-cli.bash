@@ -28,7 +28,7 @@ _orvane_cli() {
     esac
 
     case $command in
-        "") options="digitise new info album recording track fade split break status declick repairs patch preset filter curve cut cue listing render save probe convert settings --version" ;;
+        "") options="digitise new info album recording track fade split break status waveform declick repairs patch preset filter curve cut cue listing render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
         "track ") options="list add set remove" ;;
@@ -50,6 +50,7 @@ _orvane_cli() {
         "cue ") options="write read" ;;
         listing) options="--as" ;;
         "curve ") options="list names add remove" ;;
+        waveform) options="--side --png --from --to --width" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
         "filter noise") options="--side --from --to" ;;
         "filter add") options="--side --from --to --preset hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
