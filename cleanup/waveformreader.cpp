@@ -32,13 +32,17 @@ WaveformRecord Between(const WaveformRecord& from, const WaveformRecord& to, dou
             value(from.max_right, to.max_right)};
 }
 
-}  // namespace
+// Where the columns of a zoom come from.
+enum class WaveformSource { Audio, Wfd, Wfo, Wfs };
 
+// By the frames that a column stands for, rounded down; whatever the rate of the recording.
 WaveformSource ChooseWaveformSource(int64_t frames_per_column) {
     if (frames_per_column < 64) return WaveformSource::Audio;
     if (frames_per_column < 2048) return WaveformSource::Wfd;
     return frames_per_column < 16384 ? WaveformSource::Wfo : WaveformSource::Wfs;
 }
+
+}  // namespace
 
 WaveformReader::WaveformReader(FileHistoryEntry& entry) : entry(entry) {
     event::Subscribe(EVENT_WAVEFORM_PROGRESS, event::Arg(&entry), OnProgress, this);

@@ -10,11 +10,6 @@
 
 namespace Orvane {
 
-// Where the columns of a zoom come from.
-enum class WaveformSource { Audio, Wfd, Wfo, Wfs };
-// By the frames that a column stands for, rounded down; whatever the rate of the recording.
-WaveformSource ChooseWaveformSource(int64_t frames_per_column);
-
 // A stretch of the recording's edited timeline, in frames at its own rate. What lies behind the end is drawn as
 // silence.
 struct WaveformView {

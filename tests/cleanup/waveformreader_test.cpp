@@ -62,13 +62,16 @@ TEST(WaveformReader, ColumnsEqualThePlainModelAtEveryZoom) {
         }
         view.first = noise.Below(399000);
         ASSERT_EQ(reader.Read(view, columns), WaveformResult::Drawn);
-        const bool audio = view.n_samples / view.width < 64;
-        // The columns of the audio itself come from the chain, which knows the cuts.
-        Tesslib::Testing::MemoryStream file(44100, pairs);
-        PCMStack chain(&entry, &file, PCM_NO_FADERS | PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR, 0);
-        EXPECT_EQ(columns, audio ? PlainColumns(Tesslib::Testing::ReadAll(chain), none, view)
-                                 : PlainColumns(pairs, entry.cuts, view))
-            << i << ": " << view.first << " " << view.n_samples << " in " << view.width;
+        std::vector<WaveformRecord> wanted;
+        if (BlockFor(view.n_samples / view.width) == 1) {
+            // The columns of the audio itself come from the chain, which knows the cuts.
+            Tesslib::Testing::MemoryStream file(44100, pairs);
+            PCMStack chain(&entry, &file, PCM_NO_FADERS | PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR, 0);
+            wanted = PlainColumns(Tesslib::Testing::ReadAll(chain), none, view);
+        } else {
+            wanted = PlainColumns(pairs, entry.cuts, view);
+        }
+        EXPECT_EQ(columns, wanted) << i << ": " << view.first << " " << view.n_samples << " in " << view.width;
     }
 }
 
