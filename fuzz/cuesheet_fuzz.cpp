@@ -9,21 +9,21 @@ namespace {
 
 using Tracks = simple_vector<ALBUMTRACK>;
 
-// Reads a sheet over files of ten minutes each.
-bool Read(std::string_view bytes, CueSheet& sheet, std::vector<CueFile>& files, Tracks& tracks) {
+// Reads a sheet over files of ten minutes each: its own, or with `is_ours` those that it has been written with.
+bool Read(std::string_view bytes, bool is_ours, CueSheet& sheet, std::vector<CueFile>& files, Tracks& tracks) {
     CueProblem problem;
     const auto reader = ReadTextFrom(bytes, Encoding::Detect, NotUtf8::Windows1252);
     bool good = ParseCueSheet(*reader, "/music", sheet, problem);
-    if (good && files.empty()) {
-        for (const CueSheet::File& file : sheet.files) {
-            const int64_t start = static_cast<int64_t>(files.size()) * 600 * kTicksPerSecond;
-            files.push_back({file.path, start, start + 600 * kTicksPerSecond});
-        }
-    }
     std::vector<CueFile> named;
     for (const CueSheet::File& file : sheet.files) {
-        const size_t place = file.number > 0 ? static_cast<size_t>(file.number) - 1 : named.size();
-        named.push_back(files[std::min(place, files.size() - 1)]);
+        const int64_t start = static_cast<int64_t>(named.size()) * 600 * kTicksPerSecond;
+        named.push_back({file.path, start, start + 600 * kTicksPerSecond});
+    }
+    if (files.empty()) files = named;
+    // Written again, a file in which no track starts is left out and the others keep their numbers.
+    for (size_t i = 0; i < named.size(); ++i) {
+        const size_t number = std::max<size_t>(1, static_cast<size_t>(sheet.files[i].number));
+        if (is_ours) named[i] = files[std::min(number, files.size()) - 1];
     }
     good = good && PlaceCueTracks(sheet, named, Tracks(), tracks, problem);
     ORVANE_ASSERT(good || (!problem.text.empty() && problem.line >= 0));
@@ -36,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CueSheet sheet;
     std::vector<CueFile> files;
     Tracks tracks;
-    if (!Read({reinterpret_cast<const char*>(data), size}, sheet, files, tracks)) return 0;
+    if (!Read({reinterpret_cast<const char*>(data), size}, false, sheet, files, tracks)) return 0;
     int64_t end = 0;
     for (const ALBUMTRACK& track : tracks) {
         ORVANE_ASSERT(track.start >= end && track.end >= track.start);
@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     album.tracks = tracks;
     CueSheet sheet_again;
     Tracks again;
-    ORVANE_ASSERT(Read(CueSheetText(album, files, {}), sheet_again, files, again));
+    ORVANE_ASSERT(Read(CueSheetText(album, files, {}), true, sheet_again, files, again));
     ORVANE_ASSERT(again.size() == tracks.size());
     for (int i = 0; i < tracks.size(); ++i) {
         ORVANE_ASSERT(again[i].end == tracks[i].end && again[i].IsEmpty() == tracks[i].IsEmpty());

@@ -45,8 +45,10 @@ int64_t LengthOf(const std::string& path) {
 }
 
 // Which of the album's recordings the files of a sheet are, each another one: by path, name, number or order. Empty
-// where not every one of them is one.
+// where not every one of them is one. Recordings in several folders may share a name, and a sheet without folders then
+// has the same path for them all, so name and number together come first.
 std::vector<CueFile> MatchRecordings(const CueSheet& sheet, const std::vector<CueFile>& recordings) {
+    if (sheet.files.size() > recordings.size()) return {};
     std::vector<size_t> matches(sheet.files.size(), recordings.size());
     const auto match = [&](const auto& is_it) {
         for (size_t i = 0; i < matches.size(); ++i) {
@@ -57,11 +59,14 @@ std::vector<CueFile> MatchRecordings(const CueSheet& sheet, const std::vector<Cu
         }
     };
     const bool in_order = sheet.files.size() == recordings.size();
-    match([&](size_t i, size_t r) { return AbsolutePath(recordings[r].path) == sheet.files[i].path; });
-    match([&](size_t i, size_t r) {
+    const auto same_name = [&](size_t i, size_t r) {
         return CompareNoCase(FileNameOf(recordings[r].path), FileNameOf(sheet.files[i].path)) == 0;
-    });
-    match([&](size_t i, size_t r) { return sheet.files[i].number == static_cast<int>(r) + 1; });
+    };
+    const auto same_number = [&](size_t i, size_t r) { return sheet.files[i].number == static_cast<int>(r) + 1; };
+    match([&](size_t i, size_t r) { return same_name(i, r) && same_number(i, r); });
+    match([&](size_t i, size_t r) { return AbsolutePath(recordings[r].path) == sheet.files[i].path; });
+    match(same_name);
+    match(same_number);
     match([&](size_t i, size_t r) { return in_order && i == r; });
 
     std::vector<CueFile> files;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <map>
 #include <span>
 
 #include "collection/steering_records.h"
@@ -119,11 +120,11 @@ private:
         const bool absolute = has_drive || IsAbsolutePath(name);
         name = NativePath(name);
         const std::string path = absolute ? name : AbsolutePath(JoinPath(folder, name));
-        // Some programs name the same file before every track.
-        const auto known = std::find_if(sheet.files.begin(), sheet.files.end(),
-                                        [&](const CueSheet::File& file) { return file.path == path; });
-        current_file = static_cast<int>(known - sheet.files.begin());
-        if (known == sheet.files.end()) sheet.files.push_back({path, file_number, problem.line});
+        // Ours count the recordings from the second on. Other programs may name one file before every track.
+        if (is_ours && sheet.files.empty() && file_number == 0) file_number = 1;
+        const auto [known, is_new] = files.try_emplace({path, file_number}, static_cast<int>(sheet.files.size()));
+        current_file = known->second;
+        if (is_new) sheet.files.push_back({path, file_number, problem.line});
         file_number = 0;
         return true;
     }
@@ -207,6 +208,7 @@ private:
     CueSheet& sheet;
     CueProblem& problem;
     int64_t last_number = 0;
+    std::map<std::pair<std::string, int>, int> files;  // indexes by path and number
     int current_file = 0;
     int file_number = 0;  // of the next FILE
     bool is_ours = false;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <unordered_set>
 
 #include "collection/recordingplaces.h"
 #include "foundation/fileerror.h"
@@ -12,6 +13,7 @@
 #include "foundation/path.h"
 #include "foundation/progress.h"
 #include "foundation/safefile.h"
+#include "foundation/text.h"
 #include "save/save_track.h"
 
 namespace Orvane {
@@ -84,6 +86,7 @@ std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums
                                            const std::function<std::string(const AlbumInfo&)>& name,
                                            const std::function<ListingWritten(AlbumInfo&, std::string& path)>& write) {
     std::vector<ListingDone> listings;
+    std::unordered_set<std::string> taken;
     for (size_t i = 0; i < albums.size(); ++i) {
         Progress::SetPosition(static_cast<int>(1000 * i / albums.size()));
         if (!Progress::Tick()) {
@@ -92,6 +95,10 @@ std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums
         }
         ListingDone listing{albums[i], name(*albums[i]), {}};
         if (listing.path.empty()) continue;
+        const std::string wanted = listing.path;
+        for (int copy = 2; !taken.insert(LowerAscii(listing.path)).second; ++copy) {
+            listing.path = fmt::sprintf("%s (%d)%s", WithoutExtension(wanted), copy, ExtensionOf(wanted));
+        }
         Progress::Log(albums[i]->artist + " - " + albums[i]->title);
         if (write(*albums[i], listing.path) != ListingWritten::Failed) {
             Progress::Log(" - <fg color=#00a000>done</fg>\n");

@@ -32,8 +32,8 @@ struct ListingDone {
 };
 
 // Calls `write` for each album with the path that `name` gives, as one job with lines in the progress log; a failure,
-// whose reason is the last error, is told in red and the job goes on. An album without a path is left out. Main thread;
-// Progress::Begin and End are the caller's.
+// whose reason is the last error, is told in red and the job goes on. An album without a path is left out; where albums
+// share one, all but the first get " (2)" and so on. Main thread; Progress::Begin and End are the caller's.
 std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums,
                                            const std::function<std::string(const AlbumInfo&)>& name,
                                            const std::function<ListingWritten(AlbumInfo&, std::string& path)>& write);

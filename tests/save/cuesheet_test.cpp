@@ -162,6 +162,8 @@ TEST(CueSheetReaderTest, TakesTheSheetsOfOtherPrograms) {
          "INDEX 01 00:00:00\nTRACK 03 AUDIO\nINDEX 01 05:00:00\n",
          "//0| 0-45000| 45000-67500| 67500-90000"},
         {"the same file again", file + one + file + "TRACK 02\nINDEX 01 09:00:00\n", "//0| 0-40500| 40500-45000"},
+        {"two files of one name", file + one + "REM FILE_NUMBER 2\n" + file + "TRACK 02\nINDEX 01 01:00:00\n",
+         "//0| 0-49500| 49500-90000"},
         {"performers of tracks", "PERFORMER \"A\"\n" + file + "TRACK 01 AUDIO\nPERFORMER \"B\"\nINDEX 01 00:00:00\n",
          "A//0|B:  0-45000"},
         {"our own performers are meant",
@@ -303,16 +305,17 @@ TEST_F(CueSheetFiles, ManySheetsAreOneJob) {
     AlbumInfo empty;
     empty.artist = "Nobody";
     Progress::Begin("Cue sheets");
-    const std::vector<ListingDone> sheets = GenerateCueSheets({&empty, &album});
+    const std::vector<ListingDone> sheets = GenerateCueSheets({&empty, &album, &album});
     Progress::End();
-    ASSERT_EQ(sheets.size(), 2u);
+    ASSERT_EQ(sheets.size(), 3u);
     EXPECT_NE(sheets[0].error, "");
     EXPECT_EQ(sheets[1].path, side.folder / "Mine/Art - Blue.cue");
     EXPECT_TRUE(FileExists(sheets[1].path));
+    EXPECT_EQ(sheets[2].path, side.folder / "Mine/Art - Blue (2).cue") << "no sheet writes over another";
     EXPECT_EQ(progress.log,
               "Nobody -  - <fg color=#ff0000>Album:\n\n<b>Nobody - </b>\n\nhas no tracks.</fg>\n"
-              "Art - Blue - <fg color=#00a000>done</fg>\n");
-    EXPECT_EQ(messages.Texts(), std::vector<std::string>{"1 cue sheets generated."});
+              "Art - Blue - <fg color=#00a000>done</fg>\nArt - Blue - <fg color=#00a000>done</fg>\n");
+    EXPECT_EQ(messages.Texts(), std::vector<std::string>{"2 cue sheets generated."});
 }
 
 }  // namespace
