@@ -103,8 +103,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     AddCurveCommands(*tree);
     AddPresetCommands(*tree);
     AddCutCommands(*tree);
-    AddCueCommands(*tree);
-    AddListingCommand(*tree);
+    AddListingCommands(*tree);
     AddRenderCommand(*tree);
     AddSaveCommand(*tree);
     AddFileCommands(*tree);

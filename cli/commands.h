@@ -44,8 +44,7 @@ void AddCurveCommands(CommandTree& tree);
 void AddPresetCommands(CommandTree& tree);
 void AddCutCommands(CommandTree& tree);
 void AddSplitCommands(CommandTree& tree);
-void AddCueCommands(CommandTree& tree);
-void AddListingCommand(CommandTree& tree);
+void AddListingCommands(CommandTree& tree);
 void AddWaveformCommand(CommandTree& tree);
 void AddDigitiseCommand(CommandTree& tree);
 

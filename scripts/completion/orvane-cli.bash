@@ -48,7 +48,7 @@ _orvane_cli() {
         split) options="--adjust" ;;
         "break insert"|"break remove") options="--at --alt" ;;
         "cue ") options="write read" ;;
-        listing) options="--as" ;;
+        listing) options="--as --out" ;;
         "curve ") options="list names add remove" ;;
         waveform) options="--side --png --from --to --width" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;

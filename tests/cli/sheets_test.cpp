@@ -49,11 +49,38 @@ TEST_F(Sheets, OtherProgramsReadThem) {
     EXPECT_EQ(out, "x, \"y\"; <z>|A \"12\" & B|02\nA \"12\" & B - Früh; laut|C:\\A 12 & B - Früh; laut\\x, y; z\n");
 }
 
+TEST_F(Sheets, OfAllAlbumsAreOneJobThatTellsWhatFailed) {
+    Must({"album", "add", "c.mcf", "--artist", "Z", "--title", "Empty"});
+    nlohmann::json written = Json({"cue", "write", "c.mcf"}, 1);
+    EXPECT_EQ(written["files"].size(), 2u);
+    EXPECT_TRUE(std::filesystem::exists(written["files"][0]["file"]));
+    EXPECT_EQ(written["error"], "1 of 2 files could not be written: Album: Z - Empty has no tracks.");
+    Must({"listing", "c.mcf", "--as", "m3u", "--out", "lists"});
+    EXPECT_TRUE(ReadBytes(folder / "lists/A 12 & B - Früh; laut.m3u").starts_with("#EXTM3U\r\n#EXTINF:4,"));
+    EXPECT_EQ(Run({"listing", "c.mcf", "--as", "m3u"}).code, 2);
+    EXPECT_EQ(Run({"listing", "c.mcf", "--as", "txt"}).out,
+              "A \"12\" & B - Früh; laut\n------------------------------\n1. x, \"y\"; <z>\n2. Two\n3. Three\n\n"
+              "Z - Empty\n------------------------------\n");
+}
+
 TEST_F(Sheets, AreReadBackOrSayWhatIsWrong) {
     Must({"cue", "write", "c.mcf", "1", "out/s"});
     const nlohmann::json before = Json({"track", "list", "c.mcf", "1"});
     Must({"cue", "read", "c.mcf", "1", "out/s.cue"});
     EXPECT_EQ(Json({"track", "list", "c.mcf", "1"}), before);
+
+    // Recordings of one name, of which only the second lies beside the sheet.
+    std::filesystem::create_directory(folder / "b");
+    MakeWave("b/one.wav", 9);
+    Must({"album", "add", "c.mcf", "--artist", "Z", "--title", "B"});
+    Must({"recording", "add", "c.mcf", "2", "--side", "1", "one.wav"});
+    Must({"recording", "add", "c.mcf", "2", "--side", "2", "b/one.wav"});
+    Must({"track", "add", "c.mcf", "2", "--title", "One", "--start", "0", "--end", "5"});
+    Must({"track", "add", "c.mcf", "2", "--title", "Two", "--start", "11", "--end", "15"});
+    const nlohmann::json both = Json({"track", "list", "c.mcf", "2"});
+    Must({"cue", "write", "c.mcf", "2", "b/s.cue"});
+    Must({"cue", "read", "c.mcf", "2", "b/s.cue"});
+    EXPECT_EQ(Json({"track", "list", "c.mcf", "2"}), both);
 
     const std::string collection = ReadBytes(folder / "c.mcf");
     folder.Write("bad.cue", "TITLE \"New\"\nFILE \"one.wav\" WAVE\nTRACK 01 AUDIO\n  INDEX 01 soon\n");
