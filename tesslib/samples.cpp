@@ -34,19 +34,45 @@ ORVANE_INLINE void Load(Vector& vector, const void* from) {
 // Held to -1.0 to 1.0; the order of the comparisons sends NaN to -1.0.
 ORVANE_INLINE void LoadClipped(Floats& x, const float* in) {
     Load(x, in);
-    x = x > -1.0f ? x : Floats{} - 1.0f;
-    x = x < 1.0f ? x : Floats{} + 1.0f;
+    for (int i = 0; i < kBlock; ++i) x[i] = x[i] > -1.0f ? x[i] : -1.0f;
+    for (int i = 0; i < kBlock; ++i) x[i] = x[i] < 1.0f ? x[i] : 1.0f;
 }
 
 // Adding this to a double leaves the nearest integer, halves to even, in its low bits.
 constexpr double kRounder = 6755399441055744.0;  // 1.5 * 2^52
 
 // Double precision holds a float times a scale of up to 24 bits exactly, so that only one rounding takes place.
-ORVANE_INLINE void ScaleAndRound(const float* in, double scale, Longs& rounded) {
+ORVANE_INLINE void ScaleAndRound(const float* in, double scale, Words& rounded) {
     Floats x;
     LoadClipped(x, in);
     Doubles scaled = __builtin_convertvector(x, Doubles) * scale + kRounder;
-    std::memcpy(&rounded, &scaled, sizeof(rounded));
+    Longs longs;
+    std::memcpy(&longs, &scaled, sizeof(longs));
+    rounded = __builtin_convertvector(longs, Words);
+}
+
+// The same for scales of up to 23 bits without double precision, where the processor multiplies and adds with a single
+// rounding: from 2^23 to 2^24, of either sign, the floats are the integers.
+ORVANE_INLINE void ScaleAndRoundFused(const float* in, float scale, Words& rounded) {
+    Floats x, integers;
+    LoadClipped(x, in);
+    Words bits;
+    Load(bits, &x);
+    bits = (bits & 0x80000000u) | std::bit_cast<uint32_t>(0x1p23f);
+    Load(integers, &bits);
+    for (int i = 0; i < kBlock; ++i) x[i] = __builtin_fmaf(x[i], scale, integers[i]);
+    const Ints ints = __builtin_convertvector(x - integers, Ints);
+    Load(rounded, &ints);
+}
+
+template <bool kFused>
+ORVANE_INLINE void ScaleAndRoundTo(int bits, const float* in, Words& rounded) {
+    const int scale = (1 << (bits - 1)) - 1;
+    if constexpr (kFused) {
+        ScaleAndRoundFused(in, static_cast<float>(scale), rounded);
+    } else {
+        ScaleAndRound(in, scale, rounded);
+    }
 }
 
 ORVANE_INLINE void SwapBytes(HalfWords& v) {
@@ -56,12 +82,12 @@ ORVANE_INLINE void SwapBytes(Words& v) {
     v = (v << 24) | ((v & 0xFF00) << 8) | ((v >> 8) & 0xFF00) | (v >> 24);
 }
 
+template <bool kFused>
 struct Encode16 {
     static constexpr int kBytes = 2;
     static ORVANE_INLINE void Block(const float* in, uint8_t* out, bool swap) {
-        Longs rounded;
-        ScaleAndRound(in, 32767.0, rounded);
-        Words words = __builtin_convertvector(rounded, Words);
+        Words words;
+        ScaleAndRoundTo<kFused>(16, in, words);
         HalfWords v = __builtin_convertvector(words, HalfWords);
         if (swap) SwapBytes(v);
         std::memcpy(out, &v, sizeof(v));
@@ -78,12 +104,12 @@ ORVANE_INLINE void PackFour(const Bytes& from, bool swap, Bytes& to) {
 }
 
 // Each store but a block's last is four bytes too long; the next one covers them.
+template <bool kFused>
 struct Encode24 {
     static constexpr int kBytes = 3;
     static ORVANE_INLINE void Block(const float* in, uint8_t* out, bool swap) {
-        Longs rounded;
-        ScaleAndRound(in, 8388607.0, rounded);
-        Words words = __builtin_convertvector(rounded, Words);
+        Words words;
+        ScaleAndRoundTo<kFused>(24, in, words);
         Bytes four[4];
         std::memcpy(four, &words, sizeof(words));
         Bytes packed;
@@ -101,9 +127,8 @@ struct Encode24 {
 struct EncodeInt32 {
     static constexpr int kBytes = 4;
     static ORVANE_INLINE void Block(const float* in, uint8_t* out, bool swap) {
-        Longs rounded;
-        ScaleAndRound(in, 2147483647.0, rounded);
-        Words v = __builtin_convertvector(rounded, Words);
+        Words v;
+        ScaleAndRound(in, 2147483647.0, v);
         if (swap) SwapBytes(v);
         std::memcpy(out, &v, sizeof(v));
     }
@@ -122,13 +147,12 @@ struct EncodeFloat32 {
 };
 
 // Integers of kBits in words of the processor's own, for the encoders that take them so.
-template <int kBits>
+template <int kBits, bool kFused>
 struct EncodeWords {
     static constexpr int kBytes = 4;
     static ORVANE_INLINE void Block(const float* in, uint8_t* out, bool) {
-        Longs rounded;
-        ScaleAndRound(in, (1 << (kBits - 1)) - 1, rounded);
-        Words v = __builtin_convertvector(rounded, Words);
+        Words v;
+        ScaleAndRoundTo<kFused>(kBits, in, v);
         std::memcpy(out, &v, sizeof(v));
     }
 };
@@ -236,25 +260,37 @@ ORVANE_INLINE void DecodeAll(const uint8_t* in, int32_t n_values, float* out, bo
 }
 
 // A constant `swap` makes two tight loops of each.
-#define ORVANE_CONVERTER(name, all, format, From, To)                              \
-    ORVANE_MULTIVERSION void name(const From* in, int32_t n, To* out, bool swap) { \
-        if (swap) {                                                                \
-            all<format>(in, n, out, true);                                         \
-        } else {                                                                   \
-            all<format>(in, n, out, false);                                        \
-        }                                                                          \
+#define ORVANE_CONVERTER(versions, name, From, To, all, ...)            \
+    versions void name(const From* in, int32_t n, To* out, bool swap) { \
+        if (swap) {                                                     \
+            all<__VA_ARGS__>(in, n, out, true);                         \
+        } else {                                                        \
+            all<__VA_ARGS__>(in, n, out, false);                        \
+        }                                                               \
     }
-ORVANE_CONVERTER(EncodeTo16, EncodeAll, Encode16, float, uint8_t)
-ORVANE_CONVERTER(EncodeTo24, EncodeAll, Encode24, float, uint8_t)
-ORVANE_CONVERTER(EncodeToInt32, EncodeAll, EncodeInt32, float, uint8_t)
-ORVANE_CONVERTER(EncodeToFloat32, EncodeAll, EncodeFloat32, float, uint8_t)
-ORVANE_CONVERTER(EncodeToWords16, EncodeAll, EncodeWords<16>, float, uint8_t)
-ORVANE_CONVERTER(EncodeToWords20, EncodeAll, EncodeWords<20>, float, uint8_t)
-ORVANE_CONVERTER(EncodeToWords24, EncodeAll, EncodeWords<24>, float, uint8_t)
-ORVANE_CONVERTER(DecodeFrom16, DecodeAll, Decode16, uint8_t, float)
-ORVANE_CONVERTER(DecodeFrom24, DecodeAll, Decode24, uint8_t, float)
-ORVANE_CONVERTER(DecodeFromInt32, DecodeAll, DecodeInt32, uint8_t, float)
-ORVANE_CONVERTER(DecodeFromFloat32, DecodeAll, SwapFloat32, uint8_t, float)
+#define ORVANE_ENCODER(name, ...) ORVANE_CONVERTER(ORVANE_MULTIVERSION, name, float, uint8_t, EncodeAll, __VA_ARGS__)
+#define ORVANE_FUSED_ENCODER(name, ...) \
+    ORVANE_CONVERTER(ORVANE_MULTIVERSION_FUSED, name, float, uint8_t, EncodeAll, __VA_ARGS__)
+#define ORVANE_DECODER(name, ...) ORVANE_CONVERTER(ORVANE_MULTIVERSION, name, uint8_t, float, DecodeAll, __VA_ARGS__)
+ORVANE_ENCODER(EncodeTo16, Encode16<false>)
+ORVANE_ENCODER(EncodeTo24, Encode24<false>)
+ORVANE_ENCODER(EncodeToInt32, EncodeInt32)
+ORVANE_ENCODER(EncodeToFloat32, EncodeFloat32)
+ORVANE_ENCODER(EncodeToWords16, EncodeWords<16, false>)
+ORVANE_ENCODER(EncodeToWords20, EncodeWords<20, false>)
+ORVANE_ENCODER(EncodeToWords24, EncodeWords<24, false>)
+ORVANE_FUSED_ENCODER(FusedTo16, Encode16<true>)
+ORVANE_FUSED_ENCODER(FusedTo24, Encode24<true>)
+ORVANE_FUSED_ENCODER(FusedToWords16, EncodeWords<16, true>)
+ORVANE_FUSED_ENCODER(FusedToWords20, EncodeWords<20, true>)
+ORVANE_FUSED_ENCODER(FusedToWords24, EncodeWords<24, true>)
+ORVANE_DECODER(DecodeFrom16, Decode16)
+ORVANE_DECODER(DecodeFrom24, Decode24)
+ORVANE_DECODER(DecodeFromInt32, DecodeInt32)
+ORVANE_DECODER(DecodeFromFloat32, SwapFloat32)
+#undef ORVANE_DECODER
+#undef ORVANE_FUSED_ENCODER
+#undef ORVANE_ENCODER
 #undef ORVANE_CONVERTER
 
 }  // namespace
@@ -267,10 +303,10 @@ SampleEncoder::SampleEncoder(int bit_depth, bool, bool big_endian, bool int32)
 int32_t SampleEncoder::Encode(const float* in, int32_t n_values, uint8_t* out) const {
     switch (bit_depth) {
         case 16:
-            EncodeTo16(in, n_values, out, big_endian);
+            (HasFusedMultiplyAdd() ? FusedTo16 : EncodeTo16)(in, n_values, out, big_endian);
             break;
         case 24:
-            EncodeTo24(in, n_values, out, big_endian);
+            (HasFusedMultiplyAdd() ? FusedTo24 : EncodeTo24)(in, n_values, out, big_endian);
             break;
         default:
             (int32 ? EncodeToInt32 : EncodeToFloat32)(in, n_values, out, big_endian);
@@ -305,7 +341,11 @@ void SampleDecoder::Decode(const uint8_t* in, int32_t n_values, float* out) cons
 void FloatsToInts(const float* in, int32_t n_values, int bit_depth, int32_t* out) {
     ORVANE_ASSERT(bit_depth == 16 || bit_depth == 20 || bit_depth == 24);
     auto* bytes = reinterpret_cast<uint8_t*>(out);
-    (bit_depth == 16 ? EncodeToWords16 : bit_depth == 20 ? EncodeToWords20 : EncodeToWords24)(in, n_values, bytes, false);
+    const bool fused = HasFusedMultiplyAdd();
+    const auto encode = bit_depth == 16   ? (fused ? FusedToWords16 : EncodeToWords16)
+                        : bit_depth == 20 ? (fused ? FusedToWords20 : EncodeToWords20)
+                                          : (fused ? FusedToWords24 : EncodeToWords24);
+    encode(in, n_values, bytes, false);
 }
 
 void ExpandMono(float* buffer, int32_t n_samples) {
