@@ -115,7 +115,7 @@ int Set(CommandContext& context, const AlbumArguments& arguments) {
     std::unique_ptr<AlbumInfo> details = CopyDetails(*album);
     details->flags |= ALBUM_WORKING_COPY;
     if (std::string problem = Assign(*details, arguments.assignments); !problem.empty()) return context.Usage(problem);
-    if (!ChangeDetails(*album, *details)) return context.FailLastError();
+    if (int code = context.ChangeAndSave(*album, [&] { return ChangeDetails(*album, *details); })) return code;
     return ReportAlbum(context, *album, "Changed");
 }
 

@@ -6,7 +6,9 @@
 #include <cstdio>
 
 #include "cli/texts.h"
+#include "collection/albumset.h"
 #include "collection/steering_file.h"
+#include "collection/undo_records.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
@@ -128,6 +130,15 @@ int CommandContext::SaveAllTheSame() {
     if (!set->dirty) return CLI_DONE;
     SetLastErrorText("The collection could not be saved");
     return SaveCollection(set->path, *set, false) ? CLI_DONE : FailLastError();
+}
+
+int CommandContext::ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change) {
+    if (Interrupted()) return Cancelled();
+    const std::unique_ptr<AlbumInfo> before = CopyDetails(album);
+    if (!change()) return FailLastError();
+    const int code = SaveAllTheSame();
+    if (code == CLI_DONE || ChangeDetails(album, *before)) return code;
+    return Fail(fmt::format("{}. The recordings have their new names: {}", error, GetLastError().text));
 }
 
 int CommandContext::FindAlbum(int number, AlbumInfo*& album) {

@@ -72,8 +72,8 @@ int ReadCue(CommandContext& context, const ListingArguments& arguments) {
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     AlbumInfo* album = nullptr;
     if (int code = context.FindAlbum(arguments.album, album)) return code;
-    if (!ReadCueSheet(*album, arguments.file)) return context.FailLastError();
-    if (int code = context.Save()) return code;
+    const int code = context.ChangeAndSave(*album, [&] { return ReadCueSheet(*album, arguments.file); });
+    if (code) return code;
     context.result["album"] = context.NumberOf(*album);
     context.result["artist"] = album->artist;
     context.result["title"] = album->title;

@@ -76,6 +76,14 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
     Must({"album", "set", "c.mcf", "1", "artist=Alba"});
     EXPECT_TRUE(ReadBytes(folder / "c/Alba~Früh, laut~side3.wav") == ReadBytes(folder / "two.wav"));
 
+    // It gets its name back when the collection cannot be saved.
+    folder.Write("new.cue", "PERFORMER Zoe\nFILE one.wav WAVE\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
+    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", true), 0);
+    Json({"album", "set", "c.mcf", "1", "artist=Zoe"}, 1);
+    Json({"cue", "read", "c.mcf", "1", "new.cue"}, 1);
+    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", false), 0);
+    EXPECT_EQ(Json({"info", "c.mcf"})["missing"], nlohmann::json::array());
+
     nlohmann::json album = Json({"album", "show", "c.mcf", "1"});
     EXPECT_EQ(album["status_text"], "Recorded");
     ASSERT_EQ(album["sides"].size(), 3u);
