@@ -75,6 +75,15 @@ bool MoveSetting(FileHistoryEntry& entry, int from, int to) {
                            [&](LinkedList<T>& list) { Reorder(list, order); });
 }
 
+bool DefineNoiseSample(FileHistoryEntry& entry, int64_t start, int64_t end) {
+    ORVANE_ASSERT(start >= 0 && end > start);
+    return EditSettings<FilterSetting>(entry,
+                                       std::make_unique<UndoNoiseSample>(entry, FormatMessage(Msg::DefineNoiseSample)),
+                                       [&](LinkedList<FilterSetting>&) {
+                                           SetNoiseSample(entry, {start, end});
+                                       });
+}
+
 template bool AddSetting(FileHistoryEntry&, const FilterSetting&);
 template bool AddSetting(FileHistoryEntry&, const FFTEq&);
 template bool ChangeSetting(FileHistoryEntry&, int, const FilterSetting&);

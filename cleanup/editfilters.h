@@ -24,4 +24,8 @@ bool RemoveSetting(FileHistoryEntry& entry, int index);
 template <class T>
 bool MoveSetting(FileHistoryEntry& entry, int from, int to);
 
+// Makes the frames of the file from `start` up to `end` the recording's noise sample, for all of its settings that have
+// no noise sample file. Also for the stretch that it was before: its noise is measured anew.
+bool DefineNoiseSample(FileHistoryEntry& entry, int64_t start, int64_t end);
+
 }  // namespace Orvane

@@ -162,6 +162,21 @@ std::unique_ptr<UndoEntry> UndoSettings<T>::Exchange(FileHistoryEntry& entry) {
     return opposite;
 }
 
+UndoNoiseSample::UndoNoiseSample(const FileHistoryEntry& entry, std::string description)
+    : UndoCorrections(entry, std::move(description)), stretch{entry.view_position[0], entry.view_position[1]} {}
+
+std::unique_ptr<UndoEntry> UndoNoiseSample::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoNoiseSample>(entry, description);
+    const TimelineChange change(entry);
+    SetNoiseSample(entry, stretch);
+    return opposite;
+}
+
+void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch) {
+    std::copy(stretch.begin(), stretch.end(), entry.view_position);
+    entry.noise_sample_changed = true;
+}
+
 template FilterSetting* SettingAt(LinkedList<FilterSetting>&, int);
 template FFTEq* SettingAt(LinkedList<FFTEq>&, int);
 template void Reorder(LinkedList<FilterSetting>&, const std::vector<int>&);

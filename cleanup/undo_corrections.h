@@ -4,6 +4,7 @@
 // happens inside the bracket of the lists concerned, so that readers see one version or the other.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -148,6 +149,17 @@ private:
     std::vector<T> settings;
 };
 
+// The stretch of the noise sample.
+class UndoNoiseSample : public UndoCorrections {
+public:
+    UndoNoiseSample(const FileHistoryEntry& entry, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::array<int64_t, 2> stretch;
+};
+
 using UndoUpdateFSL = UndoSetting<FilterSetting>;
 using UndoUpdateFFTCurve = UndoSetting<FFTEq>;
 using UndoShuffleFilterList = UndoOrder<FilterSetting>;
@@ -156,6 +168,10 @@ using UndoUpdateFSLArray = UndoSettings<FilterSetting>;
 // Puts the settings in the order that `order` says as above; each place appears once.
 template <class T>
 void Reorder(LinkedList<T>& list, const std::vector<int>& order);
+
+// Start and end of the noise sample, frames in the file. Inside the bracket of the filter list, which readers of the
+// noise sample watch.
+void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch);
 
 template <class T>
 T* SettingAt(LinkedList<T>& list, int index);

@@ -1,5 +1,7 @@
 #include "cli/cleanup_values.h"
 
+#include <algorithm>
+
 #include "cleanup/curvefile.h"
 #include "cleanup/noisesample.h"
 #include "cleanup/presets.h"
@@ -26,21 +28,21 @@ bool ReadNumber(std::string_view text, int low, int high, int32_t& value) {
     return true;
 }
 
-bool SetNoiseStretch(const std::vector<std::string_view>& parts, FilterSetting& setting, FileHistoryEntry* entry) {
+// False when it is no stretch. One behind the end of the recording comes out empty.
+bool ReadNoiseStretch(const std::vector<std::string_view>& parts, const FileHistoryEntry* entry, NoiseStretch* noise) {
     int64_t start = 0, end = 0;
     if (!entry || parts.size() != 2 || !ParseTimeArgument(parts[0], start) || !ParseTimeArgument(parts[1], end) ||
         start >= end) {
         return false;
     }
-    entry->view_position[0] = entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), start));
-    entry->view_position[1] = entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), end));
-    entry->noise_sample_changed = true;
-    setting.extra.clear();
+    noise->start = entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), start));
+    noise->end = std::min(entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), end)), entry->TotalSamples());
     return true;
 }
 
 // False when it is no setting.
-bool SetFilterValue(std::string_view key, std::string_view value, FilterSetting& setting, FileHistoryEntry* entry) {
+bool SetFilterValue(std::string_view key, std::string_view value, FilterSetting& setting, const FileHistoryEntry* entry,
+                    NoiseStretch* noise) {
     FilterValues& v = setting.values;
     const bool off = value == "off";
     if (key == "hum") {
@@ -60,8 +62,9 @@ bool SetFilterValue(std::string_view key, std::string_view value, FilterSetting&
     if (key == "quality") return ReadNumber(value, 0, 4, v.hiss_quality);
     const std::vector<std::string_view> parts = Split(value, ',');
     if (key == "noise") {
-        if (ExtensionOf(value) != ".vns") return SetNoiseStretch(parts, setting, entry);
-        setting.extra = AbsolutePath(value);
+        const bool from_file = ExtensionOf(value) == ".vns";
+        setting.extra = from_file ? AbsolutePath(value) : "";
+        if (!from_file) return ReadNoiseStretch(parts, entry, noise);
         return true;
     }
     if (key == "eq") {
@@ -88,17 +91,22 @@ std::string ModeText(int32_t mode, const std::string& on) {
 }  // namespace
 
 int SetFilterValues(CommandContext& context, const std::vector<std::string>& values, FilterSetting& setting,
-                    FileHistoryEntry* entry) {
+                    const FileHistoryEntry* entry, NoiseStretch* noise) {
     for (const std::string& assignment : values) {
         const std::string_view text = assignment;
         const size_t equals = text.find('=');
-        if (equals == text.npos || !SetFilterValue(text.substr(0, equals), text.substr(equals + 1), setting, entry)) {
+        if (equals == text.npos ||
+            !SetFilterValue(text.substr(0, equals), text.substr(equals + 1), setting, entry, noise)) {
             return context.Usage(fmt::format("\"{}\" is no filter setting; there are {}", assignment, kFilterKeys));
         }
     }
+    if (noise && noise->start > 0 && noise->start >= noise->end) {
+        const int64_t end = to_ticks(entry->SampleRate(), entry->cuts.ToEdited(entry->TotalSamples()));
+        return context.Usage(fmt::format("The noise sample is empty: the side ends at {}", ClockText(end)));
+    }
     if (!entry || setting.extra.empty()) return CLI_DONE;
-    NoiseSample noise(entry->SampleRate());
-    return ReadNoiseFile(setting.extra, noise) < 0 ? context.FailLastError() : CLI_DONE;
+    NoiseSample in_file(entry->SampleRate());
+    return ReadNoiseFile(setting.extra, in_file) < 0 ? context.FailLastError() : CLI_DONE;
 }
 
 std::string FilterText(const FilterSetting& setting) {

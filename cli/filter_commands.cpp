@@ -73,8 +73,10 @@ int Add(CommandContext& context, const FilterArguments& arguments) {
     if (arguments.preset.empty() && arguments.values.empty()) {
         return context.Usage(fmt::format("Say what it does, or give a --preset: {}", kFilterKeys));
     }
-    if (int code = SetFilterValues(context, arguments.values, setting, side.entry)) return code;
+    NoiseStretch noise;
+    if (int code = SetFilterValues(context, arguments.values, setting, side.entry, &noise)) return code;
     SetRange(setting, *side.entry, start, end);
+    if (noise.end > 0 && !DefineNoiseSample(*side.entry, noise.start, noise.end)) return context.FailShown();
     if (!AddSetting(*side.entry, setting)) return context.FailShown();
     const FilterSetting& added = *side.entry->filters.Last();
     context.result["filter"] = FilterJson(*side.entry, added);

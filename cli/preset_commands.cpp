@@ -69,7 +69,7 @@ int KeepScan(CommandContext& context, const PresetArguments& arguments) {
 
 int KeepFilter(CommandContext& context, const PresetArguments& arguments) {
     FilterSetting setting;
-    if (int code = SetFilterValues(context, arguments.values, setting, nullptr)) return code;
+    if (int code = SetFilterValues(context, arguments.values, setting, nullptr, nullptr)) return code;
     return Keep(context, arguments, setting);
 }
 

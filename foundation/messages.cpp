@@ -295,6 +295,8 @@ std::string_view MessageText(Msg id) {
             return "Album:\n\n<b>%s - %s</b>\n\nhas no tracks.";
         case Msg::NotForListings:
             return "File:\n\n<b>%s</b>\n\nis the collection or one of its recordings and is not written over.";
+        case Msg::DefineNoiseSample:
+            return "Define noise sample";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -143,6 +143,7 @@ enum class Msg : int {
     NoRecordings,        // artist, title
     NoTracks,            // artist, title
     NotForListings,      // file
+    DefineNoiseSample,
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -71,7 +71,9 @@ protected:
         eq.gain = static_cast<int>(random() % 100);
         eq.curve.points = {{100.0f, static_cast<float>(random() % 20)}, {5000.0f, -3.0f}};
         const int any = n ? static_cast<int>(random()) % n : 0;
-        switch (random() % 6) {
+        switch (random() % 7) {
+            case 6:
+                return DefineNoiseSample(entry, filter.absolute_start_time, filter.absolute_end_time);
             case 0:
                 return n && ChangeSetting(entry, std::abs(any), filter);
             case 1:
@@ -225,6 +227,8 @@ TEST(PlayingWhileChanging, EveryBlockIsOneVersionOfTheLists) {
     };
     FilterSetting hum, rest;
     hum.values.hum_mode = hum.values.rumble_mode = FILTER_ON;
+    // Behind the noise samples, which are measured once, at a time that differs from run to run.
+    hum.absolute_start_time = 24000, hum.absolute_end_time = 60000;
     rest.values.hiss_mode = rest.values.eq_mode = FILTER_ON;
     rest.values.bands = {4, -3, 0, 12, -12, 2, 0, 5, -6, 7};
     rest.values.preamp_left = -30;
@@ -235,6 +239,7 @@ TEST(PlayingWhileChanging, EveryBlockIsOneVersionOfTheLists) {
     const std::function<bool()> changes[] = {
         [&] { return AddSetting(entry, rest); },
         [&] { return InsertRepair(entry, CHANNELS_BOTH, kAt + 100, kAt + 250); },
+        [&] { return DefineNoiseSample(entry, 2000, 22000); },
         [&] { return AddSetting(entry, hum); },
         [&] { return CutSelection(entry, kAt + 1000, kAt + 2500, 5); },
         [&] { return AddSetting(entry, curve); },

@@ -57,6 +57,7 @@ public:
 inline std::string Serialised(const Orvane::FileHistoryEntry& entry) {
     std::string text = Orvane::WriteCrd(entry.click_repairs);
     const auto add = [&text](auto... values) { ((text += " " + std::to_string(values)), ...); };
+    add(entry.view_position[0], entry.view_position[1]);
     const auto times = [&](const Orvane::BaseCorrection& c) {
         text += "\n";
         add(static_cast<int>(c.type), c.absolute_start_time, c.start_time, c.absolute_end_time, c.end_time);
