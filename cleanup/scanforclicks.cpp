@@ -9,6 +9,7 @@
 #include "cleanup/scanblocks.h"
 #include "collection/dataobjects.h"
 #include "collection/listchange.h"
+#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
 
@@ -298,6 +299,13 @@ void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
 }
 
 }  // namespace
+
+bool ConfirmScan(const ScanSettings& settings) {
+    constexpr int8_t kMax = 5;
+    if (settings.WithDefaults().sensitivity <= kMax) return true;
+    const Message question{FormatMessage(Msg::StrongScan), Buttons::OkCancel, Severity::Warning, "Warn Turbo Declick"};
+    return Messages().Ask(question) == Answer::Ok;
+}
 
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings) {
     return entry.click_scan.sensitivity >= 0 && entry.click_scan.SameScan(settings);

@@ -43,6 +43,10 @@ struct ScanRequest {
 // the caller's; Progress::Cancel ends the scan.
 ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats);
 
+// Asks before a scan, of one side or of many, whose sensitivity is above "Max"; false when the user does not want it.
+// The message is "Warn Turbo Declick". Main thread.
+[[nodiscard]] bool ConfirmScan(const ScanSettings& settings);
+
 // True if a batch may leave the recording out: it was scanned before with settings that would find the same.
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings);
 

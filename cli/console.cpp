@@ -13,6 +13,7 @@
 #include "foundation/markup.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
+#include "foundation/settings.h"
 
 namespace Orvane {
 namespace {
@@ -102,8 +103,11 @@ void WriteError(std::string_view line) {
 }
 
 Answer ConsoleMessages::Ask(const Message& message) {
-    last_shown = PlainText(message.text);
     std::vector<Choice> choices = ChoicesOf(message.buttons);
+    // Who has switched a warning off has agreed to what it warns of, the first choice.
+    if (!message.hide_key.empty() && GetSetting(message.hide_key, 1) == 0)
+        return choices.empty() ? Answer::Ok : choices[0].answer;
+    last_shown = PlainText(message.text);
     if (!may_ask || choices.empty()) {
         WriteError(last_shown);
         return SafestAnswer(message.buttons);

@@ -25,10 +25,8 @@ public:
     explicit ConsoleMessages(bool may_ask) : may_ask(may_ask) {}
     Answer Ask(const Message& message) override;
 
+    const bool may_ask;
     std::string last_shown;  // in plain text
-
-private:
-    bool may_ask;
 };
 
 // How progress is shown: a bar on one line that is drawn over, lines one below the other, or not at all.

@@ -55,6 +55,9 @@ public:
     int Usage(std::string_view reason);
     int Cancelled();
 
+    // Somebody sits at a terminal who can be asked.
+    bool CanAsk() const { return messages.may_ask; }
+
     // Prints the results, and the reason of a failure; the exit code of the whole. Last of all.
     int Finish(int code);
 

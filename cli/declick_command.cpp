@@ -21,6 +21,8 @@ struct DeclickArguments : ScanArguments {
 int Declick(CommandContext& context, const DeclickArguments& arguments) {
     ScanSettings settings;
     if (int code = ReadScanSettings(context, arguments, settings)) return code;
+    // Where nobody can be asked the command itself says that it is wanted.
+    if (context.CanAsk() && !ConfirmScan(settings)) return context.Cancelled();
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<int> albums = arguments.albums;
     std::sort(albums.begin(), albums.end());

@@ -73,6 +73,7 @@ enum class Msg : int {
     DefaultSettings = 988,
     UndoMenu = 1021,  // description
     RedoMenu = 1022,  // description
+    StrongScan = 1079,
     Custom = 1243,
     ImportTrackListing = 1147,
     CreateSingleTracks = 1355,

@@ -68,5 +68,15 @@ TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereTh
     EXPECT_FALSE(ScannedBefore(entry, once));
 }
 
+TEST(ConfirmScan, AsksAboveTheUsualMaximum) {
+    OrvaneTest::FakeMessageHost messages({Answer::Ok, Answer::Cancel});
+    ScanSettings settings;
+    for (const auto& [sensitivity, goes_on] : {std::pair{-1, true}, {5, true}, {6, true}, {7, false}}) {
+        settings.sensitivity = static_cast<int8_t>(sensitivity);
+        EXPECT_EQ(ConfirmScan(settings), goes_on) << sensitivity;
+    }
+    EXPECT_EQ(messages.asked.size(), 2u);
+}
+
 }  // namespace
 }  // namespace Orvane
