@@ -3,6 +3,7 @@
 
 #include "cleanup/editaccess.h"
 #include "cleanup/patchselection.h"
+#include "cleanup/shownclicks.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 
@@ -58,16 +59,22 @@ bool Touches(const RepairArguments& arguments, const ClickRepair& repair) {
            (arguments.start < 0 || repair.absolute_end_time > arguments.start);
 }
 
-// Puts what stands in the lists and touches the arguments' stretch into the result, channel by channel.
-int Report(CommandContext& context, const RepairArguments& arguments, FileHistoryEntry& entry) {
+// Puts what stands in the lists, touches the arguments' stretch and is to be shown into the result, channel by channel.
+int Report(CommandContext& context, const RepairArguments& arguments, FileHistoryEntry& entry,
+           const ShownClicks& shown) {
     if (entry.LoadCorrections(true) < 0) return context.FailLastError();
     context.result["samplerate"] = entry.SampleRate();
     Json& lists = context.result["click_repairs"] = Json::array({Json::array(), Json::array()});
     Table table({Table::Align::Left, Table::Align::Right, Table::Align::Right, Table::Align::Right});
+    int n_not_shown = 0;
     for (int channel = 0; channel < 2; ++channel) {
         if (!(arguments.channels & (1 << channel))) continue;
         for (const ClickRepair& repair : entry.click_repairs[channel]) {
             if (!Touches(arguments, repair)) continue;
+            if (!shown.Shows(repair, entry.SampleRate())) {
+                ++n_not_shown;
+                continue;
+            }
             const Json json = RepairJson(entry, channel, repair);
             table.Add({channel == 0 ? "left" : "right", fmt::format("{:.3f} s", json["start_seconds"].get<double>()),
                        std::to_string(repair.absolute_start_time), std::to_string(repair.Length()), KindOf(repair)});
@@ -75,12 +82,16 @@ int Report(CommandContext& context, const RepairArguments& arguments, FileHistor
         }
     }
     context.Text(table.Text());
+    context.result["not_shown"] = n_not_shown;
+    if (n_not_shown) {
+        context.Line("{} not shown, by the settings \"Show Clicks\" and \"Show Wide Clicks Only\"", n_not_shown);
+    }
     return CLI_DONE;
 }
 
 // The end of a command that has put something into the lists.
 int ReportAndSave(CommandContext& context, const RepairArguments& arguments, FileHistoryEntry& entry) {
-    const int code = Report(context, arguments, entry);
+    const int code = Report(context, arguments, entry, ShownClicks());
     const int saved = context.Save();
     return code ? code : saved;
 }
@@ -88,7 +99,7 @@ int ReportAndSave(CommandContext& context, const RepairArguments& arguments, Fil
 int List(CommandContext& context, const RepairArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Read, side)) return code;
-    return Report(context, arguments, *side.entry);
+    return Report(context, arguments, *side.entry, ShownClicks::FromStore());
 }
 
 int Add(CommandContext& context, const RepairArguments& arguments) {
