@@ -90,6 +90,10 @@ void WriteRecord(LineBuilder& line, std::string_view name, const FFTEq& settings
     WriteFFTEq(line, ForAnyStretch(name, settings));
 }
 
+std::string KeyOf(KeptCurves kind, int number) {
+    return fmt::sprintf(kind == KeptCurves::Batch ? "Batch Eq Curve #%d" : "Default Eq Curve #%d", number);
+}
+
 // False for a line that holds no preset.
 template <class T>
 bool ParseLine(std::string_view line, Preset<T>& preset) {
@@ -224,6 +228,32 @@ bool RemovePreset(std::string_view name) {
     }
     T settings;
     return FindPreset(name, settings) ? ReplaceLine<T>(name, "") : FailPreset("There is no preset \"%s\"", name);
+}
+
+std::vector<FFTEq> ReadKeptCurves(KeptCurves kind) {
+    std::vector<FFTEq> curves;
+    for (int i = 1; HasSetting(KeyOf(kind, i)); ++i) {
+        const std::string record = WithTabs(GetStringSetting(KeyOf(kind, i)));
+        Fields fields;
+        fields.Cut(record);
+        FFTEq eq;
+        ReadFFTEq(fields, 0, eq);
+        if (!eq.curve.points.empty()) curves.push_back(std::move(eq));
+    }
+    return curves;
+}
+
+bool KeepCurves(KeptCurves kind, const LinkedList<FFTEq>& curves) {
+    int i = 1;
+    for (const FFTEq& eq : curves) {
+        std::string line = PresetLine(eq.name, eq);
+        line.pop_back();
+        if (!SetStringSetting(KeyOf(kind, i++), line)) return false;
+    }
+    for (; HasSetting(KeyOf(kind, i)); ++i) {
+        if (!DeleteSetting(KeyOf(kind, i))) return false;
+    }
+    return true;
 }
 
 #define ORVANE_PRESETS_OF(T)                                           \

@@ -3,7 +3,8 @@
 //
 // They stand in the settings store under "Scan Preset", "Filter Preset" and "Eq Curve Preset", a line for each: the
 // name and its fields in quotes, separated by commas and with one at the end. Filters and curves are the records of a
-// collection's file. A line that holds no name is skipped, and stays when others change.
+// collection's file. A line that holds no name is skipped, and stays when others change. Kept curves are such records
+// too, without their line break.
 #pragma once
 
 #include <string>
@@ -38,6 +39,16 @@ template <class T>
 // False with the reason as last error when there is none to remove.
 template <class T>
 [[nodiscard]] bool RemovePreset(std::string_view name);
+
+// Curves that are kept as a list: "Default Eq Curve #1" and so on are offered for any side, "Batch Eq Curve #1" and so
+// on are those of the last batch.
+enum class KeptCurves { Default, Batch };
+
+// In their order; what holds no curve is left out.
+std::vector<FFTEq> ReadKeptCurves(KeptCurves kind);
+
+// They take the place of those kept before. False when the store cannot be written.
+[[nodiscard]] bool KeepCurves(KeptCurves kind, const LinkedList<FFTEq>& curves);
 
 // The pure parts, for tests and damaged stores.
 template <class T>

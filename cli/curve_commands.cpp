@@ -1,4 +1,5 @@
 #include "cleanup/editfilters.h"
+#include "cleanup/presets.h"
 #include "cleanup/recordeq.h"
 #include "cli/cleanup_values.h"
 #include "cli/side.h"
@@ -10,7 +11,9 @@ namespace {
 
 struct CurveArguments : SideArguments {
     std::string source;
+    std::string kept;
     int number = 0;
+    KeptCurves Kept() const { return kept == "batch" ? KeptCurves::Batch : KeptCurves::Default; }
 };
 
 Json CurveJson(const FileHistoryEntry& entry, const FFTEq& eq) {
@@ -55,15 +58,38 @@ int Add(CommandContext& context, const CurveArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int64_t start = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, start, end)) return code;
-    FFTEq eq;
-    if (int code = FindCurve(context, arguments.source, eq)) return code;
-    eq.enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
-    SetRange(eq, *side.entry, start, end);
-    if (!AddSetting(*side.entry, eq)) return context.FailShown();
-    const FFTEq& added = *side.entry->fft_eqs.Last();
-    context.result["curve"] = CurveJson(*side.entry, added);
-    context.Line("{}: {}", RangeText(*side.entry, added), added.name);
+    if (arguments.source.empty() == arguments.kept.empty())
+        return context.Usage("Give a CURVE, or those that are --kept");
+    std::vector<FFTEq> curves;
+    if (!arguments.kept.empty()) {
+        curves = ReadKeptCurves(arguments.Kept());
+        if (curves.empty()) return context.Fail("There are no such curves yet (see \"curve keep\")");
+    } else {
+        FFTEq& eq = curves.emplace_back();
+        if (int code = FindCurve(context, arguments.source, eq)) return code;
+        eq.enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
+    }
+    context.result["curves"] = Json::array();
+    for (FFTEq& eq : curves) {
+        SetRange(eq, *side.entry, start, end);
+        if (!AddSetting(*side.entry, eq)) return context.FailShown();
+        const FFTEq& added = *side.entry->fft_eqs.Last();
+        context.result["curves"].push_back(CurveJson(*side.entry, added));
+        context.Line("{}: {}", RangeText(*side.entry, added), added.name);
+    }
+    context.result["curve"] = context.result["curves"].back();
     return context.Save();
+}
+
+// Keeps the curves of a side for others; the collection stays as it is.
+int Keep(CommandContext& context, const CurveArguments& arguments) {
+    OpenSide side;
+    if (int code = OpenTheSide(context, arguments, Access::Read, side)) return code;
+    if (!KeepCurves(arguments.Kept(), side.entry->fft_eqs)) return context.FailLastError();
+    const int n = side.entry->fft_eqs.size();
+    context.result["kept"] = n;
+    context.Line("{} kept", CountText(n, "curve"));
+    return CLI_DONE;
 }
 
 int Remove(CommandContext& context, const CurveArguments& arguments) {
@@ -89,7 +115,18 @@ void AddCurveCommands(CommandTree& tree) {
         [arguments](CommandContext& context) { return Add(context, *arguments); });
     AddSideArguments(add, *arguments);
     AddRangeArguments(add, *arguments, false);
-    add->add_option("CURVE", arguments->source, "riaa or another name, or a file")->required()->option_text(" ");
+    add->add_option("CURVE", arguments->source, "riaa or another name, or a file")->option_text(" ");
+    auto Kept = [&](CLI::App* command, const char* name, const char* description) {
+        return command->add_option(name, arguments->kept, description)
+            ->check(CLI::IsMember({"default", "batch"}))
+            ->option_text("default|batch");
+    };
+    Kept(add, "--kept", "all curves of a list that \"curve keep\" has kept");
+    CLI::App* keep = tree.AddCommand(group, "keep", "keep the curves of a side, in their order, for other sides",
+                                     "curve keep records.mcf 1 --side 1 --as default",
+                                     [arguments](CommandContext& context) { return Keep(context, *arguments); });
+    AddSideArguments(keep, *arguments);
+    Kept(keep, "--as", "the default curves, or those of a batch")->required();
     CLI::App* remove = tree.AddCommand(group, "remove", "remove a curve", "curve remove records.mcf 1 1 --side 1",
                                        [arguments](CommandContext& context) { return Remove(context, *arguments); });
     AddSideArguments(remove, *arguments);

@@ -49,12 +49,13 @@ _orvane_cli() {
         "break insert"|"break remove") options="--at --alt" ;;
         "cue ") options="write read" ;;
         listing) options="--as --out" ;;
-        "curve ") options="list names add remove" ;;
+        "curve ") options="list names add keep remove" ;;
         waveform) options="--side --png --from --to --width" ;;
         declick) options="--side --preset --sensitivity --percussion --brass --passes --channels --equalise --no-equalise --keep-manual --no-keep-manual --keep-scans --no-keep-scans --if-new" ;;
         "filter noise") options="--side --from --to" ;;
         "filter add") options="--side --from --to --preset hum= harmonics= rumble= hiss= quality= noise= eq= preamp=" ;;
-        "curve add") options="--side --from --to" ;;
+        "curve add") options="--side --from --to --kept" ;;
+        "curve keep") options="--side --as" ;;
         "cut add") options="--side --from --to --splice" ;;
         "filter list"|"filter remove"|"curve list"|"curve remove"|"cut list"|"cut remove") options="--side" ;;
         digitise) options="--artist --album --year --genre --titles --collection --no-declick --no-split --no-cue --adjust --format --rate --bits --out --threads --template" ;;

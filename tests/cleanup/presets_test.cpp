@@ -59,5 +59,33 @@ TEST(Presets, AreKeptReplacedAndRemovedByNameAndLeaveTheOthersAlone) {
     ASSERT_TRUE(Tesslib::OpenSettings());
 }
 
+TEST(KeptCurves, ComeBackInTheirOrderAndNoneOfALongerListStays) {
+    const OrvaneTest::TempFolder folder;
+    ASSERT_TRUE(Tesslib::OpenSettings(folder.Path()));
+    LinkedList<FFTEq> curves;
+    for (const char* name : {"", "Two, \"odd\"", "Three"}) {
+        auto* eq = new FFTEq;
+        eq->name = name;
+        eq->enable = curves.empty() ? CURVE_ON : CURVE_ADD;
+        eq->absolute_start_time = eq->absolute_end_time = 7;
+        eq->curve.points = {{100, -3.5f}, {2000, static_cast<float>(curves.size())}};
+        curves.Append(eq);
+    }
+    ASSERT_TRUE(KeepCurves(KeptCurves::Batch, curves));
+    EXPECT_TRUE(ReadKeptCurves(KeptCurves::Default).empty());
+    Tesslib::SetStringSetting("Batch Eq Curve #2", "rubbish");
+    const std::vector<FFTEq> kept = ReadKeptCurves(KeptCurves::Batch);
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_TRUE(kept[0].curve.SameAs(curves.First()->curve));
+    EXPECT_TRUE(kept[1].curve.SameAs(curves.Last()->curve));
+    EXPECT_EQ(kept[1].enable, CURVE_ADD);
+    EXPECT_TRUE(kept[1].CoversAll());
+    curves.Delete(curves.Last());
+    ASSERT_TRUE(KeepCurves(KeptCurves::Batch, curves));
+    EXPECT_EQ(ReadKeptCurves(KeptCurves::Batch).size(), 2u);
+    EXPECT_FALSE(Tesslib::HasSetting("Batch Eq Curve #3"));
+    ASSERT_TRUE(Tesslib::OpenSettings());
+}
+
 }  // namespace
 }  // namespace Orvane

@@ -129,6 +129,26 @@ TEST_F(Cleanup, APatchIsHeardInItsStretchAloneAndGoesFromBothSides) {
     EXPECT_TRUE(Heard() == before);
 }
 
+TEST_F(Cleanup, ListsShowWhatTheSettingsSayAndCountTheRest) {
+    Must({"declick", "c.mcf", "1", "--sensitivity", "7"});
+    Must(OnSide({"patch"}, {"--start", "90000", "--end", "92000", "--channels", "l"}));
+    const size_t all = Repairs(0).size() + Repairs(1).size();
+    const nlohmann::json shown = Json(OnSide({"repairs", "list"}, {"--set", "Show Clicks=0"}));
+    ASSERT_EQ(shown["click_repairs"][0].size() + shown["click_repairs"][1].size(), 1u);
+    EXPECT_EQ(shown["click_repairs"][0][0]["repair_type"], 3);
+    EXPECT_EQ(shown["not_shown"], all - 1);
+}
+
+TEST_F(Cleanup, CurvesKeptOfOneSideAreAddedToAnother) {
+    AddSide("2", "1", "b.wav");
+    EXPECT_EQ(Run({"curve", "add", "c.mcf", "2", "--side", "1", "--kept", "default"}).code, 1);
+    for (const char* name : {"riaa", "nab"}) Must(OnSide({"curve", "add"}, {name}));
+    Must(OnSide({"curve", "keep"}, {"--as", "default"}));
+    Must({"curve", "add", "c.mcf", "2", "--side", "1", "--kept", "default"});
+    EXPECT_EQ(Json({"curve", "list", "c.mcf", "2", "--side", "1"})["curves"],
+              Json(OnSide({"curve", "list"}))["curves"]);
+}
+
 TEST_F(Cleanup, EachFilterCurveAndCutIsHeardWhereItIsWantedAndCanBeTakenBack) {
     folder.Write("eq.xml",
                  "<equalizationeffect><curve name=\"Bright, new\"><point f=\"100\" d=\"0\"/><point f=\"5000\" "
