@@ -13,6 +13,13 @@ namespace {
 constexpr int kAround = 5, kFirstAfter = 3;
 constexpr std::array<double, kAround> kSmoothing = {0.1, 0.2, 0.4, 0.2, 0.1};
 
+// No curve that is meant comes near these. They keep every sample finite whatever stands in a damaged file.
+constexpr double kMostExponent = 10.0, kMostGain = 1e10;
+
+double PowerOfTen(double exponent) {
+    return std::pow(10.0, std::clamp(exponent, -kMostExponent, kMostExponent));
+}
+
 }  // namespace
 
 CurveGains::CurveGains(int32_t rate, int32_t block) : samplerate(rate), gains(static_cast<size_t>(block / 2 + 1), 1.f) {
@@ -20,7 +27,7 @@ CurveGains::CurveGains(int32_t rate, int32_t block) : samplerate(rate), gains(st
 }
 
 void CurveGains::SetCurves(std::span<const FFTCurve* const> curves, double level) {
-    std::fill(gains.begin(), gains.end(), float(std::pow(10.0, level * 0.1 * 0.05)));
+    std::fill(gains.begin(), gains.end(), float(PowerOfTen(level * 0.1 * 0.05)));
     for (const FFTCurve* curve : curves) MultiplyIn(*curve);
 }
 
@@ -36,8 +43,8 @@ void CurveGains::MultiplyIn(const FFTCurve& curve) {
     const auto multiply_bin = [&](int bin) {
         double db = 0.0;
         for (int i = 0; i < kAround; i++) db += kSmoothing[i] * running[i];
-        factor = std::pow(10.0, db / 20.0);
-        gains[bin] = float(gains[bin] * factor);
+        factor = PowerOfTen(db / 20.0);
+        gains[bin] = float(std::min(gains[bin] * factor, kMostGain));
     };
 
     multiply_bin(0);
@@ -60,7 +67,7 @@ void CurveGains::MultiplyIn(const FFTCurve& curve) {
     }
     while (bin < half) {
         bin++;
-        gains[bin] = float(gains[bin] * factor);
+        gains[bin] = float(std::min(gains[bin] * factor, kMostGain));
     }
 }
 

@@ -20,7 +20,8 @@ public:
     // Multiplies the curves one behind the other into an overall level in tenths of a decibel. A curve is a line from
     // point to point over a linear frequency axis whose corners are rounded: the gain of a bin is a weighted mean
     // of what the points around it run through. Points stand in ascending frequency; a curve without points is
-    // skipped. Below its first point a curve holds about the first gain, above its last point the last one.
+    // skipped. Below its first point a curve holds about the first gain, above its last point the last one. All gains
+    // are finite whatever the curves.
     void SetCurves(std::span<const FFTCurve* const> curves, double level);
 
     // Multiplies bins 1 to block / 2 of a spectrum in OrvaneFFT's layout; bin 0 stays.

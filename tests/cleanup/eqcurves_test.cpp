@@ -41,6 +41,14 @@ TEST(CurveGains, FollowThePlainModelForAnyCurve) {
     }
 }
 
+TEST(CurveGains, StayFiniteForCurvesOutOfDamagedFiles) {
+    const FFTCurve up = CurveOf({{-5, 3e38f}, {3e38f, 1e9f}}), down = CurveOf({{100, -1e9f}, {50, 1e9f}});
+    const FFTCurve* curves[] = {&up, &up, &down, &up};
+    CurveGains gains(44100, 4096);
+    gains.SetCurves(curves, 1e9);
+    for (const float gain : gains.GetGains()) ASSERT_TRUE(std::isfinite(gain) && gain >= 0);
+}
+
 TEST(RecordEq, RiaaIsThePublishedTable) {
     struct Case {
         double frequency, db;
