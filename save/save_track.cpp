@@ -31,6 +31,7 @@ constexpr int64_t kReportNs = 250'000'000;  // progress is told no more often
 // Bytes of a name, and of a path, that the system takes with the temporary file's mark.
 constexpr size_t kMaxFileName = 251;
 constexpr size_t kMaxPath = 4091;
+constexpr size_t kSignatureLength = 64;
 
 constexpr std::string_view kNotRecorded =
     "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the recording).</fg>  You "
@@ -47,6 +48,12 @@ std::string Sha256Hex(std::string_view text) {
     std::string hex;
     for (unsigned int i = 0; i < length; ++i) hex += fmt::sprintf("%02x", digest[i]);
     return hex;
+}
+
+// Whether the file is a track that Orvane saved, as it is or as it once was; otherwise it is the user's own.
+bool HasSignature(FileStream& reader, const std::string& filename) {
+    const std::string text = reader.ReadTags(filename);
+    return text.size() == kSignatureLength && text.find_first_not_of("0123456789abcdef") == text.npos;
 }
 
 // Every decision about the recording that is heard in its tracks.
@@ -275,6 +282,7 @@ int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t cha
 SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            const SaveProgress& progress, std::string& message) {
     RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
+    const Replaced replaced = HasSignature(*writer, filename) ? Replaced::Deleted : Replaced::ToTrash;
     TrackFormat format = OutputFormat(album, settings, *writer);
     uint32_t flags = SaveFlags(settings.options);
     RefPtr<TrackPCMStream> stream = MakeTrackPCMStream(&album, track, flags, format.samplerate, 0);
@@ -292,7 +300,7 @@ SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings
     }
     if (writer->SetSBC(format.samplerate, format.bit_depth, format.n_channels) < 0) return Fail();
     SetTags(*writer, album, track, TrackFileSignature(album, track, settings));
-    int result = WriteStream(*stream, *writer, filename, flags, album.channel_mode, progress);
+    int result = WriteStream(*stream, *writer, filename, replaced, flags, album.channel_mode, progress);
     if (result != 0) return result > 0 ? SAVE_CANCELLED : Fail();
     // Rounding of times can cost a frame or two; more than a millisecond is missing music.
     bool partial = stream->WantedSamples() - stream->MusicSamples(flags) > format.samplerate / 1000;

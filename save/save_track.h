@@ -67,8 +67,8 @@ using SaveProgress = std::function<bool(int64_t done, int64_t total)>;
 uint32_t SaveFlags(const FileOptions& options);  // what to read with
 
 // Writes the track to `filename`, through a temporary file beside it, so that at every moment the old file or the new
-// one is there, whole. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK, SAVE_FAILED or SAVE_CANCELLED. Any thread; the album
-// must not change meanwhile.
+// one is there, whole; a file that Orvane did not save goes to the Trash. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK,
+// SAVE_FAILED or SAVE_CANCELLED. Any thread; the album must not change meanwhile.
 SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            const SaveProgress& progress, std::string& message);
 

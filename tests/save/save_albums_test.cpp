@@ -11,6 +11,7 @@
 #include "foundation/settings.h"
 #include "save/save_selection.h"
 #include "save/trackstream.h"
+#include "scoped_environment.h"
 #include "stream_checks.h"
 #include "temp_folder.h"
 #include "tesslib/wavfile.h"
@@ -224,6 +225,16 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     EXPECT_EQ(WriteTrack(album, 0, settings, file, cancel, message), SAVE_CANCELLED);
     EXPECT_TRUE(ReadBytes(file) == before);
     EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(file).parent_path()), {}), 1);
+    // What somebody else put there goes to the Trash.
+    OrvaneTest::ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
+    fs::copy_file(folder / "side1.wav", file, fs::copy_options::overwrite_existing);
+    EXPECT_EQ(Save().tracks[0].status, SAVE_DONE);
+    const fs::path trashed = fs::path(folder / "data/Trash/files") / fs::path(file).filename();
+    EXPECT_TRUE(ReadBytes(trashed.string()) == ReadBytes(folder / "side1.wav"));
+    fs::remove(trashed);
+    album.tracks[0].end -= 1000;
+    EXPECT_EQ(Save().tracks[0].status, SAVE_DONE);
+    EXPECT_FALSE(fs::exists(trashed));
     // No track is written over a recording.
     settings.output_folder = folder.Path();
     settings.name_template = "side1";
