@@ -3,11 +3,68 @@
 #include <algorithm>
 
 #include "cleanup/undo_corrections.h"
+#include "collection/albumset.h"
+#include "collection/recordingplaces.h"
+#include "collection/undo_records.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
 
 namespace Orvane {
 namespace {
+
+constexpr const char* kTakesTrack = "The cut would take all of the track <b>%s</b>.  Please delete the track first.";
+
+// Where the recording begins on the time line of its album; -1 for one that is not in use.
+int64_t StartOnTimeLine(FileHistoryEntry& entry) {
+    if (entry.album->tracks.empty()) return -1;
+    for (const RecordingPlace& place : PlaceRecordings(*entry.album)) {
+        if (place.entry == &entry) return place.start;
+    }
+    return -1;
+}
+
+// What lies behind `position` plays `shift` ticks later; nothing moves to before it.
+int64_t Moved(int64_t time, int64_t position, int64_t shift) {
+    return time > position ? std::max(position, time + shift) : time;
+}
+
+// Changes the cuts at the edited frame `position`, as one action. Tracks keep their music, on later sides too. False
+// when a track would lose all of it, which is shown; then nothing has changed.
+template <class Undo, class Edit>
+bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t position, int64_t shift, Msg description,
+                Edit edit) {
+    const int64_t side_start = StartOnTimeLine(entry);
+    const int32_t rate = entry.SampleRate();
+    const int64_t from = side_start + to_ticks(rate, position);
+    const auto move = [&](ALBUMTRACK& track, int64_t by) {
+        track.start = Moved(track.start, from, by);
+        track.end = Moved(track.end, from, by);
+    };
+    simple_vector<ALBUMTRACK>& tracks = entry.album->tracks;
+    for (ALBUMTRACK track : tracks) {
+        if (side_start < 0 || track.IsEmpty()) continue;
+        move(track, to_ticks(rate, shift));
+        if (!track.IsEmpty()) continue;
+        ShowMessage(fmt::sprintf(kTakesTrack, track.title), Severity::Information);
+        return false;
+    }
+
+    auto undo = std::make_unique<UndoGroup>(FormatMessage(description));
+    undo->Add(std::make_unique<Undo>(entry, undo->description));
+    const int64_t before = access.EditedLength();
+    {
+        const TimelineChange change(entry);
+        edit();
+    }
+    if (side_start >= 0) {
+        undo->Add(std::make_unique<UndoUpdateTrackInfo>(*entry.album, undo->description, 0, tracks.size() - 1));
+        const Change change(CHANGE_TRACK_TIMES, entry.album);
+        const int64_t by = to_ticks(rate, access.EditedLength()) - to_ticks(rate, before);
+        for (ALBUMTRACK& track : tracks) move(track, by);
+    }
+    AddUndo(std::move(undo));
+    return true;
+}
 
 bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_length, Msg description) {
     const EditAccess access(entry);
@@ -18,13 +75,8 @@ bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_len
         ShowMessage(FormatMessage(Msg::SelectionTooShortToCut), Severity::Information);
         return false;
     }
-    auto undo = std::make_unique<UndoCut>(entry, FormatMessage(description));
-    {
-        const TimelineChange change(entry);
-        entry.cuts.Add(start, end, splice_length, entry.SampleRate());
-    }
-    AddUndo(std::move(undo));
-    return true;
+    return ChangeCuts<UndoCut>(entry, access, start, start - end, description,
+                               [&] { entry.cuts.Add(start, end, splice_length, entry.SampleRate()); });
 }
 
 }  // namespace
@@ -40,13 +92,8 @@ bool TruncateRecording(FileHistoryEntry& entry, int64_t position) {
 bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
     const EditAccess access(entry);
     if (!access) return false;
-    auto undo = std::make_unique<UndoDeleteCut>(entry, FormatMessage(Msg::DeleteCut));
-    {
-        const TimelineChange change(entry);
-        entry.cuts.Take(&cut);
-    }
-    AddUndo(std::move(undo));
-    return true;
+    return ChangeCuts<UndoDeleteCut>(entry, access, cut.start_time, cut.Length(), Msg::DeleteCut,
+                                     [&] { entry.cuts.Take(&cut); });
 }
 
 }  // namespace Orvane

@@ -1,6 +1,8 @@
 // What the user cuts out of a recording and puts back. Each is one action that can be undone. Main thread.
 //
-// Positions are frames on the edited timeline at the recording's own rate. What is refused has been shown.
+// Positions are frames on the edited timeline at the recording's own rate. The tracks of the album keep their music:
+// those behind the place of the change move along, and a cut that holds a whole track is refused. What is refused has
+// been shown.
 #pragma once
 
 #include <cstdint>

@@ -187,6 +187,33 @@ TEST_F(Edits, ACutAndItsTruncationMoveTheEditedTimes) {
     EXPECT_EQ(open.EditedLength(), kFrames);
 }
 
+TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
+    using Times = std::vector<int64_t>;
+    AlbumInfo& album = *entry.album;
+    for (const auto& [start, end] : {std::pair{10000, 90000}, {90000, 130000}, {130000, 300000}, {300000, 300000}}) {
+        ALBUMTRACK track;
+        track.start = start, track.end = end;
+        album.tracks.push_back(track);
+    }
+    const auto times = [&] {
+        Times all;
+        for (const ALBUMTRACK& track : album.tracks) all.insert(all.end(), {track.start, track.end});
+        return all;
+    };
+    const Times before = times();
+    EXPECT_FALSE(CutSelection(entry, 80000, 130000, 0));
+    EXPECT_EQ(times(), before);
+    EXPECT_TRUE(CutSelection(entry, 80000, 100000, 0));
+    const Times cut{10000, 80000, 80000, 110000, 110000, 280000, 280000, 280000};
+    EXPECT_EQ(times(), cut);
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(times(), before);
+    EXPECT_TRUE(Redo());
+    EXPECT_EQ(times(), cut);
+    EXPECT_TRUE(DeleteCut(entry, *entry.cuts.First()));
+    EXPECT_EQ(times(), (Times{10000, 80000, 80000, 130000, 130000, 300000, 300000, 300000}));
+}
+
 // A recording at another rate, closed between the edits: they reach the corrections file.
 TEST(ClosedRecording, EditsAreSavedAndUndoneInTheFile) {
     RecordedSide side(MusicPairs(30000), 96000);
