@@ -108,9 +108,8 @@ private:
             const size_t end = rest.rfind('"');
             name = end > 0 ? rest.substr(1, end - 1) : rest.substr(1);
         } else {
-            name = rest.substr(0, rest.find_last_of(" \t"));
+            name = Trim(rest.substr(0, rest.find_last_of(" \t")));
         }
-        name = Trim(name);
         if (name.empty()) return Fail(FormatMessage(Msg::CueEmpty, "FILE"));
         const std::string extension = ExtensionOf(name);
         if (FormatOfExtension(extension) == FF_NONE) {

@@ -57,8 +57,9 @@ private:
     void WriteFile(size_t index) {
         const std::string& path = files[index].path;
         if (index > 0) text += fmt::sprintf("\nREM FILE_NUMBER %d\n", index + 1);
-        text += fmt::sprintf("FILE \"%s\" %s\n", options.absolute_paths ? AbsolutePath(path) : FileNameOf(path),
-                             FormatOfExtension(ExtensionOf(path)) == FF_MP3 ? "MP3" : "WAVE");
+        text +=
+            fmt::sprintf("FILE \"%s\" %s\n", OneLine(options.absolute_paths ? AbsolutePath(path) : FileNameOf(path)),
+                         FormatOfExtension(ExtensionOf(path)) == FF_MP3 ? "MP3" : "WAVE");
     }
 
     void WriteTrack(int i) {
