@@ -60,7 +60,7 @@ public:
 private:
     Side() : path(folder / "side.wav") {
         // Half a minute, over and over: neither encoder looks back that far.
-        const std::vector<float> pairs = OrvaneTest::ToPairs(OrvaneTest::MusicInts(30, kRate, 2, 16), 2, 16);
+        const std::vector<float> pairs = OrvaneTest::ToPairs(OrvaneTest::RingingInts(30, kRate, 2, 16), 2, 16);
         WAVFile file;
         file.SetSBC(kRate, 16, 2);
         file.Open(path, OM_CREATE);

@@ -7,9 +7,11 @@
 #include <random>
 
 #include "allocations.h"
+#include "audiosignals.h"
 #include "collection/dataobjects.h"
 #include "collection/listchange.h"
 #include "memorystream.h"
+#include "repairs.h"
 
 namespace Orvane {
 namespace {
@@ -20,13 +22,6 @@ using Tesslib::Testing::ReadAll;
 
 constexpr uint32_t kSaving = PCM_BEST_QUALITY;
 
-std::vector<float> RandomPairs(int n, std::mt19937& random) {
-    std::uniform_real_distribution<float> value(-1, 1);
-    std::vector<float> pairs(2 * static_cast<size_t>(n));
-    for (float& x : pairs) x = value(random);
-    return pairs;
-}
-
 // A recording of random audio whose corrections a test fills in.
 class Chain : public testing::Test {
 protected:
@@ -35,18 +30,12 @@ protected:
         entry->flags |= FHE_CORRECTIONS_LOADED;
     }
 
-    void AddRepair(int channel, int64_t start, int64_t end, int16_t type) {
-        auto repair = std::make_unique<ClickRepair>(type, start, end, int16_t{0});
-        auto samples = std::make_unique<int16_t[]>(static_cast<size_t>(end - start));
-        for (int64_t i = 0; i < end - start; ++i) samples[i] = static_cast<int16_t>(random() % 60000 - 30000);
-        if (!repair->IsMarker()) repair->SetSamples(std::move(samples));
-        entry->click_repairs[channel].Append(repair.release());
-    }
-
     void AddRandomRepairs() {
-        for (int channel = 0; channel < 2; ++channel) {
+        for (ClickRepairList& list : entry->click_repairs) {
             for (int64_t at = 50; at + 500 < kFrames; at += 200 + static_cast<int64_t>(random() % 3000)) {
-                AddRepair(channel, at, at + 1 + static_cast<int64_t>(random() % 150), random() % 8 ? REPAIR_SCANNER : REPAIR_PP);
+                std::vector<int16_t> samples(1 + random() % 150);
+                for (int16_t& sample : samples) sample = static_cast<int16_t>(random() % 60000 - 30000);
+                list.Append(OrvaneTest::MakeRepair(random() % 8 ? REPAIR_SCANNER : REPAIR_PP, at, samples).release());
             }
         }
     }
@@ -57,7 +46,8 @@ protected:
         for (int channel = 0; channel < 2 && repaired; ++channel) {
             for (const ClickRepair& repair : entry->click_repairs[channel]) {
                 for (int64_t i = 0; i < repair.Length() && repair.Applied(); ++i) {
-                    pairs[2 * (repair.absolute_start_time + i) + channel] = static_cast<float>(repair.samples[i] * (1 / 32767.0));
+                    pairs[2 * (repair.absolute_start_time + i) + channel] =
+                        static_cast<float>(repair.samples[i] * (1 / 32767.0));
                 }
             }
         }
@@ -72,7 +62,8 @@ protected:
             for (int64_t i = 0; i < 2 * n; ++i) {
                 const float w = static_cast<float>(i / 2);
                 const float all = static_cast<float>(n);
-                result.push_back((pairs[2 * fade_at + i] * (all - w) + pairs[2 * (fade_at + c.Length()) + i] * w) / all);
+                result.push_back((pairs[2 * fade_at + i] * (all - w) + pairs[2 * (fade_at + c.Length()) + i] * w) /
+                                 all);
             }
             from = fade_at + n + c.Length();
             offset += c.Length();
@@ -98,13 +89,14 @@ protected:
     std::mt19937 random{7};
     AlbumInfo album;
     RefPtr<FileHistoryEntry> entry{new FileHistoryEntry(&album, nullptr)};
-    RefPtr<MemoryStream> stream{new MemoryStream(44100, RandomPairs(kFrames, random))};
+    RefPtr<MemoryStream> stream{new MemoryStream(44100, OrvaneTest::NormalNoise(2 * kFrames, 0.3, 7))};
 };
 
 TEST_F(Chain, RandomPiecesEqualTheStraightRead) {
     AddRandomRepairs();
     AddRandomCuts(50);
-    const uint32_t ways[] = {0, PCM_NO_CLICK_REPAIR, PCM_NO_CUTS, PCM_NO_CUTS | PCM_NO_CLICK_REPAIR, PCM_NO_FILTERS, kSaving};
+    const uint32_t ways[] = {
+        0, PCM_NO_CLICK_REPAIR, PCM_NO_CUTS, PCM_NO_CUTS | PCM_NO_CLICK_REPAIR, PCM_NO_FILTERS, kSaving};
     std::vector<float> expected[std::size(ways)];
     for (size_t i = 0; i < std::size(ways); ++i) {
         PCMStack straight(entry.get(), stream.get(), PCM_NO_FADERS, 44100);
@@ -120,7 +112,8 @@ TEST_F(Chain, RandomPiecesEqualTheStraightRead) {
         const int64_t total = static_cast<int64_t>(all.size() / 2);
         if (random() % 3 == 0) position = static_cast<int64_t>(random() % static_cast<uint32_t>(total + 1000));
         const int32_t n = 1 + static_cast<int32_t>(random() % (i % 5 ? 3000 : 100000));
-        const int32_t got = stack.Read(position, piece.data(), n, ways[way] | (random() % 2 ? 0u : uint32_t{PCM_USE_CACHE}));
+        const int32_t got =
+            stack.Read(position, piece.data(), n, ways[way] | (random() % 2 ? 0u : uint32_t{PCM_USE_CACHE}));
         ASSERT_EQ(got, std::clamp<int64_t>(total - position, 0, n)) << position;
         ASSERT_TRUE(std::equal(piece.begin(), piece.begin() + 2 * got, all.begin() + 2 * std::min(position, total)))
             << position << " + " << n << " way " << way;

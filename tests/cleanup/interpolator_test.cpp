@@ -1,10 +1,13 @@
-#include "cleanup/interpolator.h"
-
+// Repairs: the kernels, the interpolator, and its samples at other rates.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
+#include <numeric>
 
 #include "audiosignals.h"
+#include "cleanup/ar_kernels.h"
+#include "cleanup/interpolator.h"
 #include "cleanup/repairclick.h"
 #include "cleanup/repairsamples.h"
 #include "collection/corrections.h"
@@ -16,6 +19,51 @@ namespace {
 using OrvaneTest::Music;
 using OrvaneTest::Noise;
 using OrvaneTest::Resonant;
+
+// Audio repaired on one processor must be that of every other.
+TEST(ArKernels, AllFormsGiveTheSameBits) {
+    Noise noise(5);
+    for (int round = 0; round < 40; round++) {
+        const int length = 3 + noise.Below(600), degree = 1 + noise.Below(std::min(240, length - 2)),
+                  n = 1 + noise.Below(137);
+        const std::vector<float> signal = Resonant(round, length, {{400, 0.999}, {4000, 0.95}});
+        const std::vector<double> data(signal.begin(), signal.end());
+        std::vector<std::vector<double>> results;
+        for (const ArKernels* kernels : AllArKernels()) {
+            std::vector<double> forward = data, steps(degree), model(degree + 2 * kArPadding), scratch(model.size());
+            forward.resize(length + kArPadding);
+            std::vector<double> backward = forward;
+            double* a = model.data() + kArPadding;
+            kernels->burg(forward.data(), backward.data(), length, degree, steps.data(), a,
+                          scratch.data() + kArPadding);
+
+            std::vector<double> filter = {1.0};
+            filter.insert(filter.end(), a, a + degree);
+            filter.resize(degree + 1 + n + 2 * kArPadding);
+            const int n_lags = std::max(n, degree + 1);
+            std::vector<double> lags(n_lags + kArPadding), context(n + 2 * degree + kArPadding), u(n + kArPadding);
+            kernels->autocorrelation(filter.data(), degree + 1, lags.data(), n_lags);
+            for (size_t i = 0; i < context.size(); i++) context[i] = data[i % length];
+            kernels->both_sides(context.data() + degree, lags.data(), degree, u.data(), n);
+
+            std::vector<double> row(lags.begin(), lags.begin() + n), columns(n * (n + kArPadding)), inverses(n);
+            row.resize(n + kArPadding);
+            u.resize(n);
+            u.resize(n + kArPadding);
+            EXPECT_TRUE(kernels->solve_toeplitz(row.data(), u.data(), n, columns.data(), inverses.data()));
+
+            std::vector<double> all = steps;
+            all.insert(all.end(), a, a + degree);
+            all.insert(all.end(), lags.begin(), lags.begin() + n_lags);
+            all.insert(all.end(), u.begin(), u.begin() + n);
+            results.push_back(all);
+        }
+        for (size_t form = 1; form < results.size(); form++) {
+            ASSERT_EQ(std::memcmp(results[0].data(), results[form].data(), results[0].size() * sizeof(double)), 0)
+                << AllArKernels()[form]->name << " length " << length << " degree " << degree << " n " << n;
+        }
+    }
+}
 
 constexpr float kUnwritten = -7;
 
@@ -52,20 +100,10 @@ std::vector<int16_t> Stored(std::span<const float> samples) {
 // Audio as a recording of 16 bits holds it, a little surface noise included. (Without any noise the normal matrix of
 // a strongly resonant signal is so badly conditioned that the literal form's own inverse is off by whole steps.)
 std::vector<float> TestAudio(int kind, uint64_t seed, int n) {
-    const auto audio = [&] {
-        switch (kind) {
-            case 0:
-                return Music(seed, n);
-            case 1:
-                return Resonant(seed, n, {{300, 0.999}, {1200, 0.995}, {5000, 0.98}});
-            case 2:
-                return Resonant(seed, n, {});
-            default:
-                return Resonant(seed, n, {{60, 0.9995}, {61, 0.9995}});
-        }
-    };
+    static const std::vector<OrvaneTest::Resonance> kResonances[] = {
+        {}, {}, {{60, 0.9995}, {61, 0.9995}}, {{300, 0.999}, {1200, 0.995}, {5000, 0.98}}};
+    std::vector<float> recorded = kind == 0 ? Music(seed, n) : Resonant(seed, n, kResonances[kind]);
     Noise noise(seed + 1000);
-    std::vector<float> recorded = audio();
     for (float& sample : recorded) {
         sample = static_cast<float>(std::round((sample + 1e-4 * noise.Normal()) * 32767.0) / 32767.0);
     }
@@ -141,6 +179,27 @@ TEST(Interpolator, SilenceStaysSilentAndWhatIsNoNumberIsSingular) {
         const Job job = MakeJob(TestAudio(0, 6, 4000), n);
         EXPECT_EQ(Repair(interpolator, job, out), Repair(fresh, job, again));
         EXPECT_EQ(out, again);
+    }
+}
+
+// A ramp stays one, to within the step by which the number of outputs for an input, or of inputs for an output, varies.
+TEST(RepairSamples, ConversionToEveryRateKeepsEachSampleInItsPlace) {
+    std::vector<float> ramp(413);
+    std::iota(ramp.begin(), ramp.end(), 0.0f);
+    for (int rate : {48000, 88200, 96000, 176400, 192000, 44101}) {
+        std::vector<float> up(RepairStoredLength(412, rate), -1.0f);
+        ConvertRepairUp(ramp, rate, up);
+        for (size_t j = 0; j < up.size(); j++) {
+            ASSERT_NEAR(up[j], std::min(412.0, static_cast<double>(j) * 44100 / rate), 1.0) << rate << " " << j;
+        }
+    }
+    for (int rate : {8000, 11025, 16000, 32000, 44099}) {
+        std::vector<float> down(RepairStoredLength(412, rate), -1.0f);
+        ConvertRepairDown(ramp, rate, down);
+        const double inputs = 44100.0 / rate;
+        for (size_t j = 0; j + 1 < down.size(); j++) {
+            ASSERT_NEAR(down[j], (static_cast<double>(j) + 0.5) * inputs - 0.5, 1.0) << rate << " " << j;
+        }
     }
 }
 

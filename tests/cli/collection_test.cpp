@@ -95,6 +95,9 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
     nlohmann::json info = Json({"info", "c.mcf"});
     EXPECT_EQ(info["recordings"], 2);
     EXPECT_EQ(info["missing"], nlohmann::json::array({folder / "one.wav"}));
+    const nlohmann::json removed = Json({"album", "remove", "c.mcf", "1", "--recordings"});
+    EXPECT_EQ(removed["trashed"].size(), 1u) << "the copy, and not the user's own";
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "c"));
 }
 
 TEST_F(Collections, ReadingLeavesFileAndSettingsAsTheyAre) {

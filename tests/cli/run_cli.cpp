@@ -6,40 +6,19 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <random>
 #include <thread>
 
-#include "foundation/lasterror.h"
+#include "stream_checks.h"
 #include "tesslib/wavfile.h"
 
 extern char** environ;
 
 namespace OrvaneTest {
 namespace {
-
-std::atomic<int> run_number{0};
-
-std::vector<std::string> Environment(const std::string& folder) {
-    std::vector<std::string> variables;
-    for (char** variable = environ; *variable; ++variable) {
-        std::string_view text = *variable;
-        if (!text.starts_with("ORVANE_") && !text.starts_with("HOME=")) variables.emplace_back(text);
-    }
-    variables.push_back("ORVANE_CONFIG_HOME=" + folder + "/.config");
-    variables.push_back("HOME=" + folder);
-    return variables;
-}
-
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 bool IsPartial(const std::string& name) {
     return name.find("_$$$") != std::string::npos;
@@ -53,26 +32,22 @@ nlohmann::json CliResult::Json() const {
     return json.is_object() ? json : nlohmann::json::object();
 }
 
-RunningCli::RunningCli(const std::vector<std::string>& arguments, const std::string& folder) {
-    int number = ++run_number;
-    out_file = folder + "/.out" + std::to_string(number);
-    err_file = folder + "/.err" + std::to_string(number);
-    std::vector<std::string> words = {ORVANE_CLI_PATH};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> variables = Environment(folder);
-
+RunningCli::RunningCli(std::vector<std::string> arguments, const std::string& folder)
+    : out_file(folder + "/.out"), err_file(folder + "/.err") {
+    arguments.insert(arguments.begin(), ORVANE_CLI_PATH);
+    std::vector<char*> words;
+    for (std::string& argument : arguments) words.push_back(argument.data());
+    words.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
     posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out_file.c_str(), O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, err_file.c_str(), O_WRONLY | O_CREAT, 0600);
-    pid_t pid = -1;
-    int failure =
-        posix_spawn(&pid, ORVANE_CLI_PATH, &actions, nullptr, Pointers(words).data(), Pointers(variables).data());
+    posix_spawn_file_actions_addopen(&actions, 1, out_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int failure = posix_spawn(&process, ORVANE_CLI_PATH, &actions, nullptr, words.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     EXPECT_EQ(failure, 0) << "cannot start " << ORVANE_CLI_PATH;
-    process = failure == 0 ? pid : -1;
+    if (failure != 0) process = -1;
 }
 
 RunningCli::~RunningCli() {
@@ -93,9 +68,12 @@ CliResult RunningCli::Wait() {
     result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
     result.out = ReadBytes(out_file);
     result.err = ReadBytes(err_file);
-    unlink(out_file.c_str());
-    unlink(err_file.c_str());
     return result;
+}
+
+CliTest::CliTest() {
+    setenv("ORVANE_CONFIG_HOME", (folder / ".config").c_str(), 1);
+    setenv("HOME", folder.Path().c_str(), 1);
 }
 
 nlohmann::json CliTest::Json(std::vector<std::string> arguments, int code) const {
@@ -110,6 +88,14 @@ nlohmann::json CliTest::Json(std::vector<std::string> arguments, int code) const
 void CliTest::Must(const std::vector<std::string>& arguments) const {
     CliResult result = Run(arguments);
     ASSERT_EQ(result.code, 0) << result.err;
+}
+
+void CliTest::MakeCollection(const std::vector<std::string>& sides) const {
+    Must({"new", "c.mcf"});
+    Must({"album", "add", "c.mcf", "--artist", "A", "--title", "T"});
+    for (size_t i = 0; i < sides.size(); ++i) {
+        Must({"recording", "add", "c.mcf", "1", "--side", std::to_string(i + 1), sides[i]});
+    }
 }
 
 void CliTest::MakeSide(const std::string& name, const std::vector<std::pair<double, float>>& stretches,
@@ -127,21 +113,14 @@ void CliTest::MakeSide(const std::string& name, const std::vector<std::pair<doub
         }
     }
     Tesslib::WAVFile file;
-    ASSERT_EQ(file.SetSBC(samplerate, bits, 2), 0);
-    ASSERT_EQ(file.Open(folder / name, Tesslib::OM_CREATE), 0) << Tesslib::GetLastError().text;
-    ASSERT_GT(file.Write(pairs.data(), static_cast<int32_t>(pairs.size() / 2)), 0);
-    ASSERT_TRUE(file.Close());
-}
-
-bool CliTest::HasTool(const std::string& name) {
-    return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
+    WriteFile(file, folder / name, {bits, samplerate, 2}, pairs);
 }
 
 int CliTest::Tool(const std::string& command, std::string* out) const {
     const std::string name = folder / ".tool";
-    int status = std::system(("cd '" + folder.Path() + "' && { " + command + " ; } >'" + name + "' 2>&1").c_str());
+    const int code = Shell("cd '" + folder.Path() + "' && { " + command + " ; } >'" + name + "' 2>&1");
     if (out) *out = ReadBytes(name);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return code;
 }
 
 bool CliTest::WaitUntilWriting() const {

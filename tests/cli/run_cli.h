@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "audio_tools.h"
 #include "temp_folder.h"
 
 namespace OrvaneTest {
@@ -22,10 +23,10 @@ struct CliResult {
     nlohmann::json Json() const;
 };
 
-// A program that has been started.
+// A program that has been started; one at a time in a folder.
 class RunningCli {
 public:
-    RunningCli(const std::vector<std::string>& arguments, const std::string& folder);
+    RunningCli(std::vector<std::string> arguments, const std::string& folder);
     ~RunningCli();
     RunningCli(const RunningCli&) = delete;
     RunningCli& operator=(const RunningCli&) = delete;
@@ -34,14 +35,14 @@ public:
     CliResult Wait();
 
 private:
-    int process = -1;
-    std::string out_file;
-    std::string err_file;
+    pid_t process = -1;
+    std::string out_file, err_file;
 };
 
 // A folder with a settings store, in which the program runs; relative names in arguments mean files there.
 class CliTest : public testing::Test {
 protected:
+    CliTest();
     CliResult Run(const std::vector<std::string>& arguments) const {
         return RunningCli(arguments, folder.Path()).Wait();
     }
@@ -50,6 +51,8 @@ protected:
     // The same for a command whose results do not matter.
     void Must(const std::vector<std::string>& arguments) const;
 
+    // Makes the collection c.mcf of one album, "T" of "A", whose sides are these files.
+    void MakeCollection(const std::vector<std::string>& sides) const;
     // Makes a WAV file of a tone with some noise.
     void MakeWave(const std::string& name, double seconds, int32_t samplerate = 44100, int32_t bits = 16) const {
         MakeSide(name, {{seconds, 0.4f}}, samplerate, bits);
@@ -59,7 +62,7 @@ protected:
                   int32_t samplerate = 22050, int32_t bits = 16) const;
     // Runs another program; its exit code, or -1 where it is not installed. `out` gets what it prints.
     int Tool(const std::string& command, std::string* out = nullptr) const;
-    static bool HasTool(const std::string& name);
+    static bool HasTool(const char* name) { return HaveTools({name}); }
     // Waits until a file that is being written is there; false when none comes.
     bool WaitUntilWriting() const;
     void ExpectNoPartialFiles() const;

@@ -97,14 +97,3 @@ TEST_F(Sheets, AreReadBackOrSayWhatIsWrong) {
     ASSERT_EQ(read["tracks"].size(), 1u);
     EXPECT_EQ(read["tracks"][0]["end_seconds"], 12) << "the end of the file that the sheet names";
 }
-
-TEST_F(Sheets, RemovedRecordingsGoToTheTrashUnlessTheyAreTheUsersOwn) {
-    EXPECT_EQ(Run({"album", "remove", "c.mcf", "1", "--keep-album"}).code, 2);
-    const nlohmann::json removed = Json({"album", "remove", "c.mcf", "1", "--recordings"});
-    EXPECT_EQ(removed["trashed"].size(), 1u);
-    EXPECT_EQ(removed["kept"], nlohmann::json::array({folder / "two.wav"}));
-    EXPECT_EQ(removed["deleted"], 3);
-    EXPECT_TRUE(std::filesystem::exists(folder / "two.wav"));
-    EXPECT_TRUE(std::filesystem::is_empty(folder / "c"));
-    EXPECT_EQ(Json({"album", "list", "c.mcf"})["albums"].size(), 0u);
-}

@@ -1,7 +1,10 @@
 // What a user can get wrong, and where help is found.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "cli/commands.h"
+#include "cli/texts.h"
 #include "run_cli.h"
 
 using namespace OrvaneTest;
@@ -32,8 +35,7 @@ std::string Joined(const std::vector<std::string>& words) {
 class Usage : public CliTest {};
 
 TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
-    Must({"new", "c.mcf"});
-    Must({"album", "add", "c.mcf", "--artist", "A", "--title", "T"});
+    MakeCollection({});
     Must({"track", "add", "c.mcf", "1", "--title", "One", "--start", "1", "--end", "5"});
     Must({"track", "add", "c.mcf", "1", "--title", "Two", "--start", "5", "--end", "9"});
     MakeWave("a.wav", 1);
@@ -131,4 +133,23 @@ TEST_F(Usage, EveryCommandHasHelpWithAnExampleAndIsInTheManualAndTheCompletion) 
     EXPECT_GT(n_commands, 15);
     EXPECT_NE(Run({"album", "set", "--help"}).out.find("Example:\n  orvane-cli "), std::string::npos);
     EXPECT_NE(Run({"--version"}).out.find("Orvane V"), std::string::npos);
+}
+
+TEST(Texts, TimesAreReadAsTypedAndNothingElseIs) {
+    struct Row {
+        const char* text;
+        double seconds;  // below 0: not a time
+    };
+    const Row rows[] = {
+        {"12.5", 12.5}, {"3:41.5", 221.5}, {"1:02:03", 3723}, {"90:00", 5400}, {"100:59:59", 363599},
+        {"", -1},       {"1:60", -1},      {"1:60:00", -1},   {"-1", -1},      {"1:", -1},
+        {":30", -1},    {"1.2.3", -1},     {"1s", -1},        {"1e3", -1},     {"12345678901", -1},
+    };
+    for (const Row& row : rows) {
+        int64_t ticks = -1;
+        EXPECT_EQ(Orvane::ParseTimeArgument(row.text, ticks), row.seconds >= 0) << row.text;
+        if (row.seconds >= 0) {
+            EXPECT_EQ(ticks, std::llround(row.seconds * 44100)) << row.text;
+        }
+    }
 }

@@ -1,13 +1,22 @@
-#include "collection/albumset.h"
-
+// Albums as a set: their order, what has them saved, and their deletion.
 #include <gtest/gtest.h>
 
 #include <memory>
 
+#include "collection/albumset.h"
+#include "collection/deletealbums.h"
+#include "collection/steering_file.h"
+#include "fake_hosts.h"
+#include "foundation/path.h"
+#include "foundation/progress.h"
 #include "foundation/settings.h"
+#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
+
+using OrvaneTest::FakeMessageHost;
+using OrvaneTest::FakeProgressHost;
 
 class AlbumSetTest : public ::testing::Test {
 protected:
@@ -74,6 +83,96 @@ TEST_F(AlbumSetTest, WhatChangesACollectionHasItSaved) {
     EXPECT_EQ(set.current_album, set.albums.First());
     removed->flags |= ALBUM_WORKING_COPY;
     EXPECT_FALSE(changes([&] { AddTrack(*removed, {}, 10); }));
+}
+
+// Three albums. The first has two takes on side 2, a file of the user's on side 3 and a cover; the second shares cover
+// and outside file with it.
+class DeleteAlbumsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(SaveCollection(folder / "Mine.mcf", *std::make_unique<AlbumSet>(folder / "Mine.mcf"), false));
+        ASSERT_TRUE(OpenCollection(folder / "Mine.mcf"));
+        folder.Write("orvfiles/a.jpg", "cover");
+        folder.Write("outside.wav", "side");
+        for (const char* name : {"A", "B", "C"}) {
+            auto album = MakeAlbum();
+            album->artist = album->title = name;
+            AddAlbum(std::move(album));
+        }
+        first = gAlbumSet->albums.First();
+        second = gAlbumSet->albums.Next(first);
+        AddRecording(*first, 1, "");
+        AddRecording(*first, 1, " (2)");
+        for (AlbumInfo* album : {first, second}) {
+            FileHistoryEntry& entry = AddRecording(*album, 2, "");
+            entry.external_file = folder / "outside.wav";
+            entry.flags |= FHE_EXTERNAL_FILE;
+            album->art_file = "a.jpg";
+        }
+    }
+    void TearDown() override { CloseCollection(); }
+
+    FileHistoryEntry& AddRecording(AlbumInfo& album, int side_index, const std::string& suffix) {
+        AlbumSide* side = album.GetSide(side_index, true);
+        side->AddRecording(MakeRef<FileHistoryEntry>(&album, side));
+        side->newest->extension = ".wav";
+        side->newest->name_suffix = suffix;
+        for (const char* what : {"", ".crd"}) {
+            folder.Write("Mine/" + FileNameOf(side->newest->GetPath()) + what, "x");
+        }
+        return *side->newest;
+    }
+
+    DeleteAlbumsResult Delete(const std::vector<AlbumInfo*>& albums, int options) {
+        Progress::Begin("Deleting");
+        DeleteAlbumsResult result = DeleteAlbums(albums, options);
+        Progress::End();
+        return result;
+    }
+
+    OrvaneTest::TempFolder folder;
+    FakeMessageHost messages;
+    FakeProgressHost progress;
+    AlbumInfo* first = nullptr;
+    AlbumInfo* second = nullptr;
+};
+
+TEST_F(DeleteAlbumsTest, RecordingsGoToTheTrashAndWhatOthersNeedStays) {
+    const DeleteAlbumsResult of_first = Delete({first}, DELETE_RECORDINGS | DELETE_ALBUM_ART);
+    EXPECT_EQ(of_first.n_deleted, 4) << "three recordings and the cover";
+    EXPECT_EQ(of_first.trashed,
+              (std::vector<std::string>{folder / "Mine/A~A~side2 (2).wav", folder / "Mine/A~A~side2.wav"}));
+    EXPECT_EQ(of_first.kept, (std::vector<std::string>{folder / "orvfiles/a.jpg", folder / "outside.wav"}));
+    EXPECT_EQ(first->sides.size(), 0);
+    EXPECT_EQ(first->art_file, "");
+    EXPECT_FALSE(FileExists(folder / "Mine/A~A~side2.wav.crd"));
+    EXPECT_FALSE(gAlbumSet->dirty);
+    EXPECT_EQ(messages.asked.back().hide_key, "Report Album Deleted");
+    EXPECT_TRUE(messages.Texts().back().starts_with("4 albums or album components deleted."));
+    EXPECT_TRUE(progress.log.ends_with("A - A - <fg color=#00a000>done</fg>\nDone\n")) << progress.log;
+
+    // Now nobody else has the cover; the file outside is the user's all the same.
+    const DeleteAlbumsResult of_second = Delete({second}, DeleteOptionsFromStore());
+    EXPECT_EQ(of_second.trashed, std::vector<std::string>{folder / "orvfiles/a.jpg"});
+    EXPECT_EQ(of_second.kept, std::vector<std::string>{folder / "outside.wav"});
+    EXPECT_EQ(gAlbumSet->albums.size(), 2);
+}
+
+TEST_F(DeleteAlbumsTest, AnAlbumInUseStaysAndTheOthersGo) {
+    first->running_jobs = 1;
+    EXPECT_EQ(Delete({first, second}, DELETE_ALBUMS).n_deleted, 1);
+    EXPECT_NE(progress.log.find("A - A - <fg color=#ff0000>Album:"), std::string::npos) << progress.log;
+    EXPECT_EQ(gAlbumSet->albums.First(), first);
+    EXPECT_EQ(gAlbumSet->albums.size(), 2);
+    first->running_jobs = 0;
+
+    Progress::Begin("Deleting");
+    Progress::Cancel();
+    const DeleteAlbumsResult cancelled = DeleteAlbums({first}, DELETE_ALBUMS);
+    Progress::End();
+    EXPECT_TRUE(cancelled.cancelled);
+    EXPECT_EQ(gAlbumSet->albums.size(), 2);
+    EXPECT_TRUE(progress.log.ends_with("Cancelled\nDone\n")) << progress.log;
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
-#include "collection/corrections.h"
-
+// Cuts, and the file of click repairs.
 #include <gtest/gtest.h>
 
 #include <numeric>
 #include <random>
 #include <set>
+
+#include "collection/corrections.h"
+#include "collection/crd_file.h"
+#include "repairs.h"
 
 namespace Orvane {
 namespace {
@@ -74,6 +77,38 @@ TEST(CutList, ASpliceTakesHalfItsLengthOnEitherSide) {
     EXPECT_EQ(cuts.First()->splice_length, 220);
     EXPECT_EQ(cuts.First()->absolute_start_time, 99890);
     EXPECT_EQ(cuts.First()->absolute_end_time, 110111);
+}
+
+std::span<const uint8_t> Bytes(const std::string& text) {
+    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
+void Append(ClickRepairList& list, int16_t type, int64_t start, int64_t n, int16_t wiggles) {
+    std::vector<int16_t> samples;
+    for (int64_t i = 0; i < n; ++i) samples.push_back(static_cast<int16_t>(start * 31 + i * 977));
+    list.Append(OrvaneTest::MakeRepair(type, start, samples, 6).release());
+    list.Last()->wiggles = wiggles;
+}
+
+TEST(CrdFile, IsReadAsItWasWrittenAndNeverInPart) {
+    for (const int64_t last_end : {int64_t{0x7FFF0000}, int64_t{0x7FFF0001}, int64_t{1} << 40}) {
+        ClickRepairList written[2];
+        Append(written[0], REPAIR_SCANNER, 1000, 60, 5);
+        Append(written[0], REPAIR_PP, 2000, 40, 5);
+        Append(written[1], REPAIR_PATCH, 1500, 500, -1);
+        Append(written[1], REPAIR_MANUAL, last_end - 7, 7, 5);
+        const std::string whole = WriteCrd(written);
+        EXPECT_EQ(whole[4], last_end > 0x7FFF0000 ? 3 : 2);
+        ClickRepairList read[2];
+        ASSERT_EQ(ReadCrd(Bytes(whole + "trailing"), read), CrdResult::Good);
+        EXPECT_EQ(WriteCrd(read), whole);
+        EXPECT_EQ(read[1].Last()->absolute_end_time, last_end);
+        for (size_t n = 0; n < whole.size(); ++n) {
+            ClickRepairList part[2];
+            EXPECT_EQ(ReadCrd(Bytes(whole.substr(0, n)), part), n < 4 ? CrdResult::BadHeader : CrdResult::Damaged) << n;
+            EXPECT_TRUE(part[0].empty() && part[1].empty()) << n;
+        }
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "collection/dataobjects.h"
 #include "fake_hosts.h"
 #include "foundation/fileerror.h"
+#include "repairs.h"
 #include "riff_builder.h"
 #include "temp_folder.h"
 
@@ -41,11 +42,10 @@ protected:
         return *entry;
     }
 
-    static void AddRepair(FileHistoryEntry& entry, int channel, int64_t start, int64_t length = 60) {
-        auto repair = std::make_unique<ClickRepair>(REPAIR_SCANNER, start, start + length, int16_t{6});
-        repair->SetSamples(std::make_unique<int16_t[]>(static_cast<size_t>(length)));
-        entry.click_repairs[channel].Append(repair.release());
-        entry.click_repairs[channel].dirty = true;
+    static void AddRepair(FileHistoryEntry& entry, int channel, int64_t start) {
+        ClickRepairList& list = entry.click_repairs[channel];
+        list.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, start, std::vector<int16_t>(60), 6).release());
+        list.dirty = true;
     }
 
     OrvaneTest::TempFolder folder;
@@ -118,13 +118,10 @@ TEST_F(FileHistory, RepairsThatCannotBeSavedStay) {
 }
 
 TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
-    ClickRepairList overlapping[2];
-    for (int64_t start : {100, 130, 300}) {
-        auto repair = std::make_unique<ClickRepair>(REPAIR_SCANNER, start, start + 60, int16_t{6});
-        repair->SetSamples(std::make_unique<int16_t[]>(60));
-        overlapping[0].Append(repair.release());
-    }
-    const std::string good = WriteCrd(overlapping);
+    FileHistoryEntry& entry = AddRecording(0, 44100);
+    for (int64_t start : {100, 130, 300}) AddRepair(entry, 0, start);  // two overlap
+    const std::string good = WriteCrd(entry.click_repairs);
+    entry.click_repairs[0].Clear();
     struct {
         std::string name;  // behind "side1"
         std::string bytes;
@@ -140,7 +137,6 @@ TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
         {".wav.crd", good, 0, "1 repairs were removed", 2, {".wav.crd"}},
         {".crd", good, 0, "1 repairs were removed", 2, {".crd"}},
     };
-    FileHistoryEntry& entry = AddRecording(0, 44100);
     const std::string beginning = "A+C~T- 1~side1";
     for (const auto& row : rows) {
         SCOPED_TRACE(row.message ? row.message : "short");

@@ -1,16 +1,21 @@
-#include "collection/steering_file.h"
-
+// Collections on the disk: opened, saved, renamed, and saved by a process that is killed.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
+#include <random>
 
 #include "collection/albumset.h"
+#include "collection/crd_file.h"
+#include "collection/steering_file.h"
 #include "collections.h"
+#include "disk_limit.h"
 #include "fake_hosts.h"
 #include "foundation/lasterror.h"
 #include "foundation/platform.h"
 #include "foundation/settings.h"
+#include "repairs.h"
 #include "temp_folder.h"
 
 namespace Orvane {
@@ -90,25 +95,6 @@ TEST_F(SteeringFile, ANewerCollectionIsTheUsersDecision) {
     EXPECT_EQ(host.asked.size(), 2);
 }
 
-// Files of this process cannot grow beyond `bytes` while it lives, as on a disk that is full.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-    }
-
-private:
-    void (*handler)(int);
-    rlimit before{};
-};
-
 TEST_F(SteeringFile, AFullDiskCostsNothing) {
     const std::string path = MakeCollection("Mine.mcf");
     const std::string before = ReadBytes(path);
@@ -119,7 +105,7 @@ TEST_F(SteeringFile, AFullDiskCostsNothing) {
         host.asked.clear();
         bool saved = true;
         {
-            const FullDisk full(room);
+            const OrvaneTest::DiskLimit full(room);
             saved = SaveCollection(path, *set, true);
         }
         EXPECT_FALSE(saved);
@@ -150,6 +136,63 @@ TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
     EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Taken.mcf", "Yours", "Yours.mcf"}));
     EXPECT_EQ(ReadBytes(side->newest->GetPath()), "sound");
     EXPECT_EQ(GetStringSetting("Steering File"), folder / "Yours.mcf");
+}
+
+constexpr int kRounds = 200;
+
+RefPtr<FileHistoryEntry> EntryWithRepairs(AlbumInfo& album, const std::string& recording, int n_repairs) {
+    auto entry = MakeRef<FileHistoryEntry>(&album, nullptr);
+    entry->flags |= FHE_EXTERNAL_FILE;
+    entry->external_file = recording;
+    const std::vector<int16_t> samples(60);
+    for (int i = 0; i < n_repairs; ++i) {
+        entry->click_repairs[i % 2].Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 1000 * i, samples, 6).release());
+    }
+    return entry;
+}
+
+TEST(SuddenDeath, LeavesTheOldOrTheNewFile) {
+    const OrvaneTest::TempFolder folder;
+    const std::string path = folder / "Mine.mcf";
+    const std::string recording = folder / "x.wav";
+    AlbumInfo album;
+    AlbumSet sets[2];
+    RefPtr<FileHistoryEntry> entries[2];
+    std::string collections[2], corrections[2];
+    for (int i : {0, 1}) {
+        OrvaneTest::CollectionMaker(static_cast<unsigned>(i)).AddAlbums(sets[i], 40 + 20 * i, 8);
+        entries[i] = EntryWithRepairs(album, recording, 300 + 500 * i);
+        ASSERT_TRUE(SaveCopy(path, sets[i], false));
+        ASSERT_EQ(entries[i]->SaveCorrections(), 0);
+        collections[i] = OrvaneTest::ReadBytes(path);
+        corrections[i] = OrvaneTest::ReadBytes(recording + ".crd");
+    }
+    const auto is_one_of = [](const std::string& text, const std::string(&versions)[2]) {
+        return text == versions[0] || text == versions[1];
+    };
+
+    std::mt19937 random(1);
+    int n_left_in_the_middle = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        DeleteFile(folder / "Mine_$$$.mcf");
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        for (int i = round; child == 0; ++i) {
+            SaveCopy(path, sets[i % 2], false);
+            entries[i % 2]->SaveCorrections();
+        }
+        while (!FileExists(folder / "Mine_$$$.mcf")) continue;  // until it has begun
+        usleep(static_cast<useconds_t>(random() % 5000));
+        kill(child, SIGKILL);
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+
+        ASSERT_TRUE(is_one_of(OrvaneTest::ReadBytes(path), collections)) << "round " << round;
+        const std::string backup = OrvaneTest::ReadBytes(path + "_bak");
+        ASSERT_TRUE(backup.empty() || is_one_of(backup, collections)) << "round " << round;
+        ASSERT_TRUE(is_one_of(OrvaneTest::ReadBytes(recording + ".crd"), corrections)) << "round " << round;
+        if (FileExists(folder / "Mine_$$$.mcf") || FileExists(folder / "x.wav.$$$")) ++n_left_in_the_middle;
+    }
+    EXPECT_GT(n_left_in_the_middle, kRounds / 20) << "the kills came at the wrong moments";
 }
 
 }  // namespace

@@ -1,13 +1,15 @@
-#include "collection/steering_reader.h"
-
+// Collection files as texts, those printed in the descriptions of our formats among them.
 #include <gtest/gtest.h>
 
 #include <set>
 #include <sstream>
 
+#include "collection/crd_file.h"
+#include "collection/steering_reader.h"
 #include "collection/steering_records.h"
 #include "collections.h"
 #include "foundation/text.h"
+#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
@@ -137,6 +139,57 @@ TEST(ReadCollection, WhatAFieldCannotHoldBecomesABlank) {
     ASSERT_EQ(read.set->albums.First()->tracks.size(), 2);
     EXPECT_EQ(read.set->albums.First()->tracks[0].title, "tab and line");
     EXPECT_EQ(read.set->albums.First()->tracks[0].custom_tags, "one two");
+}
+
+// The last code block of a page.
+std::string Example(const std::string& page) {
+    const std::string text = OrvaneTest::ReadBytes(std::string(ORVANE_TESTS_DIR) + "/../docs/" + page);
+    const size_t end = text.rfind("```");
+    const size_t start = text.rfind("```\n", end - 1) + 4;
+    return end == text.npos ? std::string() : text.substr(start, end - start);
+}
+
+TEST(CollectionFormat, TheDescriptionsExampleIsReadAndWritten) {
+    const std::string example = Replace(Example("collection-format.md"), "→", "\t");
+    const OrvaneTest::ReadCollectionText read = OrvaneTest::ReadWhole(example);
+    ASSERT_EQ(read.result, ReadResult::Good);
+    EXPECT_EQ(OrvaneTest::WriteWhole(*read.set), example);
+    // What the page says of it: that it comes back the same would hold for fields taken for each other, too.
+    const AlbumInfo& album = *read.set->albums.First();
+    EXPECT_EQ(album.status, STATUS_SPLIT);
+    EXPECT_EQ(album.release_number, "12345");
+    EXPECT_EQ(album.notes, "Bought in May.\nScratch on side 2.");
+    ASSERT_EQ(album.tracks.size(), 2);
+    EXPECT_EQ(album.tracks[0].composer, "A. Writer");
+    EXPECT_EQ(album.tracks[0].start, 44100 * 11 / 4);
+    EXPECT_EQ(album.tracks[0].fade_in, 22050);
+    EXPECT_TRUE(album.tracks[1].excluded);
+    ASSERT_EQ(album.sides.size(), 2);
+    const FileHistoryEntry& entry = *album.sides[0]->newest;
+    EXPECT_EQ(entry.GetPath(), "/music/Mine/The Examples~First~side1.wav");
+    EXPECT_EQ(entry.click_scan.sensitivity, 5);
+    EXPECT_EQ(entry.speed_to, 78);
+    EXPECT_EQ(entry.markers.First()->absolute_start_time, 9696000);
+    EXPECT_EQ(entry.filters.First()->values.mains_frequency, 50);
+    EXPECT_EQ(entry.filters.First()->values.bands, (std::array<int32_t, kEqBands>{-1, 0, 0, 0, 0, 0, 0, 0, 0, 12}));
+}
+
+TEST(CorrectionsFormat, TheDescriptionsExampleIsReadAndWritten) {
+    std::string digits;
+    for (char c : Example("corrections-format.md")) {
+        if (c != ' ' && c != '\n') digits += c;
+    }
+    std::string bytes;
+    for (size_t i = 0; i + 1 < digits.size(); i += 2) {
+        bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+    ClickRepairList lists[2];
+    ASSERT_EQ(ReadCrd({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, lists), CrdResult::Good);
+    EXPECT_EQ(WriteCrd(lists), bytes);
+    ASSERT_TRUE(lists[0].size() == 1 && lists[1].size() == 1);
+    EXPECT_EQ(lists[0].First()->absolute_start_time, 1000);
+    EXPECT_EQ(lists[0].First()->max_sample, 32767);
+    EXPECT_EQ(lists[1].First()->repair_type, REPAIR_PP);
 }
 
 }  // namespace

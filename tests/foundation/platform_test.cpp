@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -85,29 +84,6 @@ TEST(FileLockTest, NamesItsHolderAndEndsWithIt) {
         EXPECT_TRUE(elsewhere.Acquire(folder / "none/x.mcf", holder));  // a folder that takes none
     }
     EXPECT_EQ(folder.Listing(), Names{});
-}
-
-TEST(FileLockTest, KeepsTwoProcessesApart) {
-    TempFolder folder;
-    const std::string counter = folder.Write("count", "0");
-    constexpr int kProcesses = 4, kRounds = 50;
-    for (int i = 0; i < kProcesses; ++i) {
-        if (fork() != 0) continue;
-        for (int round = 0; round < kRounds;) {
-            FileLock lock;
-            std::string holder;
-            if (!lock.Acquire(counter, holder)) {
-                usleep(50);
-                continue;
-            }
-            const int value = std::stoi(ReadBytes(counter));
-            std::ofstream(counter) << value + 1;
-            ++round;
-        }
-        _exit(0);
-    }
-    while (wait(nullptr) > 0) continue;
-    EXPECT_EQ(ReadBytes(counter), std::to_string(kProcesses * kRounds));
 }
 
 TEST(SafeFile, TheNewFileStandsAndTheOldOneIsTheBackup) {

@@ -169,14 +169,18 @@ inline void RemoveNeighbours(std::span<double> data, int gap_first, int gap_last
     }
 }
 
-inline int CountSwings(std::span<const float> samples, int start, int end, int limit, double factor) {
-    int width = end - start + 1, capped = std::min(width, 70);
+inline double Swing(std::span<const float> samples, int start, int end) {
     double largest = -2.0, smallest = 2.0;
-    for (int k = start; k < start + capped; ++k) {
+    for (int k = start; k <= end; ++k) {
         largest = std::max(largest, static_cast<double>(samples[static_cast<size_t>(k)]));
         smallest = std::min(smallest, static_cast<double>(samples[static_cast<size_t>(k)]));
     }
-    double swing = largest - smallest;
+    return largest - smallest;
+}
+
+inline int CountSwings(std::span<const float> samples, int start, int end, int limit, double factor) {
+    int width = end - start + 1, capped = std::min(width, 70);
+    const double swing = Swing(samples, start, start + capped - 1);
     int count = 0;
     for (int pass = 1; pass <= 2; ++pass) {
         double f = pass == 1 ? std::max(swing, 0.02) : std::max(std::max(swing, 0.05), 0.02);
@@ -237,12 +241,7 @@ inline int EnergyRatio(std::span<const float> samples, int start, int end, int l
 
 inline bool BigPop(std::span<const float> samples, int start, int& end) {
     int last = static_cast<int>(samples.size()) - 1;
-    double largest = -1e9, smallest = 1e9;
-    for (int k = start; k <= std::min(end, last); ++k) {
-        largest = std::max(largest, static_cast<double>(samples[static_cast<size_t>(k)]));
-        smallest = std::min(smallest, static_cast<double>(samples[static_cast<size_t>(k)]));
-    }
-    if (largest - smallest < 0.5) return false;
+    if (Swing(samples, start, std::min(end, last)) < 0.5) return false;
     double sum = 0.0;
     int count = 0;
     for (int k = end + 1; k <= std::min(end + 2000, last); ++k) {

@@ -7,6 +7,7 @@
 #include <numbers>
 #include <vector>
 
+#include "cleanup/orvanefft.h"
 #include "collection/corrections.h"
 
 namespace Orvane::Oracle {
@@ -89,29 +90,21 @@ private:
     bool seen = false;
 };
 
-// Frames with a gain for every bin, by direct sums: for small blocks.
+// Frames with a gain for every bin.
 class PlainFrames {
 public:
     explicit PlainFrames(std::vector<double> bin_gains) : gains(std::move(bin_gains)), tail(gains.size() - 1) {}
 
-    std::vector<double> Process(const std::vector<double>& frame) {
+    std::vector<double> Process(std::vector<float> frame) {
         const int half = int(gains.size()) - 1, n = 2 * half;
-        const double pi = std::numbers::pi;
-        std::vector<std::complex<double>> bins(n);
-        for (int k = 0; k <= half; k++) {
-            for (int i = 0; i < n; i++) {
-                bins[k] +=
-                    frame[i] * (0.5 - 0.5 * std::cos(2 * pi * i / (n - 1))) * std::polar(1.0, -2 * pi * k * i / n);
-            }
-            if (k > 0) bins[k] *= gains[k];
-            if (k > 0 && k < half) bins[n - k] = std::conj(bins[k]);
-        }
-        std::vector<double> work(n), output(half);
-        for (int i = 0; i < n; i++) {
-            std::complex<double> sum;
-            for (int k = 0; k < n; k++) sum += bins[k] * std::polar(1.0, 2 * pi * k * i / n);
-            work[i] = sum.real() / n;
-        }
+        for (int i = 0; i < n; i++) frame[i] *= float(0.5 - 0.5 * std::cos(2 * std::numbers::pi * i / (n - 1)));
+        const FFT_PLAN* plan = GetFFT().CreatePlan(n, kFFTBoth);
+        std::vector<float> bins(n + 2);
+        GetFFT().Transform(plan, FFTDirection::Forward, frame, bins);
+        for (int k = 1; k <= half; k++) bins[2 * k] *= float(gains[k]), bins[2 * k + 1] *= float(gains[k]);
+        GetFFT().Transform(plan, FFTDirection::Inverse, bins, frame);
+        std::vector<double> work, output(half);
+        for (const float sample : frame) work.push_back(double(sample) / n);
         const double first = work[0], last = work[n - 1], z = half - 1;
         for (int i = 0; i < half; i++) work[i] -= (z - i) / z * first;
         for (int i = half; i < n; i++) work[i] -= (i - z) / z * last;

@@ -1,5 +1,4 @@
-#include "save/save_albums.h"
-
+// Tracks saved as files, and their names.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,12 +8,15 @@
 #include "foundation/path.h"
 #include "foundation/progress.h"
 #include "foundation/settings.h"
+#include "recorded_side.h"
+#include "save/save_albums.h"
 #include "save/save_selection.h"
+#include "save/tracknames.h"
 #include "save/trackstream.h"
 #include "scoped_environment.h"
 #include "stream_checks.h"
 #include "temp_folder.h"
-#include "tesslib/wavfile.h"
+#include "tesslib/fileformats.h"
 
 namespace Orvane {
 namespace {
@@ -33,8 +35,6 @@ class SavedAlbum : public testing::Test {
 protected:
     SavedAlbum() {
         OpenSettings(folder / "config");
-        album.artist = "Artist";
-        album.title = "Title";
         settings.options = FileOptions::Load(OptionsContext::SaveTracks);
         settings.output_folder = folder / "out";
     }
@@ -44,17 +44,7 @@ protected:
     void AddSide(int64_t frames) {
         std::vector<float> pairs;
         for (int64_t i = 0; i < frames; ++i) pairs.insert(pairs.end(), 2, Value(n_frames + i));
-        const std::string path = folder / ("side" + std::to_string(album.sides.size() + 1) + ".wav");
-        WAVFile file;
-        OrvaneTest::WriteFile(file, path, {16, kRate, 2}, pairs);
-        AlbumSide* side = album.GetSide(-1, true);
-        RefPtr<FileHistoryEntry> entry(new FileHistoryEntry(&album, side));
-        entry->external_file = path;
-        entry->extension = ".wav";
-        entry->flags |= FHE_EXTERNAL_FILE;
-        side->AddRecording(entry);
-        ASSERT_EQ(entry->Open(USER_PROBE, false), 0);
-        entry->Close(USER_PROBE);
+        recorded.AddSide(pairs);
         n_frames += frames;
     }
 
@@ -80,8 +70,11 @@ protected:
         return OrvaneTest::PullAll(*MakeTrackPCMStream(&album, track, 0, 0, trim_seconds), 4096, result);
     }
 
-    TempFolder folder;
-    AlbumInfo album;
+    std::string PathOfSide(int i) const { return album.sides[i]->newest->GetPath(); }
+
+    OrvaneTest::RecordedAlbum recorded;
+    TempFolder& folder = recorded.folder;
+    AlbumInfo& album = *recorded.album;
     SaveSettings settings;
     int64_t n_frames = 0;
     std::string log;  // of the last save
@@ -206,7 +199,7 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
 
     AddSide(40000);
     album.tracks[2].start = 55000;
-    fs::remove(folder / "side2.wav");
+    fs::remove(PathOfSide(1));
     result = Save();
     EXPECT_EQ(result.tracks[0].status, SAVE_DONE);
     EXPECT_EQ(result.tracks[2].status, SAVE_FAILED);
@@ -227,20 +220,20 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(file).parent_path()), {}), 1);
     // What somebody else put there goes to the Trash.
     OrvaneTest::ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
-    fs::copy_file(folder / "side1.wav", file, fs::copy_options::overwrite_existing);
+    fs::copy_file(PathOfSide(0), file, fs::copy_options::overwrite_existing);
     EXPECT_EQ(Save().tracks[0].status, SAVE_DONE);
     const fs::path trashed = fs::path(folder / "data/Trash/files") / fs::path(file).filename();
-    EXPECT_TRUE(ReadBytes(trashed.string()) == ReadBytes(folder / "side1.wav"));
+    EXPECT_TRUE(ReadBytes(trashed.string()) == ReadBytes(PathOfSide(0)));
     fs::remove(trashed);
     album.tracks[0].end -= 1000;
     EXPECT_EQ(Save().tracks[0].status, SAVE_DONE);
     EXPECT_FALSE(fs::exists(trashed));
     // No track is written over a recording.
-    settings.output_folder = folder.Path();
-    settings.name_template = "side1";
-    const std::string recording = ReadBytes(folder / "side1.wav");
+    settings.output_folder = FolderOf(PathOfSide(0));
+    settings.name_template = "Art~Blue~side1";
+    const std::string recording = ReadBytes(PathOfSide(0));
     EXPECT_EQ(Save().tracks[0].status, SAVE_FAILED);
-    EXPECT_TRUE(ReadBytes(folder / "side1.wav") == recording);
+    EXPECT_TRUE(ReadBytes(PathOfSide(0)) == recording);
 }
 
 TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
@@ -250,7 +243,7 @@ TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
     for (const char* contents : {"first", "another"}) {
         album.art_file = folder.Write("art/front.jpg", contents);
         Save();  // of tracks saved already, too
-        EXPECT_EQ(ReadBytes(folder / "out/Artist - Title/folder.jpg"), contents);
+        EXPECT_EQ(ReadBytes(folder / "out/Art - Blue/folder.jpg"), contents);
     }
     album.art_file = folder / "art/gone.jpg";
     Save();
@@ -274,9 +267,9 @@ TEST_F(SavedAlbum, ASelectionIsSavedAsItIsHeard) {
     for (int i = 0; i < 3000; ++i) ASSERT_NEAR(pairs[2 * i], Value(i < 1000 ? 9000 + i : 14000 + i), 1e-6) << i;
 
     options.file_format = FF_WAV;
-    const std::string before = ReadBytes(folder / "side1.wav");
-    EXPECT_EQ(SaveSelection(*recording, 0, 100, options, folder / "side1.wav"), SAVE_FAILED);
-    EXPECT_TRUE(ReadBytes(folder / "side1.wav") == before);
+    const std::string before = ReadBytes(PathOfSide(0));
+    EXPECT_EQ(SaveSelection(*recording, 0, 100, options, PathOfSide(0)), SAVE_FAILED);
+    EXPECT_TRUE(ReadBytes(PathOfSide(0)) == before);
     const char* expected[] = {"part.flac</b>\n\nsaved successfully", "never changed"};
     ASSERT_EQ(messages.asked.size(), 2u);
     for (size_t i = 0; i < 2; ++i) EXPECT_NE(messages.asked[i].text.find(expected[i]), std::string::npos) << i;
@@ -295,6 +288,46 @@ TEST(FileOptionsText, SurvivesBeingStoredAndDamaged) {
         FileOptions::FromText(bad, usual);
         EXPECT_EQ(usual.ToText(), FileOptions().ToText()) << bad;
     }
+}
+
+TEST(TrackNames, ExpandTemplatesByTheRules) {
+    AlbumInfo album;
+    album.artist = "The Examples";
+    album.title = "First";
+    album.year = 1977;
+    album.tracks.resize(3);
+    album.tracks[0].title = "One";
+    album.tracks[0].artist = "Guest";
+    album.tracks[1].title = "AC/DC: Live?";
+    album.tracks[2].title = std::string(300, 'x');
+    const auto Expand = [&](std::string_view text, int track, NamePart part = NamePart::WholePath) {
+        return ExpandTemplate(text, album, track, part, FF_FLAC);
+    };
+    struct Case {
+        const char* text;
+        int track;
+        NamePart part;
+        const char* expected;
+    };
+    const NamePart whole = NamePart::WholePath, album_folder = NamePart::AlbumFolder;
+    const Case cases[] = {
+        {R"([Album Artist] - [Album Title] \ [Track Number] - [Track Artist] - [Track Title])", 0, whole,
+         "The Examples - First/01 - Guest - One"},
+        {"[Track Number] - [Track Artist] - [Track Title]", 1, whole,
+         "02 - AC+DC- Live"},  // no artist: no separators for it
+        {"[Year] [Genre] [Label]", 0, whole, "1977 (no genre)"},
+        {R"(\\ [Album Title].. \ .[Track Title]. )", 0, whole, "First/.One."},  // a folder ends in no point
+        {"a:b*c?<d>|\"e\" [Track Title]", 0, whole, "abcde One"},
+        {R"([Album Artist] \ [Album Title] \ [Track Number])", 0, NamePart::FileName, "01"},
+        {R"([Album Artist] \ [Album Title] \ [Track Number])", 0, album_folder, "The Examples/First"},
+        {R"([Album Artist] \ Disc [Track Number])", 0, album_folder, "The Examples"},
+        {"x\x01y\tz [Track Title]", 0, whole, "x y z One"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(Expand(c.text, c.track, c.part), c.expected) << c.text;
+    // Long values are cut, and the numbers of long listings widened.
+    EXPECT_EQ(Expand("[Track Title]", 2), std::string(79, 'x') + "\u2026");
+    album.tracks.resize(100);
+    EXPECT_EQ(Expand("[Track Number]", 0), "001");
 }
 
 }  // namespace

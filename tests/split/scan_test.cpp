@@ -1,21 +1,26 @@
-#include "split/scan.h"
-
+// The scan for tracks and what it goes by: the level overview and the time line without cuts.
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 #include "audiosignals.h"
 #include "collection/undo.h"
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
+#include "recorded_side.h"
 #include "sides.h"
+#include "split/albumoverview.h"
+#include "split/cuttimeline.h"
+#include "split/scan.h"
 #include "temp_folder.h"
 
 namespace Orvane {
 namespace {
 
-constexpr int64_t kSecond = kTicksPerSecond;
-
 using Times = std::vector<std::pair<double, double>>;  // seconds
+
+constexpr int64_t kSecond = kTicksPerSecond;
 
 class ScanTest : public testing::Test {
 protected:
@@ -37,7 +42,7 @@ protected:
     ScanHost host;
 };
 
-void ExpectTimes(const Times& found, const Times& wanted, const char* what, double tolerance = 0.12) {
+void ExpectTimes(const Times& found, const Times& wanted, const char* what, double tolerance) {
     ASSERT_EQ(found.size(), wanted.size()) << what << testing::PrintToString(found);
     for (size_t i = 0; i < found.size(); ++i) {
         EXPECT_NEAR(found[i].first, wanted[i].first, tolerance) << what << ", start of track " << i + 1;
@@ -47,17 +52,17 @@ void ExpectTimes(const Times& found, const Times& wanted, const char* what, doub
 
 // At a level of 100 music is found 0.2 s after it begins, and its end 0.34 s after it ends: the mean of 15 blocks has
 // to pass 50 of 401, and to fall below 30.
-TEST_F(ScanTest, SidesFollowTheTable) {
+TEST_F(ScanTest, SidesFollowTheTableAtEveryRate) {
     struct Row {
         const char* what;
         std::vector<Stretch> side;
         Times tracks;
+        int64_t cut_from = 0, cut_to = 0;  // seconds of the file
     };
+    const std::vector<Stretch> two = {{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}};
     const Row rows[] = {
         {"one track; the landing is skipped", {{1, 0}, {2, 200}, {5, 0}, {60, 100}, {80, 0}}, {{7.76, 69.38}}},
-        {"a long gap stays outside of the tracks",
-         {{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}},
-         {{5.76, 67.38}, {85.76, 147.38}}},
+        {"a long gap stays outside of the tracks", two, {{5.76, 67.38}, {85.76, 147.38}}},
         {"2.2 seconds of silence are a gap",
          {{6, 0}, {60, 100}, {2.2, 0}, {60, 100}, {80, 0}},
          {{5.76, 67.38}, {67.96, 129.58}}},
@@ -70,47 +75,17 @@ TEST_F(ScanTest, SidesFollowTheTable) {
          {{5.76, 67.38}, {70.76, 211.0}}},
         {"one above it is music", {{6, 0}, {60, 100}, {20, 8}, {60, 100}, {80, 0}}, {{5.76, 147.38}}},
         {"silence has no tracks", {{300, 0}}, {}},
+        {"a cut within the first track", two, {{5.76, 57.38}, {75.76, 137.38}}, 20, 30},
+        {"a cut over the start of the second", two, {{5.76, 67.38}, {80, 127.38}}, 80, 100},
+        {"a cut of the gap as a whole", two, {{5.76, 127.38}}, 66, 86},
     };
     for (const Row& row : rows) {
-        LevelAlbum side;
-        side.AddSide(row.side);
-        ExpectTimes(Scan(side), row.tracks, row.what);
-    }
-}
-
-// The mean of the last 15 blocks, added up anew for every block.
-int64_t PlainScan(const WaveformOverview& overview, int64_t from, int threshold, bool until_quiet) {
-    const int64_t block_ns = int64_t{overview.block} * 1000000000 / overview.samplerate;
-    const int64_t from_ns = from * 10000000 / 441;
-    const int64_t first = from_ns / block_ns;
-    for (int64_t last = first + 14; last < overview.total_bytes; ++last) {
-        int sum = 0;
-        for (int64_t i = last - 14; i <= last; ++i) sum += overview.bytes[static_cast<size_t>(i)] * 4 + 1;
-        if (until_quiet == (sum / 15 < threshold)) {
-            return ((from_ns + (last - first + 1) * block_ns) * 441 + 5000000) / 10000000;
+        for (const int rate : {22050, 44100, 48000, 192000}) {
+            LevelAlbum side;
+            FileHistoryEntry& entry = side.AddSide(row.side, rate);
+            if (row.cut_to) entry.cuts.Add(row.cut_from * rate, row.cut_to * rate, 0, rate);
+            ExpectTimes(Scan(side), row.tracks, row.what, row.cut_to ? 0.4 : 0.12);
         }
-    }
-    return kOverviewEnded;
-}
-
-TEST_F(ScanTest, TheForwardScanEqualsThePlainOne) {
-    OrvaneTest::Noise noise(3);
-    for (int32_t rate : {22050, 44100, 48000, 96000, 192000}) {
-        LevelAlbum side;
-        std::vector<Stretch> stretches;
-        for (int i = 0; i < 60; ++i) stretches.push_back({noise.Even() * 6, noise.Below(25)});
-        const FileHistoryEntry& entry = side.AddSide(stretches, rate);
-        FileHistoryEntry* const entries[] = {const_cast<FileHistoryEntry*>(&entry)};
-        TrackScanner scanner(side.overview, entries, {}, host);
-        const int64_t total = to_ticks(rate, side.overview.total_samples);
-        for (int i = 0; i < 50; ++i) {
-            const int64_t from = 1 + static_cast<int64_t>(noise.Even() * static_cast<double>(total - 1));
-            EXPECT_EQ(scanner.FindGap(from), PlainScan(side.overview, from, 30, true)) << rate << " " << from;
-            const int64_t music =
-                total - from > 70 * kSecond ? PlainScan(side.overview, from, 50, false) : kOverviewEnded;
-            EXPECT_EQ(scanner.FindMusic(from), music) << rate << " " << from;
-        }
-        EXPECT_EQ(scanner.FindMusic(0), PlainScan(side.overview, 5 * kSecond, 50, false));
     }
 }
 
@@ -130,26 +105,7 @@ TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
     LevelAlbum side;
     FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {1, 200}, {6, 0}, {60, 100}, {80, 0}}, 48000);
     entry.side_breaks = {48000 * 85};
-    ExpectTimes(Scan(side), {{5.76, 67.38}, {92.76, 154.38}}, "with the side break");
-}
-
-TEST_F(ScanTest, CutsAreLeftOut) {
-    struct Row {
-        const char* what;
-        int64_t from, to;  // seconds of the file
-        Times tracks;
-    };
-    const Row rows[] = {
-        {"within the first track", 20, 30, {{5.76, 57.38}, {75.76, 137.38}}},
-        {"over the start of the second", 80, 100, {{5.76, 67.38}, {80, 127.38}}},
-        {"the gap as a whole", 66, 86, {{5.76, 127.38}}},
-    };
-    for (const Row& row : rows) {
-        LevelAlbum side;
-        FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {60, 100}, {80, 0}});
-        entry.cuts.Add(row.from * kSecond, row.to * kSecond, 0, 44100);
-        ExpectTimes(Scan(side), row.tracks, row.what, 0.4);
-    }
+    ExpectTimes(Scan(side), {{5.76, 67.38}, {92.76, 154.38}}, "with the side break", 0.12);
 }
 
 TEST_F(ScanTest, MusicInNoTrackIsTold) {
@@ -193,6 +149,54 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
             for (int i = 1; i < side.album.tracks.size(); ++i) {
                 EXPECT_GE(side.album.tracks[i].start, side.album.tracks[i - 1].end) << looks << Text(side.album.tracks);
                 EXPECT_GE(side.album.tracks[i].end, side.album.tracks[i].start + kSecond) << looks;
+            }
+        }
+    }
+}
+
+TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
+    OrvaneTest::RecordedAlbum sides;
+    for (const int frames : {50000, 60000}) sides.AddSide(OrvaneTest::NoisePairs(frames));
+    WaveformOverview from_audio, from_files, spoilt;
+    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_audio));
+    for (FileHistoryEntry* entry : sides.album->Recordings()) RequestWaveformData(*entry);
+    OrvaneTest::RecordedAlbum::Wait();
+    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files));
+    EXPECT_EQ(from_files.bytes, from_audio.bytes);
+    EXPECT_EQ(from_files.total_samples, 110000);
+    sides.folder.Write("Mine/orvfiles/Art~Blue~side1.wav.wft", std::string(43, '\1'));
+    ASSERT_TRUE(ReadAlbumOverview(*sides.album, spoilt));
+    EXPECT_EQ(spoilt.bytes[5], 1);
+}
+
+TEST(CutTimeline, PositionsGoThereAndBackAtAnyRate) {
+    OrvaneTest::Noise noise(2);
+    for (int32_t rate : {8000, 44100, 48000, 96000, 192000}) {
+        const int64_t frame = kTicksPerSecond / rate + 1;  // ticks, rounded up
+        LevelAlbum sides;
+        for (int side = 0; side < 3; ++side) {
+            FileHistoryEntry& entry = sides.AddSide({{100 + noise.Even(), 0}}, rate);
+            for (int i = 0; i < 4; ++i) {
+                const auto start = static_cast<int64_t>(noise.Even() * 60 * rate);
+                entry.cuts.Add(start, start + static_cast<int64_t>(noise.Even() * 5 * rate), 0, rate);
+            }
+        }
+        const std::vector<FileHistoryEntry*> entries = sides.album.Recordings();
+        const CutTimeline timeline(entries, sides.overview);
+        const int64_t end = timeline.AtTrackTime(INT64_MAX).track_end;
+        for (int i = 0; i < 1000; ++i) {
+            const auto place = static_cast<int64_t>(noise.Even() * static_cast<double>(end));
+            EXPECT_LE(std::abs(timeline.ToTrackTime(timeline.ToFileTime(place)) - place), frame) << rate;
+
+            const auto in_file = static_cast<int64_t>(noise.Even() * static_cast<double>(timeline.FileEnd()));
+            int64_t cut_end, none;
+            const int64_t track_time = timeline.ToTrackTime(in_file, &cut_end);
+            if (cut_end < 0) {
+                EXPECT_LE(std::abs(timeline.ToFileTime(track_time) - in_file), frame) << rate;
+            } else {
+                EXPECT_GT(cut_end, in_file);
+                EXPECT_LE(timeline.ToTrackTime(cut_end, &none) - track_time, 1) << rate;
+                EXPECT_EQ(none, -1) << rate << ": the end of a cut lies behind it";
             }
         }
     }

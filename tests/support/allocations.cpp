@@ -23,29 +23,17 @@ int64_t CountAllocations() {
 
 }  // namespace Tesslib::Testing
 
+// The forms for arrays come down to these, or, under a sanitizer, are its own from end to end.
 void* operator new(std::size_t size) {
     return Allocate(size);
 }
-void* operator new[](std::size_t size) {
-    return Allocate(size);
-}
-// The library's own nothrow forms would go past these under a sanitizer.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++n_allocations;
     return std::malloc(size ? size : 1);
 }
-void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept {
-    return operator new(size, tag);
-}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
     std::free(memory);
 }

@@ -7,11 +7,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <initializer_list>
-#include <numbers>
-#include <random>
 #include <string>
 #include <vector>
 
+#include "audiosignals.h"
 #include "tesslib/filestream.h"
 
 namespace OrvaneTest {
@@ -29,25 +28,17 @@ inline bool HaveTools(std::initializer_list<const char*> names) {
     return true;
 }
 
-// `seconds` of decaying chords over soft noise, with a few full-scale peaks, as integers of `bits` in
-// -(2^(bits-1) - 1) to 2^(bits-1) - 1; interleaved. The same on every machine.
-inline std::vector<int32_t> MusicInts(double seconds, int rate, int channels, int bits, uint32_t seed = 1) {
-    std::mt19937 random(seed);
+// `seconds` of ringing tones with a few full-scale peaks as integers of `bits`, in -(2^(bits-1) - 1) to 2^(bits-1) - 1;
+// interleaved. The same on every machine.
+inline std::vector<int32_t> RingingInts(double seconds, int rate, int channels, int bits) {
     const double full = std::pow(2.0, bits - 1) - 1;
-    const size_t frames = static_cast<size_t>(seconds * rate);
-    std::vector<int32_t> samples(frames * static_cast<size_t>(channels));
-    double base = 220;
-    for (size_t i = 0; i < frames; ++i) {
-        const double beat = std::fmod(static_cast<double>(i) / rate, 0.4);
-        if (i % (static_cast<size_t>(rate) * 2 / 5) == 0) base = 110.0 + static_cast<double>(random() % 440);
-        const double turn = 2 * std::numbers::pi * base * static_cast<double>(i) / rate;
-        const double tone = 0.4 * std::exp(-4 * beat) * (std::sin(turn) + 0.5 * std::sin(2.5 * turn));
-        for (int c = 0; c < channels; ++c) {
-            const double noise = 0.002 * (static_cast<double>(random()) / 2147483648.0 - 1.0);
-            const double value = i % 9973 == 5 ? (i % 2 ? -1.0 : 1.0) : tone * (c == 0 ? 1.0 : 0.8) + noise;
-            samples[i * static_cast<size_t>(channels) + static_cast<size_t>(c)] =
-                static_cast<int32_t>(std::lround(value * full));
-        }
+    const int frames = static_cast<int>(seconds * rate);
+    std::vector<int32_t> samples(static_cast<size_t>(frames * channels));
+    for (int c = 0; c < channels; ++c) {
+        std::vector<float> tones =
+            Resonant(static_cast<uint64_t>(c), frames, {{220, 0.9997}, {900, 0.999}, {3000, 0.9}});
+        for (size_t i = 5; i < tones.size(); i += 9973) tones[i] = i % 2 ? -1.0f : 1.0f;
+        for (int i = 0; i < frames; ++i) samples[i * channels + c] = static_cast<int32_t>(std::lround(tones[i] * full));
     }
     return samples;
 }
@@ -63,25 +54,13 @@ inline std::vector<float> ToPairs(const std::vector<int32_t>& samples, int chann
     return pairs;
 }
 
-// Little-endian bytes of `bytes_per_sample`, and back.
+// Little-endian bytes of `bytes_per_sample`.
 inline std::string ToRaw(const std::vector<int32_t>& samples, int bytes_per_sample) {
     std::string raw;
     for (int32_t sample : samples) {
         for (int k = 0; k < bytes_per_sample; ++k) raw += static_cast<char>(sample >> (8 * k));
     }
     return raw;
-}
-
-inline std::vector<int32_t> FromRaw(const std::string& raw, int bytes_per_sample) {
-    std::vector<int32_t> samples;
-    const size_t width = static_cast<size_t>(bytes_per_sample);
-    for (size_t i = 0; i + width <= raw.size(); i += width) {
-        uint32_t value = 0;
-        for (size_t k = 0; k < width; ++k) value |= static_cast<uint32_t>(static_cast<uint8_t>(raw[i + k])) << (8 * k);
-        const int spare = 32 - 8 * bytes_per_sample;
-        samples.push_back(static_cast<int32_t>(value << spare) >> spare);
-    }
-    return samples;
 }
 
 // The whole of a stream, pulled by blocks of `block` pairs. `result` is the last one: 0, or the code of a failure.

@@ -55,30 +55,13 @@ inline void AddDrum(std::vector<float>& x, int at, double level, uint32_t seed) 
     }
 }
 
-// Chords of decaying partials, brassy pulses, drums and hiss, with rests of soft hiss and of digital silence.
+// Music with drums and hiss, and with rests of digital silence.
 inline std::vector<float> Music(int n, uint32_t seed) {
     Random random(seed);
-    std::vector<float> x(static_cast<size_t>(n), 0.0F);
-    for (int note = 0; note < n / 4000; ++note) {
-        int at = random.Integer(0, n - 1), length = random.Integer(4000, 30000);
-        double frequency = 55.0 * std::pow(2.0, random.Integer(0, 48) / 12.0), level = random.Uniform(0.01, 0.12);
-        double brightness = random.Uniform(0.5, 2.0);
-        bool brass = random.Integer(0, 4) == 0;
-        for (int k = 0; k < length && at + k < n; ++k) {
-            double phase = 2.0 * std::numbers::pi * frequency / 44100.0 * k, v = 0.0;
-            if (brass) {
-                v = 2.0 * std::exp(40.0 * (std::cos(phase) - 1.0));
-            } else {
-                for (int h = 1; h <= 5; ++h) v += std::sin(h * phase) / std::pow(h, brightness);
-            }
-            double envelope = std::min(1.0, k / 300.0) * std::exp(-3.0 * k / length);
-            x[static_cast<size_t>(at + k)] += static_cast<float>(level * envelope * v);
-        }
-    }
+    std::vector<float> x = OrvaneTest::Music(seed, n);
     for (int at = 11025; at < n; at += random.Integer(8000, 30000)) {
         AddDrum(x, at, random.Uniform(0.05, 0.5), static_cast<uint32_t>(at));
     }
-    for (float& v : x) v += static_cast<float>(0.0005 * random.Uniform(-1.0, 1.0));
     for (int at = 60000; at < n; at += 150000) {
         std::fill(x.begin() + at, x.begin() + std::min(at + random.Integer(100, 9000), n), 0.0F);
     }

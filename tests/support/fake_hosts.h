@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,15 +21,10 @@ public:
 
     Tesslib::Answer Ask(const Tesslib::Message& message) override {
         asked.push_back(message);
+        if (on_ask) on_ask(message);
         if (script.empty()) {
-            switch (message.buttons) {
-                case Tesslib::Buttons::Ok:
-                    return Tesslib::Answer::Ok;
-                case Tesslib::Buttons::YesNo:
-                    return Tesslib::Answer::No;
-                default:
-                    return Tesslib::Answer::Cancel;
-            }
+            if (message.buttons == Tesslib::Buttons::Ok) return Tesslib::Answer::Ok;
+            return message.buttons == Tesslib::Buttons::YesNo ? Tesslib::Answer::No : Tesslib::Answer::Cancel;
         }
         const Tesslib::Answer answer = script.front();
         script.pop_front();
@@ -44,6 +40,7 @@ public:
 
     std::deque<Tesslib::Answer> script;
     std::vector<Tesslib::Message> asked;
+    std::function<void(const Tesslib::Message&)> on_ask;
 
 private:
     Tesslib::MessageHost* before;
@@ -56,13 +53,11 @@ public:
     ~FakeProgressHost() override { Tesslib::SetProgressHost(before); }
 
     void Begin(const std::string&, bool) override {}
-    void Position(int per_mille) override { positions.push_back(per_mille); }
+    void Position(int) override {}
     void Log(const std::string& markup) override { log += markup; }
-    void End(bool keep_open) override { kept_open = keep_open; }
+    void End(bool) override {}
 
     std::string log;  // everything logged, joined, in mark-up
-    std::vector<int> positions;
-    bool kept_open = false;
 
 private:
     Tesslib::ProgressHost* before;

@@ -1,14 +1,17 @@
-// A collection of one album with one recorded side of music, whose file is there.
+// Recordings whose files are there, as sides of the one album of the live collection.
 #pragma once
 
+#include <cmath>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "audiosignals.h"
+#include "cleanup/generatewaveform.h"
 #include "collection/crd_file.h"
 #include "collection/dataobjects.h"
 #include "collection/undo.h"
+#include "foundation/mainloop.h"
 #include "temp_folder.h"
 #include "tesslib/wavfile.h"
 
@@ -22,34 +25,55 @@ inline std::vector<float> MusicPairs(int frames, uint64_t seed = 1) {
     return pairs;
 }
 
-class RecordedSide {
-public:
-    explicit RecordedSide(const std::vector<float>& pairs, int32_t rate = 44100) {
-        auto* added = new Orvane::AlbumInfo;
-        added->artist = "Art";
-        added->title = "Blue";
-        added->set = &set;
-        set.albums.Append(added);
-        set.current_album = added;
-        Orvane::AlbumSide* side = added->GetSide(0, true);
-        side->AddRecording(Orvane::MakeRef<Orvane::FileHistoryEntry>(added, side));
-        entry = side->newest;
-        entry->extension = ".wav";
+// Noise whose level changes with every sample.
+inline std::vector<float> NoisePairs(int frames, uint64_t seed = 1) {
+    Noise noise(seed);
+    std::vector<float> pairs(2 * static_cast<size_t>(frames));
+    for (float& sample : pairs) sample = static_cast<float>(noise.Normal() * std::pow(10.0, noise.Below(4) - 4));
+    return pairs;
+}
+
+struct RecordedAlbum {
+    RecordedAlbum() {
+        album->artist = "Art";
+        album->title = "Blue";
+        album->set = &set;
+        set.albums.Append(album);
+        set.current_album = album;
         folder.Write("Mine/config", "");  // makes the folder
-        Tesslib::WAVFile file;
-        if (file.SetSBC(rate, 24, 2) != 0 || file.Open(entry->GetPath(), Tesslib::OM_CREATE) != 0 ||
-            file.Write(pairs.data(), static_cast<int32_t>(pairs.size() / 2)) < 0 || !file.Close()) {
-            throw std::runtime_error("cannot write " + entry->GetPath());
-        }
         Orvane::gAlbumSet = &set;
     }
-    ~RecordedSide() {
+    ~RecordedAlbum() {
+        Orvane::WaitForWaveformThreads();
         Orvane::ClearUndo();
         Orvane::gAlbumSet = nullptr;
+    }
+    Orvane::FileHistoryEntry& AddSide(const std::vector<float>& pairs, int32_t rate = 44100) {
+        Orvane::AlbumSide* side = album->GetSide(-1, true);
+        side->AddRecording(Orvane::MakeRef<Orvane::FileHistoryEntry>(album, side));
+        Orvane::FileHistoryEntry& entry = *side->newest;
+        entry.extension = ".wav";
+        entry.samplerate = rate;
+        entry.total_samples = static_cast<int64_t>(pairs.size() / 2);
+        Tesslib::WAVFile file;
+        if (file.SetSBC(rate, 32, 2) != 0 || file.Open(entry.GetPath(), Tesslib::OM_CREATE) != 0 ||
+            file.Write(pairs.data(), static_cast<int32_t>(entry.total_samples)) < 0 || !file.Close()) {
+            throw std::runtime_error("cannot write " + entry.GetPath());
+        }
+        return entry;
+    }
+    // Until all waveform files are made.
+    static void Wait() {
+        while (!Orvane::NoBackgroundJobs(0)) Tesslib::GetMainLoop().RunOne(50);
     }
 
     TempFolder folder;
     Orvane::AlbumSet set{folder / "Mine.mcf"};
+    Orvane::AlbumInfo* album = new Orvane::AlbumInfo;
+};
+
+struct RecordedSide : RecordedAlbum {
+    explicit RecordedSide(const std::vector<float>& pairs, int32_t rate = 44100) : entry(&AddSide(pairs, rate)) {}
     Orvane::FileHistoryEntry* entry;
 };
 

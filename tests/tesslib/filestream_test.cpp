@@ -2,14 +2,13 @@
 #include "tesslib/filestream.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include "allocations.h"
+#include "disk_limit.h"
 #include "foundation/lasterror.h"
 #include "stream_checks.h"
 #include "temp_folder.h"
@@ -25,7 +24,7 @@ using OrvaneTest::TempFolder;  // and not the function of that name
 constexpr int kFormats[] = {FF_WAV, FF_AIFF, FF_FLAC, FF_OGG};
 
 std::vector<float> MusicPairs(double seconds, int channels = 2) {
-    return ToPairs(MusicInts(seconds, 44100, channels, 16), channels, 16);
+    return ToPairs(RingingInts(seconds, 44100, channels, 16), channels, 16);
 }
 
 // Writes by a fresh object of the format; the result is that object.
@@ -85,29 +84,13 @@ TEST(EveryFormat, TheCallersBlocksLeaveNoTrace) {
     }
 }
 
-// While it lives no file of this process grows beyond `bytes`.
-class DiskLimit {
-public:
-    explicit DiskLimit(rlim_t bytes) {
-        signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limit = before;
-        limit.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~DiskLimit() { setrlimit(RLIMIT_FSIZE, &before); }
-
-private:
-    rlimit before{};
-};
-
 TEST(EveryFormat, AFullDiskIsAnErrorWhoseFirstTextStays) {
     TempFolder folder;
     const std::string path = folder / "a";
     const std::string message = "Error 27 writing to file:\n\n<b>" + path + "</b>\n\n(File too large)";
     const std::vector<float> pairs = MusicPairs(2);
     for (int format : kFormats) {
-        for (rlim_t bytes : {100, 20000}) {
+        for (rlim_t bytes : {100, 8000}) {
             RefPtr<FileStream> file = MakeFileStream(format);
             ASSERT_EQ(file->SetSBC(44100, 16, 2), 0);
             DiskLimit limit(bytes);

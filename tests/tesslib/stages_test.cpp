@@ -1,12 +1,20 @@
-#include "tesslib/stages.h"
-
+// Streams that are made of others.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "allocations.h"
+#include "audiosignals.h"
+#include "foundation/muldiv.h"
 #include "memorystream.h"
+#include "plain_resampler.h"
+#include "stream_checks.h"
+#include "tesslib/josconvert.h"
+#include "tesslib/stages.h"
 
 namespace Tesslib {
 namespace {
@@ -21,27 +29,12 @@ std::vector<float> Ramp(int n, int first = 0) {
     return pairs;
 }
 
-std::vector<float> Slice(const std::vector<float>& pairs, int64_t first, int64_t n) {
-    return {pairs.begin() + 2 * first, pairs.begin() + 2 * (first + n)};
-}
-
 std::vector<float> ReadAt(PCMStream& stream, int64_t position, int32_t n, uint32_t flags = 0) {
     std::vector<float> out(2 * static_cast<size_t>(n), 99.0f);
     const int32_t got = stream.Read(position, out.data(), n, flags);
     out.resize(got < 0 ? 0 : 2 * static_cast<size_t>(got));
     return out;
 }
-
-// A source that can fail to give what it promises.
-class Probe : public MemoryStream {
-public:
-    using MemoryStream::MemoryStream;
-    int32_t Read(int64_t position, float* buffer, int32_t n, uint32_t flags) override {
-        if (result <= 0) return result;
-        return MemoryStream::Read(position, buffer, n, flags);
-    }
-    int32_t result = 1;  // 0 or below: every Read answers that
-};
 
 TEST(MergePCMStreams, JoinsWithoutASeamInAnyPieces) {
     std::vector<RefPtr<PCMStream>> streams;
@@ -54,22 +47,21 @@ TEST(MergePCMStreams, JoinsWithoutASeamInAnyPieces) {
     const std::vector<float> whole = Ramp(200);
     ASSERT_EQ(merge.GetTotalSamples(0), 200);
     EXPECT_EQ(merge.GetSampleRate(0), 44100);
-    EXPECT_EQ(ReadAll(merge), whole);
-    std::mt19937 random(1);
-    for (int i = 0; i < 500; ++i) {
-        const int first = static_cast<int>(random() % 210), n = static_cast<int>(random() % 120) + 1;
-        EXPECT_EQ(ReadAt(merge, first, n), Slice(whole, std::min(first, 200), std::clamp(200 - first, 0, n)));
-    }
+    OrvaneTest::ExpectSeekEqualsRead(merge, whole, 500, 1);
 }
 
 TEST(MergePCMStreams, ASilentPartIsSilenceAndAFailureAFailure) {
-    auto bad = MakeRef<Probe>(44100, Ramp(1000));
-    std::vector<RefPtr<PCMStream>> streams = {MakeRef<MemoryStream>(44100, Ramp(10)), bad,
-                                              MakeRef<MemoryStream>(44100, Ramp(5))};
+    struct Bad : MemoryStream {
+        using MemoryStream::MemoryStream;
+        int32_t Read(int64_t, float*, int32_t, uint32_t) override { return result; }
+        int32_t result = 0;
+    };
+    auto bad = MakeRef<Bad>(44100, Ramp(1000));
+    const std::vector<RefPtr<PCMStream>> streams = {MakeRef<MemoryStream>(44100, Ramp(10)), bad,
+                                                    MakeRef<MemoryStream>(44100, Ramp(5))};
     MergePCMStreams merge(streams, 0);
-    bad->result = 0;
     std::vector<float> expected = Ramp(10);
-    expected.insert(expected.end(), 2000, 0.0f);
+    expected.resize(2 * 1010);
     const std::vector<float> tail = Ramp(5);
     expected.insert(expected.end(), tail.begin(), tail.end());
     EXPECT_EQ(ReadAll(merge), expected);
@@ -89,8 +81,7 @@ TEST(ChopPCMStream, CutsOutAStretch) {
 }
 
 TEST(PCMCache, GivesTheSamplesOfTheInput) {
-    const std::vector<float> whole = Ramp(5000);
-    MemoryStream source(44100, whole);
+    MemoryStream source(44100, Ramp(5000));
     PCMCache cache(&source, 256, 0);
     std::mt19937 random(5);
     int64_t at = 0;
@@ -99,8 +90,7 @@ TEST(PCMCache, GivesTheSamplesOfTheInput) {
         at = random() % 16 == 0 ? random() % 5200 : std::max<int64_t>(0, at + static_cast<int>(random() % 300) - 120);
         const int32_t n = 1 + static_cast<int32_t>(random() % 300);
         const uint32_t flags = PCM_USE_CACHE | (random() % 50 == 0 ? uint32_t{PCM_RAW_DOP} : 0);
-        const int64_t expected = std::clamp<int64_t>(5000 - at, 0, n);
-        ASSERT_EQ(ReadAt(cache, at, n, flags), Slice(whole, std::min<int64_t>(at, 5000), expected)) << at << " " << n;
+        ASSERT_EQ(ReadAt(cache, at, n, flags), ReadAt(source, at, n)) << at << " " << n;
     }
 }
 
@@ -123,7 +113,6 @@ double PlainGain(const FADERS& f, int64_t position) {
 
 TEST(PCMFader, GainIsThatOfEachPositionWhateverTheReads) {
     MemoryStream source(44100, std::vector<float>(800, 1.0f));
-    std::mt19937 random(3);
     for (const FADERS& faders : {FADERS{0, 50, 400, 60, false},
                                  {20, 50, 380, 60, true},
                                  {0, 300, 400, 300, false},  // overlapping: the way out wins
@@ -137,17 +126,156 @@ TEST(PCMFader, GainIsThatOfEachPositionWhateverTheReads) {
         fader.SetFaders(&faders);
         std::vector<float> expected;
         for (int64_t i = 0; i < 400; ++i) expected.insert(expected.end(), 2, static_cast<float>(PlainGain(faders, i)));
-        EXPECT_EQ(ReadAll(fader), expected);
-        int at = 0;
-        for (int i = 0; i < 400; ++i) {
-            const int n = static_cast<int>(random() % (random() % 2 ? 3 : 80)) + 1;
-            ASSERT_EQ(ReadAt(fader, at, n), Slice(expected, at, std::min(n, 400 - at))) << at;
-            at = random() % 3 ? (at + n) % 400 : static_cast<int>(random() % 400);
-        }
+        OrvaneTest::ExpectAnyBlockSize(fader, expected);
+        OrvaneTest::ExpectSeekEqualsRead(fader, expected, 400, 3);
         for (uint32_t flag : {PCM_NO_FADERS, PCM_RAW_DOP}) EXPECT_EQ(ReadAll(fader, flag), source.pairs);
         fader.SetFaders(nullptr);
         EXPECT_EQ(ReadAll(fader), source.pairs);
     }
+}
+
+// Frames whose one byte tells which they are.
+struct CountingFrames : FrameSource {
+    CountingFrames(int first, int n) : FrameSource(1, 44100, 2, 1152), first(first), n(n) {}
+    int32_t GetCurrentFrame() override { return current; }
+    int SeekToFrame(int32_t frame) override {
+        current = frame;
+        return n == 0 ? ERR_LIMIT : 0;
+    }
+    int ReadFrame(FRAME& frame, uint32_t) override {
+        if (current >= n) return ERR_LIMIT;
+        frame.framebuf = {static_cast<uint8_t>(first + current)};
+        frame.framenum = current++;
+        return 0;
+    }
+    int32_t GetTotalFrames() override { return n; }
+
+    int first, n, current = 0;
+};
+
+// A stretch of three files, one of them empty, of 20 frames in all.
+TEST(FrameSources, AStretchOfJoinedFilesHasItsFrames) {
+    std::vector<RefPtr<FrameSource>> sources = {MakeRef<CountingFrames>(0, 8), MakeRef<CountingFrames>(50, 0),
+                                                MakeRef<CountingFrames>(8, 12)};
+    MergeFrameSources merge(sources);
+    EXPECT_EQ(merge.GetTotalFrames(), 20);
+    struct Case {
+        int64_t start, end;
+        int first, last;
+    };
+    for (const Case& c :
+         {Case{0, -1, 0, 19}, {1151, 1152 * 9, 0, 9}, {1152, 1152 * 9 + 5, 1, 9}, {1152 * 18, 1152 * 500, 18, 19}}) {
+        ChopFrameSource chop(&merge, c.start, c.end, PCM_FORCE_FRAMES);
+        EXPECT_EQ(chop.GetTotalFrames(), c.last - c.first + 1) << c.start;
+        ASSERT_EQ(chop.SeekToFrame(0), 0);
+        FRAME frame;
+        for (int k = c.first; k <= c.last; ++k) {
+            ASSERT_EQ(chop.ReadFrame(frame, 0), 0) << c.start;
+            EXPECT_EQ(frame.framebuf[0], k);
+        }
+        EXPECT_EQ(chop.ReadFrame(frame, 0), ERR_LIMIT);
+    }
+}
+
+std::vector<float> Noise(size_t n_frames) {
+    return OrvaneTest::NormalNoise(2 * n_frames, 0.3, 11);
+}
+
+// The filters by quality and ratio, and the samples by their formula.
+TEST(JOSConvert, GivesWhatTheFormulaGives) {
+    const std::vector<float> pairs = Noise(700);
+    std::array<std::vector<float>, 2> channels;
+    for (size_t i = 0; i < pairs.size(); ++i) channels[i % 2].push_back(pairs[i]);
+    struct Case {
+        int input_rate, output_rate;
+        uint32_t flags;
+        int Nmult, Npc;
+    };
+    for (const Case& c : {Case{44100, 48000, PCM_BEST_QUALITY, 30, 16384},
+                          {96000, 44100, PCM_BEST_QUALITY | PCM_NO_FADERS, 30, 16384},
+                          {44101, 48000, PCM_BEST_QUALITY, 30, 16384},
+                          {88200, 44100, PCM_BEST_QUALITY, 11, 4096},
+                          {44100, 176400, PCM_BEST_QUALITY, 11, 4096},
+                          {384000, 22050, PCM_USE_CACHE, 11, 4096},
+                          {22050, 384000, 0, 11, 4096},
+                          {48000, 47999, 0, 11, 4096},
+                          {96000, 48000, 0, 5, 4096}}) {
+        SCOPED_TRACE(std::to_string(c.input_rate) + " to " + std::to_string(c.output_rate));
+        MemoryStream source(c.input_rate, pairs);
+        JOSConvert convert(&source, c.output_rate);
+        const std::vector<float> output = ReadAll(convert, c.flags);
+        ASSERT_EQ(static_cast<int64_t>(output.size()), 2 * MulDiv64(700, c.output_rate, c.input_rate));
+        const Testing::PlainResampler plain{c.Nmult, c.Npc, double(c.input_rate), double(c.output_rate)};
+        double worst = 0.0;
+        for (size_t i = 0; i < output.size(); ++i) {
+            worst = std::max(worst, std::abs(output[i] - plain.At(channels[i % 2], static_cast<int64_t>(i / 2))));
+        }
+        EXPECT_LT(worst, 2e-6);
+    }
+}
+
+// Reads of all sizes, on and back and forth, and both qualities in turn, against one straight read of each.
+TEST(JOSConvert, GivesTheSameHoweverItIsRead) {
+    for (const auto& [input_rate, output_rate] :
+         {std::pair{44100, 48000}, {48000, 44100}, {96000, 48000}, {384000, 16000}, {22050, 192000}, {44101, 48000}}) {
+        SCOPED_TRACE(std::to_string(input_rate) + " to " + std::to_string(output_rate));
+        MemoryStream source(input_rate, Noise(30000));
+        std::array<std::vector<float>, 2> expected;
+        for (const uint32_t flags : {0u, uint32_t{PCM_BEST_QUALITY}}) {
+            JOSConvert straight(&source, output_rate);
+            expected[flags != 0] = ReadAll(straight, flags);
+        }
+        ASSERT_NE(expected[0], expected[1]);
+
+        JOSConvert convert(&source, output_rate);
+        const int64_t total = convert.GetTotalSamples(0);
+        std::vector<float> output(2 * 100000);
+        std::mt19937 random(3);
+        for (uint32_t flags : {0u, uint32_t{PCM_BEST_QUALITY}}) convert.Read(0, output.data(), 100000, flags);
+        const int64_t n_allocations = Testing::CountAllocations();
+        int64_t position = 0;
+        uint32_t flags = 0;
+        for (int i = 0; i < 300; ++i) {
+            if (random() % 4 == 0) position = static_cast<int64_t>(random() % total);
+            if (random() % 8 == 0) flags ^= PCM_BEST_QUALITY;
+            const auto n = static_cast<int32_t>(random() % (random() % 20 ? 700 : 100000));
+            const int32_t n_read = convert.Read(position, output.data(), n, flags);
+            ASSERT_EQ(n_read, std::min<int64_t>(n, total - position));
+            ASSERT_TRUE(std::equal(output.begin(), output.begin() + 2 * static_cast<int64_t>(n_read),
+                                   expected[flags != 0].begin() + 2 * position))
+                << n << " frames at " << position << ", flags " << flags;
+            position += n_read;
+        }
+        EXPECT_EQ(Testing::CountAllocations(), n_allocations) << "in steady state";
+    }
+}
+
+// A source that fails at one place, or ends before its time.
+class OddStream : public MemoryStream {
+public:
+    using MemoryStream::MemoryStream;
+    int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override {
+        if (position <= fails_at && fails_at < position + n_samples) return ERR_IO;
+        return MemoryStream::Read(position, buffer, n_samples, flags);
+    }
+    int64_t GetTotalSamples(uint32_t) override { return promised; }
+
+    int64_t fails_at = -1;
+    int64_t promised = 20000;
+};
+
+TEST(JOSConvert, FollowsItsSourceInFailureAndLength) {
+    OddStream source(44100, Noise(20000));
+    JOSConvert convert(&source, 48000);
+    const std::vector<float> expected = ReadAll(convert);
+    std::vector<float> output(2 * 30000);
+    source.fails_at = 5000;
+    EXPECT_EQ(convert.Read(5000, output.data(), 5000, 0), ERR_IO);
+    source.fails_at = -1;
+    EXPECT_EQ(convert.Read(5000, output.data(), 5000, 0), 5000);
+    EXPECT_TRUE(std::equal(&output[0], &output[2 * 5000], expected.begin() + 2 * 5000));
+    source.promised = 50000;
+    EXPECT_EQ(convert.Read(0, output.data(), 30000, 0), 21769) << "the end of what the source really has";
 }
 
 }  // namespace
