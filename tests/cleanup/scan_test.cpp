@@ -16,23 +16,19 @@ namespace {
 
 using namespace Signals;
 
-// Two channels in memory, read in pieces of at most `piece`; remembers how often each sample was read.
+// The same audio in both channels, read in pieces.
 struct Source {
-    explicit Source(int n) : left(Noise(n, 0.5, 1)), right(Noise(n, 0.5, 2)) {}
-
     SampleReader Reader() {
         return [this](int64_t start, int64_t end, float* out_left, float* out_right) {
-            int64_t available = std::min<int64_t>({end - start + 1, ends_at - start, piece});
+            const int64_t available = std::min<int64_t>({end - start + 1, ends_at - start, 70001});
             if (start >= fails_from) return -4;
             if (available <= 0) return 0;
-            std::copy_n(left.begin() + start, available, out_left);
-            std::copy_n(right.begin() + start, available, out_right);
+            for (float* out : {out_left, out_right}) std::copy_n(samples.begin() + start, available, out);
             return static_cast<int>(available);
         };
     }
 
-    std::vector<float> left, right;
-    int piece = 70001;
+    std::vector<float> samples;
     int64_t ends_at = INT64_MAX, fails_from = INT64_MAX;
 };
 
@@ -40,13 +36,13 @@ struct Source {
 // end the scan.
 TEST(ScanBlocks, EqualiseTheDetectorsViewAndEndWithTheReader) {
     constexpr int kTotal = 450000;
-    Source source(kTotal);
+    Source source{Noise(kTotal, 0.5, 1)};
     BiQuadFilter curve, high_pass;
     curve.b0 = 0.2381, curve.b1 = -0.17188253282, curve.b2 = -0.04429899417645;
     curve.a1 = -1.700724, curve.a2 = 0.7029381524;
     ComputeBiQuad(high_pass, kHighPass, 0.0, 20.0, 44100.0, 2.0);
     std::vector<float> expected;
-    for (float x : source.left)
+    for (float x : source.samples)
         expected.push_back(static_cast<float>(high_pass.Process(curve.Process(static_cast<double>(x)))));
     struct Case {
         int64_t ends_at, fails_from;
@@ -64,7 +60,7 @@ TEST(ScanBlocks, EqualiseTheDetectorsViewAndEndWithTheReader) {
             for (int64_t place = blocks.read_start(); place <= blocks.read_end(); ++place) {
                 auto index = static_cast<size_t>(blocks.offset0() + place - blocks.read_start());
                 ASSERT_EQ(blocks.Channel(0).samples[index], expected[static_cast<size_t>(place)]) << place;
-                ASSERT_EQ(blocks.Recording(0)[index], source.left[static_cast<size_t>(place)]) << place;
+                ASSERT_EQ(blocks.Recording(0)[index], source.samples[static_cast<size_t>(place)]) << place;
             }
         }
         EXPECT_EQ(n_blocks, c.blocks) << c.ends_at;
@@ -85,14 +81,13 @@ public:
 
 TEST(ScanBlocks, ClicksAreFoundAtBothEndsAndAcrossSeams) {
     constexpr int kTotal = 450000, kStep = 211514 - 12026;
-    Source source(kTotal);
-    source.left = Noise(kTotal, 0.002, 3);
-    AddTone(source.left, 440.0, 0.1);
+    Source source{Noise(kTotal, 0.002, 3)};
+    AddTone(source.samples, 440.0, 0.1);
     std::vector<int> clicks = {30, 1000, kTotal - 60};
     for (int seam : {20 + kStep, 20 + 2 * kStep}) {
         for (int at : {-1500, -100, 0, 250, 500, 1500}) clicks.push_back(seam + at);
     }
-    for (int at : clicks) AddClick(source.left, at, 4, 0.3);
+    for (int at : clicks) AddClick(source.samples, at, 4, 0.3);
 
     ScanBlocks blocks(0, kTotal, kTotal, Equalisation::None);
     ClickDetector detector;
@@ -108,19 +103,6 @@ TEST(ScanBlocks, ClicksAreFoundAtBothEndsAndAcrossSeams) {
     }
 }
 
-// Cancels when a text is logged.
-class Canceller : public OrvaneTest::FakeProgressHost {
-public:
-    explicit Canceller(std::string at) : at(std::move(at)) { Progress::Begin("Scan"); }
-    ~Canceller() override { Progress::End(); }
-    void Log(const std::string& markup) override {
-        if (markup == at) Progress::Cancel();
-    }
-
-private:
-    std::string at;
-};
-
 TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereThere) {
     std::vector<float> left = Signals::Noise(200000, 0.01, 3);
     Signals::AddTone(left, 440, 0.2);
@@ -131,12 +113,18 @@ TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereTh
     FileHistoryEntry& entry = *recorded.entry;
 
     const auto scan = [&](int passes, const char* cancel_at, int sensitivity = 3) {
-        const Canceller canceller(cancel_at);
+        OrvaneTest::FakeProgressHost progress;
+        progress.on_log = [&](const std::string& markup) {
+            if (markup == cancel_at) Progress::Cancel();
+        };
+        Progress::Begin("Scan");
         ScanRequest request;
         request.settings.passes = static_cast<int8_t>(passes);
         request.settings.sensitivity = static_cast<int8_t>(sensitivity);
         ScanStats stats;
-        return ScanForClicks(&entry, request, stats);
+        const ScanOutcome outcome = ScanForClicks(&entry, request, stats);
+        Progress::End();
+        return outcome;
     };
     const auto stored = [&] {
         entry.LoadCorrections(false);

@@ -91,8 +91,8 @@ TEST(GenerateWaveform, AStaleFileIsNeverOpenedAndMadeAnew) {
         FileInfo info;
         ASSERT_EQ(GetFileInfo(entry.GetPath(), info), 0);
         if (row.older_by >= 0) {
-            const std::string name = entry.WaveformPath(".wfo").substr(sides.folder.Path().size());
-            SetFileTime(sides.folder.Write(name, "x"), info.time - row.older_by * kFileTimeSecond);
+            SetFileTime(sides.folder.Write(entry.WaveformPath(".wfo"), "x"),
+                        info.time - row.older_by * kFileTimeSecond);
         }
         if (!row.recording_there) DeleteFile(entry.GetPath());
         FilePtr file, sibling(std::fopen("/dev/null", "rb"));

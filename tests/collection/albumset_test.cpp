@@ -3,14 +3,11 @@
 
 #include <memory>
 
-#include "collection/albumset.h"
 #include "collection/deletealbums.h"
-#include "collection/steering_file.h"
 #include "fake_hosts.h"
-#include "foundation/path.h"
 #include "foundation/progress.h"
 #include "foundation/settings.h"
-#include "temp_folder.h"
+#include "live_collection.h"
 
 namespace Orvane {
 namespace {
@@ -18,24 +15,16 @@ namespace {
 using OrvaneTest::FakeMessageHost;
 using OrvaneTest::FakeProgressHost;
 
-class AlbumSetTest : public ::testing::Test {
+class AlbumSetTest : public ::testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    AlbumSetTest() { gAlbumSet = &set; }
-    ~AlbumSetTest() override {
-        gAlbumSet = nullptr;
-        SetSetting("Sort Album List By", 0);
-    }
+    ~AlbumSetTest() override { SetSetting("Sort Album List By", 0); }
 
-    AlbumInfo* Add(const char* artist, const char* title, int year, uint8_t status = 0, FileTime recorded = 0) {
-        auto album = MakeAlbum();
-        album->artist = artist;
-        album->title = title;
+    void Add(const char* artist, const char* title, int year, uint8_t status = 0, FileTime recorded = 0) {
+        AlbumInfo* album = LiveCollection::Add(artist, title);
         album->year = static_cast<int16_t>(year);
         album->status = status;
-        AlbumSide* side = album->GetSide(0, true);
-        side->AddRecording(MakeRef<FileHistoryEntry>(album.get(), side));
-        side->newest->file_time = recorded;
-        return AddAlbum(std::move(album));
+        AddRecording(*album, 0, "").file_time = recorded;
+        SortAlbums(false);
     }
 
     std::string Titles() const {
@@ -43,8 +32,6 @@ protected:
         for (const AlbumInfo& album : set.albums) titles += album.title + " ";
         return titles;
     }
-
-    AlbumSet set{"/music/Mine.mcf"};
 };
 
 TEST_F(AlbumSetTest, SortsByEachOrder) {
@@ -67,7 +54,7 @@ TEST_F(AlbumSetTest, SortsByEachOrder) {
 }
 
 TEST_F(AlbumSetTest, WhatChangesACollectionHasItSaved) {
-    AlbumInfo* album = Add("A", "T", 0);
+    AlbumInfo* album = LiveCollection::Add("A", "T");
     const auto changes = [this](const auto& change) {
         ClearDirty();
         change();
@@ -87,40 +74,19 @@ TEST_F(AlbumSetTest, WhatChangesACollectionHasItSaved) {
 
 // Three albums. The first has two takes on side 2, a file of the user's on side 3 and a cover; the second shares cover
 // and outside file with it.
-class DeleteAlbumsTest : public ::testing::Test {
+class DeleteAlbumsTest : public ::testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(SaveCollection(folder / "Mine.mcf", *std::make_unique<AlbumSet>(folder / "Mine.mcf"), false));
-        ASSERT_TRUE(OpenCollection(folder / "Mine.mcf"));
+    DeleteAlbumsTest() {
         folder.Write("orvfiles/a.jpg", "cover");
-        folder.Write("outside.wav", "side");
-        for (const char* name : {"A", "B", "C"}) {
-            auto album = MakeAlbum();
-            album->artist = album->title = name;
-            AddAlbum(std::move(album));
-        }
-        first = gAlbumSet->albums.First();
-        second = gAlbumSet->albums.Next(first);
-        AddRecording(*first, 1, "");
-        AddRecording(*first, 1, " (2)");
+        Add("C", "C");
+        folder.Write(AddRecording(*first, 1, "x").CorrectionsPath(), "x");
+        AddRecording(*first, 1, "x", " (2)");
         for (AlbumInfo* album : {first, second}) {
-            FileHistoryEntry& entry = AddRecording(*album, 2, "");
-            entry.external_file = folder / "outside.wav";
+            FileHistoryEntry& entry = AddRecording(*album, 2, "x");
+            entry.external_file = folder.Write("outside.wav", "side");
             entry.flags |= FHE_EXTERNAL_FILE;
             album->art_file = "a.jpg";
         }
-    }
-    void TearDown() override { CloseCollection(); }
-
-    FileHistoryEntry& AddRecording(AlbumInfo& album, int side_index, const std::string& suffix) {
-        AlbumSide* side = album.GetSide(side_index, true);
-        side->AddRecording(MakeRef<FileHistoryEntry>(&album, side));
-        side->newest->extension = ".wav";
-        side->newest->name_suffix = suffix;
-        for (const char* what : {"", ".crd"}) {
-            folder.Write("Mine/" + FileNameOf(side->newest->GetPath()) + what, "x");
-        }
-        return *side->newest;
     }
 
     DeleteAlbumsResult Delete(const std::vector<AlbumInfo*>& albums, int options) {
@@ -130,11 +96,10 @@ protected:
         return result;
     }
 
-    OrvaneTest::TempFolder folder;
     FakeMessageHost messages;
     FakeProgressHost progress;
-    AlbumInfo* first = nullptr;
-    AlbumInfo* second = nullptr;
+    AlbumInfo* first = Add("A", "A");
+    AlbumInfo* second = Add("B", "B");
 };
 
 TEST_F(DeleteAlbumsTest, RecordingsGoToTheTrashAndWhatOthersNeedStays) {

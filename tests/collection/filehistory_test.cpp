@@ -3,12 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "collection/crd_file.h"
-#include "collection/dataobjects.h"
 #include "fake_hosts.h"
 #include "foundation/fileerror.h"
+#include "live_collection.h"
 #include "repairs.h"
 #include "riff_builder.h"
-#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
@@ -19,27 +18,13 @@ std::string Wav(int samplerate, uint32_t n_samples) {
                             OrvaneTest::Chunk("data", std::string(4 * n_samples, '\0')));
 }
 
-class FileHistory : public ::testing::Test {
+class FileHistory : public ::testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    FileHistory() {
-        gAlbumSet = &set;
-        album = new AlbumInfo;
-        album->artist = "A/C";
-        album->title = "T: 1";
-        album->set = &set;
-        set.albums.Append(album);
-    }
-    ~FileHistory() override { gAlbumSet = nullptr; }
-
-    FileHistoryEntry& AddRecording(int side_index, int samplerate, uint32_t n_samples = 1000) {
-        AlbumSide* side = album->GetSide(side_index, true);
-        auto entry = MakeRef<FileHistoryEntry>(album, side);
-        entry->extension = ".wav";
-        side->AddRecording(entry);
-        folder.Write(entry->GetPath().substr(folder.Path().size() + 1), Wav(samplerate, n_samples));
-        entry->CheckFile();
+    FileHistoryEntry& AddRecording(int samplerate, uint32_t n_samples = 1000) {
+        FileHistoryEntry& entry = LiveCollection::AddRecording(*album, 0, Wav(samplerate, n_samples));
+        entry.CheckFile();
         set.dirty = false;
-        return *entry;
+        return entry;
     }
 
     static void AddRepair(FileHistoryEntry& entry, int channel, int64_t start) {
@@ -48,14 +33,12 @@ protected:
         list.dirty = true;
     }
 
-    OrvaneTest::TempFolder folder;
     OrvaneTest::FakeMessageHost host;
-    AlbumSet set{folder / "Mine.mcf"};
-    AlbumInfo* album;
+    AlbumInfo* album = Add("A/C", "T: 1");
 };
 
 TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
-    FileHistoryEntry& entry = AddRecording(0, 48000);
+    FileHistoryEntry& entry = AddRecording(48000);
     ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
     EXPECT_TRUE(std::exchange(set.dirty, false));  // what the file says is stored
     EXPECT_EQ(entry.samplerate, 48000);
@@ -75,7 +58,7 @@ TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
 }
 
 TEST_F(FileHistory, RepairsAreSavedOnCloseAndLoadedOnUse) {
-    FileHistoryEntry& entry = AddRecording(0, 44100, 100000);
+    FileHistoryEntry& entry = AddRecording(44100, 100000);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     AddRepair(entry, 1, 2000);
@@ -103,7 +86,7 @@ TEST_F(FileHistory, RepairsAreSavedOnCloseAndLoadedOnUse) {
 }
 
 TEST_F(FileHistory, RepairsThatCannotBeSavedStay) {
-    FileHistoryEntry& entry = AddRecording(0, 44100);
+    FileHistoryEntry& entry = AddRecording(44100);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     AddRepair(entry, 0, 100);
@@ -118,7 +101,7 @@ TEST_F(FileHistory, RepairsThatCannotBeSavedStay) {
 }
 
 TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
-    FileHistoryEntry& entry = AddRecording(0, 44100);
+    FileHistoryEntry& entry = AddRecording(44100);
     for (int64_t start : {100, 130, 300}) AddRepair(entry, 0, start);  // two overlap
     const std::string good = WriteCrd(entry.click_repairs);
     entry.click_repairs[0].Clear();
@@ -161,7 +144,7 @@ TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
 }
 
 TEST_F(FileHistory, OlderNamesGiveWay) {
-    FileHistoryEntry& entry = AddRecording(0, 44100);
+    FileHistoryEntry& entry = AddRecording(44100);
     AddRepair(entry, 0, 100);
     const std::string old_name = folder.Write("Mine/A+C~T- 1~side1.crd", WriteCrd(entry.click_repairs));
     AddRepair(entry, 0, 300);
@@ -183,7 +166,7 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
                       {1000, 5, false, true},
                       {1001, 5, false, false}};
     for (const auto& row : rows) {
-        FileHistoryEntry& entry = AddRecording(0, 44100);
+        FileHistoryEntry& entry = AddRecording(44100);
         folder.Write("Mine/orvfiles/A+C~T- 1~side1.wav.wfd", "waveform");
         folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
         const uint32_t generation = entry.generation;
@@ -196,7 +179,7 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
         EXPECT_EQ(entry.generation == generation, row.waveform);
         EXPECT_FALSE(entry.CheckFile());
     }
-    FileHistoryEntry& entry = AddRecording(0, 44100);
+    FileHistoryEntry& entry = AddRecording(44100);
     folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
     ASSERT_EQ(DeleteFile(entry.GetPath()), 0);
     EXPECT_FALSE(entry.CheckFile()) << "a missing file loses nothing";

@@ -5,12 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "collection/albumset.h"
-#include "collection/dataobjects.h"
-#include "collection/undo.h"
 #include "collection/undo_records.h"
 #include "fake_hosts.h"
-#include "temp_folder.h"
+#include "live_collection.h"
 
 namespace Orvane {
 namespace {
@@ -168,36 +165,20 @@ TEST_F(UndoTest, RandomActionsGoBackAndForth) {
     }
 }
 
-class UndoRecords : public ::testing::Test {
+class UndoRecords : public ::testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    UndoRecords() {
-        gAlbumSet = &set;
-        ClearUndo();
-    }
-    ~UndoRecords() override {
-        ClearUndo();
-        gAlbumSet = nullptr;
-    }
-
     // An album of two tracks with a recording, whose files are there.
     AlbumInfo* Add(const char* artist, const char* title) {
-        auto album = MakeAlbum();
-        album->artist = artist;
-        album->title = title;
+        AlbumInfo* album = LiveCollection::Add(artist, title);
         for (const char* name : {"One", "Two"}) {
             ALBUMTRACK track;
             track.title = name;
             AddTrack(*album, track, 1000);
         }
-        AlbumSide* side = album->GetSide(0, true);
-        side->AddRecording(MakeRef<FileHistoryEntry>(album.get(), side));
-        side->newest->extension = ".wav";
-        AlbumInfo* added = AddAlbum(std::move(album));
-        const std::string name = std::string("Mine/") + artist + "~" + title + "~side1.wav";
-        folder.Write(name, "audio");
-        folder.Write(name + ".crd", "repairs");
-        folder.Write(std::string("Mine/orvfiles/") + artist + "~" + title + "~side1.wav.wfd", "waveform");
-        return added;
+        const FileHistoryEntry& entry = AddRecording(*album, 0, "audio");
+        folder.Write(entry.CorrectionsPath(), "repairs");
+        folder.Write(entry.WaveformPath(".wfd"), "waveform");
+        return album;
     }
 
     static std::unique_ptr<UndoEntry> Renaming(const AlbumInfo& album, const char* artist, const char* title) {
@@ -212,9 +193,6 @@ protected:
                OrvaneTest::ReadBytes(folder / ("Mine/" + name + ".crd")) == "repairs" &&
                OrvaneTest::ReadBytes(folder / ("Mine/orvfiles/" + name + ".wfd")) == "waveform";
     }
-
-    OrvaneTest::TempFolder folder;
-    AlbumSet set{folder / "Mine.mcf"};
 };
 
 TEST_F(UndoRecords, AlbumDetailsComeBackWithFilesAndOrder) {

@@ -164,7 +164,7 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files));
     EXPECT_EQ(from_files.bytes, from_audio.bytes);
     EXPECT_EQ(from_files.total_samples, 110000);
-    sides.folder.Write("Mine/orvfiles/Art~Blue~side1.wav.wft", std::string(43, '\1'));
+    sides.folder.Write(sides.album->sides[0]->newest->WaveformPath(".wft"), std::string(43, '\1'));
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, spoilt));
     EXPECT_EQ(spoilt.bytes[5], 1);
 }

@@ -5,14 +5,12 @@
 #include <vector>
 
 #include "audiosignals.h"
-#include "collection/albumset.h"
-#include "collection/undo.h"
 #include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
+#include "live_collection.h"
 #include "split/splitdialog.h"
 #include "split/trackbreaks.h"
-#include "temp_folder.h"
 
 namespace Orvane {
 namespace {
@@ -137,16 +135,9 @@ TEST(TrackBreaks, OverlappingTracksArePushedOn) {
 }
 
 // A dialog over an album of the live collection.
-class SplitDialogTest : public testing::Test {
+class SplitDialogTest : public testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    SplitDialogTest() {
-        OpenSettings(folder.Path());
-        ClearUndo();
-    }
-    ~SplitDialogTest() override {
-        ClearUndo();
-        gAlbumSet = nullptr;
-    }
+    SplitDialogTest() { OpenSettings(folder.Path()); }
 
     void Start(const std::string& listing) {
         album.tracks = Listing(listing);
@@ -154,9 +145,7 @@ protected:
     }
     static int CanUndo() { return GetUndoState().undo_index; }
 
-    OrvaneTest::TempFolder folder;
-    AlbumSet set{folder / "Mine.mcf"};
-    AlbumInfo& album = *(gAlbumSet = &set, AddAlbum(MakeAlbum()));
+    AlbumInfo& album = *Add("Art", "Blue");
     OrvaneTest::FakeMessageHost messages;
     SplitDialog dialog{album};
 };

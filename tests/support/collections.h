@@ -119,17 +119,10 @@ private:
     Orvane::RecordEq MakeRecordEq() {
         Orvane::RecordEq eq;
         eq.name = "Early, American";
-        switch (Number(3)) {
-            case 0:
-                eq.fft_curve = std::make_unique<Orvane::FFTCurve>(Curve());
-                break;
-            case 1:
-                eq.use_time_constants = 0;
-                eq.rolloff = -12.5f;
-                break;
-            default:
-                eq.t3 = 50;
-        }
+        const int kind = Number(3);
+        if (kind == 0) eq.fft_curve = std::make_unique<Orvane::FFTCurve>(Curve());
+        if (kind == 1) eq.use_time_constants = 0, eq.rolloff = -12.5f;
+        if (kind == 2) eq.t3 = 50;
         return eq;
     }
 

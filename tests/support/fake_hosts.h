@@ -54,10 +54,14 @@ public:
 
     void Begin(const std::string&, bool) override {}
     void Position(int) override {}
-    void Log(const std::string& markup) override { log += markup; }
+    void Log(const std::string& markup) override {
+        log += markup;
+        if (on_log) on_log(markup);
+    }
     void End(bool) override {}
 
     std::string log;  // everything logged, joined, in mark-up
+    std::function<void(const std::string&)> on_log;
 
 private:
     Tesslib::ProgressHost* before;

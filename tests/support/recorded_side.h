@@ -9,10 +9,8 @@
 #include "audiosignals.h"
 #include "cleanup/generatewaveform.h"
 #include "collection/crd_file.h"
-#include "collection/dataobjects.h"
-#include "collection/undo.h"
 #include "foundation/mainloop.h"
-#include "temp_folder.h"
+#include "live_collection.h"
 #include "tesslib/wavfile.h"
 
 namespace OrvaneTest {
@@ -33,26 +31,10 @@ inline std::vector<float> NoisePairs(int frames, uint64_t seed = 1) {
     return pairs;
 }
 
-struct RecordedAlbum {
-    RecordedAlbum() {
-        album->artist = "Art";
-        album->title = "Blue";
-        album->set = &set;
-        set.albums.Append(album);
-        set.current_album = album;
-        folder.Write("Mine/config", "");  // makes the folder
-        Orvane::gAlbumSet = &set;
-    }
-    ~RecordedAlbum() {
-        Orvane::WaitForWaveformThreads();
-        Orvane::ClearUndo();
-        Orvane::gAlbumSet = nullptr;
-    }
+struct RecordedAlbum : LiveCollection {
+    ~RecordedAlbum() { Orvane::WaitForWaveformThreads(); }
     Orvane::FileHistoryEntry& AddSide(const std::vector<float>& pairs, int32_t rate = 44100) {
-        Orvane::AlbumSide* side = album->GetSide(-1, true);
-        side->AddRecording(Orvane::MakeRef<Orvane::FileHistoryEntry>(album, side));
-        Orvane::FileHistoryEntry& entry = *side->newest;
-        entry.extension = ".wav";
+        Orvane::FileHistoryEntry& entry = AddRecording(*album, -1, "");
         entry.samplerate = rate;
         entry.total_samples = static_cast<int64_t>(pairs.size() / 2);
         Tesslib::WAVFile file;
@@ -67,9 +49,7 @@ struct RecordedAlbum {
         while (!Orvane::NoBackgroundJobs(0)) Tesslib::GetMainLoop().RunOne(50);
     }
 
-    TempFolder folder;
-    Orvane::AlbumSet set{folder / "Mine.mcf"};
-    Orvane::AlbumInfo* album = new Orvane::AlbumInfo;
+    Orvane::AlbumInfo* album = Add("Art", "Blue");
 };
 
 struct RecordedSide : RecordedAlbum {

@@ -20,19 +20,16 @@ std::string BE(T value) {
 }
 
 // A chunk with its padding. `size` -1 is the payload's own.
-inline std::string Chunk(std::string_view id, std::string_view payload, int64_t size = -1) {
+inline std::string Chunk(std::string_view id, std::string_view payload, int64_t size = -1, bool big_endian = false) {
+    const auto said = static_cast<uint32_t>(size < 0 ? static_cast<int64_t>(payload.size()) : size);
     std::string bytes(id);
-    bytes += LE(static_cast<uint32_t>(size < 0 ? static_cast<int64_t>(payload.size()) : size));
+    bytes += big_endian ? BE(said) : LE(said);
     bytes += payload;
     if (payload.size() % 2) bytes += '\0';
     return bytes;
 }
 inline std::string BigChunk(std::string_view id, std::string_view payload, int64_t size = -1) {
-    std::string bytes(id);
-    bytes += BE(static_cast<uint32_t>(size < 0 ? static_cast<int64_t>(payload.size()) : size));
-    bytes += payload;
-    if (payload.size() % 2) bytes += '\0';
-    return bytes;
+    return Chunk(id, payload, size, true);
 }
 
 inline std::string Riff(std::string_view chunks) {

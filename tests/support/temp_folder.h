@@ -30,9 +30,9 @@ public:
     // The path of a file or folder inside.
     std::string operator/(std::string_view name) const { return path + "/" + std::string(name); }
 
-    // Makes a file, with the folders above it; the result is its path.
+    // Makes a file inside, with the folders above it; the result is its path.
     std::string Write(std::string_view name, std::string_view contents) const {
-        const std::string file = *this / name;
+        const std::string file = name.starts_with(path) ? std::string(name) : *this / name;
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
         std::ofstream(file, std::ios::binary).write(contents.data(), static_cast<std::streamsize>(contents.size()));
         return file;
