@@ -14,7 +14,6 @@
 #include "cleanup/equaliser.h"
 #include "cleanup/recordeq.h"
 #include "filtered_recording.h"
-#include "response.h"
 
 namespace Orvane {
 namespace {
@@ -45,7 +44,7 @@ void PrintResponse(const std::string& name, const std::function<void(Recording&)
     for (double f : Frequencies()) {
         const double expected = formula(f);
         if (expected < -100) continue;
-        worst = std::max(worst, std::abs(Testing::ImpulseResponseDb<float>(response, f, kRate) - expected));
+        worst = std::max(worst, std::abs(Oracle::ImpulseResponseDb<float>(response, f, kRate) - expected));
     }
     std::printf("| %s | %.6f |\n", name.c_str(), worst);
 }

@@ -105,12 +105,6 @@ TEST_F(Application, AutosavesOnlyWhenNothingStandsAgainstIt) {
     EXPECT_TRUE(messages.asked.empty());
 }
 
-intptr_t Veto(void* asked_id, int, EventArg id, EventArg veto, EventArg) {
-    *static_cast<EventArg*>(asked_id) = id;
-    *reinterpret_cast<uint8_t*>(veto) = 1;
-    return 0;
-}
-
 TEST_F(Application, ABusyQueryAsksListenersThenTheUser) {
     AlbumInfo& album = *gAlbumSet->albums.Last();
     const int close = static_cast<int>(Msg::BusyClose), hibernate = static_cast<int>(Msg::BusyHibernate);
@@ -134,12 +128,16 @@ TEST_F(Application, ABusyQueryAsksListenersThenTheUser) {
     album.open_fhe_count = album.running_jobs = 0;
     messages.asked.clear();
     EventArg asked_id = 0;
-    event::Subscribe(EVENT_BUSY_QUERY, 0, Veto, &asked_id);
+    const event::Handler veto = [](void* asked, int, EventArg id, EventArg vetoed, EventArg) -> intptr_t {
+        *static_cast<EventArg*>(asked) = id;
+        return *reinterpret_cast<uint8_t*>(vetoed) = 1;
+    };
+    event::Subscribe(EVENT_BUSY_QUERY, 0, veto, &asked_id);
     EXPECT_FALSE(CanQuit(true, true));
     EXPECT_EQ(asked_id, 300);
     EXPECT_FALSE(CanQuit(false, true));
     EXPECT_EQ(asked_id, 298);
-    event::Unsubscribe(EVENT_BUSY_QUERY, Veto, &asked_id);
+    event::Unsubscribe(EVENT_BUSY_QUERY, veto, &asked_id);
     EXPECT_TRUE(messages.asked.empty());
     EXPECT_TRUE(gAlbumSet && gAlbumSet->dirty);
 }

@@ -60,8 +60,7 @@ protected:
             const int64_t fade_at = c.start_time - n / 2 + offset;
             result.insert(result.end(), pairs.begin() + 2 * from, pairs.begin() + 2 * fade_at);
             for (int64_t i = 0; i < 2 * n; ++i) {
-                const float w = static_cast<float>(i / 2);
-                const float all = static_cast<float>(n);
+                const float w = static_cast<float>(i / 2), all = static_cast<float>(n);
                 result.push_back((pairs[2 * fade_at + i] * (all - w) + pairs[2 * (fade_at + c.Length()) + i] * w) /
                                  all);
             }

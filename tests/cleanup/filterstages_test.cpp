@@ -16,7 +16,6 @@
 #include "cleanup/humrumblefilter.h"
 #include "cleanup/recordeq.h"
 #include "filtered_recording.h"
-#include "response.h"
 
 namespace Orvane {
 namespace {
@@ -71,7 +70,7 @@ void ExpectResponse(const FilterValues& values, const std::vector<Section>& sect
         for (const Section& s : sections) {
             expected += s.count * Oracle::AnalogBiQuadDb(s.type, s.gain, s.frequency, kRate, s.bandwidth, f);
         }
-        EXPECT_NEAR(Testing::ImpulseResponseDb<float>(response, f, kRate), expected, 0.05) << f;
+        EXPECT_NEAR(Oracle::ImpulseResponseDb<float>(response, f, kRate), expected, 0.05) << f;
     }
 }
 

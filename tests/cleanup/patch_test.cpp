@@ -96,11 +96,9 @@ TEST(Patching, TriesAreReplacedAndWhatIsNotKeptIsGone) {
         PatchSelection dialog(entry, 50000, 51000);
         EXPECT_TRUE(dialog.Begin());
         EXPECT_TRUE(dialog.Try({CHANNELS_BOTH, PatchMethod::AR, 0}));
-        ASSERT_TRUE(PatchOf(0) && PatchOf(1));
-        EXPECT_TRUE(PatchOf(0)->HasTwin());
+        EXPECT_TRUE(PatchOf(0) && PatchOf(1) && PatchOf(0)->HasTwin());
         EXPECT_TRUE(dialog.Try({CHANNEL_RIGHT, std::nullopt, 0}));
-        ASSERT_TRUE(!PatchOf(0) && PatchOf(1));
-        EXPECT_FALSE(PatchOf(1)->HasTwin());
+        EXPECT_TRUE(!PatchOf(0) && PatchOf(1) && !PatchOf(1)->HasTwin());
 
         // Other edits have to wait, and so has undoing.
         EXPECT_FALSE(CutSelection(entry, 70000, 80000, 0));

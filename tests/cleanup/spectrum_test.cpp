@@ -11,6 +11,7 @@
 #include "cleanup/denoiseframe.h"
 #include "cleanup/eqcurves.h"
 #include "cleanup/orvanefft.h"
+#include "cleanup/recordeq.h"
 #include "plain_denoise.h"
 
 namespace Orvane {
@@ -18,37 +19,28 @@ namespace {
 
 using OrvaneTest::NormalNoise;
 
-TEST(OrvaneFFT, ForwardIsTheDiscreteFourierTransformWithNyquistAtIndexN) {
-    const int n = 64;
-    const std::vector<float> in = OrvaneTest::NormalNoise(n, 0.5, 7);
-    std::vector<float> out(n + 2);
-    GetFFT().Transform(GetFFT().CreatePlan(n, kFFTForward), FFTDirection::Forward, in, out);
-    for (int k = 0; k <= n / 2; k++) {
-        std::complex<double> bin;
-        for (int i = 0; i < n; i++) bin += double(in[i]) * std::polar(1.0, -2 * std::numbers::pi * k * i / n);
-        EXPECT_NEAR(out[2 * k], bin.real(), 1e-5) << k;
-        EXPECT_NEAR(out[2 * k + 1], bin.imag(), 1e-5) << k;
-    }
-}
-
-TEST(OrvaneFFT, InverseUndoesForwardTimesNAtEverySizeAndAlignment) {
+TEST(OrvaneFFT, IsTheDiscreteFourierTransformAndBackAtEverySizeAndAlignment) {
     for (int n = 64; n <= 65536; n *= 2) {
         const FFT_PLAN* plan = GetFFT().CreatePlan(n, kFFTBoth);
-        const std::vector<float> source = OrvaneTest::NormalNoise(n, 0.5, 7);
-        std::vector<float> first_spectrum;
+        const std::vector<float> source = NormalNoise(n, 0.5, 7);
+        std::vector<float> first;
         for (int offset : {0, 1, 2, 3}) {
             std::vector<float> in(n + 4), spectrum(n + 8, 99.f), out(n + 5, 99.f);
             std::copy(source.begin(), source.end(), in.begin() + offset);
             const std::span bins = std::span(spectrum).subspan(offset, n + 2), back = std::span(out).subspan(offset, n);
             GetFFT().Transform(plan, FFTDirection::Forward, std::span(in).subspan(offset, n), bins);
-            const std::vector<float> kept(bins.begin(), bins.end());
+            if (first.empty()) first.assign(bins.begin(), bins.end());
+            EXPECT_TRUE(std::equal(first.begin(), first.end(), bins.begin())) << "alignment changes bits at size " << n;
             GetFFT().Transform(plan, FFTDirection::Inverse, bins, back);
             for (int i = 0; i < n; i++) ASSERT_NEAR(back[i] / float(n), source[i], 2e-6) << n << " at " << i;
-            EXPECT_TRUE(std::equal(kept.begin(), kept.end(), bins.begin())) << "the inverse changed its input, " << n;
-            EXPECT_EQ(spectrum[offset + n + 2], 99.f);
-            EXPECT_EQ(out[offset + n], 99.f);
-            if (first_spectrum.empty()) first_spectrum = kept;
-            EXPECT_EQ(kept, first_spectrum) << "alignment changes bits at size " << n;
+            EXPECT_TRUE(spectrum[offset + n + 2] == 99.f && out[offset + n] == 99.f) << "written beyond the end";
+        }
+        for (int k : {0, 1, 5, n / 4 + 1, n / 2 - 1, n / 2}) {
+            std::complex<double> bin;
+            for (int64_t i = 0; i < n; i++)
+                bin += double(source[i]) * std::polar(1.0, -2 * std::numbers::pi * double(k * i % n) / n);
+            EXPECT_NEAR(first[2 * k], bin.real(), 2e-6 * std::sqrt(n)) << k << " of " << n;
+            EXPECT_NEAR(first[2 * k + 1], bin.imag(), 2e-6 * std::sqrt(n)) << k << " of " << n;
         }
     }
 }
@@ -101,6 +93,73 @@ TEST(HissFilter, FollowsThePlainModelFrameAfterFrame) {
             }
         }
         EXPECT_LE(n_off, 8) << "of " << 20 * block;
+    }
+}
+
+FFTCurve CurveOf(std::vector<FFTCurve::Point> points) {
+    FFTCurve curve;
+    curve.points = std::move(points);
+    return curve;
+}
+
+double Db(float gain) {
+    return 20 * std::log10(double(gain));
+}
+
+TEST(CurveGains, FollowThePlainModelForAnyCurve) {
+    std::mt19937 generator(5);
+    std::uniform_real_distribution<float> gain(-30, 30), exponent(1, 5);
+    for (int n_points : {1, 2, 3, 4, 7, 34, 200}) {
+        for (int samplerate : {22050, 44100, 96000}) {
+            std::vector<FFTCurve::Point> points;
+            for (int i = 0; i < n_points; i++) points.push_back({std::pow(10.f, exponent(generator)), gain(generator)});
+            std::sort(points.begin(), points.end(), [](const auto& a, const auto& b) { return a.freq < b.freq; });
+            const FFTCurve curve = CurveOf(points), flat = CurveOf({{50, 2.5f}}), empty;
+            const FFTCurve* curves[] = {&curve, &empty, &flat};
+            CurveGains gains(samplerate, 4096);
+            gains.SetCurves(curves, 15);
+            const std::vector<double> expected = Oracle::PlainCurveDb(points, samplerate, 2048);
+            for (int k = 0; k <= 2048; k++) {
+                ASSERT_NEAR(Db(gains.GetGains()[k]), expected[k] + 2.5 + 1.5, 1e-4) << n_points << " points, bin " << k;
+            }
+        }
+    }
+}
+
+TEST(CurveGains, StayFiniteForCurvesOutOfDamagedFiles) {
+    const FFTCurve up = CurveOf({{-5, 3e38f}, {3e38f, 1e9f}}), down = CurveOf({{100, -1e9f}, {50, 1e9f}});
+    const FFTCurve* curves[] = {&up, &up, &down, &up};
+    CurveGains gains(44100, 4096);
+    gains.SetCurves(curves, 1e9);
+    for (const float gain : gains.GetGains()) ASSERT_TRUE(std::isfinite(gain) && gain >= 0);
+}
+
+TEST(RecordEq, RiaaIsThePublishedTable) {
+    struct Case {
+        double frequency, db;
+    };
+    const RecordEq riaa;
+    const double at_1k = RecordEqDb(riaa, 1000);
+    for (const Case& c : {Case{20, 19.274}, {100, 13.088}, {500, 2.648}, {10000, -13.734}, {20000, -19.620}}) {
+        EXPECT_NEAR(RecordEqDb(riaa, c.frequency) - at_1k, c.db, 0.01) << c.frequency;
+    }
+    RecordEq turnover_form;
+    turnover_form.use_time_constants = 0;
+    for (double f : {20.0, 50.0, 1000.0, 10000.0, 20000.0}) {
+        EXPECT_NEAR(RecordEqDb(turnover_form, f), RecordEqDb(riaa, f), 0.05) << f;
+    }
+}
+
+TEST(RecordEq, CurveShiftsWithSpeedAndTakesThePreamp) {
+    RecordEq eq;
+    eq.level_a = 25;
+    for (SpeedMode mode : {SpeedMode::Same, SpeedMode::ToOverFrom, SpeedMode::FromOverTo}) {
+        const double factor = mode == SpeedMode::Same ? 1.0 : mode == SpeedMode::ToOverFrom ? 78.0 / 45 : 45.0 / 78;
+        const auto curve = BuildCurve(eq, 45, 78, mode);
+        ASSERT_EQ(curve->points.size(), 34u);
+        for (const FFTCurve::Point& p : curve->points) {
+            EXPECT_NEAR(p.gain, RecordEqDb(eq, p.freq * factor) + 2.5, 1e-5) << p.freq;
+        }
     }
 }
 

@@ -104,12 +104,10 @@ TEST(ReadCollection, OldFilesAreBroughtUpToDate) {
         SCOPED_TRACE(row.version + std::to_string(row.samplerate));
         const auto read = ReadLines(row.version + kSide + Recording(row.samplerate) + details);
         const FileHistoryEntry& entry = *read.set->albums.First()->sides[0]->newest;
-        EXPECT_EQ(entry.markers.First()->start_time, row.second);
-        EXPECT_EQ(entry.side_breaks[0], row.second);
-        EXPECT_EQ(entry.cuts.First()->end_time, row.second * 20);
+        EXPECT_EQ(std::tuple(entry.markers.First()->start_time, entry.side_breaks[0], entry.cuts.First()->end_time,
+                             entry.filters.First()->absolute_end_time, entry.fft_eqs.First()->absolute_start_time),
+                  std::tuple(row.second, row.second, row.second * 20, row.second * 2, row.second));
         EXPECT_EQ(entry.cuts.First()->splice_length, MulDiv64(882, row.second, 44100) & ~1);
-        EXPECT_EQ(entry.filters.First()->absolute_end_time, row.second * 2);
-        EXPECT_EQ(entry.fft_eqs.First()->absolute_start_time, row.second);
     }
 
     // Records in the older forms; a save rewrites them.

@@ -4,8 +4,6 @@
 #include <random>
 #include <vector>
 
-#include "foundation/fileerror.h"
-#include "foundation/lasterror.h"
 #include "foundation/muldiv.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
@@ -159,18 +157,6 @@ TEST(TextFileReaderTest, LinesOfOlderProgramsAreReadInTheirCodePage) {
     const std::string marked = "\xEF\xBB\xBF" + bytes;
     EXPECT_EQ(ReadAll(*ReadTextFrom(marked, Encoding::Detect, NotUtf8::Windows1252))[1],
               "caf\uFFFD \uFFFD\uFFFD\uFFFD");
-}
-
-TEST(TextFileWriterTest, AFullDiskIsReportedAndStaysAnError) {
-    auto writer = CreateTextFile("/dev/full", Encoding::UTF8, TEXT_CREATE, LineEnds::LF, 8);
-    EXPECT_FALSE(writer->Write("more than the buffer holds"));
-    EXPECT_EQ(GetLastError().text, "Error 28 writing to file:\n\n<b>/dev/full</b>\n\n(No space left on device)");
-    EXPECT_FALSE(writer->Write("x"));
-    EXPECT_FALSE(writer->Close());
-    // What was still in the buffer is noticed at the end.
-    writer = CreateTextFile("/dev/full", Encoding::UTF8);
-    EXPECT_TRUE(writer->Write("x"));
-    EXPECT_FALSE(writer->Close());
 }
 
 TEST(TextFileWriterTest, WhatIsWrittenIsReadBack) {

@@ -1,9 +1,11 @@
-// The response of a second-order section, from the analogue prototype that it is the bilinear transform of.
+// The response of a second-order section, from the analogue prototype that it is the bilinear transform of, and that of
+// any filter, measured.
 #pragma once
 
 #include <cmath>
 #include <complex>
 #include <numbers>
+#include <span>
 
 #include "cleanup/biquadfilter.h"
 
@@ -43,6 +45,19 @@ inline double AnalogBiQuadDb(int type, double db_gain, double frequency, double 
             break;
     }
     return 20 * std::log10(std::abs(h));
+}
+
+// The level at `frequency` of a filter whose response to a unit impulse is given, in dB.
+template <typename T>
+double ImpulseResponseDb(std::span<const T> impulse_response, double frequency, double samplerate) {
+    std::complex<double> sum;
+    std::complex<double> turn = 1.0;
+    const std::complex<double> step = std::polar(1.0, -2 * std::numbers::pi * frequency / samplerate);
+    for (const T x : impulse_response) {
+        sum += double(x) * turn;
+        turn *= step;
+    }
+    return 20 * std::log10(std::abs(sum));
 }
 
 }  // namespace Orvane::Oracle

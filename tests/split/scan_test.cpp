@@ -1,7 +1,9 @@
 // The scan for tracks and what it goes by: the level overview and the time line without cuts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <vector>
 
 #include "audiosignals.h"
 #include "collection/undo.h"
@@ -9,10 +11,10 @@
 #include "foundation/settings.h"
 #include "listing.h"
 #include "recorded_side.h"
-#include "sides.h"
 #include "split/albumoverview.h"
 #include "split/cuttimeline.h"
 #include "split/scan.h"
+#include "split/splitdialog.h"
 #include "temp_folder.h"
 
 namespace Orvane {
@@ -21,6 +23,37 @@ namespace {
 using Times = std::vector<std::pair<double, double>>;  // seconds
 
 constexpr int64_t kSecond = kTicksPerSecond;
+
+struct Stretch {
+    double seconds;
+    int level;  // the overview's byte, 0 to 254
+};
+
+// An album whose recordings are nothing but a level overview.
+class LevelAlbum {
+public:
+    // Adds a side; a last partial block counts from half a block on.
+    FileHistoryEntry& AddSide(const std::vector<Stretch>& stretches, int32_t rate = kTicksPerSecond) {
+        double seconds = 0;
+        for (const Stretch& stretch : stretches) seconds += stretch.seconds;
+        const std::span<uint8_t> bytes = overview.AddRecording(static_cast<int64_t>(seconds * rate), rate);
+        double end = 0;
+        size_t at = 0;
+        for (const Stretch& stretch : stretches) {
+            end += stretch.seconds;
+            const auto until = std::min(bytes.size(), static_cast<size_t>(end * rate / overview.block + 0.5));
+            for (; at < until; ++at) bytes[at] = static_cast<uint8_t>(stretch.level);
+        }
+        AlbumSide* side = album.GetSide(-1, true);
+        RefPtr<FileHistoryEntry> entry(new FileHistoryEntry(&album, side));
+        entry->samplerate = rate;
+        side->AddRecording(entry);
+        return *entry;
+    }
+
+    AlbumInfo album;
+    WaveformOverview overview;
+};
 
 class ScanTest : public testing::Test {
 protected:

@@ -200,61 +200,40 @@ TEST(FLACFile, TruncateKeepsThePrefixAndAFileForOthers) {
     }
 }
 
-// --- Damage. The bytes of a small file, changed. ---
-
-class FLACFileDamage : public testing::Test {
-protected:
-    FLACFileDamage() {
-        FLACFile file;
-        WriteFile(file, folder / "good.flac", {16, 44100, 2}, pairs);
-        good = ReadBytes(folder / "good.flac");
-    }
-
+TEST(FLACFile, DamageIsToldAndCostsWhatItHits) {
     TempFolder folder;
     const std::vector<float> pairs = Ringing(0.8, {16, 44100, 2});
-    std::string good;
-
-    // Whatever can be read of the bytes is what was written.
-    std::vector<float> ReadPrefix(FLACFile& file, int& result) {
-        std::vector<float> got = PullAll(file, 1024, result);
+    FLACFile whole;
+    WriteFile(whole, folder / "good.flac", {16, 44100, 2}, pairs);
+    const std::string good = ReadBytes(folder / "good.flac");
+    // Whatever can be read is what was written; its length.
+    const auto read_prefix = [&](FLACFile& file, const std::string& path, int wanted) {
+        EXPECT_EQ(file.Open(path, OM_READ), 0);
+        int result = 0;
+        const std::vector<float> got = PullAll(file, 1024, result);
+        EXPECT_EQ(result, wanted) << got.size();
         EXPECT_TRUE(got.size() <= pairs.size() && std::equal(got.begin(), got.end(), pairs.begin()));
-        return got;
-    }
-};
-
-TEST_F(FLACFileDamage, ATruncatedFileGivesWhatIsWholeAndThenItsFault) {
-    int result = 0;
+        return static_cast<int64_t>(got.size() / 2);
+    };
     for (size_t length = good.size() - 1; length > good.size() / 4; length -= good.size() / 23) {
-        FLACFile file;
-        ASSERT_EQ(file.Open(folder.Write("cut.flac", good.substr(0, length)), OM_READ), 0);
-        EXPECT_EQ(ReadPrefix(file, result).size() % (2 * 4096), 0u) << length;
-        EXPECT_EQ(result, ERR_CONTENTS) << length;
+        FLACFile cut;
+        EXPECT_EQ(read_prefix(cut, folder.Write("a", good.substr(0, length)), ERR_CONTENTS) % 4096, 0) << length;
     }
-    // A torso, of a length that was only expected, opens too.
-    FLACFile file;
-    ASSERT_EQ(file.SetSBC(44100, 16, 2), 0);
-    ASSERT_EQ(file.Open(folder / "torso.flac", OM_CREATE, 0, 0, 100000), 0);
-    ASSERT_GT(file.Write(pairs.data(), 20000), 0);
-    EXPECT_FALSE(file.Close(CLOSE_FAILED));
-    ASSERT_EQ(file.Open(folder / "torso.flac", OM_READ), 0);
-    EXPECT_EQ(file.GetTotalSamples(0), 100000);
-    EXPECT_EQ(ReadPrefix(file, result).size() / 2, 4u * 4096);
-    EXPECT_EQ(result, 0);
-}
-
-TEST_F(FLACFileDamage, FlippedBitsAreToldAndTheRestIsStillRead) {
-    std::string bytes = good;
-    bytes[bytes.size() / 2] ^= 0x10;
-    FLACFile file;
-    ASSERT_EQ(file.Open(folder.Write("bad.flac", bytes), OM_READ), 0);
-    int result = 0;
-    const std::vector<float> got = ReadPrefix(file, result);
-    EXPECT_EQ(result, ERR_CONTENTS);
+    std::string flipped = good;
+    flipped[flipped.size() / 2] ^= 0x10;
+    FLACFile bad, torso;
+    const int64_t damaged = read_prefix(bad, folder.Write("a", flipped), ERR_CONTENTS) / 4096 * 4096;
     EXPECT_NE(GetLastError().text.find("Damaged audio data"), std::string::npos) << GetLastError().text;
-    const int64_t damaged = static_cast<int64_t>(got.size() / 2) / 4096 * 4096, behind = damaged + 4096;
     std::vector<float> rest(2 * 4096);
-    ASSERT_EQ(file.Read(behind, rest.data(), 4096, 0), 4096) << GetLastError().text;
-    EXPECT_TRUE(std::equal(rest.begin(), rest.end(), pairs.begin() + 2 * behind));
+    ASSERT_EQ(bad.Read(damaged + 4096, rest.data(), 4096, 0), 4096) << GetLastError().text;
+    EXPECT_TRUE(std::equal(rest.begin(), rest.end(), pairs.begin() + 2 * (damaged + 4096)));
+    // A torso, of a length that was only expected, opens too.
+    ASSERT_EQ(torso.SetSBC(44100, 16, 2), 0);
+    ASSERT_EQ(torso.Open(folder / "torso.flac", OM_CREATE, 0, 0, 100000), 0);
+    ASSERT_GT(torso.Write(pairs.data(), 20000), 0);
+    EXPECT_FALSE(torso.Close(CLOSE_FAILED));
+    EXPECT_EQ(read_prefix(torso, folder / "torso.flac", 0), 4 * 4096);
+    EXPECT_EQ(torso.GetTotalSamples(0), 100000);
 }
 
 }  // namespace
