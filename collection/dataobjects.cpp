@@ -6,7 +6,6 @@
 
 namespace Orvane {
 
-ALBUMTRACK added_track;
 AlbumSet* gAlbumSet = nullptr;
 bool gClosing = false;
 

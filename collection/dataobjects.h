@@ -48,9 +48,6 @@ struct ALBUMTRACK {
     bool IsEmpty() const { return start == end; }  // a listing line that has no audio yet
 };
 
-// Stands for the "add a new track" line at the end of every listing; never in an album's tracks.
-extern ALBUMTRACK added_track;
-
 class AlbumSide {
 public:
     AlbumSide() = default;

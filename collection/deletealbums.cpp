@@ -63,7 +63,7 @@ private:
     }
 
     static bool MakeFree(AlbumInfo& album) {
-        if (album.open_fhe_count > 0) event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));
+        event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));  // what waits for its turn has nothing open yet
         if (album.running_jobs == 0 && album.open_fhe_count == 0) return true;
         FailContents(FormatMessage(Msg::AlbumInUse, album.artist, album.title));
         return false;
