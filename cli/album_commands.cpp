@@ -106,7 +106,9 @@ int Add(CommandContext& context, const AlbumArguments& arguments) {
         std::string problem = SetField(*album, name, value);
         if (!problem.empty()) return context.Usage(problem);
     }
-    return ReportAlbum(context, *AddAlbum(std::move(album)), "Added");
+    AlbumInfo* added = AddAlbum(std::move(album));
+    CreateSingleTracks(*added);
+    return ReportAlbum(context, *added, "Added");
 }
 
 int Set(CommandContext& context, const AlbumArguments& arguments) {
@@ -115,7 +117,13 @@ int Set(CommandContext& context, const AlbumArguments& arguments) {
     std::unique_ptr<AlbumInfo> details = CopyDetails(*album);
     details->flags |= ALBUM_WORKING_COPY;
     if (std::string problem = Assign(*details, arguments.assignments); !problem.empty()) return context.Usage(problem);
-    if (int code = context.ChangeAndSave(*album, [&] { return ChangeDetails(*album, *details); })) return code;
+    const auto change = [&] {
+        const bool other_names = album->title != details->title || album->IsSingle() != details->IsSingle();
+        if (!ChangeDetails(*album, *details)) return false;
+        if (other_names) CreateSingleTracks(*album);
+        return true;
+    };
+    if (int code = context.ChangeAndSave(*album, change)) return code;
     return ReportAlbum(context, *album, "Changed");
 }
 
@@ -181,8 +189,8 @@ void AddAlbumCommands(CommandTree& tree) {
     CLI::App* command = Command("show", "everything about an album", "records.mcf 1 --json", Show);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
 
-    command = Command("add", "enter a new album", "records.mcf --artist \"The Examples\" --title First --year 1977",
-                      Add);
+    command =
+        Command("add", "enter a new album", "records.mcf --artist \"The Examples\" --title First --year 1977", Add);
     for (const Field<AlbumInfo>& field : AlbumFields()) {
         auto keep = [arguments, name = field.name](const std::string& value) { arguments->values[name] = value; };
         std::string option = "--" + field.name;

@@ -70,8 +70,8 @@ public:
     // Saves it where it was changed, but not once the user has asked for the end.
     int Save();
     int SaveAllTheSame();
-    // Runs a change that may rename the recordings of an album and saves it, or takes it back: a collection that was not
-    // saved would look for them under their old names. `change` is false with the reason as last error.
+    // Runs a change that may rename the recordings of an album and saves it, or takes it back: a collection that was
+    // not saved would look for them under their old names. `change` is false with the reason as last error.
     int ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change);
 
     // By their numbers, from 1.

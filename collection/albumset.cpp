@@ -132,6 +132,10 @@ std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album) {
 }
 
 bool ChangeDetails(AlbumInfo& album, const AlbumInfo& details) {
+    if (album.IsWorkingCopy()) {
+        album.TakeDetails(details);
+        return true;
+    }
     const bool renamed = album.artist != details.artist || album.title != details.title;
     if (renamed && !RenameAlbumFiles(album, details.artist, details.title)) return false;
     const bool same_key = SameSortKey(album, details);
@@ -192,6 +196,11 @@ ALBUMTRACK DeleteTrack(AlbumInfo& album, int index, bool close_gap) {
     ALBUMTRACK deleted = album.tracks[index];
     album.tracks.erase(album.tracks.begin() + index);
     if (close_gap) MoveTracks(album, index, deleted.start - deleted.end);
+    // Rows without times ride along at the end of the track before them.
+    const int64_t end = index > 0 ? album.tracks[index - 1].end : 0;
+    for (int i = index; !deleted.IsEmpty() && i < album.tracks.size() && album.tracks[i].IsEmpty(); ++i) {
+        album.tracks[i].start = album.tracks[i].end = end;
+    }
     return deleted;
 }
 

@@ -63,7 +63,8 @@ AlbumInfo* AddAlbum(std::unique_ptr<AlbumInfo> album, int flags = 0, Batch batch
 std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album);
 
 // Gives an album other details (see TakeDetails). The files of its recordings are renamed to stay in step with artist
-// and title; when that fails nothing has changed, it is false, and the reason is the last error.
+// and title; when that fails nothing has changed, it is false, and the reason is the last error. Those of a working
+// copy stay as they are.
 bool ChangeDetails(AlbumInfo& album, const AlbumInfo& details);
 
 // True when it changed. With `resort` the list is sorted when its order is that of the status.

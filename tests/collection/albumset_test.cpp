@@ -15,6 +15,10 @@ namespace {
 using OrvaneTest::FakeMessageHost;
 using OrvaneTest::FakeProgressHost;
 
+intptr_t CountEvent(void* count, int, EventArg, EventArg, EventArg) {
+    return ++*static_cast<int*>(count);
+}
+
 class AlbumSetTest : public ::testing::Test, protected OrvaneTest::LiveCollection {
 protected:
     ~AlbumSetTest() override { SetSetting("Sort Album List By", 0); }
@@ -70,6 +74,46 @@ TEST_F(AlbumSetTest, WhatChangesACollectionHasItSaved) {
     EXPECT_EQ(set.current_album, set.albums.First());
     removed->flags |= ALBUM_WORKING_COPY;
     EXPECT_FALSE(changes([&] { AddTrack(*removed, {}, 10); }));
+    AlbumInfo details;
+    details.artist = "Z";
+    int n_events = 0;
+    event::Subscribe(EVENT_AFTER_CHANGE, 0, CountEvent, &n_events);
+    EXPECT_FALSE(changes([&] { EXPECT_TRUE(ChangeDetails(*removed, details)); }));
+    event::Unsubscribe(EVENT_AFTER_CHANGE, CountEvent, &n_events);
+    EXPECT_EQ(removed->artist, "Z");
+    EXPECT_EQ(n_events, 0);
+}
+
+TEST_F(AlbumSetTest, ASinglesTitleNamesItsTracks) {
+    struct Row {
+        const char* title;
+        const char* first_track;  // there already; null: none
+        const char* tracks;
+    };
+    const Row rows[] = {
+        {"Sun| Moon / Stars |", nullptr, "Sun,Moon / Stars,"},
+        {"Sun / Moon", "moon", "moon,Sun,"},
+        {"Sun/Sun", "Sun", "Sun,"},
+        {"Sun", nullptr, ""},
+    };
+    for (const Row& row : rows) {
+        ClearUndo();
+        AlbumInfo* album = LiveCollection::Add("A", row.title);
+        ALBUMTRACK track;
+        track.title = row.first_track ? row.first_track : "";
+        if (row.first_track) AddTrack(*album, track);
+        EXPECT_EQ(CreateSingleTracks(*album), 0) << "of an album that is none";
+        album->flags |= ALBUM_SINGLE;
+        const simple_vector<ALBUMTRACK> before = album->tracks;
+        const int n_added = CreateSingleTracks(*album);
+        std::string tracks;
+        for (const ALBUMTRACK& t : album->tracks) tracks += t.title + ",";
+        EXPECT_EQ(tracks, row.tracks);
+        EXPECT_EQ(GetUndoState().undo_index, n_added > 0);
+        Undo();
+        EXPECT_EQ(album->tracks, before) << row.title;
+    }
+    ClearUndo();
 }
 
 // Three albums. The first has two takes on side 2, a file of the user's on side 3 and a cover; the second shares cover
@@ -103,7 +147,11 @@ protected:
 };
 
 TEST_F(DeleteAlbumsTest, RecordingsGoToTheTrashAndWhatOthersNeedStays) {
+    int n_closed = 0;
+    event::Subscribe(EVENT_ALBUM_CLOSING, event::Arg(first), CountEvent, &n_closed);
     const DeleteAlbumsResult of_first = Delete({first}, DELETE_RECORDINGS | DELETE_ALBUM_ART);
+    event::Unsubscribe(EVENT_ALBUM_CLOSING, CountEvent, &n_closed);
+    EXPECT_EQ(n_closed, 1) << "whoever waits for its recordings is told";
     EXPECT_EQ(of_first.n_deleted, 4) << "three recordings and the cover";
     EXPECT_EQ(of_first.trashed,
               (std::vector<std::string>{folder / "Mine/A~A~side2 (2).wav", folder / "Mine/A~A~side2.wav"}));
