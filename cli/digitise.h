@@ -1,6 +1,7 @@
 // The whole road from recordings to saved tracks, in steps.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -74,6 +75,7 @@ private:
     std::vector<DeclickedSide> declicked;
     std::vector<int64_t> tracks_found;  // on each side; empty where none were looked for
     std::vector<TrackScanner::Stretch> left_out;
+    std::optional<uint16_t> sides_adjusted;  // by a scan
     SaveResult saved;
     std::string sheet;
 };

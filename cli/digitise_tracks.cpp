@@ -54,7 +54,12 @@ int Digitise::Scan(TrackList& tracks, bool adjust) {
     if (int code = ReadOverview(context, *album, overview)) return code;
     InterruptibleScan host;
     TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
-    adjust ? scanner.AdjustAll(tracks) : scanner.ScanAll(tracks);
+    if (adjust) {
+        sides_adjusted = SidesBefore(*album, scanner.AdjustAll(tracks));
+    } else {
+        scanner.ScanAll(tracks);
+        sides_adjusted = 0;
+    }
     if (Interrupted()) return context.Cancelled();
     const int n_found = FirstUnsetTrack(tracks);
     tracks_found.resize(places.size());
@@ -89,10 +94,11 @@ int Digitise::NameTracks(TrackList& tracks) {
 }
 
 void Digitise::StoreTracks(const TrackList& tracks) {
-    if (tracks == album->tracks) return;
+    const uint16_t n_adjusted = sides_adjusted.value_or(album->sides_adjusted);
+    if (tracks == album->tracks && n_adjusted == album->sides_adjusted) return;
     const Change change(CHANGE_TRACK_TIMES | CHANGE_TRACK_INSERTED, album);
     album->tracks = tracks;
-    if (order.adjust) album->sides_adjusted = static_cast<uint16_t>(album->sides.size());
+    album->sides_adjusted = n_adjusted;
 }
 
 int Digitise::EnterTracks() {

@@ -171,10 +171,15 @@ bool TrackScanner::ScanTrack(TrackList& tracks, int index, bool adjust, int64_t&
         const EndFound found = FindEnd(row, start, carry, end);
         if (found == EndFound::Yes) break;
         if (found == EndFound::Stop) return false;
-        if (found == EndFound::NotNear) return true;  // a short track that has no gap near it stays as it is
+        // A short track that has no gap near it, or that closes its side, stays as it is.
+        if (found == EndFound::NotNear) return true;
+        if (found == EndFound::TooShort && adjust) {
+            carry = -1;
+            return true;
+        }
         // What was left of this recording is no track; the next one may have some.
         const CutTimeline::Recording* next = timeline.After(timeline.AtTrackTime(start));
-        if (adjust || !next) return false;
+        if (!next) return false;
         from = next->file_start;
         row.previous_end = next->track_start;
     }
@@ -191,21 +196,29 @@ bool TrackScanner::ScanTrack(TrackList& tracks, int index, bool adjust, int64_t&
 }
 
 void TrackScanner::ScanAll(TrackList& tracks) {
-    for (ALBUMTRACK& track : tracks) {
-        track.start = track.end = 0;
-        track.fade_in = track.fade_out = 0;
-        track.filter_flags = 0;
-    }
+    DeleteAllTrackBreaks(tracks);
     int64_t carry = -1;
     for (int index = 0; ScanTrack(tracks, index, false, carry); ++index) host.TrackFound(index);
 }
 
-void TrackScanner::AdjustAll(TrackList& tracks) {
+const FileHistoryEntry* TrackScanner::AdjustAll(TrackList& tracks) {
     const int n_set = FirstUnsetTrack(tracks);
     int64_t carry = -1;
-    for (int index = 0; index < n_set && ScanTrack(tracks, index, true, carry); ++index) host.TrackFound(index);
+    int index = 0;
+    for (; index < n_set && ScanTrack(tracks, index, true, carry); ++index) {
+        host.TrackFound(index);
+        if (escaped) break;  // at the search for what follows: whether that is a gap is not known
+    }
+    const FileHistoryEntry* missed = index < n_set ? timeline.AtTrackTime(tracks[index].start).entry : nullptr;
     // A track may have grown over one that the scan then did not come to.
     PushOverlappingTracks(tracks);
+    return missed;
+}
+
+uint16_t SidesBefore(const AlbumInfo& album, const FileHistoryEntry* recording) {
+    const auto is_its = [&](const AlbumSide* side) { return recording && side && side->newest == recording; };
+    const auto side = std::find_if(album.sides.begin(), album.sides.end(), is_its);
+    return static_cast<uint16_t>(side - album.sides.begin());
 }
 
 std::vector<TrackScanner::Stretch> TrackScanner::MusicOutside(const TrackList& tracks) const {

@@ -81,8 +81,10 @@ public:
     // Makes the breaks of a listing anew: fills its rows from the top, titles staying, and appends further ones as long
     // as there are tracks.
     void ScanAll(TrackList& tracks);
-    // Moves the breaks of the set tracks to the gaps near them.
-    void AdjustAll(TrackList& tracks);
+    // Moves the breaks of the set tracks to the gaps near them. The recording of the first one that was not come to,
+    // null when all were.
+    const FileHistoryEntry* AdjustAll(TrackList& tracks);
+    bool Escaped() const { return escaped; }  // the user has ended a scan
 
     // What the listing leaves out although it is loud enough for music to begin: stretches with three seconds or more
     // of it, without a gap, in track time.
@@ -106,5 +108,8 @@ private:
     ScanHost& host;
     bool escaped = false;
 };
+
+// How many sides lie before that of a recording in use; with null all of them.
+uint16_t SidesBefore(const AlbumInfo& album, const FileHistoryEntry* recording);
 
 }  // namespace Orvane

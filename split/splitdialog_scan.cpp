@@ -22,19 +22,23 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     }
 
     const int n_before = album.tracks.size();
+    TrackScanner scanner(overview, recordings, BreakScanSettings::Load(), host);
     busy = true;
     {
         const Change change(CHANGE_TRACK_TIMES | CHANGE_TRACK_INSERTED, &album);
-        TrackScanner scanner(overview, recordings, BreakScanSettings::Load(), host);
-        adjust ? scanner.AdjustAll(album.tracks) : scanner.ScanAll(album.tracks);
+        if (adjust) {
+            album.sides_adjusted = SidesBefore(album, scanner.AdjustAll(album.tracks));
+        } else {
+            scanner.ScanAll(album.tracks);
+            album.sides_adjusted = 0;
+        }
     }
     busy = false;
     Select(0);
 
     const int n_found = FirstUnsetTrack(album.tracks);
-    if (adjust) {
-        album.sides_adjusted = static_cast<uint16_t>(album.sides.size());
-    } else if (n_found == 0) {
+    if (adjust || scanner.Escaped()) return n_found;
+    if (n_found == 0) {
         ShowMessage(FormatMessage(Msg::NoTrackBreaksFound), Severity::Information);
     } else if (n_before > 0 && n_found != n_before) {
         const bool more = n_found > n_before;

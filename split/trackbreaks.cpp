@@ -224,6 +224,18 @@ void DeleteTrackBreak(TrackList& tracks, int index, Alt alt) {
     KeepTailTogether(tracks);
 }
 
+void DeleteAllTrackBreaks(TrackList& tracks) {
+    for (ALBUMTRACK& track : tracks) TakeTimes(track, ALBUMTRACK());
+}
+
+void MoveTitle(TrackList& tracks, int from, int to) {
+    const TrackList before = tracks;
+    ALBUMTRACK moved = tracks[from];
+    tracks.erase(tracks.begin() + from);
+    tracks.insert(tracks.begin() + to, std::move(moved));
+    for (int i = 0; i < tracks.size(); ++i) TakeTimes(tracks[i], before[i]);
+}
+
 void RemoveOnlyUnsetTrack(TrackList& tracks) {
     if (!tracks.empty() && FirstUnsetTrack(tracks) == tracks.size() - 1) tracks.resize(tracks.size() - 1);
 }

@@ -42,6 +42,12 @@ bool InsertTrackBreak(TrackList& tracks, int selected, int64_t position, Alt alt
 // up a row; with Alt the next row goes with its title. The last set track becomes unset.
 void DeleteTrackBreak(TrackList& tracks, int index, Alt alt);
 
+// Leaves the titles on their rows and nothing else.
+void DeleteAllTrackBreaks(TrackList& tracks);
+
+// Moves a title to another row, past those in between, while the times and faders stay on their rows.
+void MoveTitle(TrackList& tracks, int from, int to);
+
 // Takes the last row away if it is the only unset one.
 void RemoveOnlyUnsetTrack(TrackList& tracks);
 

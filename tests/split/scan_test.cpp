@@ -157,6 +157,19 @@ TEST_F(ScanTest, MusicInNoTrackIsTold) {
     EXPECT_EQ(scanner.MusicOutside(TrackList()).size(), 3u);
 }
 
+// In automatic adjustment the break of a track too short to count does not keep those behind it.
+TEST_F(ScanTest, AShortClosingTrackKeepsItsTimesAndLaterSidesAreAdjusted) {
+    LevelAlbum sides;
+    sides.AddSide({{6, 0}, {60, 100}, {54, 0}, {20, 100}, {7, 0}});
+    sides.AddSide({{6, 0}, {60, 100}, {4, 0}, {60, 100}, {80, 0}});
+    sides.album.tracks = Listing("0-70 120-140 147-217 217-287 287");
+    ExpectTimes(Scan(sides, BREAK_SCAN_ADJUST), {{5.76, 67.38}, {120, 140}, {152.76, 214.38}, {216.76, 278.38}},
+                "two sides", 0.12);
+    EXPECT_EQ(sides.album.sides_adjusted, 2);
+    Scan(sides);
+    EXPECT_EQ(sides.album.sides_adjusted, 0);
+}
+
 // Stops at the nth look.
 class StoppingHost : public ScanHost {
 public:
@@ -174,6 +187,9 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
             side.album.tracks = Listing(flags ? "6-90 90-100 100-190 190-300" : "");
             StoppingHost stopping(looks);
             const int n = SplitDialog(side.album).ScanForTrackBreaks(flags, side.overview, stopping);
+            EXPECT_TRUE(stopping.looks > 0 || messages.asked.empty()) << "of a scan that was not finished";
+            messages.asked.clear();
+            EXPECT_EQ(side.album.sides_adjusted, flags && stopping.looks > 0 ? 1 : 0);
             if (!flags) {
                 EXPECT_EQ(n, stopping.n_found);
                 EXPECT_EQ(n, side.album.tracks.size());
