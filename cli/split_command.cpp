@@ -9,6 +9,7 @@
 #include "foundation/platform.h"
 #include "split/albumoverview.h"
 #include "split/splitdialog.h"
+#include "split/trackorder.h"
 
 namespace Orvane {
 namespace {
@@ -67,12 +68,10 @@ int Split(CommandContext& context, const SplitArguments& arguments) {
 int Insert(CommandContext& context, const SplitArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, album)) return code;
-    const std::vector<RecordingPlace> places = PlaceRecordings(*album);
-    const bool all_found = std::all_of(places.begin(), places.end(), [](const auto& place) { return place.found; });
-    if (!places.empty() && all_found && arguments.at > places.back().end) {
-        return context.Fail(fmt::format("The recordings end at {} already", FormatTime(places.back().end)));
-    }
     SplitDialog dialog(*album);
+    dialog.end = EndOfRecordings(*album);
+    const std::string problem = PastEndProblem(arguments.at, dialog.end);
+    if (!problem.empty()) return context.Fail(problem);
     dialog.SelectAt(arguments.at);
     if (!dialog.InsertTrackBreak(arguments.at, arguments.alt ? Alt::Down : Alt::Up)) {
         return context.Fail(FormatMessage(Msg::NoRoomForTrackBreak, FormatTime(arguments.at)));
@@ -93,6 +92,14 @@ int Remove(CommandContext& context, const SplitArguments& arguments) {
         return context.Fail(fmt::format("No track of {} ends within a second of {}", context.AlbumName(*album),
                                         FormatTime(arguments.at)));
     }
+    return Report(context, *album);
+}
+
+int Clear(CommandContext& context, const SplitArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = context.Open(arguments.collection, Access::Change)) return code;
+    if (int code = context.FindAlbum(arguments.album, album)) return code;
+    SplitDialog(*album).DeleteAllTrackBreaks();
     return Report(context, *album);
 }
 
@@ -143,6 +150,8 @@ void AddSplitCommands(CommandTree& tree) {
         TimeOption(command, "--at", arguments->at, "where, on the album's time line")->required();
         command->add_flag("--alt", arguments->alt, alt);
     };
+    Command(group, "clear", "take away all track breaks of an album; its titles stay", "break clear records.mcf 1",
+            Clear);
     BreakCommand("insert", "end a track; titles stay on their rows, and the times behind it move down a row",
                  "break insert records.mcf 1 --at 3:41.5", "put in a row: the titles behind it move down too", Insert);
     BreakCommand("remove", "join a track with the next; titles stay on their rows, and the times move up a row",

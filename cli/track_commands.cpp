@@ -4,10 +4,10 @@
 #include "cli/fields.h"
 #include "cli/model_view.h"
 #include "cli/texts.h"
-#include "cli/timeline.h"
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
-#include "split/trackbreaks.h"
+#include "split/splitdialog.h"
+#include "split/trackorder.h"
 
 namespace Orvane {
 namespace {
@@ -16,6 +16,7 @@ struct TrackArguments {
     std::string collection;
     int album = 0;
     int track = 0;
+    int to = 0;  // of "move"
     std::vector<std::string> assignments;
     std::string title;
     std::string artist;
@@ -65,10 +66,14 @@ int Add(CommandContext& context, const TrackArguments& arguments) {
     const int n_set = FirstUnsetTrack(album->tracks);
     track.start = timed ? arguments.start : n_set ? album->tracks[n_set - 1].end : 0;
     track.end = timed ? arguments.end : track.start + arguments.length;
-    int index = PlaceForTrack(*album, track);
+    // The lengths of a listing need only be near the truth.
+    std::string problem = PastEndProblem(timed ? track.end : track.start + kShortestTrack, EndOfRecordings(*album));
+    if (!problem.empty()) return context.Usage(problem);
+    int index = PlaceForTrack(album->tracks, track);
     InsertTrack(*album, index, track, false);
-    SettleUnsetTracks(*album);
-    if (std::string problem = TrackProblem(*album, index); !problem.empty()) return context.Usage(problem);
+    SettleUnsetTracks(album->tracks);
+    problem = ListingProblem(album->tracks);
+    if (!problem.empty()) return context.Usage(problem);
     return ReportTrack(context, *album, index, "Added");
 }
 
@@ -78,17 +83,13 @@ int ChangeTrack(CommandContext& context, const TrackArguments& arguments, const 
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     int index = 0;
     if (int code = context.FindTrack(*album, arguments.track, index)) return code;
-    ALBUMTRACK& track = album->tracks[index];
-    const int64_t start = track.start, end = track.end;
-    {
-        Change change(CHANGE_TRACK_TIMES, album);
-        std::string problem = Assign(track, assignments);
-        if (!problem.empty()) return context.Usage(problem);
-        SettleUnsetTracks(*album);
-    }
-    const bool moved = track.start != start || track.end != end;
-    if (std::string problem = moved ? TrackProblem(*album, index) : ""; !problem.empty()) return context.Usage(problem);
-    return ReportTrack(context, *album, index, "Changed");
+    ALBUMTRACK track = album->tracks[index];
+    std::string problem = Assign(track, assignments);
+    SplitDialog dialog(*album);
+    dialog.end = EndOfRecordings(*album);
+    if (problem.empty()) problem = dialog.EditTrack(index, track);
+    if (!problem.empty()) return context.Usage(problem);
+    return ReportTrack(context, *album, dialog.Selected(), "Changed");
 }
 
 int Set(CommandContext& context, const TrackArguments& arguments) {
@@ -106,13 +107,22 @@ int Fade(CommandContext& context, const TrackArguments& arguments) {
     return ChangeTrack(context, arguments, assignments);
 }
 
+int Move(CommandContext& context, const TrackArguments& arguments) {
+    AlbumInfo* album = nullptr;
+    if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
+    int from = 0, to = 0;
+    if (int code = context.FindTrack(*album, arguments.track, from)) return code;
+    if (int code = context.FindTrack(*album, arguments.to, to)) return code;
+    SplitDialog(*album).MoveTrackInList(from, to);
+    return ReportTrack(context, *album, to, "Moved");
+}
+
 int Remove(CommandContext& context, const TrackArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     int index = 0;
     if (int code = context.FindTrack(*album, arguments.track, index)) return code;
-    ALBUMTRACK removed = DeleteTrack(*album, index, arguments.close_gap);
-    SettleUnsetTracks(*album);
+    const ALBUMTRACK removed = SplitDialog(*album).DeleteTrack(index, arguments.close_gap);
     if (int code = context.Save()) return code;
     context.result = TrackJson(removed, arguments.track);
     context.result["album"] = arguments.album;
@@ -156,6 +166,11 @@ void AddTrackCommands(CommandTree& tree) {
     command->add_option("KEY=VALUE", arguments->assignments, "details, by these keys:" + keys)
         ->required()
         ->option_text(" ");
+
+    command = Command(group, "move", "move a title to another row; times and fades stay on their rows",
+                      "track move records.mcf 1 3 2", Move);
+    TrackArgument(command);
+    NumberArgument(command, "TO", arguments->to, "the row it goes to")->required();
 
     command = Command(group, "remove", "take a track out of the listing", "track remove records.mcf 1 2", Remove);
     TrackArgument(command);

@@ -1,5 +1,7 @@
 #include "collection/recordingplaces.h"
 
+#include <algorithm>
+
 namespace Orvane {
 
 std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album) {
@@ -27,6 +29,12 @@ std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
         places.push_back(place);
     }
     return places;
+}
+
+int64_t EndOfRecordings(AlbumInfo& album) {
+    const std::vector<RecordingPlace> places = PlaceRecordings(album);
+    const bool all_found = std::all_of(places.begin(), places.end(), [](const auto& place) { return place.found; });
+    return !places.empty() && all_found ? places.back().end : kUnknownEnd;
 }
 
 }  // namespace Orvane

@@ -23,4 +23,9 @@ struct RecordingPlace {
 // end with their cuts taken out. Main thread.
 std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album);
 
+inline constexpr int64_t kUnknownEnd = int64_t{1} << 50;  // ticks; behind the end of any recording
+
+// The end of an album's time line; kUnknownEnd while a recording is missing, and without any.
+int64_t EndOfRecordings(AlbumInfo& album);
+
 }  // namespace Orvane

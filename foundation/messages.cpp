@@ -38,6 +38,12 @@ std::string_view MessageText(Msg id) {
             return "Enable/disable fader";
         case Msg::AdjustFader:
             return "Adjust fader";
+        case Msg::DeleteAllTrackBreaks:
+            return "Delete all track breaks";
+        case Msg::EditTrackDetails:
+            return "Edit track details";
+        case Msg::DeleteTrack:
+            return "Delete track";
         case Msg::AdjustTrackStart:
             return "Adjust track start time";
         case Msg::MoveTrackBreak:
@@ -46,6 +52,8 @@ std::string_view MessageText(Msg id) {
             return "Insert track break";
         case Msg::DeleteTrackBreaks:
             return "Delete track breaks";
+        case Msg::MoveTrackInList:
+            return "Move track in list";
         case Msg::EditAlbumDetails:
             return "Edit album details";
         case Msg::MergingCorrections:

@@ -7,8 +7,22 @@
 #include "collection/tracktime.h"
 #include "collection/undo_records.h"
 #include "foundation/host.h"
+#include "split/trackorder.h"
 
 namespace Orvane {
+
+SplitDialog::SplitDialog(AlbumInfo& album) : album(album) {
+    event::Subscribe(EVENT_UNDO, 0, OnUndo, this);
+}
+
+SplitDialog::~SplitDialog() {
+    event::Unsubscribe(EVENT_UNDO, OnUndo, this);
+}
+
+intptr_t SplitDialog::OnUndo(void* dialog, int, EventArg, EventArg, EventArg) {
+    static_cast<SplitDialog*>(dialog)->EndFaderGesture();
+    return 0;
+}
 
 void SplitDialog::Select(int index) {
     selected = std::clamp(index, 0, album.tracks.size());
@@ -22,6 +36,12 @@ void SplitDialog::EnterUndo(Msg description, int first_track, int last_track) {
 // Every change is made on a copy first, so that undo and the listeners see the album as it was. True if it differs.
 bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) {
     const TrackList& before = album.tracks;
+    // Rows without times that went along stay on the time line.
+    const int n_set = FirstUnsetTrack(changed);
+    const int64_t latest = std::max(end, n_set > 0 ? changed[n_set - 1].end : 0);
+    for (int i = n_set; i < changed.size() && changed[i].IsEmpty(); ++i) {
+        changed[i].start = changed[i].end = std::min(changed[i].start, latest);
+    }
     if (changed == before) return false;
     if (make_undo == MakeUndo::Yes) {
         const auto first = std::mismatch(before.begin(), before.end(), changed.begin(), changed.end()).first;
@@ -39,7 +59,7 @@ bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) 
 bool SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
     EndFaderGesture();
     TrackList changed = album.tracks;
-    if (!Orvane::InsertTrackBreak(changed, selected, position, alt)) {
+    if (position > end || !Orvane::InsertTrackBreak(changed, selected, position, alt)) {
         ShowMessage(FormatMessage(Msg::NoRoomForTrackBreak, FormatTime(position)), Severity::Information);
         return false;
     }
@@ -79,14 +99,20 @@ bool SplitDialog::DeleteTrackBreak(BreakHit hit, int index, int64_t position, Ma
     return Store(std::move(changed), Msg::DeleteTrackBreaks, make_undo);
 }
 
+// How far the tracks may move on as a whole.
+int64_t SplitDialog::RoomBehind() const {
+    const int n_set = FirstUnsetTrack(album.tracks);
+    return std::max<int64_t>(0, end - (n_set > 0 ? album.tracks[n_set - 1].end : 0));
+}
+
 void SplitDialog::MoveTrackStart(int index, int64_t position, Alt alt) {
     EndFaderGesture();
     TrackList changed = album.tracks;
     const ALBUMTRACK& track = changed[index];
-    const bool whole = alt == Alt::Down || track.IsEmpty();
     const int64_t first = index > 0 ? changed[index - 1].end : 0;
-    const int64_t last = whole ? INT64_MAX : std::max(first, track.end - kShortestTrack);
-    SetTrackStart(changed, index, std::clamp(position, first, last), alt);
+    int64_t last = track.IsEmpty() ? end : track.end - kShortestTrack;
+    if (!track.IsEmpty() && alt == Alt::Down) last = track.start + RoomBehind();
+    SetTrackStart(changed, index, std::clamp(position, first, std::max(first, last)), alt);
     Store(std::move(changed), Msg::AdjustTrackStart, MakeUndo::Yes);
 }
 
@@ -106,9 +132,53 @@ void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
         if (joined) SetTrackStart(changed, index + 1, position, alt);
         SetTrackEnd(changed, index, position, Following::Stay, alt);
     } else {
-        SetTrackEnd(changed, index, position, Following::Move, alt);
+        const int64_t last = track.IsEmpty() ? end : track.end + RoomBehind();
+        if (last < track.start + kShortestTrack) return;
+        SetTrackEnd(changed, index, std::min(position, last), Following::Move, alt);
     }
     Store(std::move(changed), Msg::MoveTrackBreak, MakeUndo::Yes);
+}
+
+void SplitDialog::DeleteAllTrackBreaks() {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    Orvane::DeleteAllTrackBreaks(changed);
+    if (Store(std::move(changed), Msg::DeleteAllTrackBreaks, MakeUndo::Yes)) album.sides_adjusted = 0;
+}
+
+std::string SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    ALBUMTRACK& track = changed[index];
+    const int64_t start = track.start;
+    const bool stays = track.IsEmpty() ? edited.IsEmpty() : edited.start == start && edited.end == track.end;
+    track = edited;
+    if (stays && track.IsEmpty()) track.start = track.end = start;
+    if (!stays) {
+        index = MoveToItsPlace(changed, index);
+        std::string problem = PastEndProblem(edited.end, end);
+        if (problem.empty()) problem = ListingProblem(changed);
+        if (!problem.empty()) return problem;
+    }
+    Store(std::move(changed), Msg::EditTrackDetails, MakeUndo::Yes);
+    Select(index);
+    return {};
+}
+
+ALBUMTRACK SplitDialog::DeleteTrack(int index, bool close_gap) {
+    EndFaderGesture();
+    EnterUndo(Msg::DeleteTrack, index, index);
+    const ALBUMTRACK deleted = Orvane::DeleteTrack(album, index, close_gap);
+    Select(selected);
+    return deleted;
+}
+
+void SplitDialog::MoveTrackInList(int from, int to) {
+    EndFaderGesture();
+    TrackList changed = album.tracks;
+    MoveTitle(changed, from, to);
+    Store(std::move(changed), Msg::MoveTrackInList, MakeUndo::Yes);
+    Select(to);
 }
 
 void SplitDialog::EnableFader(int index, Fader fader, bool on) {

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <utility>
 
+#include "collection/recordingplaces.h"
+#include "foundation/event.h"
 #include "foundation/messages.h"
 #include "split/scan.h"
 #include "split/trackbreaks.h"
@@ -24,7 +27,10 @@ enum BreakScanFlags : int {
 // Indexes are those of the album's tracks; positions are ticks of its track time.
 class SplitDialog {
 public:
-    explicit SplitDialog(AlbumInfo& album) : album(album) {}
+    explicit SplitDialog(AlbumInfo& album);
+    ~SplitDialog();
+    SplitDialog(const SplitDialog&) = delete;
+    SplitDialog& operator=(const SplitDialog&) = delete;
 
     // The row under the cursor, or the number of tracks for the blank row; a split with Alt divides it.
     int Selected() const { return selected; }
@@ -37,15 +43,25 @@ public:
     // and nothing happens when that is a start. `index` matters only for the other hits. True if a break went.
     bool DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt);
 
-    // Drags. The position is held to where tracks stay in order and a second long; with Alt the following tracks go
-    // along. The end of a track and the start of the next move together when they are at one place.
+    // Drags. The position is held to where tracks stay in order, a second long and before `end`; with Alt the following
+    // tracks go along. The end of a track and the start of the next move together when they are at one place.
     void MoveTrackStart(int index, int64_t position, Alt alt);
     void MoveTrackEnd(int index, int64_t position, Alt alt);
 
     void EnableFader(int index, Fader fader, bool on);
-    // Calls up to EndFaderGesture are one entry of undo.
+    // Calls up to EndFaderGesture, or an undo, are one entry of undo.
     void AdjustFader(int index, Fader fader, int hundredths);
     void EndFaderGesture() { fader_gesture.reset(); }
+
+    // Leaves the titles on their rows.
+    void DeleteAllTrackBreaks();
+    // Gives a row other texts, faders and times. With other times it goes to its place in the listing, which Selected
+    // then tells. What is wrong with the times, and nothing has changed; empty when it is done.
+    std::string EditTrack(int index, const ALBUMTRACK& edited);
+    // With `close_gap` all later tracks move back by its length.
+    ALBUMTRACK DeleteTrack(int index, bool close_gap);
+    // Moves a title to another row; the times stay on theirs.
+    void MoveTrackInList(int from, int to);
 
     // Makes the breaks anew, titles staying, or adjusts them, and tells what to do when it did not go as expected. The
     // overview is that of the album's recordings. Every track shows as soon as it has been found, but the change is
@@ -53,13 +69,17 @@ public:
     int ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host);
     bool IsBusy() const { return busy; }  // a scan runs: no other command may
 
+    int64_t end = kUnknownEnd;           // of the album's time line, in ticks; no break may come behind it
     int64_t hit_tolerance = 0;           // ticks that the window takes for a hit
     bool remove_empty_last_row = false;  // after a deletion that leaves one unset row at the end
 
 private:
+    int64_t RoomBehind() const;
     std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
     void EnterUndo(Msg description, int first_track, int last_track);
     bool Store(TrackList changed, Msg description, MakeUndo make_undo);
+
+    static intptr_t OnUndo(void* dialog, int, EventArg, EventArg, EventArg);
 
     AlbumInfo& album;
     int selected = 0;

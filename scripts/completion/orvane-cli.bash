@@ -31,7 +31,7 @@ _orvane_cli() {
         "") options="digitise new info album recording track fade split break status waveform declick repairs patch preset filter curve cut cue listing render save probe convert settings --version" ;;
         "album ") options="list show add set remove" ;;
         "recording ") options="add" ;;
-        "track ") options="list add set remove" ;;
+        "track ") options="list add set move remove" ;;
         "settings ") options="list get set" ;;
         "filter ") options="list add remove noise" ;;
         "cut ") options="list add remove" ;;
@@ -44,7 +44,7 @@ _orvane_cli() {
         "repairs apply") options="--side --type --channel --start --end" ;;
         repairs*) options="--side --channel --start --end" ;;
         patch) options="--side --start --end --method --channels --preamp --replace" ;;
-        "break ") options="insert remove" ;;
+        "break ") options="clear insert remove" ;;
         split) options="--adjust" ;;
         "break insert"|"break remove") options="--at --alt" ;;
         "cue ") options="write read" ;;

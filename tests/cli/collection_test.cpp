@@ -24,13 +24,14 @@ TEST_F(Collections, AlbumsAreNumberedInListOrderAndChangedByTheNamesOfTheirField
     EXPECT_EQ(list["albums"][0]["title"], "Früh, laut");
     EXPECT_EQ(list["albums"][1]["number"], 2);
 
-    nlohmann::json changed =
-        Json({"album", "set", "c.mcf", "2", "artist=Aaron", "status=Cleaned", "single=1", "notes=two\nlines"});
+    nlohmann::json changed = Json({"album", "set", "c.mcf", "2", "artist=Aaron", "title=Late|Later", "status=Cleaned",
+                                   "single=1", "notes=two\nlines"});
     EXPECT_EQ(changed["number"], 1) << "the list has been sorted again";
     nlohmann::json shown = Json({"album", "show", "c.mcf", "1"});
     EXPECT_EQ(shown["artist"], "Aaron");
     EXPECT_EQ(shown["status"], 4);
     EXPECT_EQ(shown["single"], true);
+    EXPECT_EQ(shown["tracks"].size(), 2u) << "one for each name of a single's title";
     EXPECT_EQ(shown["notes"], "two\nlines");
 
     Must({"album", "remove", "c.mcf", "1"});
@@ -53,8 +54,15 @@ TEST_F(Collections, TracksFindTheirPlaceInTimeAndUnsetOnesStayBehind) {
     EXPECT_EQ(tracks[1]["filter_flags"], 2);
     EXPECT_EQ(tracks[1]["fade_end"], 32.5 * 44100);
     EXPECT_EQ(tracks[2]["start"], tracks[1]["end"]);
+    // A row that gets times goes to its place, or is refused there; so does one that loses them.
+    Json({"track", "set", "c.mcf", "1", "3", "start=15", "end=25"}, 2);
+    EXPECT_EQ(Json({"track", "set", "c.mcf", "1", "3", "start=0", "end=1"})["number"], 1);
+    EXPECT_EQ(Json({"track", "set", "c.mcf", "1", "1", "end=0"})["number"], 3);
+    EXPECT_EQ(Json({"track", "move", "c.mcf", "1", "3", "3"})["title"], "Unset");
     Must({"track", "remove", "c.mcf", "1", "1", "--close-gap"});
     EXPECT_EQ(Json({"track", "list", "c.mcf", "1"})["tracks"][0]["start"], 44100) << "moved back by the first's 19 s";
+    Must({"break", "clear", "c.mcf", "1"});
+    EXPECT_EQ(Json({"track", "list", "c.mcf", "1"})["tracks"][0]["end"], 0);
 }
 
 TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {

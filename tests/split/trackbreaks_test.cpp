@@ -9,6 +9,7 @@
 #include "foundation/settings.h"
 #include "listing.h"
 #include "live_collection.h"
+#include "split/sidebreaks.h"
 #include "split/splitdialog.h"
 #include "split/trackbreaks.h"
 
@@ -163,6 +164,51 @@ TEST_F(SplitDialogTest, ClicksAndGesturesAreOneEntryOfUndoEach) {
     EXPECT_EQ(album.tracks[0].fade_out, 2 * kSecond);
     EXPECT_TRUE(Undo());
     EXPECT_EQ(album.tracks[0].fade_out, length);
+    dialog.AdjustFader(0, Fader::Out, 300);
+    EXPECT_FALSE(Redo()) << "what comes after an undo is another gesture";
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(album.tracks[0].fade_out, length);
+}
+
+TEST_F(SplitDialogTest, EditedTracksKeepTheListingInOrder) {
+    struct Row {
+        const char* before;
+        int index;
+        int64_t start, end;  // of the edited track, in seconds
+        const char* after;   // null: refused
+        const char* titles;
+    };
+    const Row rows[] = {
+        {"0-58 58 58", 2, 60, 100, "0-58 60-100 100", "A,C,B"}, {"0-58 58 58", 2, 50, 100, nullptr, "A,B,C"},
+        {"0-58 58 58", 2, 70, 70, "0-58 58 58", "A,B,C"},       {"0-58 60-90 90", 0, 0, 0, "60-90 90 90", "B,A,C"},
+        {"0-58 60-90 90", 0, 100, 201, nullptr, "A,B,C"},       {"0-58 60-90 90", 1, 60, 59, nullptr, "A,B,C"},
+        {"0-58 58 70-90", 0, 0, 50, nullptr, "A,B,C"},
+    };
+    dialog.end = 200 * kSecond;
+    for (const Row& row : rows) {
+        Start(row.before);
+        ALBUMTRACK track = album.tracks[row.index];
+        track.start = row.start * kSecond;
+        track.end = row.end * kSecond;
+        EXPECT_EQ(dialog.EditTrack(row.index, track).empty(), row.after != nullptr) << row.before;
+        EXPECT_EQ(Text(album.tracks), row.after ? row.after : row.before);
+        EXPECT_EQ(Titles(album.tracks), row.titles) << row.before;
+    }
+}
+
+TEST_F(SplitDialogTest, SideBreaksMoveInSteps) {
+    using Breaks = simple_vector<int64_t>;
+    const RefPtr<FileHistoryEntry> entry = MakeRef<FileHistoryEntry>(&album, album.GetSide(0, true));
+    EXPECT_FALSE(FixSideBreaks(*entry).CheckAny());
+    entry->side_breaks = {3, INT64_MAX - 5};
+    FixSideBreaks fix(*entry);
+    fix.MoveRight();
+    EXPECT_EQ(entry->side_breaks, (Breaks{6, INT64_MAX - 1}));
+    fix.MoveLeft();
+    fix.MoveLeft();
+    EXPECT_EQ(entry->side_breaks, (Breaks{1, INT64_MAX / 4}));
+    fix.Cancel();
+    EXPECT_EQ(entry->side_breaks, (Breaks{3, INT64_MAX - 5}));
 }
 
 testing::AssertionResult InOrder(const TrackList& tracks) {
@@ -180,6 +226,7 @@ testing::AssertionResult InOrder(const TrackList& tracks) {
 
 TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth) {
     OrvaneTest::Noise noise(11);
+    dialog.end = 1400 * kSecond;
     Start("0 0 0 0");
     for (int i = 0; i < 100000; i += kMostUndo) {
         if (album.tracks.size() > 25) Start("0-20 30-50 50 50");
@@ -191,9 +238,18 @@ TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth)
             const int64_t position = static_cast<int64_t>(noise.Even() * 1500 * kSecond);
             const TrackList before = album.tracks;
             const int n_undo = CanUndo();
-            const int what = noise.Below(8);
+            const int what = noise.Below(11);
             const int row = noise.Below(std::max(1, before.size()));
-            if (what >= 5) {
+            if (what == 10) {
+                ALBUMTRACK track = before.empty() ? ALBUMTRACK() : before[row];
+                track.end = track.start + position / 100;
+                const int n_other = noise.Below(40);  // what empties a listing is rare
+                if (n_other == 0) dialog.DeleteAllTrackBreaks();
+                if (n_other == 0 || before.empty()) continue;
+                if (n_other < 10) dialog.DeleteTrack(row, noise.Below(2));
+                if (n_other >= 10 && n_other < 20) dialog.MoveTrackInList(row, noise.Below(before.size()));
+                if (n_other >= 20) dialog.EditTrack(row, track);
+            } else if (what >= 5) {
                 dialog.SelectAt(position);
                 const bool inserted = dialog.InsertTrackBreak(position, alt);
                 ASSERT_TRUE(inserted || album.tracks == before) << "a failed insertion leaves nothing behind";
@@ -208,7 +264,7 @@ TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth)
                 dialog.EndFaderGesture();
             }
             ASSERT_EQ(CanUndo() - n_undo, album.tracks == before ? 0 : 1) << i + k;
-            ASSERT_TRUE(InOrder(album.tracks))
+            ASSERT_TRUE(InOrder(album.tracks) && (album.tracks.empty() || album.tracks.back().end <= dialog.end))
                 << "edit " << i + k << ", kind " << what << ": " << Text(before) << " -> " << Text(album.tracks);
         }
         const TrackList last = album.tracks;
