@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/messages.h"
+#include "foundation/safefile.h"
 #include "foundation/version.h"
 
 namespace Tesslib {
@@ -49,7 +50,8 @@ int FailOpen(std::string_view path, int error) {
 
 int FailOpenForWriting(std::string_view path, int error) {
     return Fail(IsInUse(error) ? ERR_IN_USE : ERR_CANNOT_OPEN, error,
-                FormatMessage(Msg::CannotOpenForWriting, path, error, SystemErrorText(error)), IsWriteDenied(error));
+                FormatMessage(Msg::CannotOpenForWriting, PathOfTemporary(path), error, SystemErrorText(error)),
+                IsWriteDenied(error));
 }
 
 int FailRead(std::string_view path, int error) {
@@ -57,7 +59,7 @@ int FailRead(std::string_view path, int error) {
 }
 
 int FailWrite(std::string_view path, int error) {
-    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorWriting, error, path, SystemErrorText(error)),
+    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorWriting, error, PathOfTemporary(path), SystemErrorText(error)),
                 IsWriteDenied(error));
 }
 

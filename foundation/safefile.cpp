@@ -10,12 +10,23 @@
 #include "foundation/platform.h"
 
 namespace Tesslib {
+namespace {
+
+constexpr std::string_view kMark = "_$$$";
+
+}  // namespace
 
 std::string TemporaryName(std::string_view path) {
     const size_t dot = path.rfind('.');
     const bool extension = dot != path.npos && path.find_first_of("/\\", dot) == path.npos;
     ORVANE_ASSERT(extension);
-    return std::string(path.substr(0, dot)).append("_$$$").append(path.substr(dot));
+    return std::string(path.substr(0, dot)).append(kMark).append(path.substr(dot));
+}
+
+std::string PathOfTemporary(std::string_view path) {
+    const size_t mark = path.rfind(kMark);
+    if (mark == path.npos || mark + kMark.size() != path.rfind('.')) return std::string(path);
+    return std::string(path.substr(0, mark)).append(path.substr(mark + kMark.size()));
 }
 
 int ReplaceFile(std::string_view temporary, std::string_view path, std::string_view backup, OldFile old_file) {

@@ -12,6 +12,9 @@ namespace Tesslib {
 // ("Name.mcf" -> "Name_$$$.mcf"). A path without a dot is an assertion failure.
 std::string TemporaryName(std::string_view path);
 
+// The path that a temporary file is for; any other path as it stands. What the user is told names the file asked for.
+std::string PathOfTemporary(std::string_view path);
+
 enum class OldFile { Keep, Drop };  // what becomes of the backup when the new file stands
 
 // Puts `temporary`, a finished file that is on the disk, in the place of `path`: an existing `path` becomes `backup`

@@ -110,7 +110,7 @@ TEST_F(SteeringFile, AFullDiskCostsNothing) {
         }
         EXPECT_FALSE(saved);
         ASSERT_EQ(host.asked.size(), 1);
-        EXPECT_NE(host.Texts()[0].find("Mine_$$$.mcf"), std::string::npos) << host.Texts()[0];
+        EXPECT_NE(host.Texts()[0].find("Mine.mcf"), std::string::npos) << host.Texts()[0];
         EXPECT_EQ(ReadBytes(path), before);
         EXPECT_FALSE(FileExists(folder / "Mine_$$$.mcf"));
         EXPECT_TRUE(set->dirty);
