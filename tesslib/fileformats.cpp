@@ -113,6 +113,7 @@ RefPtr<FileStream> OpenForReading(std::string_view path, int& error) {
         return {};
     }
     RefPtr<FileStream> stream = MakeFileStream(format);
+    if (!stream) SetLastErrorText(fmt::sprintf("<b>%s</b>: %s", std::string(path), GetLastError().text));
     error = stream ? stream->Open(path, OM_READ) : int{ERR_CONTENTS};
     return error == 0 ? stream : RefPtr<FileStream>();
 }

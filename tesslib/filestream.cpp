@@ -95,6 +95,7 @@ int FileStream::Open(std::string_view new_filename, OpenMode mode, int32_t buffe
         }
         tags.clear();
         format_flags = 0;
+        ends_early = false;
         if (int error = ReadHeader(open_flags); error < 0) {
             Close(CLOSE_FAILED);
             return error;

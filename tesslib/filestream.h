@@ -96,6 +96,13 @@ public:
     // object.
     virtual std::string ReadTags(std::string_view filename);
 
+    // What any program has noted in a file open for reading, as "NAME=value" in UTF-8, but for the private tag and
+    // pictures. Of formats that have such comments.
+    virtual std::vector<std::string> Comments() { return {}; }
+    // True for a file open for reading that has less audio than it promises, as after a copy that was interrupted.
+    // Only some formats can tell.
+    virtual bool EndsEarly() { return ends_early; }
+
     int64_t GetTotalSamples(uint32_t /*flags*/) override { return total_samples; }
     int32_t GetSampleRate(uint32_t /*flags*/) override { return samplerate; }
 
@@ -128,6 +135,7 @@ protected:
     int32_t bit_depth = 0;
     uint32_t format_flags = 0;
     int32_t n_channels = 2;
+    bool ends_early = false;
     OpenMode open_mode = OM_NONE;
     uint32_t open_flags = 0;
     uint32_t capabilities = 0;

@@ -147,10 +147,12 @@ void FLACDecoder::OnMetadata(const FLAC__StreamDecoder*, const FLAC__StreamMetad
         info.total_samples = static_cast<int64_t>(stream.total_samples);
     } else if (metadata->type == FLAC__METADATA_TYPE_VORBIS_COMMENT) {
         const FLAC__StreamMetadata_VorbisComment& list = metadata->data.vorbis_comment;
-        for (FLAC__uint32 i = 0; i < list.num_comments && info.private_tag.empty(); ++i) {
+        for (FLAC__uint32 i = 0; i < list.num_comments; ++i) {
             const FLAC__StreamMetadata_VorbisComment_Entry& comment = list.comments[i];
             if (comment.entry == nullptr) continue;
-            info.private_tag = PrivateTagValue({reinterpret_cast<const char*>(comment.entry), comment.length});
+            const std::string_view text(reinterpret_cast<const char*>(comment.entry), comment.length);
+            if (info.private_tag.empty()) info.private_tag = PrivateTagValue(text);
+            AddShownComment(info.comments, text);
         }
     }
 }

@@ -17,7 +17,8 @@ struct FLACInfo {
     int32_t bit_depth = 0;
     int32_t n_channels = 0;
     int64_t total_samples = 0;
-    std::string private_tag;  // the program's own text among the comments
+    std::string private_tag;            // the program's own text among the comments
+    std::vector<std::string> comments;  // the others
 };
 
 // One thread at a time. The file stays the caller's and must outlive the decoder. Operations give 0 or a StreamError;

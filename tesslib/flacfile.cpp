@@ -230,6 +230,11 @@ std::string FLACFile::ReadTags(std::string_view tagged_file) {
     return text;
 }
 
+std::vector<std::string> FLACFile::Comments() {
+    Locked lock(idata->cs);
+    return PrepareRead() == 0 ? idata->decoder->Info().comments : std::vector<std::string>();
+}
+
 void FLACFile::ReleaseResources() {
     Locked lock(idata->cs);
     if (open_mode != OM_READ && open_mode != OM_READWRITE) return;

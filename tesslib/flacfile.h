@@ -28,6 +28,7 @@ public:
     // hold a few samples more than the new total.
     int64_t Truncate(int64_t new_total_samples) override;
     std::string ReadTags(std::string_view filename) override;
+    std::vector<std::string> Comments() override;
     void ReleaseResources() override;
 
 protected:

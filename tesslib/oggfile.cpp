@@ -17,6 +17,11 @@ namespace {
 
 constexpr int32_t kBufferBytes = 32768;
 constexpr int32_t kBytesPerValue = 2;
+// A page of an Ogg file: its head ends with the count of the lengths that follow, whose sum is that of its body.
+constexpr off_t kMaxPage = 65307;
+constexpr size_t kPageHead = 27;
+constexpr size_t kPageFlags = 5;
+constexpr uint8_t kLastPage = 4;
 
 size_t ReadBytes(void* to, size_t size, size_t count, void* file) {
     return fread(to, size, count, static_cast<FILE*>(file));
@@ -28,6 +33,14 @@ int SeekBytes(void* file, ogg_int64_t offset, int whence) {
 
 long TellBytes(void* file) {
     return static_cast<long>(ftello(static_cast<FILE*>(file)));
+}
+
+template <class Take>
+void ForEachComment(OggVorbis_File& file, const Take& take) {
+    const vorbis_comment* list = ov_comment(&file, 0);
+    for (int i = 0; list && i < list->comments; ++i) {
+        take(std::string_view(list->user_comments[i], static_cast<size_t>(list->comment_lengths[i])));
+    }
 }
 
 // The file stays ours to close.
@@ -201,13 +214,38 @@ int32_t OggFile::BitRate() const {
 std::string OggFile::ReadTags(std::string_view tagged_file) {
     if (Open(tagged_file, OM_READ) != 0) return {};
     std::string text;
-    if (const vorbis_comment* list = ov_comment(&idata->vorbis_file, 0)) {
-        for (int i = 0; i < list->comments && text.empty(); ++i) {
-            text = PrivateTagValue({list->user_comments[i], static_cast<size_t>(list->comment_lengths[i])});
-        }
-    }
+    ForEachComment(idata->vorbis_file, [&](std::string_view comment) {
+        if (text.empty()) text = PrivateTagValue(comment);
+    });
     Close();
     return text;
+}
+
+std::vector<std::string> OggFile::Comments() {
+    Locked lock(idata->cs);
+    std::vector<std::string> comments;
+    if (!idata->decoding) return comments;
+    ForEachComment(idata->vorbis_file, [&](std::string_view comment) { AddShownComment(comments, comment); });
+    return comments;
+}
+
+// The last page of a whole file has a mark. The decoder has its own idea of where the file stands, so another handle
+// looks.
+bool OggFile::EndsEarly() {
+    int error = 0;
+    const FilePtr tail(OpenFile(filename, "rb", error));
+    if (!tail || fseeko(tail.get(), std::max<off_t>(0, static_cast<off_t>(file_size) - kMaxPage), SEEK_SET) != 0) {
+        return false;
+    }
+    std::string bytes(kMaxPage, '\0');
+    bytes.resize(fread(bytes.data(), 1, bytes.size(), tail.get()));
+    const size_t page = bytes.rfind("OggS");
+    if (page == bytes.npos || bytes.size() - page < kPageHead) return true;
+    const auto byte = [&](size_t offset) { return static_cast<uint8_t>(bytes[page + offset]); };
+    size_t length = kPageHead + byte(kPageHead - 1);
+    if (bytes.size() - page < length) return true;
+    for (size_t i = 0; i < byte(kPageHead - 1); ++i) length += byte(kPageHead + i);
+    return bytes.size() - page < length || !(byte(kPageFlags) & kLastPage);
 }
 
 void OggFile::ReleaseResources() {

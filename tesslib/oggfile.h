@@ -29,6 +29,8 @@ public:
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t Write(const float* buffer, int32_t n_samples) override;
     std::string ReadTags(std::string_view filename) override;
+    std::vector<std::string> Comments() override;
+    bool EndsEarly() override;
     void ReleaseResources() override;
     int32_t BitRate() const override;
 

@@ -23,6 +23,7 @@ int32_t PCMFileStream::FrameSize() const {
 
 void PCMFileStream::SetData(int64_t offset, int64_t bytes, int64_t samples) {
     data_offset = offset;
+    ends_early = file_size - offset < bytes;
     data_bytes = std::clamp<int64_t>(file_size - offset, 0, bytes);
     total_samples = std::min(samples, data_bytes / FrameSize());
 }

@@ -10,6 +10,8 @@ namespace Tesslib {
 
 namespace {
 
+constexpr std::string_view kPictureName = "METADATA_BLOCK_PICTURE";
+
 void AppendBigEndian(std::vector<uint8_t>& block, uint32_t value) {
     for (int shift = 24; shift >= 0; shift -= 8) block.push_back(static_cast<uint8_t>(value >> shift));
 }
@@ -40,6 +42,12 @@ bool IsLegalComment(std::string_view comment) {
                        [](char c) { return c >= 0x20 && c <= 0x7D; });
 }
 
+void AddShownComment(std::vector<std::string>& comments, std::string_view comment) {
+    const std::string_view name = comment.substr(0, comment.find('='));
+    const bool hidden = EqualNoCaseAscii(name, kPrivateTag) || EqualNoCaseAscii(name, kPictureName);
+    if (!hidden) comments.push_back(ValidUtf8(comment));
+}
+
 std::string_view PrivateTagValue(std::string_view comment) {
     size_t name_length = comment.find('=');
     if (name_length == std::string_view::npos || !EqualNoCaseAscii(comment.substr(0, name_length), kPrivateTag))
@@ -58,7 +66,7 @@ std::string PictureComment(const PICTURE& picture) {
     AppendBigEndian(block, picture.colour_depth);
     AppendBigEndian(block, picture.n_colours);
     AppendCounted(block, picture.data);
-    std::string comment = "METADATA_BLOCK_PICTURE=";
+    std::string comment = std::string(kPictureName) + "=";
     AppendBase64(comment, block);
     return comment;
 }

@@ -34,6 +34,9 @@ struct VorbisTags {
 // True for a name of one or more printable ASCII characters, "=" excluded, that is followed by "=".
 bool IsLegalComment(std::string_view comment);
 
+// Adds `comment` to what a user is shown: as UTF-8, unless it is the private tag or a picture.
+void AddShownComment(std::vector<std::string>& comments, std::string_view comment);
+
 // The value of `comment` if it is the private tag (names have no case), else empty.
 std::string_view PrivateTagValue(std::string_view comment);
 
