@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "app/initterm.h"
+#include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
 #include "foundation/settings.h"
@@ -44,7 +45,7 @@ bool AsksForJson(int argc, const char* const* argv) {
 CLI::App* CommandTree::AddGroup(const std::string& name, const std::string& description) {
     CLI::App* group = app.add_subcommand(name, description);
     group->require_subcommand(1);
-    group->footer("Example:\n  orvane-cli " + name + " COMMAND --help");
+    group->footer("Examples:");
     return group;
 }
 
@@ -52,6 +53,7 @@ CLI::App* CommandTree::AddCommand(CLI::App* parent, const std::string& name, con
                                   const std::string& example, std::function<int(CommandContext&)> run) {
     CLI::App* command = parent->add_subcommand(name, description);
     command->footer("Example:\n  orvane-cli " + example + "\n\n" + kEveryCommand);
+    if (parent != &app) parent->footer(parent->get_footer() + "\n  orvane-cli " + example);
     command->callback([this, run = std::move(run)] { chosen = run; });
     return command;
 }
@@ -61,7 +63,7 @@ CLI::Option* CollectionArgument(CLI::App* command, std::string& path) {
 }
 
 CLI::Option* NumberArgument(CLI::App* command, const std::string& name, int& number, const std::string& description) {
-    return command->add_option(name, number, description)->check(CLI::Range(1, 1000000))->option_text("NUMBER");
+    return command->add_option(name, number, description)->check(Between(1, 1000000))->option_text("NUMBER");
 }
 
 CLI::Option* TimeOption(CLI::App* command, const std::string& name, int64_t& ticks, const std::string& description) {
@@ -77,6 +79,7 @@ std::unique_ptr<CommandTree> MakeCommandTree() {
     auto tree = std::make_unique<CommandTree>();
     CLI::App& app = tree->app;
     app.name("orvane-cli");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.description("Orvane on the command line: digitised records and tapes, from recordings to saved tracks");
     app.set_version_flag("--version", ProgramNameAndVersion());
     app.add_flag("--json", tree->global.json, "print one JSON object instead of text");
@@ -115,13 +118,14 @@ int RunCommandLine(int argc, const char* const* argv) {
     std::unique_ptr<CommandTree> tree = MakeCommandTree();
     try {
         tree->app.parse(argc, argv);
-    } catch (const CLI::Success& success) {  // help or version
-        return tree->app.exit(success);
     } catch (const CLI::ParseError& error) {
         GlobalOptions options;
         options.json = AsksForJson(argc, argv);
+        const bool version = dynamic_cast<const CLI::CallForVersion*>(&error) != nullptr;
+        if (dynamic_cast<const CLI::Success*>(&error) && !(version && options.json)) return tree->app.exit(error);
         CommandContext context(options);
-        return context.Finish(context.Usage(std::string(error.what()) + "  (--help tells more)"));
+        if (version) context.result["program"] = ProgramNameAndVersion();
+        return context.Finish(version ? CLI_DONE : context.Usage(UsageProblem(tree->app, error)));
     }
     CatchInterrupts();
     CommandContext context(tree->global);

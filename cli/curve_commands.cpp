@@ -2,6 +2,7 @@
 #include "cleanup/presets.h"
 #include "cleanup/recordeq.h"
 #include "cli/cleanup_values.h"
+#include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 #include "collection/dataobjects.h"
@@ -118,7 +119,7 @@ void AddCurveCommands(CommandTree& tree) {
     add->add_option("CURVE", arguments->source, "riaa or another name, or a file")->option_text(" ");
     auto Kept = [&](CLI::App* command, const char* name, const char* description) {
         return command->add_option(name, arguments->kept, description)
-            ->check(CLI::IsMember({"default", "batch"}))
+            ->transform(OneOf({"default", "batch"}))
             ->option_text("default|batch");
     };
     Kept(add, "--kept", "all curves of a list that \"curve keep\" has kept");

@@ -3,6 +3,7 @@
 #include "cleanup/batchscan.h"
 #include "cleanup/presets.h"
 #include "cli/declick.h"
+#include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 #include "foundation/messages.h"
@@ -76,6 +77,13 @@ std::string WordsFor(const ScannedSide& side) {
     return words;
 }
 
+// Why a side could not be scanned, with the name of its file.
+std::string ErrorOf(const ScannedSide& side) {
+    const std::string error = PlainText(side.error);
+    const std::string path = side.side.entry->GetPath();
+    return error.empty() || error.find(path) != error.npos ? error : path + ": " + error;
+}
+
 Json StatsJson(const ScanStats& stats) {
     return {{"repaired", stats.repaired}, {"not_repaired", stats.not_repaired}, {"pp", stats.pp}, {"bp", stats.bp}};
 }
@@ -84,7 +92,7 @@ Json StatsJson(const ScanStats& stats) {
 
 void AddScanOptions(CLI::App* command, ScanArguments& arguments) {
     auto Number = [&](const char* name, std::optional<int>& value, int low, int high, const char* description) {
-        command->add_option(name, value, description)->check(CLI::Range(low, high))->option_text("NUMBER");
+        command->add_option(name, value, description)->check(Between(low, high))->option_text("NUMBER");
     };
     Number("--sensitivity", arguments.sensitivity, 0, 7, "0 finds nothing, 3 as usual, 5 much, 7 the most");
     Number("--percussion", arguments.percussion, 0, 5, "protection of drums: 0 off, 2 as usual, 5 the most");
@@ -144,10 +152,11 @@ int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& pla
         const int album = context.NumberOf(*done.side.entry->album);
         Json json = {{"album", album}, {"side", done.side.side}, {"status", TextOf(done.outcome).status}};
         json.update(StatsJson(done.stats));
-        if (!done.error.empty()) json["error"] = PlainText(done.error);
+        const std::string error = ErrorOf(done);
+        if (!error.empty()) json["error"] = error;
         figures["sides"].push_back(json);
         sides.push_back({album, done.side.side, WordsFor(done)});
-        if (code == CLI_DONE && !done.error.empty()) code = context.Fail(done.error);
+        if (code == CLI_DONE && !error.empty()) code = context.Fail(error);
         if (done.outcome == ScanOutcome::Done) ticks += places[i].end - places[i].start;
         sum.repaired += done.stats.repaired;
         sum.not_repaired += done.stats.not_repaired;
@@ -168,7 +177,10 @@ void AddDeclickCommand(CommandTree& tree) {
                                         "declick records.mcf 1 --side 2 --percussion 4",
                                         [arguments](CommandContext& context) { return Declick(context, *arguments); });
     CollectionArgument(command, arguments->collection);
-    command->add_option("ALBUM", arguments->albums, "numbers in the album list")->required()->option_text(" ");
+    command->add_option("ALBUM", arguments->albums, "numbers in the album list")
+        ->required()
+        ->check(Between(1, 1000000))
+        ->option_text(" ");
     NumberArgument(command, "--side", arguments->side, "only this side, from 1");
     command->add_option("--preset", arguments->preset, "settings kept under a name; options given change them")
         ->option_text("NAME");

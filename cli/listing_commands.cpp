@@ -1,6 +1,7 @@
 // Cue sheets and listings.
 #include "cli/commands.h"
 #include "cli/model_view.h"
+#include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/messages.h"
 #include "save/cuesheet.h"
@@ -140,10 +141,15 @@ void AddListingCommands(CommandTree& tree) {
     command = add(&tree.app, "listing", "a playlist or another listing of an album's tracks",
                   "listing records.mcf 1 --as m3u8 first.m3u8", Listing, kOneOrAll);
     std::map<std::string, ListingFormat> names;
-    for (const ListingFormatInfo& info : ListingFormats()) names[std::string(info.extension.substr(1))] = info.format;
+    std::vector<std::string> words;  // a format's number, which the map would take as well, is none of them
+    for (const ListingFormatInfo& info : ListingFormats()) {
+        words.emplace_back(info.extension.substr(1));
+        names[words.back()] = info.format;
+    }
     command->add_option("--as", arguments->format, "m3u, m3u8, wpl, cdc, txt or csv")
         ->required()
         ->transform(CLI::CheckedTransformer(names, CLI::ignore_case))
+        ->transform(OneOf(words))
         ->option_text("FORMAT");
     CLI::Option* file =
         command->add_option("FILE", arguments->file, "where an album's is written; otherwise it is printed");

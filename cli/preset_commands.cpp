@@ -3,6 +3,7 @@
 #include "cleanup/presets.h"
 #include "cli/cleanup_values.h"
 #include "cli/declick.h"
+#include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
 
@@ -119,7 +120,7 @@ void AddPresetCommands(CommandTree& tree) {
     };
     auto Kind = [&](CLI::App* command) {
         return command->add_option("KIND", arguments->kind, "scan, filter or curve")
-            ->check(CLI::IsMember({"scan", "filter", "curve"}))
+            ->transform(OneOf({"scan", "filter", "curve"}))
             ->option_text(" ");
     };
     auto Name = [&](CLI::App* command) {

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -18,14 +19,14 @@ bool SameFile(const std::string& a, const std::string& b) {
 
 void SampleFormOptions(CLI::App* command, SampleForm& form) {
     command->add_option("--rate", form.samplerate, "sample rate in Hz; the source's own where it is not given")
-        ->check(CLI::Range(1, 10000000))
+        ->check(Between(1, 10000000))
         ->option_text("RATE");
     auto read = [&form](const std::string& text) {
         form.int32 = text == "32";
         form.bit_depth = text == "16" ? 16 : text == "20" ? 20 : text == "24" ? 24 : 32;
     };
     command->add_option_function<std::string>("--bits", read, "16, 20, 24 or 32 bits of integers, or 32f for floats")
-        ->check(CLI::IsMember({"16", "20", "24", "32", "32f"}))
+        ->transform(OneOf({"16", "20", "24", "32", "32f"}))
         ->option_text("BITS");
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "cli/commands.h"
+#include "cli/texts.h"
 
 namespace Orvane {
 
@@ -45,7 +46,7 @@ T* FindNumbered(CommandContext& context, const LinkedList<T>& list, int number, 
     for (T& e : list) {
         if (++i == number) return &e;
     }
-    code = context.Fail(fmt::format("The side has {} {}s; there is no number {}", i, what, number));
+    code = context.Fail(fmt::format("The side has {}; there is no number {}", CountText(i, what), number));
     return nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include "cleanup/generatewaveform.h"
 #include "cleanup/waveformreader.h"
 #include "cli/model_view.h"
+#include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 #include "draw/sidepicture.h"
@@ -166,7 +167,7 @@ void AddWaveformCommand(CommandTree& tree) {
     command->add_option("--png", arguments->png, "a picture of the side")->option_text("FILE");
     AddRangeArguments(command, *arguments, false);
     command->add_option("--width", arguments->width, "the picture's width in pixels")
-        ->check(CLI::Range(kLeastPictureWidth, kGreatestPictureWidth))
+        ->check(Between(kLeastPictureWidth, kGreatestPictureWidth))
         ->option_text("PIXELS")
         ->capture_default_str();
 }

@@ -18,7 +18,13 @@ _orvane_cli() {
 
     case $previous in
         --format) COMPREPLY=($(compgen -W "flac wav aiff ogg" -- "$current")); return ;;
-        --as) COMPREPLY=($(compgen -W "m3u m3u8 wpl cdc txt csv" -- "$current")); return ;;
+        --as)
+            options="m3u m3u8 wpl cdc txt csv"
+            [[ $group != curve ]] || options="default batch"
+            COMPREPLY=($(compgen -W "$options" -- "$current"))
+            return
+            ;;
+        --kept) COMPREPLY=($(compgen -W "default batch" -- "$current")); return ;;
         --bits) COMPREPLY=($(compgen -W "16 24 32 32f" -- "$current")); return ;;
         --without) COMPREPLY=($(compgen -W "clicks cuts filters denoise equaliser faders" -- "$current")); return ;;
         --method) COMPREPLY=($(compgen -W "apa ar fft best" -- "$current")); return ;;
@@ -72,13 +78,22 @@ _orvane_cli() {
         convert) options="--rate --bits" ;;
         *) options="" ;;
     esac
-    if [[ $current == -* || $options != *--* ]]; then
-        COMPREPLY=($(compgen -W "$options --json --quiet --set --help" -- "$current"))
-        [[ ${COMPREPLY[0]:-} == *= ]] && compopt -o nospace
-        [[ $current != -* && $command != "" && $command != *" " ]] || return
+    local plain=() flags=()
+    for word in $options --json --quiet --set --help; do
+        if [[ $word == -* ]]; then flags+=("$word"); else plain+=("$word"); fi
+    done
+    if [[ $current == -* ]]; then
+        COMPREPLY=($(compgen -W "${flags[*]}" -- "$current"))
+        return
     fi
-    compopt -o filenames
-    COMPREPLY+=($(compgen -f -- "$current"))
+    COMPREPLY=($(compgen -W "${plain[*]}" -- "$current"))
+    [[ ${COMPREPLY[0]:-} == *= ]] && compopt -o nospace
+    # Where a command is still to be named no file can stand.
+    [[ $command == "" || $command == *" " ]] && return
+    local files
+    mapfile -t files < <(compgen -f -- "$current")
+    [[ ${#COMPREPLY[@]} -gt 0 ]] || compopt -o filenames
+    COMPREPLY+=("${files[@]}")
 }
 
 complete -F _orvane_cli orvane-cli
