@@ -6,6 +6,7 @@
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/safefile.h"
+#include "foundation/text.h"
 #include "tesslib/fileformats.h"
 
 namespace Orvane {
@@ -36,9 +37,18 @@ void FindFreeName(FileHistoryEntry& entry) {
 
 }  // namespace
 
+bool CheckRecordingName(const std::string& file) {
+    const bool one_line = file.find_first_of("\r\n") == file.npos;
+    if (one_line && ValidUtf8Prefix(file) == file.size()) return true;
+    SetLastErrorText(fmt::sprintf("A collection cannot hold the name of <b>%s</b>, which %s.  Please rename the file",
+                                  ValidUtf8(file), one_line ? "is not UTF-8" : "has a line break in it"));
+    return false;
+}
+
 FileHistoryEntry* AddRecording(AlbumInfo& album, int side_number, const std::string& file, PlaceOfFile place,
                                const std::function<bool(int)>& progress) {
     const std::string path = AbsolutePath(file);
+    if (!CheckRecordingName(path)) return nullptr;
     int error = 0;
     RefPtr<FileStream> probe = OpenForReading(path, error);
     if (!probe) return nullptr;

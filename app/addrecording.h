@@ -13,6 +13,10 @@ enum class PlaceOfFile {
     RecordingsFolder  // it is copied there, under the name of its album and side
 };
 
+// False, with the reason as last error, for a name that a collection's file cannot hold: one of more than a line, or
+// that is not UTF-8.
+bool CheckRecordingName(const std::string& file);
+
 // Enters `file` at the end of the history of side `side` (from 1) and makes it the recording in use; the side is made
 // when the album has none of that number. The album's status becomes "Recorded" where it was less. Null on failure,
 // with the reason as last error and the album as it was, or with none when `progress` (per mille of a copy) cancelled.

@@ -47,7 +47,7 @@ bool SetFilterValue(std::string_view key, std::string_view value, FilterSetting&
     const bool off = value == "off";
     if (key == "hum") {
         v.hum_mode = off ? FILTER_OFF : FILTER_ON;
-        return off || ReadNumber(value, 1, 1000, v.mains_frequency);
+        return off || (ReadNumber(value, 50, 60, v.mains_frequency) && (value == "50" || value == "60"));
     }
     if (key == "harmonics") return ReadNumber(value, 0, 1, v.filter_harmonics);
     if (key == "rumble") {

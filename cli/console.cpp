@@ -109,7 +109,7 @@ Answer ConsoleMessages::Ask(const Message& message) {
         return choices.empty() ? Answer::Ok : choices[0].answer;
     last_shown = PlainText(message.text);
     if (!may_ask || choices.empty()) {
-        WriteError(last_shown);
+        WriteError("orvane-cli: " + last_shown);
         return SafestAnswer(message.buttons);
     }
     std::string words;

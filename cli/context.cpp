@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 
 #include "cli/texts.h"
 #include "collection/albumset.h"
@@ -31,6 +32,11 @@ void WriteToStderr(std::string_view bytes) {
     std::fflush(stderr);
 }
 
+// The folder and those above it that are not there yet, the innermost first.
+void FindMissing(std::string folder, std::vector<std::string>& missing) {
+    for (; !folder.empty() && !FileExists(folder); folder = FolderOf(folder)) missing.push_back(folder);
+}
+
 double SecondsNow() {
     return static_cast<double>(MonotonicNs()) / 1e9;
 }
@@ -47,6 +53,12 @@ CommandContext::~CommandContext() {
     if (set && set == gAlbumSet) CloseCollection();
     SetMessageHost(nullptr);
     SetProgressHost(nullptr);
+}
+
+void CommandContext::Remark(std::string_view remark) {
+    const std::string plain = PlainText(remark);
+    result["remarks"].push_back(plain);
+    if (!options.quiet) WriteError("orvane-cli: " + plain);
 }
 
 int CommandContext::Fail(std::string_view reason) {
@@ -112,14 +124,29 @@ int CommandContext::Create(const std::string& path) {
     if (ExtensionOf(full_path) != ".mcf") return Usage("The name of a collection ends in .mcf");
     if (int code = Lock(full_path)) return code;
     if (FileExists(full_path)) return Fail(fmt::format("{} exists already", full_path));
+    AlbumSet fresh(full_path);
+    std::vector<std::string> missing = {full_path};
+    FindMissing(fresh.recordings_folder, missing);
+    FindMissing(FolderOf(full_path), missing);
     if (int failure = CreateFolders(FolderOf(full_path))) {
         FailCreateFolder(FolderOf(full_path), failure);
         return FailLastError();
     }
-    AlbumSet fresh(full_path);
+    made = missing;
     if (!SaveCollection(full_path, fresh, false)) return FailLastError();
     set = OpenCollection(full_path);
     return set ? CLI_DONE : FailLastError();
+}
+
+bool CommandContext::TakeBack() {
+    if (made.empty()) return false;
+    if (set) CloseCollection();
+    set = nullptr;
+    lock.Release();
+    std::error_code ignored;  // a folder that something else has come into stays
+    for (const std::string& path : made) std::filesystem::remove(path, ignored);
+    made.clear();
+    return true;
 }
 
 int CommandContext::Save() {
@@ -129,7 +156,9 @@ int CommandContext::Save() {
 int CommandContext::SaveAllTheSame() {
     if (!set->dirty) return CLI_DONE;
     SetLastErrorText("The collection could not be saved");
-    return SaveCollection(set->path, *set, false) ? CLI_DONE : FailLastError();
+    if (!SaveCollection(set->path, *set, false)) return FailLastError();
+    made.clear();
+    return CLI_DONE;
 }
 
 int CommandContext::ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change) {

@@ -48,6 +48,9 @@ public:
     }
     void Text(std::string_view lines) { text += lines; }  // what is printed without it
 
+    // Tells on stderr, and as one of "remarks", what the user should know of a command that goes on.
+    void Remark(std::string_view remark);
+
     // Note why the command ends here; `reason` is plain text or mark-up. Each returns its exit code.
     int Fail(std::string_view reason);
     int FailLastError();
@@ -67,6 +70,9 @@ public:
     // Writes a new empty collection and opens it to be changed. Fails where there is a file already.
     int Create(const std::string& path);
     AlbumSet& Collection() { return *set; }
+    // Removes the collection that Create has made and the folders made for it, unless something has been saved in it
+    // since. True if it did; there is no collection then.
+    bool TakeBack();
     // Saves it where it was changed, but not once the user has asked for the end.
     int Save();
     int SaveAllTheSame();
@@ -92,6 +98,7 @@ private:
     FileLock lock;
     std::unique_ptr<AlbumSet> read_only_set;
     AlbumSet* set = nullptr;
+    std::vector<std::string> made;  // by Create, in the order of removal; empty once the collection has been saved
 };
 
 }  // namespace Orvane

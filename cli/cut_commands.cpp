@@ -1,4 +1,5 @@
 #include "cleanup/editcuts.h"
+#include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 
@@ -25,8 +26,9 @@ int List(CommandContext& context, const CutArguments& arguments) {
     int number = 0;
     for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
         context.result["cuts"].push_back(CutJson(*side.entry, cut));
-        table.Add({std::to_string(++number), "at " + ClockText(to_ticks(rate, cut.start_time)),
-                   fmt::format("{:.3f} s", static_cast<double>(cut.Length()) / rate)});
+        table.Add({std::to_string(++number), "at " + FormatTime(to_ticks(rate, cut.start_time)),
+                   fmt::format("{:.3f} s", static_cast<double>(cut.Length()) / rate),
+                   fmt::format("frames {} to {}", cut.absolute_start_time, cut.absolute_end_time)});
     }
     context.Text(table.Empty() ? "No cuts\n" : table.Text());
     return CLI_DONE;
@@ -37,6 +39,7 @@ int Add(CommandContext& context, const CutArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int64_t start = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, start, end)) return code;
+    if (start == 0 && end == side.total) return context.Usage("The cut would leave nothing of the side");
     if (!CutSelection(*side.entry, start, end, arguments.splice_ms)) return context.FailShown();
     const CutAndSpliceCorrection* made = nullptr;
     for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
@@ -44,7 +47,7 @@ int Add(CommandContext& context, const CutArguments& arguments) {
     }
     const int32_t rate = side.entry->SampleRate();
     context.result["cut"] = CutJson(*side.entry, *made);
-    context.Line("Cut at {}: {:.3f} s", ClockText(to_ticks(rate, made->start_time)),
+    context.Line("Cut at {}: {:.3f} s", FormatTime(to_ticks(rate, made->start_time)),
                  static_cast<double>(made->Length()) / rate);
     return context.Save();
 }
@@ -72,7 +75,7 @@ void AddCutCommands(CommandTree& tree) {
     AddSideArguments(add, *arguments);
     AddRangeArguments(add, *arguments, true);
     add->add_option("--splice", arguments->splice_ms, "milliseconds over which the two sides are joined")
-        ->check(CLI::Range(0, 1000))
+        ->check(Between(0, 1000))
         ->option_text("MS")
         ->capture_default_str();
     CLI::App* remove = tree.AddCommand(group, "remove", "put a stretch back", "cut remove records.mcf 1 1 --side 1",

@@ -6,6 +6,7 @@
 #include "cli/texts.h"
 #include "collection/albumset.h"
 #include "foundation/lasterror.h"
+#include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/settings.h"
 #include "save/cuesheet.h"
@@ -13,9 +14,10 @@
 namespace Orvane {
 
 const Digitise::Step Digitise::kSteps[] = {
-    {"order", &Digitise::ReadOrder},  {"collection", &Digitise::OpenCollection}, {"album", &Digitise::EnterAlbum},
-    {"sides", &Digitise::EnterSides}, {"declick", &Digitise::RepairClicks},      {"tracks", &Digitise::EnterTracks},
-    {"store", &Digitise::StoreAlbum}, {"save", &Digitise::SaveTracks},           {"cue", &Digitise::WriteSheet},
+    {"order", &Digitise::ReadOrder},    {"files", &Digitise::CheckFiles}, {"collection", &Digitise::OpenCollection},
+    {"album", &Digitise::EnterAlbum},   {"sides", &Digitise::EnterSides}, {"declick", &Digitise::RepairClicks},
+    {"tracks", &Digitise::EnterTracks}, {"store", &Digitise::StoreAlbum}, {"save", &Digitise::SaveTracks},
+    {"cue", &Digitise::WriteSheet},
 };
 
 int Digitise::Run() {
@@ -28,6 +30,10 @@ int Digitise::Run() {
         }
     }
     if (album) Report();
+    if (code != CLI_DONE && context.TakeBack()) {
+        context.result.erase("collection");
+        context.result.erase("album");
+    }
     return code;
 }
 
@@ -40,6 +46,24 @@ int Digitise::ReadOrder() {
             fmt::format("{} has {} without times for {}: give each its times, START - END TITLE, or one title a side",
                         order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
                         CountText(static_cast<int64_t>(order.files.size()), "side")));
+    }
+    SaveSettings ignored;
+    return MakeSaveSettings(context, order.save, nullptr, ignored);
+}
+
+int Digitise::CheckFiles() {
+    int32_t samplerate = 0;
+    for (const std::string& name : order.files) {
+        const std::string path = AbsolutePath(name);
+        int error = 0;
+        const RefPtr<FileStream> file = CheckRecordingName(path) ? OpenForReading(path, error) : nullptr;
+        if (!file) return context.FailLastError();
+        const int32_t rate = file->GetSampleRate(0);
+        if (samplerate && rate != samplerate) {
+            return context.Fail(FormatMessage(Msg::WrongSampleRate, path, rate, samplerate));
+        }
+        samplerate = rate;
+        if (file->EndsEarly()) context.Remark(fmt::format("{}: {}", name, kEndsEarly));
     }
     return CLI_DONE;
 }
@@ -99,8 +123,31 @@ int Digitise::EnterSides() {
 }
 
 int Digitise::RepairClicks() {
-    if (order.no_declick) return CLI_DONE;
+    if (order.no_declick) return FindOldRepairs();
     return DeclickSides(context, places, ScanSettings().WithDefaults(), true, context.result["declick"], declicked);
+}
+
+// Repairs that stand beside a recording are applied when its tracks are saved, whoever has made them.
+int Digitise::FindOldRepairs() {
+    const bool applied = FileOptions::Load(OptionsContext::SaveTracks).save_corrections;
+    Json& sides = context.result["declick"]["sides"] = Json::array();
+    for (const RecordingPlace& place : places) {
+        if (place.entry->LoadCorrections(false) < 0) return context.FailLastError();
+        int n = 0;
+        for (const ClickRepairList& list : place.entry->click_repairs) {
+            for (const ClickRepair& repair : list) n += repair.IsMarker() ? 0 : 1;
+        }
+        sides.push_back({{"side", place.side}, {"status", "left alone"}, {"repairs_there", n}, {"applied", applied}});
+        if (n == 0) continue;
+        declicked.push_back(
+            {0, place.side,
+             fmt::format("{} from before {}", CountText(n, "repair"), applied ? "applied" : "left out")});
+        if (!applied) continue;
+        context.Remark(fmt::format(
+            "{} has {} from before, which the tracks get; --set \"Save Track Save Corrections=0\" leaves them out",
+            FileNameOf(place.entry->GetPath()), CountText(n, "click repair")));
+    }
+    return CLI_DONE;
 }
 
 int Digitise::StoreAlbum() {
@@ -110,7 +157,7 @@ int Digitise::StoreAlbum() {
 
 int Digitise::SaveTracks() {
     SaveSettings settings;
-    if (int code = MakeSaveSettings(context, order.save, settings)) return code;
+    if (int code = MakeSaveSettings(context, order.save, &context.Collection(), settings)) return code;
     if (order.collection.empty()) settings.output_folder = output_folder;
     output_folder = settings.output_folder;
     int code = SaveWithProgress(context, {album}, settings, order.save.threads, saved);

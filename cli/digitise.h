@@ -31,7 +31,7 @@ struct DigitiseOrder {
 
 // Each step finds what an earlier run has done already and leaves it alone, so that a run that was interrupted can be
 // run again, and one that was not changes nothing. Until the album with its sides and tracks is complete, the
-// collection stays as it is.
+// collection stays as it is, and one that would be new is not there.
 class Digitise {
 public:
     Digitise(CommandContext& context, const DigitiseOrder& order) : context(context), order(order) {}
@@ -46,10 +46,12 @@ private:
     static const Step kSteps[];
 
     int ReadOrder();
+    int CheckFiles();
     int OpenCollection();
     int EnterAlbum();
     int EnterSides();
     int RepairClicks();
+    int FindOldRepairs();
     int EnterTracks();
     int StoreAlbum();
     int SaveTracks();

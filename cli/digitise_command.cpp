@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 #include "cli/digitise.h"
+#include "cli/parsing.h"
 
 namespace Orvane {
 
@@ -16,9 +17,7 @@ void AddDigitiseCommand(CommandTree& tree) {
     command->add_option("FILE", order->files, "recordings, each of one side, in order")->required()->option_text("...");
     command->add_option("--artist", order->artist, "the album's artist")->required()->option_text("TEXT");
     command->add_option("--album", order->title, "the album's title")->required()->option_text("TEXT");
-    command->add_option("--year", order->year, "the year of its release")
-        ->check(CLI::Range(0, 9999))
-        ->option_text("YEAR");
+    command->add_option("--year", order->year, "the year of its release")->check(Between(0, 9999))->option_text("YEAR");
     command->add_option("--genre", order->genre, "its genre")->option_text("TEXT");
     command->add_option("--titles", order->titles_file, "a file with the titles of the tracks")->option_text("FILE");
     command->add_option("--collection", order->collection, "the collection to add to; otherwise one beside the tracks")

@@ -5,7 +5,9 @@
 #include "cli/scanning.h"
 #include "cli/texts.h"
 #include "collection/albumset.h"
+#include "foundation/messages.h"
 #include "foundation/platform.h"
+#include "split/trackbreaks.h"
 
 namespace Orvane {
 namespace {
@@ -108,6 +110,16 @@ int Digitise::EnterTracks() {
     if (timed && titles.back().start >= places.back().end) {
         return context.Usage(fmt::format("{}, line {}: the recordings end at {} already", order.titles_file,
                                          titles.back().line, ClockText(places.back().end)));
+    }
+    if (timed && titles.back().end > places.back().end) {
+        TitleLine& last = titles.back();
+        context.Remark(fmt::format("{}, line {}: the recordings end at {}, and the last track with them",
+                                   order.titles_file, last.line, FormatTime(places.back().end)));
+        last.end = places.back().end;
+        if (last.end - last.start < kShortestTrack) {
+            return context.Usage(fmt::format("{}, line {}: {}", order.titles_file, last.line,
+                                             FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond)));
+        }
     }
     // The user may have worked on the tracks of an album that is there; only a listing with times takes their place.
     TrackList tracks = timed ? ListedTracks() : album->tracks;

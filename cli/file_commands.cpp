@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "cli/commands.h"
 #include "cli/sampleform.h"
 #include "cli/texts.h"
@@ -58,6 +60,15 @@ Json ProbeFile(CommandContext& context, const std::string& path) {
     table.Add({"channels", std::to_string(file->Channels())});
     table.Add({"frames", fmt::format("{} ({})", frames, ClockText(ticks))});
     if (file->BitRate()) table.Add({"bit rate", fmt::format("{} kbit/s", file->BitRate())});
+    json["ends_early"] = file->EndsEarly();
+    if (file->EndsEarly()) context.Remark(fmt::format("{}: {}", path, kEndsEarly));
+    json["comments"] = file->Comments();
+    for (const std::string& comment : file->Comments()) {
+        std::string line = comment;
+        std::replace_if(
+            line.begin(), line.end(), [](unsigned char c) { return c < ' '; }, ' ');
+        table.Add({"comment", line});
+    }
     file->Close();
     std::string tags = file->ReadTags(path);
     json["tags"] = tags;

@@ -93,6 +93,7 @@ void ReportTracks(CommandContext& context, const AlbumInfo& album) {
             if (track.FadeIn()) row.push_back("in " + FormatTime(track.FadeIn()));
             if (track.FadeOut()) row.push_back("out " + FormatTime(track.FadeOut()));
         }
+        if (track.excluded) row.push_back("left out");
         table.Add(row);
     }
     context.result["tracks"] = tracks;

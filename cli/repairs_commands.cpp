@@ -4,6 +4,7 @@
 #include "cleanup/editaccess.h"
 #include "cleanup/patchselection.h"
 #include "cleanup/shownclicks.h"
+#include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 
@@ -81,7 +82,7 @@ int Report(CommandContext& context, const RepairArguments& arguments, FileHistor
             lists[static_cast<size_t>(channel)].push_back(json);
         }
     }
-    context.Text(table.Text());
+    context.Text(table.Empty() ? "No repairs\n" : table.Text());
     context.result["not_shown"] = n_not_shown;
     if (n_not_shown) {
         context.Line("{} not shown, by the settings \"Show Clicks\" and \"Show Wide Clicks Only\"", n_not_shown);
@@ -105,6 +106,13 @@ int List(CommandContext& context, const RepairArguments& arguments) {
 int Add(CommandContext& context, const RepairArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
+    if (arguments.end <= arguments.start) return context.Usage("There is nothing to repair: --end lies behind --start");
+    const int32_t rate = side.entry->SampleRate();
+    const int64_t most = to_samples(rate, kMaxRepair);
+    if (arguments.end - arguments.start > most) {
+        return context.Usage(fmt::format("A repair is {} frames long at most at {} Hz, not {}; \"patch\" takes more",
+                                         most, rate, arguments.end - arguments.start));
+    }
     if (!InsertRepair(*side.entry, arguments.channels, arguments.start, arguments.end)) return context.FailShown();
     return ReportAndSave(context, arguments, *side.entry);
 }
@@ -157,7 +165,7 @@ int PatchSide(CommandContext& context, const RepairArguments& arguments) {
 void PositionOptions(CLI::App* command, RepairArguments& arguments, bool start_required, bool end_required) {
     auto Position = [&](const char* name, int64_t& value, bool required, const char* description) {
         command->add_option(name, value, description)
-            ->check(CLI::NonNegativeNumber)
+            ->check(Between(0, INT64_MAX))
             ->option_text("FRAME")
             ->required(required);
     };
@@ -178,7 +186,10 @@ void AddRepairsCommands(CommandTree& tree) {
         return command;
     };
     auto Channel = [&](CLI::App* command) {
-        return ChannelsOption(command, "--channel", arguments->channels, "left, right or both (as usual)");
+        return ChannelsOption(command, "--channel", arguments->channels, "left, right or both; both without it");
+    };
+    auto OwnChannel = [&](CLI::App* command) {
+        ChannelsOption(command, "--channel", arguments->channels, "left, right or both")->required();
     };
     CLI::App* list = Command(group, "list", "what stands in the lists of both channels",
                              "repairs list records.mcf 1 --side 1", List);
@@ -186,17 +197,17 @@ void AddRepairsCommands(CommandTree& tree) {
     PositionOptions(list, *arguments, false, false);
     CLI::App* add = Command(group, "add", "repair a stretch of up to 9 ms by hand",
                             "repairs add records.mcf 1 --side 1 --channel l --start 441000 --end 441040", Add);
-    Channel(add)->required();
+    OwnChannel(add);
     PositionOptions(add, *arguments, true, true);
     CLI::App* remove =
         Command(group, "remove", "remove what touches a frame or a stretch; of a stereo patch both sides",
                 "repairs remove records.mcf 1 --side 1 --channel l --start 441000", Remove);
-    Channel(remove)->required();
+    OwnChannel(remove);
     PositionOptions(remove, *arguments, true, false);
     CLI::App* apply = Command(group, "apply", "repair what a scan has only marked",
                               "repairs apply records.mcf 1 --side 1 --type pp --start 0 --end 441000", Apply);
     apply->add_option("--type", arguments->type, "only markers of drums, pp, or of brass, bp")
-        ->check(CLI::IsMember({"pp", "bp"}))
+        ->transform(OneOf({"pp", "bp"}))
         ->option_text("pp|bp");
     Channel(apply);
     PositionOptions(apply, *arguments, false, false);
@@ -205,12 +216,12 @@ void AddRepairsCommands(CommandTree& tree) {
                               "patch records.mcf 1 --side 1 --start 441000 --end 446000 --method ar", PatchSide);
     PositionOptions(patch, *arguments, true, true);
     patch->add_option("--method", arguments->method, "apa, ar, fft, or the best of them")
-        ->check(CLI::IsMember({"apa", "ar", "fft", "best"}))
+        ->transform(OneOf({"apa", "ar", "fft", "best"}))
         ->option_text("apa|ar|fft|best")
         ->capture_default_str();
     ChannelsOption(patch, "--channels", arguments->channels, "left, right or both (as usual)");
     patch->add_option("--preamp", arguments->preamp, "tenths of a decibel by which the patch is louder, -120 to 120")
-        ->check(CLI::Range(-120, 120))
+        ->check(Between(-120, 120))
         ->option_text("NUMBER");
     patch->add_flag("--replace", arguments->replace, "take the place of a patch that is there");
 }

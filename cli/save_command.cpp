@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "cli/commands.h"
+#include "cli/parsing.h"
 #include "cli/saving.h"
 #include "cli/texts.h"
 #include "foundation/messages.h"
@@ -24,7 +25,17 @@ int ChooseAlbums(CommandContext& context, const std::vector<int>& numbers, std::
     }
     if (!numbers.empty()) return CLI_DONE;
     for (AlbumInfo& album : context.Collection().albums) albums.push_back(&album);
-    return CLI_DONE;
+    return albums.empty() ? context.Fail(MessageText(Msg::EmptyCollection)) : CLI_DONE;
+}
+
+// Why the tracks of these albums cannot be saved, one and all; empty where there is something.
+std::string NothingToSave(const CommandContext& context, const std::vector<AlbumInfo*>& albums) {
+    const auto any = [&](auto&& has) { return std::any_of(albums.begin(), albums.end(), has); };
+    const bool tracks = any([](const AlbumInfo* album) { return !album->tracks.empty(); });
+    if (tracks && any([](const AlbumInfo* album) { return !album->Recordings().empty(); })) return {};
+    const std::string whose = albums.size() == 1 ? context.AlbumName(*albums[0]) + " has" : "no album has";
+    return fmt::format("There is nothing to save: {} {}{} yet", whose, albums.size() == 1 ? "no " : "",
+                       tracks ? "recordings" : "tracks");
 }
 
 void PrintResults(CommandContext& context, const SaveResult& result) {
@@ -32,9 +43,8 @@ void PrintResults(CommandContext& context, const SaveResult& result) {
     for (const SavedTrack& saved : result.tracks) {
         std::string status = SaveStatusText(saved.status);
         bool told = saved.status == SAVE_DONE || saved.status == SAVE_ALREADY || saved.status == SAVE_PARTIAL;
-        table.Add(
-            {status, told ? saved.file
-                          : fmt::format("{}: {}", saved.album->tracks[saved.track].title, PlainText(saved.message))});
+        table.Add({status, told ? saved.file
+                                : fmt::format("{}: {}", saved.album->tracks[saved.track].title, NotSavedText(saved))});
     }
     context.Text(table.Text());
     context.Line("{} saved in {} ({} already saved, {} partially saved, {} skipped, {} failed)",
@@ -44,11 +54,13 @@ void PrintResults(CommandContext& context, const SaveResult& result) {
 }
 
 int Save(CommandContext& context, const Arguments& arguments) {
+    SaveSettings settings;
+    if (int code = MakeSaveSettings(context, arguments.save, nullptr, settings)) return code;
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<AlbumInfo*> albums;
     if (int code = ChooseAlbums(context, arguments.albums, albums)) return code;
-    SaveSettings settings;
-    if (int code = MakeSaveSettings(context, arguments.save, settings)) return code;
+    if (std::string problem = NothingToSave(context, albums); !problem.empty()) return context.Fail(problem);
+    if (int code = MakeSaveSettings(context, arguments.save, &context.Collection(), settings)) return code;
     SaveResult result;
     int saved = SaveWithProgress(context, albums, settings, arguments.save.threads, result);
     PrintResults(context, result);
@@ -66,7 +78,7 @@ void AddSaveCommand(CommandTree& tree) {
                                         [arguments](CommandContext& context) { return Save(context, *arguments); });
     CollectionArgument(command, arguments->collection);
     command->add_option("ALBUM", arguments->albums, "numbers in the album list; without any all albums are saved")
-        ->check(CLI::Range(1, 1000000))
+        ->check(Between(1, 1000000))
         ->option_text("...");
     SaveOptions(command, arguments->save);
 }

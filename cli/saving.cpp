@@ -1,12 +1,15 @@
 #include "cli/saving.h"
 
 #include "cli/model_view.h"
+#include "cli/parsing.h"
 #include "cli/texts.h"
+#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
 #include "foundation/text.h"
 #include "save/tracknames.h"
+#include "save/write_stream.h"
 
 namespace Orvane {
 namespace {
@@ -31,24 +34,28 @@ Json SavedTrackJson(const CommandContext& context, const SavedTrack& saved) {
     json["title"] = saved.album->tracks[saved.track].title;
     json["file"] = saved.file;
     json["status"] = SaveStatusText(saved.status);
-    if (!saved.message.empty()) json["message"] = PlainText(saved.message);
+    if (std::string reason = NotSavedText(saved); !reason.empty()) json["message"] = reason;
     return json;
 }
 
 }  // namespace
 
+std::string NotSavedText(const SavedTrack& saved) {
+    return saved.status == SAVE_SKIPPED ? "the track is left out (excluded=1)" : PlainText(saved.message);
+}
+
 void SaveOptions(CLI::App* command, SaveArguments& arguments) {
     command->add_option("--format", arguments.format, "format of the saved tracks: " + FormatNames())
         ->option_text("FORMAT");
     command->add_option("--rate", arguments.samplerate, "sample rate in Hz; the recording's own where it is not given")
-        ->check(CLI::Range(1, 10000000))
+        ->check(Between(1, 10000000))
         ->option_text("RATE");
     command->add_option("--bits", arguments.bit_depth, "16, 24 or 32 bits; the recording's own where it is not given")
-        ->check(CLI::IsMember({16, 24, 32}))
+        ->transform(OneOf({"16", "24", "32"}))
         ->option_text("BITS");
     command->add_option("--out", arguments.out, "the folder for the tracks")->option_text("DIR");
     command->add_option("--threads", arguments.threads, "how many tracks are saved at once")
-        ->check(CLI::Range(1, 64))
+        ->check(Between(1, 64))
         ->option_text("N");
     command
         ->add_option("--template", arguments.name_template,
@@ -56,8 +63,9 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
         ->option_text("TEMPLATE");
 }
 
-int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
-    settings = SaveSettings::FromStore(&context.Collection());
+int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, const AlbumSet* set,
+                     SaveSettings& settings) {
+    settings = SaveSettings::FromStore(set);
     if (!arguments.format.empty()) {
         settings.options.file_format = FF_NONE;
         for (const FormatName& known : kFormats) {
@@ -67,6 +75,10 @@ int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, Sa
             return context.Usage(
                 fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));
         }
+    }
+    const RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
+    if (CheckForm(*writer, {arguments.samplerate, arguments.bit_depth}, 2) < 0) {
+        return context.Usage(GetLastError().text);
     }
     settings.samplerate = arguments.samplerate;
     settings.bit_depth = arguments.bit_depth;
@@ -99,7 +111,7 @@ int SaveWithProgress(CommandContext& context, const std::vector<AlbumInfo*>& alb
     std::string first;
     for (const SavedTrack& saved : result.tracks) {
         bool failed = std::string_view(SaveStatusText(saved.status)) == "failed";
-        if (failed && first.empty()) first = PlainText(saved.message);
+        if (failed && first.empty()) first = NotSavedText(saved);
     }
     return context.Fail(fmt::format("{} could not be saved: {}", CountText(result.n_failed, "track"), first));
 }

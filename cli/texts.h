@@ -17,6 +17,9 @@ using namespace Tesslib;
 // else: minutes and seconds behind a colon are below 60. False where it is not.
 bool ParseTimeArgument(std::string_view text, int64_t& ticks);
 
+// Said of a file whose stream EndsEarly.
+inline constexpr const char* kEndsEarly = "the file ends early: it has less audio than it promises";
+
 double Seconds(int64_t ticks);                                // rounded to a millionth
 std::string SizeText(int64_t bytes);                          // "3.1 MB"
 std::string RateText(int32_t samplerate);                     // "44.1 kHz"

@@ -25,6 +25,12 @@ bool IsDash(std::string_view word) {
     return word == "-" || word == "\u2013" || word == "\u2014";
 }
 
+// True for digits with colons, points and dashes among them, which nobody means as a word.
+bool LooksLikeTime(std::string_view word) {
+    return word.find(':') != word.npos && word.find_first_of("0123456789") == 0 &&
+           word.find_first_not_of("0123456789:.,-") == word.npos;
+}
+
 std::string OrderProblem(const std::vector<TitleLine>& titles) {
     for (size_t i = 0; i < titles.size(); ++i) {
         const TitleLine& title = titles[i];
@@ -51,11 +57,17 @@ bool ParseTitleLine(std::string_view text, TitleLine& title, std::string& proble
     title.timed = false;
     if (text.empty() || text.front() == '#') return true;
     std::string_view rest = text;
-    std::string_view first = TakeWord(rest);
-    bool starts_with_time = ParseTimeArgument(first, title.start) && IsDash(TakeWord(rest));
-    title.timed = starts_with_time && ParseTimeArgument(TakeWord(rest), title.end);
-    if (starts_with_time && !title.timed && first.find(':') != std::string_view::npos) {
-        problem = "behind the dash belongs the time at which the track ends";
+    const std::string_view first = TakeWord(rest);
+    const bool has_start = ParseTimeArgument(first, title.start);
+    const std::string_view dash = TakeWord(rest);
+    const std::string_view second = TakeWord(rest);
+    title.timed = has_start && IsDash(dash) && ParseTimeArgument(second, title.end);
+    // "4:33" and "10:15 Saturday" are titles; what has a dash or another time behind it was meant as times.
+    const bool one_word = first.find('-') != first.npos;
+    const bool meant = IsDash(dash) ? LooksLikeTime(first) || LooksLikeTime(second)
+                                    : LooksLikeTime(first) && (one_word || LooksLikeTime(dash));
+    if (!title.timed && meant) {
+        problem = "it begins like times, which are START - END with blanks between, such as 0:06 - 3:41.5";
         return false;
     }
     title.title = title.timed ? rest : text;

@@ -17,23 +17,29 @@ int GiveUp(FileStream& writer, int result) {
 
 }  // namespace
 
+int CheckForm(const FileStream& writer, const SampleForm& asked, int32_t n_channels) {
+    SampleForm nearest = asked;
+    writer.AdjustFormat(nearest.samplerate, nearest.bit_depth, n_channels);
+    const std::string name(GetFileFormatInfo(writer.file_format).name);
+    if (asked.samplerate && nearest.samplerate != asked.samplerate) {
+        return FailContents(fmt::sprintf("%s files cannot hold %d Hz; the nearest they can is %d Hz", name,
+                                         asked.samplerate, nearest.samplerate));
+    }
+    if (asked.bit_depth && nearest.bit_depth != asked.bit_depth) {
+        return FailContents(fmt::sprintf("%s files cannot hold %d bits; the nearest they can is %d bits", name,
+                                         asked.bit_depth, nearest.bit_depth));
+    }
+    return 0;
+}
+
 int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, int32_t n_channels) {
-    SampleForm asked = form;
+    if (int error = CheckForm(writer, form, n_channels)) return error;
     if (!form.samplerate) form.samplerate = source.samplerate;
     if (!form.bit_depth) {
         form.bit_depth = source.bit_depth;
         form.int32 = source.int32;
     }
     writer.AdjustFormat(form.samplerate, form.bit_depth, n_channels);
-    std::string name(GetFileFormatInfo(writer.file_format).name);
-    if (asked.samplerate && form.samplerate != asked.samplerate) {
-        return FailContents(fmt::sprintf("%s files cannot hold %d Hz; the nearest they can is %d Hz", name,
-                                         asked.samplerate, form.samplerate));
-    }
-    if (asked.bit_depth && form.bit_depth != asked.bit_depth) {
-        return FailContents(fmt::sprintf("%s files cannot hold %d bits; the nearest they can is %d bits", name,
-                                         asked.bit_depth, form.bit_depth));
-    }
     if (auto* pcm = dynamic_cast<PCMFileStream*>(&writer)) pcm->SetInt32Samples(form.int32);
     return writer.SetSBC(form.samplerate, form.bit_depth, n_channels);
 }

@@ -14,6 +14,9 @@ struct SampleForm {
     bool int32 = false;  // 32-bit samples are integers, where the format knows both
 };
 
+// 0, or a StreamError when a value that is not 0 cannot be had in the format of `writer`.
+int CheckForm(const FileStream& writer, const SampleForm& asked, int32_t n_channels);
+
 // Fixes what `writer` will write. 0, or a StreamError when a value that is not 0 cannot be had in this format; values
 // of 0 become the nearest to `source` that can. `form` then holds what will be written.
 int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, int32_t n_channels);

@@ -122,12 +122,14 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
     MakeWave("side1.wav", 8);
     MakeWave("side2.wav", 6);
     folder.Write("titles.txt",
-                 "# both sides\n0:00.5 - 0:03 First Song\n0:03.5 - 0:10 Across: the/Sides\n10 - 14 Last\n");
+                 "# both sides\n0:00.5 - 0:03 First Song\n0:03.5 - 0:10 Across: the/Sides\n10 - 15 Last\n");
     const std::vector<std::string> order = {"digitise",   "side1.wav", "side2.wav", "--artist", "The Examples",
                                             "--album",    "First",     "--year",    "1977",     "--titles",
                                             "titles.txt", "--format",  "flac",      "--out",    "out"};
     nlohmann::json json = Json(order);
     EXPECT_EQ(json["saved"], 3);
+    EXPECT_EQ(json["tracks"][2]["end_seconds"], 14.0) << "no track is longer than the recordings";
+    EXPECT_EQ(json["remarks"].size(), 1u);
     EXPECT_EQ(json["sides"][1]["start"], 8 * 44100);
     EXPECT_EQ(json["declick"]["sides"][1]["status"], "scanned");
     const std::vector<std::string> files = Files();
@@ -136,6 +138,9 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
     EXPECT_EQ(files[3], "out/The Examples - First/02 - Across- the+Sides.flac");
     EXPECT_EQ(files[5], "out/The Examples - First/The Examples - First.cue");
     EXPECT_EQ(files[9], "side2.wav.crd");
+    const nlohmann::json probed = Json({"probe", files[3]})["files"][0];
+    EXPECT_NE(probed["comments"].dump().find("\"TITLE=Across: the/Sides\""), std::string::npos) << probed;
+    EXPECT_EQ(probed["comments"].dump().find("ORVT"), std::string::npos) << "the private tag is no comment";
     if (HasTool("metaflac")) {
         std::string tags;
         Tool("metaflac --export-tags-to=- 'out/The Examples - First/02 - Across- the+Sides.flac'", &tags);
@@ -169,7 +174,7 @@ TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
         return Json(words, code);
     };
     digitise("Bad", {"a.wav", "bad.wav"}, 1);
-    EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 0u) << "no album is left behind";
+    EXPECT_FALSE(std::filesystem::exists(folder / "all.mcf")) << "no collection is left behind";
     EXPECT_EQ(digitise("Single", {"a.wav", "--no-declick", "--no-split"})["tracks"][0]["title"], "Single");
     nlohmann::json two = digitise("Double", {"a.wav", "b.wav", "--format", "wav"});
     EXPECT_EQ(two["tracks"][1]["title"], "Side 2");

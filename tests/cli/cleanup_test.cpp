@@ -82,6 +82,13 @@ TEST_F(Cleanup, ScansGiveTheSameEachTimeAndKeepWhatWasMadeByHand) {
     EXPECT_TRUE(ReadBytes(folder / "a.wav.crd") == crd) << "the scan found again what was removed";
     Must({"declick", "c.mcf", "1", "--no-keep-manual", "--passes", "1"});
     EXPECT_TRUE(ReadBytes(folder / "a.wav.crd") == crd);
+    Json(OnSide({"repairs", "add"}, {"--channel", "r", "--start", "90000", "--end", "90413"}), 2);
+    Json(OnSide({"cut", "add"}, {"--from", "0", "--to", "3"}), 2);
+    Json(OnSide({"filter", "add"}, {"hum=55"}), 2);
+
+    const nlohmann::json sides = Json(
+        {"digitise", "a.wav", "--artist", "A", "--album", "B", "--out", "out", "--no-declick"})["declick"]["sides"];
+    EXPECT_EQ(sides[0]["repairs_there"], scan["repaired"]) << "repairs from before are applied, and it is told";
 }
 
 TEST_F(Cleanup, ABatchGoesOnBehindASideThatCannotBeScannedAndLeavesOutWhatWasScanned) {

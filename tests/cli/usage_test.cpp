@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 
 #include "cli/commands.h"
 #include "cli/texts.h"
@@ -41,6 +42,7 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
     MakeWave("a.wav", 1);
     folder.Write("short.txt", "One\nTwo\n");
     folder.Write("mixed.txt", "0:00 - 0:01 One\nTwo\n");
+    folder.Write("clock.txt", "0:00 - 0:00.5 One\n1:99 - 0:37.44 Two\n");
     folder.Write("back.txt", "0:00 - 0:02 One\n0:01 - 0:03 Two\n");
     const std::string before = ReadBytes(folder / "c.mcf");
     const std::vector<std::string> order = {"digitise", "a.wav", "--artist", "A",         "--album",
@@ -55,8 +57,14 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
         const char* sentence;
     };
     const Row rows[] = {
-        {{}, "subcommand is required"},
-        {{"album"}, "required"},
+        {{}, "A command is required"},
+        {{"album"}, "album --help"},
+        {{"nosuch"}, "no command \"nosuch\""},
+        {{"album", "nosuch"}, "no command \"nosuch\" of orvane-cli album"},
+        {{"save", "c.mcf", "--bits", "32f"}, "none of 16, 24, 32"},
+        {{"save", "c.mcf", "--rate", "12"}, "nearest they can is 16000 Hz"},
+        {{"listing", "c.mcf", "--as", "3"}, "none of m3u"},
+        {{"repairs", "list", "c.mcf", "1", "--side", "1", "--start=-5"}, "no whole number from 0"},
         {{"album", "show", "c.mcf", "one"}, "ALBUM"},
         {{"album", "list", "c.mcf", "--loud"}, "--loud"},
         {{"album", "set", "c.mcf", "1", "colour=red"}, "the keys are artist, title"},
@@ -76,6 +84,9 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
         {Digitise("mixed.txt"), "line 2"},
         {Digitise("back.txt"), "line 2"},
         {Digitise("none.txt"), "none.txt"},
+        {Digitise("clock.txt"), "clock.txt, line 2: it begins like times"},
+        {{"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o", "--template", "[Nope]"}, "[Nope]"},
+        {{"digitise", "a.wav", "--artist", "A", "--album", "T", "--out", "o", "--rate", "999999"}, "384000 Hz"},
     };
     for (const Row& row : rows) {
         CliResult plain = Run(row.arguments);
@@ -85,7 +96,8 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
         EXPECT_NE(Json(row.arguments, 2).value("error", "").find(row.sentence), std::string::npos);
     }
     EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
-    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "back.txt", "c.mcf", "c.mcf_bak", "mixed.txt", "short.txt"}));
+    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "back.txt", "c.mcf", "c.mcf_bak", "clock.txt", "mixed.txt",
+                                                 "short.txt"}));
 }
 
 TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
@@ -93,6 +105,14 @@ TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
     folder.Write("bad.mcf", "no collection\n");
     folder.Write("bad.wav", "RIFF");
     MakeWave("a.wav", 0.5, 96000);
+    MakeWave("b.wav", 0.5, 44100);
+    MakeWave("two\nlines.wav", 0.5);
+    MakeWave("tiny.wav", 0.05);
+    const auto digitise = [](const std::vector<std::string>& files) {
+        std::vector<std::string> words = {"digitise", "--artist", "A", "--album", "T", "--out", "o/p"};
+        words.insert(words.end(), files.begin(), files.end());
+        return words;
+    };
     struct Row {
         std::vector<std::string> arguments;
         const char* reason;
@@ -103,7 +123,14 @@ TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
         {{"new", "c.mcf"}, "exists already"},
         {{"album", "show", "c.mcf", "1"}, "There is no album 1"},
         {{"probe", "none.wav", "a.wav"}, "1 of 2 files"},
-        {{"convert", "a.wav", "no/folder/b.wav"}, "no/folder"},
+        {{"convert", "a.wav", "no/folder/b.wav"}, "no/folder/b.wav for writing"},
+        {{"save", "c.mcf"}, "empty"},
+        {digitise({"none.wav"}), "none.wav"},
+        {digitise({"a.wav", "bad.wav"}), "bad.wav"},
+        {digitise({"a.wav", "b.wav"}), "sample rate"},
+        {digitise({"two\nlines.wav"}), "line break"},
+        {digitise({"tiny.wav"}), "tiny.wav: This file is too small"},
+        {{"probe", "b.mp3"}, "b.mp3"},
         {{"convert", "a.wav", "b.flac", "--bits", "32"}, "nearest"},
         {{"convert", "a.wav", "b.mp3"}, "MP3"},
     };
@@ -111,7 +138,9 @@ TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
         EXPECT_NE(Json(row.arguments, 1).value("error", "").find(row.reason), std::string::npos)
             << Joined(row.arguments);
     }
-    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "bad.mcf", "bad.wav", "c.mcf"}));
+    EXPECT_EQ(Files(), (std::vector<std::string>{"a.wav", "b.wav", "bad.mcf", "bad.wav", "c.mcf", "tiny.wav",
+                                                 "two\nlines.wav"}));
+    EXPECT_FALSE(std::filesystem::exists(folder / "o"));
 }
 
 TEST_F(Usage, EveryCommandHasHelpWithAnExampleAndIsInTheManualAndTheCompletion) {
@@ -133,6 +162,34 @@ TEST_F(Usage, EveryCommandHasHelpWithAnExampleAndIsInTheManualAndTheCompletion) 
     EXPECT_GT(n_commands, 15);
     EXPECT_NE(Run({"album", "set", "--help"}).out.find("Example:\n  orvane-cli "), std::string::npos);
     EXPECT_NE(Run({"--version"}).out.find("Orvane V"), std::string::npos);
+    EXPECT_NE(Json({"--version"})["program"].get<std::string>().find("Orvane V"), std::string::npos);
+    const std::string help = Run({"repairs", "add", "--help"}).out;
+    EXPECT_NE(help.find("--channel l|r|lr (required)"), std::string::npos) << help;
+}
+
+TEST_F(Usage, BashCompletesCommandsTheirWordsAndOptions) {
+    if (!HasTool("bash")) GTEST_SKIP() << "no bash";
+    folder.Write("alpha.mcf", "");
+    folder.Write("run.sh",
+                 "source \"$1\"; shift\n"
+                 "compopt() { :; }\n"
+                 "COMP_WORDS=(orvane-cli \"$@\") COMP_CWORD=$#\n"
+                 "_orvane_cli\n"
+                 "echo \"${COMPREPLY[*]}\"\n");
+    const std::pair<const char*, const char*> rows[] = {
+        {"al", "album"},
+        {"album s", "show set"},
+        {"filter add al", "alpha.mcf"},
+        {"filter add x 1 hu", "hum="},
+        {"save al", "alpha.mcf"},
+        {"save alpha.mcf --fo", "--format"},
+        {"--v", "--version"},
+    };
+    for (const auto& [words, offered] : rows) {
+        std::string out;
+        Tool("bash run.sh " ORVANE_TESTS_DIR "/../scripts/completion/orvane-cli.bash " + std::string(words), &out);
+        EXPECT_EQ(out, std::string(offered) + "\n") << words;
+    }
 }
 
 TEST(Texts, TimesAreReadAsTypedAndNothingElseIs) {
