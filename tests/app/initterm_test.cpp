@@ -108,22 +108,18 @@ TEST_F(Application, AutosavesOnlyWhenNothingStandsAgainstIt) {
 TEST_F(Application, ABusyQueryAsksListenersThenTheUser) {
     AlbumInfo& album = *gAlbumSet->albums.Last();
     const int close = static_cast<int>(Msg::BusyClose), hibernate = static_cast<int>(Msg::BusyHibernate);
-    struct Case {
-        int id, open_recordings, running_jobs;
-        Answer answer;
-        bool asks, may;
-    };
-    for (const Case& c : {Case{close, 0, 0, Answer::No, false, true},
-                          {close, 1, 0, Answer::No, true, false},
-                          {close, 0, 1, Answer::Yes, true, true},
-                          {hibernate, 1, 1, Answer::No, false, true},
-                          {-5, 1, 1, Answer::No, false, true}}) {
-        album.open_fhe_count = c.open_recordings;
-        album.running_jobs = c.running_jobs;
+    for (const auto& [id, open_recordings, running_jobs, answer, asks, may] :
+         {std::tuple{close, 0, 0, Answer::No, false, true},
+          {close, 1, 0, Answer::No, true, false},
+          {close, 0, 1, Answer::Yes, true, true},
+          {hibernate, 1, 1, Answer::No, false, true},
+          {-5, 1, 1, Answer::No, false, true}}) {
+        album.open_fhe_count = open_recordings;
+        album.running_jobs = running_jobs;
         messages.asked.clear();
-        messages.script = {c.answer};
-        EXPECT_EQ(IsBusyQuery(c.id), c.may) << c.id;
-        EXPECT_EQ(messages.asked.size(), c.asks ? 1u : 0u) << c.id;
+        messages.script = {answer};
+        EXPECT_EQ(IsBusyQuery(id), may) << id;
+        EXPECT_EQ(messages.asked.size(), asks ? 1u : 0u) << id;
     }
     album.open_fhe_count = album.running_jobs = 0;
     messages.asked.clear();

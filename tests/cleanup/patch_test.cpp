@@ -34,24 +34,20 @@ void ExpectBoundedAndOutsideUntouched(const std::vector<float>& patched, const s
 // 5, 50 and 250 ms. The synthetic methods make up audio of the right kind, so that only the AR method comes near the
 // original; it is the one to pick.
 TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
-    struct Case {
-        int n;
-        double least_ar_db;
-    };
-    for (const Case& c : {Case{220, 15}, {2205, 8}, {11025, 4}}) {
+    for (const auto& [n, least_ar_db] : {std::pair{220, 15}, {2205, 8}, {11025, 4}}) {
         double ar_db = 0, best_db = 0;
-        const int rounds = c.n > 10000 ? 1 : 4;
+        const int rounds = n > 10000 ? 1 : 4;
         for (uint64_t seed = 1; seed <= static_cast<uint64_t>(rounds); seed++) {
-            const int first = PatchContext(c.n), last = first + c.n - 1;
-            const std::vector<float> music = Music(seed, 2 * first + c.n);
+            const int first = PatchContext(n), last = first + n - 1;
+            const std::vector<float> music = Music(seed, 2 * first + n);
             std::vector<float> crackling = music;
             Noise noise(seed);
             for (int i = first; i <= last; i++) {
                 if (noise.Below(20) == 0) crackling[i] += static_cast<float>(0.3 * noise.Normal());
             }
             double most = -1000;
-            const auto db = [&](const std::vector<float>& patched) {
-                return SignalToErrorDb(music.data() + first, patched.data() + first, c.n);
+            const auto db = [&, width = n](const std::vector<float>& patched) {
+                return SignalToErrorDb(music.data() + first, patched.data() + first, width);
             };
             for (PatchMethod method : kMethods) {
                 auto patched = crackling;
@@ -63,8 +59,8 @@ TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
             PatchBest(crackling, first, last);
             best_db += (db(crackling) - most) / rounds;
         }
-        EXPECT_GT(ar_db, c.least_ar_db) << c.n;
-        EXPECT_GT(best_db, -1) << "the pick against the best there was, n " << c.n;
+        EXPECT_GT(ar_db, least_ar_db) << n;
+        EXPECT_GT(best_db, -1) << "the pick against the best there was, n " << n;
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <set>
+#include <tuple>
 
 #include "cleanup/scanblocks.h"
 #include "cleanup/scanforclicks.h"
@@ -45,16 +46,12 @@ TEST(ScanBlocks, EqualiseTheDetectorsViewAndEndWithTheReader) {
     std::vector<float> expected;
     for (float x : source.samples)
         expected.push_back(static_cast<float>(high_pass.Process(curve.Process(static_cast<double>(x)))));
-    struct Case {
-        int64_t ends_at, fails_from;
-        int blocks, result;
-    };
-    for (const Case& c : {Case{INT64_MAX, INT64_MAX, 3, 0},
-                          {100000, INT64_MAX, 1, 0},
-                          {0, INT64_MAX, 0, 0},
-                          {INT64_MAX, 205000, 1, -4}}) {
-        source.ends_at = c.ends_at;
-        source.fails_from = c.fails_from;
+    for (const auto& [ends_at, fails_from, wanted_blocks, wanted] : {std::tuple{INT64_MAX, INT64_MAX, 3, 0},
+                                                                     {100000, INT64_MAX, 1, 0},
+                                                                     {0, INT64_MAX, 0, 0},
+                                                                     {INT64_MAX, 205000, 1, -4}}) {
+        source.ends_at = ends_at;
+        source.fails_from = fails_from;
         ScanBlocks blocks(0, kTotal, kTotal, Equalisation::Riaa);
         int n_blocks = 0, result;
         for (; (result = blocks.Next(source.Reader())) == 1; ++n_blocks) {
@@ -64,8 +61,8 @@ TEST(ScanBlocks, EqualiseTheDetectorsViewAndEndWithTheReader) {
                 ASSERT_EQ(blocks.Recording(0)[index], source.samples[static_cast<size_t>(place)]) << place;
             }
         }
-        EXPECT_EQ(n_blocks, c.blocks) << c.ends_at;
-        EXPECT_EQ(result, c.result) << c.ends_at;
+        EXPECT_EQ(n_blocks, wanted_blocks) << ends_at;
+        EXPECT_EQ(result, wanted) << ends_at;
     }
 }
 

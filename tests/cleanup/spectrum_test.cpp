@@ -135,13 +135,11 @@ TEST(CurveGains, StayFiniteForCurvesOutOfDamagedFiles) {
 }
 
 TEST(RecordEq, RiaaIsThePublishedTable) {
-    struct Case {
-        double frequency, db;
-    };
     const RecordEq riaa;
     const double at_1k = RecordEqDb(riaa, 1000);
-    for (const Case& c : {Case{20, 19.274}, {100, 13.088}, {500, 2.648}, {10000, -13.734}, {20000, -19.620}}) {
-        EXPECT_NEAR(RecordEqDb(riaa, c.frequency) - at_1k, c.db, 0.01) << c.frequency;
+    for (const auto& [frequency, db] :
+         {std::pair{20.0, 19.274}, {100.0, 13.088}, {500.0, 2.648}, {10000.0, -13.734}, {20000.0, -19.620}}) {
+        EXPECT_NEAR(RecordEqDb(riaa, frequency) - at_1k, db, 0.01) << frequency;
     }
     RecordEq turnover_form;
     turnover_form.use_time_constants = 0;

@@ -156,25 +156,20 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
 }
 
 TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
-    struct {
-        uint32_t n_samples;
-        int seconds;
-        bool waveform, corrections;
-    } const rows[] = {{1000, 2, true, true},  // a step of the file system's clock
-                      {1000, 5, false, true},
-                      {1001, 5, false, false}};
-    for (const auto& row : rows) {
+    // Two seconds are a step of the file system's clock.
+    for (const auto& [n_samples, seconds, waveform, corrections] :
+         {std::tuple{1000, 2, true, true}, {1000, 5, false, true}, {1001, 5, false, false}}) {
         FileHistoryEntry& entry = AddRecording(44100);
         folder.Write("Mine/orvfiles/A+C~T- 1~side1.wav.wfd", "waveform");
         folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
         const uint32_t generation = entry.generation;
-        const FileTime time = entry.file_time + row.seconds * kFileTimeSecond;
-        folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, row.n_samples));
+        const FileTime time = entry.file_time + seconds * kFileTimeSecond;
+        folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, n_samples));
         ASSERT_EQ(SetFileTime(entry.GetPath(), time), 0);
-        EXPECT_EQ(entry.CheckFile(), !row.waveform);
-        EXPECT_EQ(FileExists(entry.WaveformPath(".wfd")), row.waveform);
-        EXPECT_EQ(FileExists(entry.CorrectionsPath()), row.corrections);
-        EXPECT_EQ(entry.generation == generation, row.waveform);
+        EXPECT_EQ(entry.CheckFile(), !waveform);
+        EXPECT_EQ(FileExists(entry.WaveformPath(".wfd")), waveform);
+        EXPECT_EQ(FileExists(entry.CorrectionsPath()), corrections);
+        EXPECT_EQ(entry.generation == generation, waveform);
         EXPECT_FALSE(entry.CheckFile());
     }
     FileHistoryEntry& entry = AddRecording(44100);

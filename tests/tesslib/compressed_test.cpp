@@ -121,29 +121,24 @@ TEST(OggFile, OtherDecodersReadItAndItSoundsTheSame) {
     NEED_TOOLS("oggdec", "ogginfo", "sox");
     TempFolder folder;
     const std::string path = folder / "a.ogg";
-    struct Case {
-        int rate;
-        int channels;
-        int quality;  // 99: managed
-        double least_snr;
-    };
-    for (const Case& c :
-         {Case{44100, 2, 0, 8}, {44100, 2, 10, 25}, {16000, 1, 5, 10}, {96000, 2, 6, 10}, {44100, 2, 99, 10}}) {
-        SCOPED_TRACE(std::to_string(c.rate) + " q " + std::to_string(c.quality));
-        const AudioForm form{16, c.rate, c.channels};
+    // A quality of 99 stands for managed bitrates.
+    for (const auto& [rate, channels, quality, least_snr] :
+         {std::tuple{44100, 2, 0, 8}, {44100, 2, 10, 25}, {16000, 1, 5, 10}, {96000, 2, 6, 10}, {44100, 2, 99, 10}}) {
+        SCOPED_TRACE(std::to_string(rate) + " q " + std::to_string(quality));
+        const AudioForm form{16, rate, channels};
         const std::vector<float> pairs = Ringing(1.5, form);
         OggFile file;
-        if (c.quality == 99) {
+        if (quality == 99) {
             file.SetBitrate(128, 150, 100);  // the limits are held to the nominal rate
         } else {
-            file.SetQuality(c.quality);
+            file.SetQuality(quality);
         }
-        ASSERT_TRUE(file.EncoderTakes(c.rate, c.channels));
+        ASSERT_TRUE(file.EncoderTakes(rate, channels));
         WriteFile(file, path, form, pairs);
         EXPECT_EQ(Shell("ogginfo " + path + " && sox " + path + " -n stat"), 0);
         const std::vector<float> theirs = Decoded(path);
         ASSERT_EQ(theirs.size(), pairs.size());
-        EXPECT_GT(SignalToErrorDb(pairs.data(), theirs.data(), static_cast<int>(pairs.size())), c.least_snr);
+        EXPECT_GT(SignalToErrorDb(pairs.data(), theirs.data(), static_cast<int>(pairs.size())), least_snr);
         ExpectNear(ReadFile(path), theirs, kOneStep);
     }
 }

@@ -138,25 +138,22 @@ TEST(RiffReading, LargeFilesAreReadAtTheirEnd) {
     TempFolder folder;
     const std::string fmt = Fmt(1, 2, 44100, 16), tail = SampleBytes(400);
     constexpr int64_t kLarge = 5'000'000'000 / 4 * 4, kLargestRiff = 0xFFFFFF00, kLargestAiff = 0xFFFFF000;
-    struct Case {
-        std::string head;
-        int64_t size;
-    };
-    for (const Case& c : {Case{RF64(DS64(0, kLarge, 0), fmt + Chunk("data", "", UINT32_MAX)), kLarge},
-                          {W64(W64Chunk("fmt ", FmtFields(1, 2, 44100, 16)) + W64Chunk("data", "", kLarge)), kLarge},
-                          {Riff(fmt + Chunk("data", "", kLargestRiff)), kLargestRiff},
-                          {Riff(fmt + Chunk("data", "", 0)), kLarge},  // left behind by a crash
-                          {Form("AIFF", Comm(2, kLargestAiff / 4, 16) + Ssnd("", kLargestAiff + 8)), kLargestAiff}}) {
-        const std::string path = folder.Write("large", c.head);
-        std::filesystem::resize_file(path, c.head.size() + static_cast<uintmax_t>(c.size - 400));
+    for (const auto& [head, size] :
+         {std::pair{RF64(DS64(0, kLarge, 0), fmt + Chunk("data", "", UINT32_MAX)), kLarge},
+          {W64(W64Chunk("fmt ", FmtFields(1, 2, 44100, 16)) + W64Chunk("data", "", kLarge)), kLarge},
+          {Riff(fmt + Chunk("data", "", kLargestRiff)), kLargestRiff},
+          {Riff(fmt + Chunk("data", "", 0)), kLarge},  // left behind by a crash
+          {Form("AIFF", Comm(2, kLargestAiff / 4, 16) + Ssnd("", kLargestAiff + 8)), kLargestAiff}}) {
+        const std::string path = folder.Write("large", head);
+        std::filesystem::resize_file(path, head.size() + static_cast<uintmax_t>(size - 400));
         std::ofstream(path, std::ios::app | std::ios::binary) << tail;
-        RefPtr<FileStream> file = FileFor(c.head);
+        RefPtr<FileStream> file = FileFor(head);
         ASSERT_EQ(file->Open(path, OM_READ), 0) << GetLastError().text;
-        ASSERT_EQ(file->GetTotalSamples(0), c.size / 4) << c.head.substr(0, 4);
+        ASSERT_EQ(file->GetTotalSamples(0), size / 4) << head.substr(0, 4);
         std::vector<float> buffer(2 * 200);
-        EXPECT_EQ(file->Read(c.size / 4 - 100, buffer.data(), 200, 0), 100) << c.head.substr(0, 4);
+        EXPECT_EQ(file->Read(size / 4 - 100, buffer.data(), 200, 0), 100) << head.substr(0, 4);
         buffer.resize(200);
-        EXPECT_EQ(buffer, Decoded(tail, 16, file->file_format == FF_AIFF)) << c.head.substr(0, 4);
+        EXPECT_EQ(buffer, Decoded(tail, 16, file->file_format == FF_AIFF)) << head.substr(0, 4);
     }
 }
 

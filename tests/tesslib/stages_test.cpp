@@ -177,26 +177,22 @@ TEST(JOSConvert, GivesWhatTheFormulaGives) {
     const std::vector<float> pairs = Noise(700);
     std::array<std::vector<float>, 2> channels;
     for (size_t i = 0; i < pairs.size(); ++i) channels[i % 2].push_back(pairs[i]);
-    struct Case {
-        int input_rate, output_rate;
-        uint32_t flags;
-        int Nmult, Npc;
-    };
-    for (const Case& c : {Case{44100, 48000, PCM_BEST_QUALITY, 30, 16384},
-                          {96000, 44100, PCM_BEST_QUALITY | PCM_NO_FADERS, 30, 16384},
-                          {44101, 48000, PCM_BEST_QUALITY, 30, 16384},
-                          {88200, 44100, PCM_BEST_QUALITY, 11, 4096},
-                          {44100, 176400, PCM_BEST_QUALITY, 11, 4096},
-                          {384000, 22050, PCM_USE_CACHE, 11, 4096},
-                          {22050, 384000, 0, 11, 4096},
-                          {48000, 47999, 0, 11, 4096},
-                          {96000, 48000, 0, 5, 4096}}) {
-        SCOPED_TRACE(std::to_string(c.input_rate) + " to " + std::to_string(c.output_rate));
-        MemoryStream source(c.input_rate, pairs);
-        JOSConvert convert(&source, c.output_rate);
-        const std::vector<float> output = ReadAll(convert, c.flags);
-        ASSERT_EQ(static_cast<int64_t>(output.size()), 2 * MulDiv64(700, c.output_rate, c.input_rate));
-        const Testing::PlainResampler plain{c.Nmult, c.Npc, double(c.input_rate), double(c.output_rate)};
+    for (const auto& [input_rate, output_rate, flags, n_mult, n_pc] :
+         {std::tuple{44100, 48000, uint32_t{PCM_BEST_QUALITY}, 30, 16384},
+          {96000, 44100, PCM_BEST_QUALITY | PCM_NO_FADERS, 30, 16384},
+          {44101, 48000, PCM_BEST_QUALITY, 30, 16384},
+          {88200, 44100, PCM_BEST_QUALITY, 11, 4096},
+          {44100, 176400, PCM_BEST_QUALITY, 11, 4096},
+          {384000, 22050, PCM_USE_CACHE, 11, 4096},
+          {22050, 384000, 0, 11, 4096},
+          {48000, 47999, 0, 11, 4096},
+          {96000, 48000, 0, 5, 4096}}) {
+        SCOPED_TRACE(std::to_string(input_rate) + " to " + std::to_string(output_rate));
+        MemoryStream source(input_rate, pairs);
+        JOSConvert convert(&source, output_rate);
+        const std::vector<float> output = ReadAll(convert, flags);
+        ASSERT_EQ(static_cast<int64_t>(output.size()), 2 * MulDiv64(700, output_rate, input_rate));
+        const Testing::PlainResampler plain{n_mult, n_pc, double(input_rate), double(output_rate)};
         double worst = 0.0;
         for (size_t i = 0; i < output.size(); ++i) {
             worst = std::max(worst, std::abs(output[i] - plain.At(channels[i % 2], static_cast<int64_t>(i / 2))));
