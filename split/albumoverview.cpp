@@ -34,9 +34,11 @@ private:
 bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     overview = {};
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
-    const auto is_drawn = [](const FileHistoryEntry* recording) {
-        return recording->TotalSamples() > 0 && FileExists(recording->GetPath()) &&
-               IsWaveformFileFresh(*recording, ".wft");
+    // The length is known only once the recording has been open, which also drops a waveform of an older file.
+    const auto is_drawn = [](FileHistoryEntry* recording) {
+        if (recording->Open(USER_PROBE, false) != OPEN_GOOD) return false;
+        recording->Close(USER_PROBE);
+        return IsWaveformFileFresh(*recording, ".wft");
     };
     if (std::all_of(recordings.begin(), recordings.end(), is_drawn)) {
         ReadSideOverview(overview, recordings, 0);
@@ -46,10 +48,10 @@ bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
     for (size_t i = 0; i < recordings.size(); ++i) {
         FileHistoryEntry& recording = *recordings[i];
-        if (recording.Open(USER_WAVEFORM, false) != OPEN_GOOD) return false;
+        if (recording.Open(USER_SCAN, false) != OPEN_GOOD) return false;
         const auto stream = MakeRef<ReportingPCMStream>(recording.open_file.get(), static_cast<int>(i) * share, share);
         const int failure = overview.AddRecording(*stream);
-        recording.Close(USER_WAVEFORM);
+        recording.Close(USER_SCAN);
         if (failure || Progress::Cancelled()) return false;
     }
     overview.loaded = true;

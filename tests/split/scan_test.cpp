@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "audiosignals.h"
+#include "cleanup/waveformreader.h"
+#include "collection/steering_file.h"
 #include "collection/undo.h"
 #include "fake_hosts.h"
 #include "foundation/settings.h"
@@ -207,14 +209,22 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     OrvaneTest::RecordedAlbum sides;
     for (const int frames : {50000, 60000}) sides.AddSide(OrvaneTest::NoisePairs(frames));
     WaveformOverview from_audio, from_files, spoilt;
+    WaveformReader drawing(*sides.album->sides[0]->newest);
+    std::vector<WaveformRecord> columns;
+    EXPECT_EQ(drawing.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_audio));
+    EXPECT_EQ(drawing.Read({40000, 1000, 100, false}, columns), WaveformResult::Drawn) << "its file has been closed";
     for (FileHistoryEntry* entry : sides.album->Recordings()) RequestWaveformData(*entry);
     OrvaneTest::RecordedAlbum::Wait();
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files));
     EXPECT_EQ(from_files.bytes, from_audio.bytes);
     EXPECT_EQ(from_files.total_samples, 110000);
     sides.folder.Write(sides.album->sides[0]->newest->WaveformPath(".wft"), std::string(43, '\1'));
-    ASSERT_TRUE(ReadAlbumOverview(*sides.album, spoilt));
+    // Also by a program that has just started.
+    ASSERT_TRUE(SaveCollection(sides.set.path, sides.set, false));
+    std::unique_ptr<AlbumSet> reloaded;
+    OpenCollection(sides.set.path, &reloaded);
+    ASSERT_TRUE(ReadAlbumOverview(*reloaded->albums.First(), spoilt));
     EXPECT_EQ(spoilt.bytes[5], 1);
 }
 
