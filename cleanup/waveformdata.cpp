@@ -103,7 +103,8 @@ void ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* co
             ShowLastError();
         }
     }
-    overview.loaded = overview.total_bytes > 0 && !(flags & OVERVIEW_READ_AGAIN);
+    const bool has_audio = overview.total_samples > 0 || overview.total_bytes > 0;
+    overview.loaded = has_audio && !(flags & OVERVIEW_READ_AGAIN);
 }
 
 WaveformOverview BuildOverview(PCMStream& file) {
