@@ -166,15 +166,17 @@ void PostProgress(RefPtr<FileHistoryEntry> entry) {
 bool StartGeneration(FileHistoryEntry& entry) {
     // The recording before the files: one that is on a drive which is not there today keeps those it has.
     RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_SETTINGS);
-    const bool report = !(entry.flags & FHE_FAILURE_REPORTED);
+    const bool report_open = !(entry.flags & FHE_FAILURE_REPORTED);
     entry.flags |= FHE_FAILURE_REPORTED;  // now, for a drawing behind the message will request it again
-    if (copy->Open(USER_WAVEFORM, report) != OPEN_GOOD) return false;
+    if (copy->Open(USER_WAVEFORM, report_open) != OPEN_GOOD) return false;
+    entry.flags &= ~FHE_FAILURE_REPORTED;
+    const bool report = !std::exchange(entry.waveform_failure_reported, true);  // likewise
     auto writer = std::make_unique<WaveformWriter>(copy->SampleRate(), report);
     if (!writer->Open(copy->GetPath())) {
         copy->Close(USER_WAVEFORM);
         return false;
     }
-    entry.flags &= ~FHE_FAILURE_REPORTED;
+    entry.waveform_failure_reported = false;
     event::Fire(EVENT_WAVEFORM_STARTING, event::Arg(&entry));
     entry.LoadCorrections(true);
     entry.generating = true;

@@ -32,9 +32,9 @@ bool IsWaveformFileFresh(const FileHistoryEntry& entry, std::string_view extensi
 bool IsWaveformReady(const FileHistoryEntry& entry);
 
 // Makes the entry's waveform on a thread of its own, of which MaxThreads run at a time; what is more waits in the order
-// of the requests. A second request for what is waiting or being made does nothing. A recording that cannot be opened
-// has been reported, once. While it runs the entry's `generating` is set and `progress` is the percentage; events 19
-// and EVENT_WAVEFORM_PROGRESS tell of it, the latter from the main loop.
+// of the requests. A second request for what is waiting or being made does nothing. A recording that cannot be opened,
+// or files that cannot be made, have been reported, once. While it runs the entry's `generating` is set and `progress`
+// is the percentage; events 19 and EVENT_WAVEFORM_PROGRESS tell of it, the latter from the main loop.
 void RequestWaveformData(FileHistoryEntry& entry);
 
 // Cancels the making of waveforms and forgets the requests: of all, of one recording, of an album or of a collection.

@@ -187,6 +187,7 @@ public:
     std::atomic<bool> generating{false};  // waveform data are being made
     std::atomic<int32_t> progress{0};     // of that, in percent
     bool waveform_ready = false;
+    bool waveform_failure_reported = false;  // that its files cannot be made, since they last could
 
 private:
     FileHistoryEntry(const FileHistoryEntry& original, uint32_t what);

@@ -165,6 +165,20 @@ TEST(GenerateWaveform, WhatWasCancelledIsMadeAgain) {
     }
 }
 
+TEST(GenerateWaveform, EachReasonToFailIsShownOnce) {
+    OrvaneTest::FakeMessageHost host;
+    RecordedAlbum sides;
+    FileHistoryEntry& entry = sides.AddSide(NoisePairs(100));
+    sides.folder.Write("Mine/orvfiles", "in the way of the folder");
+    for (const char* reason : {"orvfiles", "side1.wav"}) {
+        host.asked.clear();
+        for (int i = 0; i < 2; ++i) RequestWaveformData(entry);
+        ASSERT_EQ(host.asked.size(), 1u) << reason;
+        EXPECT_NE(host.Texts()[0].find(reason), std::string::npos) << host.Texts()[0];
+        DeleteFile(entry.GetPath());
+    }
+}
+
 int32_t BlockFor(int64_t frames) {
     if (frames < 64) return 1;
     return frames < 2048 ? 64 : frames < 16384 ? 1024 : 8192;
