@@ -5,6 +5,8 @@
 #include <cerrno>
 
 #include "cleanup/generatewaveform.h"
+#include "collection/dataobjects.h"
+#include "collection/listchange.h"
 #include "foundation/event.h"
 #include "foundation/host.h"
 
@@ -46,21 +48,41 @@ WaveformSource ChooseWaveformSource(int64_t frames_per_column) {
 
 WaveformReader::WaveformReader(FileHistoryEntry& entry) : entry(entry) {
     event::Subscribe(EVENT_WAVEFORM_PROGRESS, event::Arg(&entry), OnProgress, this);
+    event::Subscribe(EVENT_ALBUM_CLOSING, 0, OnClosing, this);
+    event::Subscribe(EVENT_COLLECTION_CLOSING, 0, OnClosing, this);
 }
 
 WaveformReader::~WaveformReader() {
     event::Unsubscribe(EVENT_WAVEFORM_PROGRESS, OnProgress, this);
+    event::Unsubscribe(EVENT_ALBUM_CLOSING, OnClosing, this);
+    event::Unsubscribe(EVENT_COLLECTION_CLOSING, OnClosing, this);
+    CloseAudio();
+}
+
+void WaveformReader::CloseAudio() {
     if (!audio) return;
     audio = nullptr;
     entry.Close(USER_WAVEFORM);
 }
 
+void WaveformReader::CloseLevels() {
+    for (Level* level : {&wfs_file, &wfo_file, &wfd_file}) level->file.reset();
+}
+
 // Files that have been made anew stand beside the ones that are open.
 intptr_t WaveformReader::OnProgress(void* context, int, EventArg, EventArg ended, EventArg) {
     auto* self = static_cast<WaveformReader*>(context);
-    if (ended) {
-        for (Level* level : {&self->wfs_file, &self->wfo_file, &self->wfd_file}) level->file.reset();
-    }
+    if (ended) self->CloseLevels();
+    return 0;
+}
+
+// The files of an album may be renamed or deleted behind this.
+intptr_t WaveformReader::OnClosing(void* context, int, EventArg closing, EventArg, EventArg) {
+    auto* self = static_cast<WaveformReader*>(context);
+    const AlbumInfo* album = self->entry.album;
+    if (closing != event::Arg(album) && closing != event::Arg(album->set)) return 0;
+    self->CloseLevels();
+    self->CloseAudio();
     return 0;
 }
 
@@ -126,7 +148,9 @@ bool WaveformReader::ReadBlocks(const Level& level, Stretch wanted, bool correct
         ShowLastError();
         return false;
     }
-    for (int channel = 0; corrected && channel < 2; ++channel) Correct(channel, wanted, level.block);
+    if (!corrected) return true;
+    const Locked lists(ListChangeLock());  // a scan for clicks enters what it finds from a thread of its own
+    for (int channel : {0, 1}) Correct(channel, wanted, level.block);
     return true;
 }
 

@@ -26,7 +26,8 @@ enum class WaveformResult {
 };
 
 // Keeps the files that it needs open between calls, so there is one for a drawing and only one for a recording at a
-// time. Files that are made anew are opened anew. Main thread; the entry outlives it.
+// time. Files that are made anew are opened anew; the closing of the album or the collection closes them all, until the
+// next call. Main thread; the entry outlives it.
 class WaveformReader {
 public:
     explicit WaveformReader(FileHistoryEntry& entry);
@@ -52,7 +53,10 @@ private:
         FilePtr file;
     };
     static intptr_t OnProgress(void* context, int, EventArg, EventArg ended, EventArg);
+    static intptr_t OnClosing(void* context, int, EventArg closing, EventArg, EventArg);
 
+    void CloseAudio();
+    void CloseLevels();
     WaveformResult OpenFresh(Level& level, Level& sibling_1, Level& sibling_2);
     WaveformResult ReadFile(const Level& level, const WaveformView& view, std::vector<WaveformRecord>& columns);
     WaveformResult ReadAudio(const WaveformView& view, std::vector<WaveformRecord>& columns);

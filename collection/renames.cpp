@@ -53,7 +53,7 @@ bool RecordingRenames::Move() {
 }
 
 bool RenameAlbumFiles(AlbumInfo& album, const std::string& artist, const std::string& title) {
-    if (album.open_fhe_count > 0) event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));
+    event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));
     RecordingRenames files(AllRecordings(album));
     const std::string old_artist = std::exchange(album.artist, artist);
     const std::string old_title = std::exchange(album.title, title);

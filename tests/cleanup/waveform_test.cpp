@@ -1,12 +1,16 @@
 // The making, reading and drawing of waveform files.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <limits>
+#include <thread>
 
 #include "cleanup/generatewaveform.h"
 #include "cleanup/waveformreader.h"
 #include "cleanup/waveformwriter.h"
+#include "collection/listchange.h"
+#include "collection/renames.h"
 #include "fake_hosts.h"
 #include "foundation/event.h"
 #include "foundation/settings.h"
@@ -272,6 +276,51 @@ TEST(WaveformReader, TheCorrectedViewHoldsBlocksToTheirRepairs) {
     wanted[31] = {16384, 16384, -20, 30};
     ASSERT_EQ(reader.Read({0, 3200, 50, true}, columns), WaveformResult::Drawn);
     EXPECT_EQ(columns, wanted);
+}
+
+TEST(WaveformReader, TheCorrectedViewIsOfOneListWhileAScanEntersAnother) {
+    RecordedAlbum sides;
+    FileHistoryEntry& entry = sides.AddSide(std::vector<float>(2 * 64 * 2000));
+    RequestWaveformData(entry);
+    RecordedAlbum::Wait();
+    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    std::atomic<bool> ended{false};
+    const std::jthread scan([&] {
+        for (int16_t version = 1; version < 300; ++version) {
+            ClickRepairList found(0);
+            for (int64_t block = 0; block < 2000; ++block) {
+                found.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 64 * block, {version}).release());
+            }
+            const ListChange change(&entry.click_repairs[0]);
+            entry.click_repairs[0].Swap(found);
+        }
+        ended = true;
+    });
+    WaveformReader reader(entry);
+    std::vector<WaveformRecord> columns;
+    for (bool last = false; !last;) {
+        last = ended;
+        ASSERT_EQ(reader.Read({0, 64 * 2000, 2000, true}, columns), WaveformResult::Drawn);
+        for (const WaveformRecord& column : columns) ASSERT_EQ(column.max_left, columns[0].max_left);
+    }
+    EXPECT_EQ(columns[0].max_left, 299);
+}
+
+TEST(WaveformReader, LetsGoOfTheRecordingWhenItsAlbumOrCollectionCloses) {
+    RecordedAlbum sides;
+    FileHistoryEntry& entry = sides.AddSide(NoisePairs(2000));
+    WaveformReader reader(entry);
+    std::vector<WaveformRecord> columns;
+    const std::pair<int, EventArg> closings[] = {{EVENT_ALBUM_CLOSING, event::Arg(&entry)},  // another album
+                                                 {EVENT_ALBUM_CLOSING, event::Arg(sides.album)},
+                                                 {EVENT_COLLECTION_CLOSING, event::Arg(&sides.set)}};
+    for (const auto& [closing, which] : closings) {
+        EXPECT_EQ(reader.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
+        event::Fire(closing, which);
+        EXPECT_EQ(entry.IsOpen(), which == event::Arg(&entry));
+    }
+    EXPECT_EQ(reader.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
+    EXPECT_TRUE(RenameAlbumFiles(*sides.album, "Other", "Name"));
 }
 
 TEST(WaveformReader, OnlyFreshFilesAreDrawnAlsoWhileTheyAreOpen) {
