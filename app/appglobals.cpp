@@ -36,4 +36,8 @@ int32_t CpuRatio() {
     return ratio;
 }
 
+int32_t ReportIntervalMs() {
+    return std::clamp(200000 / CpuRatio(), 500, 10000);
+}
+
 }  // namespace Orvane

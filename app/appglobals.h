@@ -31,4 +31,7 @@ std::string TitleBarText();
 // call, which takes 200 ms.
 int32_t CpuRatio();
 
+// Milliseconds between two reports of progress of a job in the background, 500 to 10000.
+int32_t ReportIntervalMs();
+
 }  // namespace Orvane

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "app/fatal_error.h"
+#include "cleanup/generatewaveform.h"
 #include "collection/albumset.h"
 #include "collection/steering_file.h"
 #include "foundation/assert.h"
@@ -117,6 +118,7 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
 bool InitApplication() {
     SetMainThread();
     InstallFatalErrorHooks();
+    SetWaveformReportInterval(ReportIntervalMs);
     LogLine(fmt::sprintf("%s started (%d bit)", kProgramName, 8 * sizeof(void*)));
     if (!OpenSettings()) return false;
     gApp.documents_folder = DocumentsFolder();

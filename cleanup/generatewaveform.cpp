@@ -18,11 +18,13 @@
 namespace Orvane {
 namespace {
 
-constexpr int64_t kReportNs = 500'000'000;
+constexpr int32_t kLeastReportMs = 500;
 constexpr FileTime kStaleAfter = 5 * kFileTimeSecond;
 constexpr const char* kExtensions[] = {".wft", ".wfs", ".wfo", ".wfd"};
 
 enum CancelKind : EventArg { CANCEL_ALL = 0, CANCEL_ENTRY = 1, CANCEL_COLLECTION = 2 };
+
+int32_t (*report_interval)() = nullptr;
 
 void HandleEnded();
 void PostProgress(RefPtr<FileHistoryEntry> entry);
@@ -75,6 +77,7 @@ private:
         bool ok = true, written = true;
         int64_t position = 0;
         int64_t next_report = MonotonicNs();
+        int32_t interval = 0;  // ms; not asked for in a short run, which needs none
         while (!Stopped() && written) {
             const int32_t n = file.Read(position, pairs.data(), chunk, kWaveformFlags);
             if (n < 0) {
@@ -85,8 +88,9 @@ private:
             written = writer->Write(pairs.data(), n);
             position += n;
             if (MonotonicNs() < next_report) continue;
-            next_report = MonotonicNs() + kReportNs;
             Report(position, file.GetTotalSamples(0));
+            interval = interval && report_interval ? report_interval() : kLeastReportMs;
+            next_report = MonotonicNs() + int64_t{interval} * 1'000'000;
         }
         const bool cancelled = Stopped();
         // The time that the file had when it was opened: one that is written to meanwhile makes the files stale.
@@ -298,6 +302,10 @@ void WaitForWaveformThreads(const AlbumInfo& album) {
     for (const auto& entry : entries) {
         if (entry->album == &album) WaitForWaveformThreads(*entry);
     }
+}
+
+void SetWaveformReportInterval(int32_t (*interval_ms)()) {
+    report_interval = interval_ms;
 }
 
 bool NoBackgroundJobs(int message) {

@@ -37,6 +37,10 @@ bool IsWaveformReady(const FileHistoryEntry& entry);
 // is the percentage; events 19 and EVENT_WAVEFORM_PROGRESS tell of it, the latter from the main loop.
 void RequestWaveformData(FileHistoryEntry& entry);
 
+// Sets who says how many ms pass between two reports of progress, half a second without. It is called on the thread
+// that makes a waveform, before the third report, and may take a while. Before the first request.
+void SetWaveformReportInterval(int32_t (*interval_ms)());
+
 // Cancels the making of waveforms and forgets the requests: of all, of one recording, of an album or of a collection.
 // None runs on return. The closing of an album and of a collection do it by themselves.
 void WaitForWaveformThreads();
