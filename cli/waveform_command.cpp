@@ -91,7 +91,14 @@ int DrawPicture(CommandContext& context, const WaveformArguments& arguments, con
     picture.tracks = TracksOn(album, place);
     for (const CutAndSpliceCorrection& cut : entry.cuts) picture.cuts.push_back(to_ticks(rate, cut.start_time));
     WaveformReader reader(entry);
-    if (reader.Read(view, picture.columns) != WaveformResult::Drawn) return context.FailLastError();
+    switch (reader.Read(view, picture.columns)) {
+        case WaveformResult::Drawn:
+            break;
+        case WaveformResult::NotReady:
+            return context.Fail("The waveform is missing or older than its recording: " + entry.GetPath());
+        case WaveformResult::Failed:
+            return context.FailLastError();
+    }
     const Canvas canvas = DrawSide(picture);
     if (canvas.WritePng(arguments.png) < 0) return context.FailLastError();
     context.result["png"] = AbsolutePath(arguments.png);
