@@ -130,12 +130,12 @@ private:
     }
 
     void Track(const PicturedTrack& track, Colour colour) {
+        Faders(track);
         if (track.end <= side.from || track.start >= side.to) return;
         const int left = std::max(kLeft, X(track.start)), right = std::min(Right(), X(track.end));
         canvas.Fill(left, kTracksTop, right, kTracksTop + kTracksHeight, colour, 0.18);
         canvas.Fill(left, kTracksTop, right, kTracksTop + 3, colour);
         Caption(track, left + 6, right - 6);
-        Faders(track);
         for (const int64_t at : {track.start, track.end}) {
             if (IsInside(at)) Break(at, at == track.start ? 1 : -1);
         }

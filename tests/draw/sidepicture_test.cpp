@@ -37,6 +37,11 @@ TEST(SidePicture, HeightsColoursAndBreaksAreWhereTheyBelong) {
             darkest = std::min<int>(darkest, canvas.At(x, kLaneTop + 180).red);
         EXPECT_LT(darkest, 80) << "no break at " << at;
     }
+    // Faders that reach into the picture from tracks outside.
+    picture.tracks = {{"1", "One", -50 * kSecond, -10 * kSecond, 0, 30 * kSecond},
+                      {"2", "Two", 120 * kSecond, 150 * kSecond, 40 * kSecond, 0}};
+    const Canvas faders = DrawSide(picture);
+    for (const double at : {10.0, 90.0}) EXPECT_FALSE(faders.At(XAt(at), 45) == faders.At(XAt(50), 45)) << at;
 }
 
 }  // namespace
