@@ -10,6 +10,7 @@
 #include "tesslib/chunks.h"
 #include "tesslib/fileformats.h"
 #include "tesslib/id3v2.h"
+#include "tesslib/vorbistags.h"
 
 namespace Tesslib {
 namespace {
@@ -36,19 +37,28 @@ uint32_t In32Bits(int64_t size) {
     return static_cast<uint32_t>(std::min<int64_t>(size, UINT32_MAX));
 }
 
-// The private sub-chunk of an INFO list, empty without one.
-std::string ReadInfoText(std::span<const uint8_t> list) {
-    if (list.size() <= 4 || TextAt(list.data(), 4) != "INFO") return {};
+// Gives the name and the text of each sub-chunk of an INFO list to `take`, until that answers false.
+template <class Take>
+void ForEachInfoText(std::span<const uint8_t> list, const Take& take) {
+    if (list.size() <= 4 || TextAt(list.data(), 4) != "INFO") return;
     for (list = list.subspan(4); list.size() >= 9;) {
         uint64_t size = LoadLE<uint32_t>(&list[4]);
-        if (TextAt(list.data(), 4) == kPrivateTag) {
-            std::string_view text = TextAt(&list[8], std::min<uint64_t>(size, list.size() - 8));
-            return ValidUtf8(text.substr(0, text.find('\0')));
-        }
+        std::string_view text = TextAt(&list[8], std::min<uint64_t>(size, list.size() - 8));
+        if (!take(TextAt(list.data(), 4), ValidUtf8(text.substr(0, text.find('\0'))))) return;
         uint64_t step = ((size + 1) | 1) + 7;
         list = list.subspan(std::min<uint64_t>(step, list.size()));
     }
-    return {};
+}
+
+// The private sub-chunk of an INFO list, empty without one.
+std::string ReadInfoText(std::span<const uint8_t> list) {
+    std::string found;
+    ForEachInfoText(list, [&](std::string_view name, std::string text) {
+        if (name != kPrivateTag) return true;
+        found = std::move(text);
+        return false;
+    });
+    return found;
 }
 
 }  // namespace
@@ -223,6 +233,24 @@ bool WAVFile::WriteSizes(int64_t new_end) {
     }
     return write_at(0, ByteWriter().Text("RIFF").LE(In32Bits(new_end - 8)).Text("WAVE")) &&
            write_at(data_offset - 4, ByteWriter().LE(In32Bits(data_bytes)));
+}
+
+std::vector<std::string> WAVFile::Comments() {
+    Locked lock(cs);
+    std::vector<std::string> comments;
+    next_position = -1;
+    if (format_flags & FORMAT_W64 || fseeko(file, 12, SEEK_SET) != 0) return comments;
+    auto take = [&](FILE*, ChunkRow& row) -> int64_t {
+        ForEachInfoText(row.size > kLargestTag ? std::span<const uint8_t>() : row.data,
+                        [&](std::string_view name, const std::string& text) {
+                            AddShownComment(comments, std::string(name) + "=" + text);
+                            return true;
+                        });
+        return 0;
+    };
+    ChunkRow rows[] = {{"LIST+", kLargestTag, take}, {"ds64-", kDS64Size}};
+    WalkChunks(file, filename, rows, 0);
+    return comments;
 }
 
 std::string WAVFile::ReadTags(std::string_view tagged_file) {

@@ -29,6 +29,8 @@ public:
 
     int32_t GetFileSizeLimit(bool& can_be_limited) const override;
     std::string ReadTags(std::string_view tagged_file) override;
+    // The texts of its INFO lists, named by their four letters.
+    std::vector<std::string> Comments() override;
 
 protected:
     int ReadHeader(uint32_t open_flags) override;

@@ -116,6 +116,37 @@ TEST_F(Audio, CtrlCEndsAJobWithoutHalfAFile) {
     }
 }
 
+TEST_F(Audio, ProbeShowsCommentsAndTellsOfAFileThatEndsEarly) {
+    MakeWave("a.wav", 2);
+    Must({"convert", "a.wav", "a.ogg"});
+    const std::string list("LIST\x12\0\0\0INFOINAM\x05\0\0\0Song\0\0", 26);
+    const std::string wav = ReadBytes(folder / "a.wav") + list;
+    const std::string ogg = ReadBytes(folder / "a.ogg");
+    struct Row {
+        const char* file;
+        std::string bytes;
+        bool ends_early;
+        const char* comment;
+    };
+    const Row rows[] = {
+        {"whole.wav", wav, false, "INAM=Song"},
+        {"cut.wav", wav.substr(0, 100000), true, nullptr},
+        {"whole.ogg", ogg, false, "ENCODER=Orvane"},
+        {"cut.ogg", ogg.substr(0, ogg.size() - 40), true, "ENCODER=Orvane"},
+    };
+    for (const Row& row : rows) {
+        folder.Write(row.file, row.bytes);
+        const nlohmann::json json = Json({"probe", row.file});
+        const nlohmann::json& probed = json["files"][0];
+        EXPECT_EQ(probed["ends_early"], row.ends_early) << json;
+        EXPECT_EQ(json.contains("remarks"), row.ends_early) << json;
+        EXPECT_EQ(probed["comments"].size(), row.comment ? 1u : 0u) << json;
+        if (row.comment) {
+            EXPECT_NE(probed["comments"].dump().find(row.comment), std::string::npos) << json;
+        }
+    }
+}
+
 class DigitiseCommand : public CliTest {};
 
 TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
