@@ -145,7 +145,7 @@ int WriteNoiseFile(std::string_view path, const NoiseSample& noise) {
         DeleteFile(temporary);
         return FailWrite(temporary, error);
     }
-    return ReplaceFile(temporary, path, std::string(path) + "_bak", OldFile::Drop);
+    return ReplaceFile(temporary, path, OldFile::Drop);
 }
 
 }  // namespace Orvane

@@ -148,7 +148,7 @@ int FileHistoryEntry::SaveCorrections() {
     } else {
         const std::string temporary = WithoutExtension(path) + ".$$$";
         if (const int error = WriteWhole(temporary, WriteCrd(click_repairs))) return error;
-        if (const int error = ReplaceFile(temporary, path, path + "_bak", OldFile::Drop)) return error;
+        if (const int error = ReplaceFile(temporary, path, OldFile::Drop)) return error;
         FileInfo info;
         if (GetFileInfo(path, info) == 0) crd_time = info.time;
     }

@@ -146,7 +146,7 @@ int WriteSafely(const std::string& path, const AlbumSet& set) {
         DeleteFile(temporary);
         return ERR_IO;
     }
-    return ReplaceFile(temporary, path, path + "_bak", OldFile::Keep);
+    return ReplaceFile(temporary, path, OldFile::Keep);
 }
 
 enum class SaveAnswer { GoOn, Refuse, GiveUp };

@@ -90,7 +90,7 @@ int Canvas::WritePng(const std::string& path) const {
     if (!Encode(file, width, height, &pixels.front().red)) error = errno ? errno : EIO;
     if (!error) error = FlushToDisk(file);
     if (std::fclose(file) != 0 && !error) error = errno;
-    if (!error) return ReplaceFile(temporary, path, path + "_bak", OldFile::Drop);
+    if (!error) return ReplaceFile(temporary, path, OldFile::Drop);
     DeleteFile(temporary);
     return FailWrite(path, error);
 }

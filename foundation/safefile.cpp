@@ -29,9 +29,22 @@ std::string PathOfTemporary(std::string_view path) {
     return std::string(path.substr(0, mark)).append(path.substr(mark + kMark.size()));
 }
 
-int ReplaceFile(std::string_view temporary, std::string_view path, std::string_view backup, OldFile old_file) {
+std::string BackupName(std::string_view path) {
+    return std::string(path).append("_bak");
+}
+
+int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_file) {
+    std::string backup = BackupName(path);
+    for (int n = 2; old_file != OldFile::Keep && FileExists(backup); ++n) backup = BackupName(path) + std::to_string(n);
     bool old_stands = FileExists(path);
     bool has_backup = false;
+    if (old_stands && old_file == OldFile::Trash) {
+        if (const int error = MoveToTrash(path)) {
+            DeleteFile(temporary);
+            return FailRename(temporary, path, error);
+        }
+        old_stands = false;
+    }
     if (old_stands) {
         // A second name for the old file keeps the first one in place until the new file takes it. Where the file
         // system knows no second names, the old file is renamed and its name is free for a moment.

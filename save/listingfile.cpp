@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <unordered_set>
 
 #include "collection/recordingplaces.h"
@@ -22,23 +21,24 @@ namespace {
 // False, with the reason as last error, for what is no listing and must stay.
 bool MayReplace(const AlbumSet* set, const std::string& path) {
     if (!set) return true;
-    bool precious = AbsolutePath(set->path) == path;
+    bool precious = false;
+    const auto compare = [&](const std::string& kept) { precious |= !kept.empty() && AbsolutePath(kept) == path; };
+    compare(set->path);
+    compare(BackupName(set->path));
     for (const AlbumInfo& album : set->albums) {
-        for (const FileHistoryEntry* entry : AllRecordings(album)) precious |= AbsolutePath(entry->GetPath()) == path;
+        compare(album.ArtPath());
+        for (const FileHistoryEntry* entry : AllRecordings(album)) {
+            for (const std::string& kept : entry->AllPaths()) compare(kept);
+        }
     }
     if (precious) FailContents(FormatMessage(Msg::NotForListings, path));
     return !precious;
 }
 
-struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-
 // Whether two files, of which the second need not be there, hold the same.
 bool SameBytes(const std::string& a, const std::string& b) {
     int error = 0;
-    const std::unique_ptr<FILE, CloseFile> files[] = {std::unique_ptr<FILE, CloseFile>(OpenFile(a, "rb", error)),
-                                                      std::unique_ptr<FILE, CloseFile>(OpenFile(b, "rb", error))};
+    const FilePtr files[] = {FilePtr(OpenFile(a, "rb", error)), FilePtr(OpenFile(b, "rb", error))};
     if (!files[0] || !files[1]) return false;
     std::array<std::array<char, 4096>, 2> blocks;
     for (;;) {
@@ -53,7 +53,8 @@ bool SameBytes(const std::string& a, const std::string& b) {
 }  // namespace
 
 ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
-                                std::string_view text, Encoding encoding, LineEnds line_ends) {
+                                std::string_view text, Encoding encoding, LineEnds line_ends,
+                                bool (*is_ours)(const std::string& path)) {
     path = AbsolutePath(path);
     if (ExtensionOf(path).empty()) path.append(extension);
     if (IsTooLong(path)) {
@@ -78,7 +79,8 @@ ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::str
         DeleteFile(temporary);
         return ListingWritten::Unchanged;
     }
-    const bool replaced = ReplaceFile(temporary, path, path + "_bak", OldFile::Drop) == 0;
+    const bool foreign = is_ours && FileExists(path) && !is_ours(path);
+    const bool replaced = ReplaceFile(temporary, path, foreign ? OldFile::Trash : OldFile::Drop) == 0;
     return replaced ? ListingWritten::Written : ListingWritten::Failed;
 }
 

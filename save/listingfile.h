@@ -20,10 +20,12 @@ enum class ListingWritten {
 };
 
 // Writes `text`, whose lines end with "\n", to `path` through a temporary file, so that at every moment the old file or
-// the new one is there, whole. Folders are made; the collection of `set` and its recordings are never written over, and
-// a name that is too long is told. A path without an extension gets `extension`. Main thread.
+// the new one is there, whole. Folders are made; the collection of `set`, its recordings and covers and the files kept
+// beside them are never written over, and a name that is too long is told. A path without an extension gets
+// `extension`. With `is_ours` a file that it says no to goes to the Trash. Main thread.
 ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
-                                std::string_view text, Encoding encoding, LineEnds line_ends);
+                                std::string_view text, Encoding encoding, LineEnds line_ends,
+                                bool (*is_ours)(const std::string& path) = nullptr);
 
 struct ListingDone {
     AlbumInfo* album;

@@ -90,34 +90,37 @@ TEST(SafeFile, TheNewFileStandsAndTheOldOneIsTheBackup) {
     TempFolder folder;
     const std::string path = folder / "a.mcf";
     const std::string backup = path + "_bak";
+    ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
     // (contents of: old, older backup) before; each may be missing.
     for (const char* old : {"", "old"}) {
         for (const char* older : {"", "older"}) {
-            for (OldFile keep : {OldFile::Keep, OldFile::Drop}) {
+            for (OldFile keep : {OldFile::Keep, OldFile::Drop, OldFile::Trash}) {
                 const std::string temporary = folder.Write("a_$$$.mcf", "new");
                 DeleteFile(path);
                 DeleteFile(backup);
                 if (*old) folder.Write("a.mcf", old);
                 if (*older) folder.Write("a.mcf_bak", older);
-                EXPECT_EQ(ReplaceFile(temporary, path, backup, keep), 0);
+                EXPECT_EQ(ReplaceFile(temporary, path, keep), 0);
                 EXPECT_EQ(ReadBytes(path), "new");
-                EXPECT_EQ(ReadBytes(backup), !*old ? older : keep == OldFile::Keep ? old : "");
+                EXPECT_EQ(ReadBytes(backup), *old && keep == OldFile::Keep ? old : older);
                 EXPECT_FALSE(FileExists(temporary));
             }
         }
     }
+    EXPECT_EQ(ReadBytes(folder / "data/Trash/files/a.2.mcf"), "old") << "once for each older backup";
 }
 
 TEST(SafeFile, AFailureLeavesTheOldFile) {
     TempFolder folder;
     const std::string path = folder.Write("a.mcf", "old");
-    EXPECT_EQ(ReplaceFile(folder / "none.mcf", path, path + "_bak", OldFile::Keep), -4);
+    EXPECT_EQ(ReplaceFile(folder / "none.mcf", path, OldFile::Keep), -4);
     EXPECT_EQ(ReadBytes(path), "old");
 
     // A folder in the place of the backup cannot be replaced: the old file goes to the Trash.
     ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
-    folder.Write("busy/inside", "");
-    EXPECT_EQ(ReplaceFile(folder.Write("a_$$$.mcf", "new"), path, folder / "busy", OldFile::Keep), 0);
+    DeleteFile(path + "_bak");
+    folder.Write("a.mcf_bak/inside", "");
+    EXPECT_EQ(ReplaceFile(folder.Write("a_$$$.mcf", "new"), path, OldFile::Keep), 0);
     EXPECT_EQ(ReadBytes(path), "new");
     EXPECT_EQ(ReadBytes(folder / "data/Trash/files/a.mcf"), "old");
 }
