@@ -87,6 +87,9 @@ int ReadCue(CommandContext& context, const ListingArguments& arguments) {
     }
     context.Line("{}: {}", context.AlbumName(*album), CountText(album->tracks.size(), "track"));
     context.Text(table.Text(2));
+    const size_t n_recordings = album->Recordings().size();
+    context.result["recordings"] = n_recordings;
+    if (n_recordings == 0) context.Line("The album has no recordings: the tracks lie on no side yet.");
     return CLI_DONE;
 }
 

@@ -12,7 +12,6 @@ namespace Orvane {
 namespace {
 
 constexpr int kMaxFaults = 100;
-constexpr int64_t kTooShort = kTicksPerSecond * 9 / 10;
 constexpr int64_t kOverlapAllowed = 20;  // ticks: roundings of older versions
 
 struct Fault {
@@ -58,7 +57,7 @@ private:
             case 2:
                 return t.IsEmpty() ? TestEmpty() : TestEmbedded();
             case 3:
-                if (!t.IsEmpty() && t.end - t.start < kTooShort) {
+                if (!t.IsEmpty() && t.end - t.start < kTooShortTrack) {
                     return Fault{Msg::TrackTooShort, t.end - t.start, track, t.start, t.start + 1};
                 }
                 break;
@@ -103,7 +102,7 @@ void Repair(AlbumInfo& album, const Fault& fault) {
 
 void UnsetBehindLastGood(AlbumInfo& album) {
     int first = album.tracks.size();
-    while (first > 0 && album.tracks[first - 1].end - album.tracks[first - 1].start < kTooShort) --first;
+    while (first > 0 && album.tracks[first - 1].end - album.tracks[first - 1].start < kTooShortTrack) --first;
     const int64_t place = first > 0 ? album.tracks[first - 1].end : 0;
     const Change change(CHANGE_TRACK_TIMES, &album);
     for (int i = first; i < album.tracks.size(); ++i) {

@@ -1,6 +1,7 @@
 // The objects a collection is made of: the set, its albums, their tracks and sides.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,11 @@ namespace Orvane {
 struct AlbumSet;
 
 enum TrackFlags : uint16_t { TRACK_FADE_IN = 1, TRACK_FADE_OUT = 2 };
+
+// The length that a fade gets for the one asked for: 0.1 to 20 seconds. Ticks.
+constexpr int32_t HeldFadeLength(int64_t wanted) {
+    return static_cast<int32_t>(std::clamp<int64_t>(wanted, kTicksPerSecond / 10, 20 * kTicksPerSecond));
+}
 
 // One track. Times are ticks of 1/44100 s from the start of the album, on its concatenated sides, whatever the rate of
 // the recordings. A fade lies outside of start and end.

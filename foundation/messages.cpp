@@ -299,6 +299,8 @@ std::string_view MessageText(Msg id) {
             return "Incomplete INDEX statement";
         case Msg::CueFileExtension:
             return "Missing or unrecognised file extension <b>%s</b>";
+        case Msg::CueIndexBehindEnd:
+            return "INDEX behind the end of <b>%s</b>";
         case Msg::CueSheetsGenerated:
             return "%d cue sheets generated.";
         case Msg::NoRecordings:

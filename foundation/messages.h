@@ -144,6 +144,7 @@ enum class Msg : int {
     CueTrackOrder,
     CueIncompleteIndex,
     CueFileExtension,    // extension
+    CueIndexBehindEnd,   // file
     CueSheetsGenerated,  // count
     NoRecordings,        // artist, title
     NoTracks,            // artist, title

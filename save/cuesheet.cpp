@@ -10,6 +10,7 @@
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/settings.h"
+#include "foundation/text.h"
 #include "save/cuesheet_keys.h"
 #include "save/cuesheet_reader.h"
 #include "tesslib/fileformats.h"
@@ -29,7 +30,8 @@ bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
             FailContents(FormatMessage(Msg::CannotFindFile, files.back().path));
             return false;
         }
-        files.push_back({place.entry->GetPath(), place.start, place.found ? place.end : -1});
+        files.push_back({place.entry->GetPath(), place.start, place.found ? place.end : -1, &place.entry->cuts,
+                         place.entry->SampleRate()});
     }
     return true;
 }
@@ -93,9 +95,18 @@ bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& f
             return false;
         }
         const int64_t length = LengthOf(file.path);
-        files.push_back({file.path, start, length < 0 ? -1 : start + length});
+        CueFile& other = files.emplace_back();
+        other.path = file.path;
+        other.start = start;
+        if (length >= 0) other.end = start + length;
     }
     return true;
+}
+
+bool IsOurs(const std::string& sheet_path) {
+    const auto reader = OpenTextFile(sheet_path);
+    std::string line;
+    return reader && reader->ReadLine(line) && Trim(line) == kCueSignature;
 }
 
 std::unique_ptr<AlbumInfo> NewDetails(const AlbumInfo& album, const AlbumInfo& said) {
@@ -112,19 +123,26 @@ bool SameDetails(const AlbumInfo& a, const AlbumInfo& b) {
            a.playing_speed == b.playing_speed;
 }
 
+bool SameBreaks(const simple_vector<ALBUMTRACK>& a, const simple_vector<ALBUMTRACK>& b) {
+    const auto same = [](const ALBUMTRACK& x, const ALBUMTRACK& y) { return x.start == y.start && x.end == y.end; };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
+}
+
 // One action that can be undone. False, with the reason as last error, when the recordings cannot take the album's new
 // name.
 bool TakeSheet(AlbumInfo& album, std::unique_ptr<AlbumInfo> details, simple_vector<ALBUMTRACK> tracks) {
     const std::string description = FormatMessage(Msg::ImportTrackListing);
     auto undo = std::make_unique<UndoGroup>(description);
     if (!SameDetails(album, *details)) {
-        std::unique_ptr<UndoEntry> back = UndoEditAlbumDetails(album, std::move(details)).Apply();
-        if (!back) return false;
-        undo->Add(std::move(back));
+        std::unique_ptr<AlbumInfo> before = CopyDetails(album);
+        if (!ChangeDetails(album, *details)) return false;
+        undo->Add(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
     }
+    if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);
     if (tracks != album.tracks) {
         undo->Add(std::make_unique<UndoUpdateTrackInfo>(album, description, 0, tracks.size() - 1));
         const Change change(CHANGE_TRACK_INSERTED | CHANGE_TRACK_TIMES, &album);
+        if (!SameBreaks(album.tracks, tracks)) album.sides_adjusted = 0;
         album.tracks = std::move(tracks);
     }
     if (!undo->Empty()) AddUndo(std::move(undo));
@@ -158,7 +176,7 @@ ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheet
         return ListingWritten::Failed;
     }
     return WriteListingFile(album.set, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
-                            LineEnds::LF);
+                            LineEnds::LF, IsOurs);
 }
 
 std::string CueSheetPath(const AlbumInfo& album) {
@@ -206,7 +224,6 @@ bool ReadCueSheet(AlbumInfo& album, const std::string& path) {
         !PlaceCueTracks(sheet, files, album.tracks, tracks, problem)) {
         return fail(FormatMessage(Msg::InFileAtLine, problem.text, full_path, problem.line));
     }
-    if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);
     return TakeSheet(album, NewDetails(album, sheet.details), std::move(tracks));
 }
 

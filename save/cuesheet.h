@@ -23,13 +23,23 @@ struct CueFile {
     std::string path;
     int64_t start = 0;
     int64_t end = -1;
+    const CutList* cuts =
+        nullptr;  // must outlive this; null: none. The album's time line is without what they take out
+    int32_t samplerate = kTicksPerSecond;  // of the cuts
+
+    // Between the album's time line and positions in the file as other programs see it, ticks from its beginning. A
+    // position inside a cut is the place of the cut.
+    int64_t ToFile(int64_t album_time) const;
+    int64_t ToAlbum(int64_t file_time) const;
 };
 
 // The sheet's text, its lines ended by "\n". A file stands before the first track that starts in it, and INDEX counts
-// from its beginning; END_TIME is on the album's time line. There is at least one file.
+// from its beginning with nothing cut out, as the file lies on the disk; END_TIME is on the album's time line. There is
+// at least one file.
 std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& files, const CueSheetOptions& options);
 
-// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. Main thread.
+// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. What is there
+// already goes to the Trash unless it is a sheet that Orvane wrote. Main thread.
 ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
 
 // "Artist - Title.cue" in the folder that "Cue Sheet Folder" chooses: 0 that of the album's first recording, 1 "Cue

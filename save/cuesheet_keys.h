@@ -52,8 +52,10 @@ enum class CueQuotes { Keep, Convert };
 // single ones.
 std::string CueValue(std::string_view text, CueKeyForm form, CueQuotes quotes);
 
-inline constexpr int kCueFramesPerSecond = 75;
-inline constexpr int64_t kCueFrame = 588;  // ticks
+// The first line of a sheet that Orvane wrote.
+inline constexpr std::string_view kCueSignature = "REM COMMENT \"Orvane\"";
+
+inline constexpr int64_t kCueFrame = 588;  // ticks: a 75th of a second
 inline constexpr int kMostCueTracks = 999;
 
 }  // namespace Orvane

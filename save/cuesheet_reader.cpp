@@ -6,7 +6,9 @@
 #include <map>
 #include <span>
 
+#include "collection/checktrackbreaks.h"
 #include "collection/steering_records.h"
+#include "collection/tracktime.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/text.h"
@@ -155,6 +157,8 @@ private:
         return true;
     }
 
+    // A remark is what programs make of it: one without a value, which some write for every field that is blank, says
+    // nothing, while a statement without its value is a damaged one.
     void ReadRemark(std::string_view rest) {
         const std::string_view key = TakeWord(rest);
         const std::string value = Unquoted(rest);
@@ -175,9 +179,10 @@ private:
         } else if (!sheet.tracks.empty() && is("END_TIME")) {
             sheet.tracks.back().end = number;
         } else if (!sheet.tracks.empty() && (is("FADE_IN") || is("FADE_OUT"))) {
+            if (number == 0) return;
             ALBUMTRACK& track = sheet.tracks.back().details;
             track.filter_flags |= is("FADE_IN") ? TRACK_FADE_IN : TRACK_FADE_OUT;
-            (is("FADE_IN") ? track.fade_in : track.fade_out) = static_cast<int32_t>(std::min<int64_t>(number, INT_MAX));
+            (is("FADE_IN") ? track.fade_in : track.fade_out) = HeldFadeLength(number);
         } else {
             TakeText(key, CueKeyForm::Rem, value);
         }
@@ -236,16 +241,24 @@ bool InFrame(int64_t position, int64_t frame_start) {
     return position >= frame_start && position < frame_start + kCueFrame;
 }
 
-// The track of the listing so far that a track of the sheet is, or null: the same row of as many, or the one of its
-// title.
-const ALBUMTRACK* FindKnown(const simple_vector<ALBUMTRACK>& known, const CueSheet& sheet, size_t row) {
-    if (known.size() == static_cast<int>(sheet.tracks.size())) return &known[static_cast<int>(row)];
-    const std::string& title = sheet.tracks[row].details.title;
-    const auto same = [&title](const ALBUMTRACK& track) {
-        return !title.empty() && Trim(CueValue(track.title, CueKeyForm::Statement, CueQuotes::Convert)) == title;
-    };
-    const auto found = std::find_if(known.begin(), known.end(), same);
-    return found == known.end() ? nullptr : &*found;
+// For each track of the sheet the one of the listing so far that it is, or null: the same row of as many, or the first
+// of its title that is not taken.
+std::vector<const ALBUMTRACK*> FindKnown(const simple_vector<ALBUMTRACK>& known, const CueSheet& sheet) {
+    std::vector<const ALBUMTRACK*> rows;
+    if (known.size() == static_cast<int>(sheet.tracks.size())) {
+        for (const ALBUMTRACK& track : known) rows.push_back(&track);
+        return rows;
+    }
+    for (const CueSheet::Track& said : sheet.tracks) {
+        const std::string& title = said.details.title;
+        const auto is_it = [&](const ALBUMTRACK& track) {
+            return !title.empty() && Trim(CueValue(track.title, CueKeyForm::Statement, CueQuotes::Convert)) == title &&
+                   std::find(rows.begin(), rows.end(), &track) == rows.end();
+        };
+        const auto found = std::find_if(known.begin(), known.end(), is_it);
+        rows.push_back(found == known.end() ? nullptr : &*found);
+    }
+    return rows;
 }
 
 }  // namespace
@@ -272,13 +285,13 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
     const size_t n_tracks = sheet.tracks.size();
     std::vector<int64_t> indexes(n_tracks);  // as the sheet has them
     std::vector<int64_t> starts(n_tracks);   // as they are meant
-    std::vector<const ALBUMTRACK*> rows(n_tracks);
+    const std::vector<const ALBUMTRACK*> rows = FindKnown(known, sheet);
     for (size_t i = 0; i < n_tracks; ++i) {
         const CueSheet::Track& said = sheet.tracks[i];
-        indexes[i] = starts[i] = std::min(kLatest, files[static_cast<size_t>(said.file)].start + said.index);
+        const CueFile& file = files[static_cast<size_t>(said.file)];
+        indexes[i] = starts[i] = std::min(kLatest, file.ToAlbum(said.index));
         if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
-        rows[i] = FindKnown(known, sheet, i);
-        if (rows[i] && InFrame(rows[i]->start, indexes[i])) starts[i] = rows[i]->start;
+        if (rows[i] && InFrame(file.ToFile(rows[i]->start), said.index)) starts[i] = rows[i]->start;
     }
 
     tracks.clear();
@@ -286,17 +299,29 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
     bool unset_before = false;
     for (size_t i = 0; i < n_tracks; ++i) {
         const CueSheet::Track& said = sheet.tracks[i];
-        const CueSheet::File& file = sheet.files[static_cast<size_t>(said.file)];
+        const CueFile& file = files[static_cast<size_t>(said.file)];
         const bool last = i + 1 == n_tracks;
-        const int64_t next = last ? files[static_cast<size_t>(said.file)].end : starts[i + 1];
+        const int64_t next = last ? file.end : starts[i + 1];
         int64_t start = std::max(starts[i], end_before);
         int64_t end = said.end < indexes[i] ? next : said.end;
-        if (end < 0) return fail(file.line, FormatMessage(Msg::CannotFindFile, file.path));
+        if (end < 0) {
+            const CueSheet::File& missing = sheet.files[static_cast<size_t>(said.file)];
+            return fail(missing.line, FormatMessage(Msg::CannotFindFile, missing.path));
+        }
         // An end further behind the next start than a frame has been left over from before that was moved.
         if (!last && end >= indexes[i + 1] + kCueFrame) end = next;
         const bool unset = end < start + kCueFrame;
         if (unset) start = end = std::max(end_before, said.end < indexes[i] ? start : end);
         if (unset_before && !unset) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
+        // Only a track that has no audio yet, as its END_TIME tells, may lie behind the audio.
+        if (file.end >= 0 && indexes[i] >= file.end && !(unset && said.end >= 0)) {
+            return fail(said.line, FormatMessage(Msg::CueIndexBehindEnd, file.path));
+        }
+        // The next check of the track breaks would take such a track away.
+        if (!unset && end - start < kTooShortTrack) {
+            const std::string title = said.details.title.empty() ? std::to_string(i + 1) : said.details.title;
+            return fail(said.line, FormatMessage(Msg::TrackTooShort, title, FormatTime(end - start)));
+        }
         unset_before = unset;
         end_before = end;
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <span>
 
 #include "collection/steering_records.h"
@@ -25,7 +26,7 @@ public:
 
     std::string Write() {
         const std::span<const CueKey<AlbumInfo>> keys(kCueAlbumKeys);
-        text = "REM COMMENT \"Orvane\"\n";
+        text = std::string(kCueSignature) + "\n";
         WriteTexts<AlbumInfo>(keys.first(1), album, "");
         if (album.year) text += fmt::sprintf("REM DATE \"%d\"\n", album.year);
         WriteTexts<AlbumInfo>(keys.subspan(1), album, "");
@@ -74,7 +75,7 @@ private:
         if (track.filter_flags & TRACK_FADE_IN) text += fmt::sprintf("    REM FADE_IN %d\n", track.fade_in);
         if (track.filter_flags & TRACK_FADE_OUT) text += fmt::sprintf("    REM FADE_OUT %d\n", track.fade_out);
         text += fmt::sprintf("    REM END_TIME %d\n", track.end);
-        const int64_t ticks = std::max<int64_t>(0, track.start - files[file].start);
+        const int64_t ticks = std::max<int64_t>(0, files[file].ToFile(track.start));
         const int64_t seconds = ticks / kTicksPerSecond;
         text += fmt::sprintf("    INDEX %02d %02d:%02d:%02d\n", 1, seconds / 60, seconds % 60,
                              ticks % kTicksPerSecond / kCueFrame);
@@ -88,6 +89,22 @@ private:
 };
 
 }  // namespace
+
+int64_t CueFile::ToFile(int64_t album_time) const {
+    const int64_t ticks = album_time - start;
+    if (!cuts) return ticks;
+    // A tick may last several frames: with the place of a cut anywhere in it, what begins there begins behind the cut.
+    const int64_t frames = std::max(to_samples(samplerate, ticks), to_samples(samplerate, ticks + 1) - 1);
+    return ticks + to_ticks(samplerate, cuts->OffsetAt(frames));
+}
+
+int64_t CueFile::ToAlbum(int64_t file_time) const {
+    if (!cuts) return start + file_time;
+    const int64_t frames = to_samples(samplerate, file_time);
+    const int64_t edited = cuts->ToEdited(frames);
+    const bool inside_cut = cuts->ToAbsolute(edited) != frames;
+    return start + (inside_cut ? to_ticks(samplerate, edited) : file_time - to_ticks(samplerate, frames - edited));
+}
 
 std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& files, const CueSheetOptions& options) {
     ORVANE_ASSERT(!files.empty());

@@ -9,13 +9,6 @@ namespace Orvane {
 namespace {
 
 constexpr int32_t kDefaultFade = 5 * kTicksPerSecond;
-constexpr int kShortestFade = 10;  // hundredths of a second
-constexpr int kLongestFade = 2000;
-
-int32_t FadeTicks(int hundredths) {
-    return std::clamp(hundredths, kShortestFade, kLongestFade) * kTicksPerSecond / 100;
-}
-
 void TakeTimes(ALBUMTRACK& row, const ALBUMTRACK& from) {
     row.start = from.start;
     row.end = from.end;
@@ -260,12 +253,11 @@ void EnableFader(ALBUMTRACK& track, Fader fader, bool on) {
     }
     track.filter_flags |= bit;
     if (length) return;
-    const int32_t wanted = GetSetting(in ? "Default Fade In" : "Default Fade Out", kDefaultFade);
-    length = std::clamp(wanted, FadeTicks(kShortestFade), FadeTicks(kLongestFade));
+    length = HeldFadeLength(GetSetting(in ? "Default Fade In" : "Default Fade Out", kDefaultFade));
 }
 
 void SetFaderLength(ALBUMTRACK& track, Fader fader, int hundredths) {
-    (fader == Fader::In ? track.fade_in : track.fade_out) = FadeTicks(hundredths);
+    (fader == Fader::In ? track.fade_in : track.fade_out) = HeldFadeLength(int64_t{hundredths} * kTicksPerSecond / 100);
 }
 
 std::string NumberedTrackTitle(int number) {

@@ -9,6 +9,7 @@
 #include "foundation/settings.h"
 #include "recorded_side.h"
 #include "save/cuesheet_reader.h"
+#include "scoped_environment.h"
 
 namespace Orvane {
 namespace {
@@ -44,7 +45,7 @@ TEST(CueSheetTextTest, EveryValueStandsAtItsPlace) {
     album.tracks[1].excluded = true;
     album.tracks[1].fade_in = 100;  // off
     album.tracks[2].fade_in = 22050;
-    album.tracks[2].fade_out = 0;
+    album.tracks[2].fade_out = 882000;
     album.tracks[2].filter_flags = TRACK_FADE_IN | TRACK_FADE_OUT;
     const std::vector<CueFile> files = {{"/a/one.mp3", 0, 95 * kSecond},
                                         {"/a/no track starts here.wav", 95 * kSecond, 99 * kSecond},
@@ -78,7 +79,7 @@ FILE "three.aiff" WAVE
   TRACK 03 AUDIO
     TITLE "Three"
     REM FADE_IN 22050
-    REM FADE_OUT 0
+    REM FADE_OUT 882000
     REM END_TIME 167580000
     INDEX 01 60:01:00
 )");
@@ -118,6 +119,8 @@ std::string Meaning(const std::string& text) {
         meaning += "|" + (track.artist.empty() ? "" : track.artist + ": ") + track.title + " " +
                    std::to_string(track.start / 588) + "-" + std::to_string(track.end / 588);
         if (track.excluded) meaning += " skipped";
+        if (track.filter_flags & TRACK_FADE_IN) meaning += " in " + std::to_string(track.fade_in);
+        if (track.filter_flags & TRACK_FADE_OUT) meaning += " out " + std::to_string(track.fade_out);
     }
     return meaning;
 }
@@ -169,6 +172,10 @@ TEST(CueSheetReaderTest, TakesTheSheetsOfOtherPrograms) {
          file + "TRACK 1\nREM END_TIME 441000000\nINDEX 1 0:10:0\nTRACK 2\nREM SKIP_TRACK\nREM END_TIME 44100\nINDEX 1 "
                 "0:20:0\n",
          "//0| 750-1500| 1500-45000 skipped"},
+        {"fades are held to what a fader takes, and off without a length",
+         file + "TRACK 1\nREM FADE_IN 9999999999\nREM FADE_OUT 1\nINDEX 1 0:0:0\nTRACK 2\nREM FADE_IN abc\nREM "
+                "FADE_OUT 0\nINDEX 1 0:20:0\n",
+         "//0| 0-1500 in 882000 out 4410| 1500-45000"},
         {"unset tracks behind the others",
          file + one +
              "TRACK 2\nREM END_TIME 882100\nINDEX 1 0:20:0\nTRACK 3\nREM "
@@ -192,6 +199,13 @@ TEST(CueSheetReaderTest, SaysWhatIsWrongAndWhere) {
         {file + "TRACK 2\nINDEX 1 0:0:0\nTRACK 2\n", "TRACKs must be in ascending order at 4"},
         {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nINDEX 1 0:8:74\n", "TRACKs must be in ascending order at 5"},
         {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nINDEX 1 0:9:0\n", "TRACKs must be in ascending order at 5"},
+        {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nTITLE T\nINDEX 1 0:9:60\nTRACK 3\nINDEX 1 0:10:0\n",
+         "Track 1 too short (0:00.80000) at 3"},
+        {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nTITLE T\nINDEX 1 9:59:50\n", "Track T too short (0:00.33333) at 6"},
+        {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nINDEX 1 10:0:0\n",
+         "INDEX behind the end of <b>/music/a.wav</b> at 5"},
+        {file + "TRACK 1\nINDEX 1 0:9:0\nTRACK 2\nINDEX 1 11:0:0\nFILE b.wav WAVE\nTRACK 3\nINDEX 1 2:0:0\n",
+         "INDEX behind the end of <b>/music/a.wav</b> at 5"},
         {file + "TRACK 1\nINDEX 01\n", "Incomplete INDEX statement at 3"},
         {file + "TRACK 1\nINDEX 01 00:00\n", "Incomplete INDEX statement at 3"},
         {file + "TRACK 1\nINDEX 01 00:0x:00\n", "Incomplete INDEX statement at 3"},
@@ -213,7 +227,7 @@ protected:
         album.year = 1977;
         album.tracks = {Track("Say \"A\"", 1000, 20 * kSecond + 1), Track("B", 20 * kSecond + 1, 39 * kSecond + 333)};
         album.tracks[0].custom_tags = "\t\"X\"\t\"y\"";
-        album.tracks[0].fade_in = 500;
+        album.tracks[0].fade_in = 5000;
         album.tracks[0].fade_out = 700;
         album.tracks[0].filter_flags = TRACK_FADE_IN;
     }
@@ -245,10 +259,55 @@ TEST_F(CueSheetFiles, ASheetReadBackChangesNothing) {
     ASSERT_TRUE(ReadCueSheet(album, path));
     ASSERT_EQ(album.tracks.size(), 2);
     EXPECT_EQ(album.tracks[0].start, 588);
-    EXPECT_EQ(album.tracks[0].fade_in, 500);
+    EXPECT_EQ(album.tracks[0].fade_in, 5000);
     EXPECT_EQ(album.tracks[0].filter_flags, TRACK_FADE_IN);
     EXPECT_EQ(album.tracks[1].start, before[1].start);
     EXPECT_EQ(album.tracks[1].end, before[1].end);
+}
+
+TEST_F(CueSheetFiles, IndexesAreThoseOfTheFileWithNothingCutOut) {
+    // Taken out: 0 to 2, 7 to 10 and 37 to 40 seconds of the file.
+    side.entry->cuts.Add(0, 2 * 16000, 0, 16000);
+    side.entry->cuts.Add(5 * 16000, 8 * 16000, 0, 16000);
+    side.entry->cuts.Add(32 * 16000, 35 * 16000, 0, 16000);
+    album.tracks = {Track("At a cut", 0, 5 * kSecond), Track("At another", 5 * kSecond, 15 * kSecond),
+                    Track("Behind both", 15 * kSecond + 588 + 7, 31 * kSecond),
+                    Track("Unset", 32 * kSecond, 32 * kSecond)};
+    const simple_vector<ALBUMTRACK> before = album.tracks;
+    const std::string path = Write();
+    std::string indexes;
+    const std::string text = OrvaneTest::ReadBytes(path);
+    for (size_t at = 0; (at = text.find("INDEX 01 ", at)) != text.npos; ++at) indexes += text.substr(at + 9, 9);
+    EXPECT_EQ(indexes, "00:02:00\n00:10:00\n00:20:01\n00:40:00\n");
+    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    EXPECT_TRUE(album.tracks == before);
+    album.tracks.clear();
+    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    ASSERT_EQ(album.tracks.size(), 4);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(album.tracks[i].start, before[i].start / 588 * 588);
+        EXPECT_EQ(album.tracks[i].end, before[i].end);
+    }
+    // Without END_TIME a track inside a cut has no audio.
+    const std::string other = side.folder.Write(
+        "x.cue", "FILE a.wav WAVE\nTRACK 1\nINDEX 1 0:0:0\nTRACK 2\nINDEX 1 0:8:0\nTRACK 3\nINDEX 1 0:9:0\n");
+    EXPECT_FALSE(ReadCueSheet(album, other));
+}
+
+TEST_F(CueSheetFiles, TracksOfOneTitleStayApart) {
+    album.tracks = {Track("Same", 0, 9 * kSecond), Track("Same", 9 * kSecond, 20 * kSecond)};
+    album.tracks[0].custom_tags = "first";
+    album.tracks[1].custom_tags = "second";
+    album.sides_adjusted = 1;
+    ASSERT_TRUE(
+        ReadCueSheet(album, side.folder.Write("x.cue",
+                                              "FILE a.wav WAVE\nTRACK 1\nTITLE Same\nINDEX 1 0:0:0\nTRACK 2\nTITLE "
+                                              "Same\nINDEX 1 0:9:0\nTRACK 3\nTITLE Same\nINDEX 1 0:20:0\n")));
+    ASSERT_EQ(album.tracks.size(), 3);
+    EXPECT_EQ(album.tracks[0].custom_tags + album.tracks[1].custom_tags + album.tracks[2].custom_tags, "firstsecond");
+    EXPECT_EQ(album.sides_adjusted, 0) << "the breaks are others";
+    ASSERT_TRUE(Undo());
+    EXPECT_EQ(album.sides_adjusted, 1);
 }
 
 TEST_F(CueSheetFiles, WhatASheetBringsIsUndoneAtOnce) {
@@ -290,10 +349,38 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     EXPECT_EQ(album.title, "Blue");
     EXPECT_EQ(album.tracks.size(), 2);
 
-    for (std::string taken : {side.entry->GetPath(), side.folder / "Mine.mcf"}) {
-        EXPECT_EQ(WriteCueSheet(album, taken, {}), ListingWritten::Failed);
+    // An open recording cannot take a new name; the reason is left to the caller to tell.
+    const std::string renaming = side.folder.Write("y.cue", "TITLE New\nFILE a.wav WAVE\nTRACK 1\nINDEX 1 0:1:0\n");
+    ASSERT_EQ(side.entry->Open(USER_PLAY, false), OPEN_GOOD);
+    side.set.current_album = nullptr;
+    EXPECT_FALSE(ReadCueSheet(album, renaming));
+    EXPECT_EQ(side.set.current_album, nullptr);
+    EXPECT_EQ(messages.Texts(), std::vector<std::string>());
+    side.entry->Close(USER_PLAY);
+
+    album.art_file = side.folder / "cover.jpg";
+    std::vector<std::string> kept = side.entry->AllPaths();
+    for (const char* name : {"Mine.mcf", "Mine.mcf_bak", "cover.jpg"}) kept.push_back(side.folder / name);
+    for (std::string& path_of_other : kept) {
+        EXPECT_EQ(WriteCueSheet(album, path_of_other, {}), ListingWritten::Failed) << path_of_other;
     }
     EXPECT_EQ(GetUndoState().undo_index, 0);
+}
+
+TEST_F(CueSheetFiles, OnlyAnotherProgramsSheetGoesToTheTrash) {
+    OrvaneTest::ScopedEnvironment data("XDG_DATA_HOME", side.folder / "data");
+    side.folder.Write("sheets/s.cue", "REM COMMENT \"another\"\n");
+    side.folder.Write("sheets/s.cue_bak", "mine");
+    const std::string trashed = side.folder / "data/Trash/files/s.cue";
+    Write();
+    EXPECT_EQ(OrvaneTest::ReadBytes(trashed), "REM COMMENT \"another\"\n");
+    DeleteFile(trashed);
+    for (const int encoding : {4, 2}) {  // UTF-8 with a mark and UTF-16
+        SetSetting("Cue Sheet Type", encoding);
+        Write();
+        EXPECT_FALSE(FileExists(trashed));
+    }
+    EXPECT_EQ(OrvaneTest::ReadBytes(side.folder / "sheets/s.cue_bak"), "mine");
 }
 
 TEST_F(CueSheetFiles, ManySheetsAreOneJob) {
