@@ -14,11 +14,13 @@ namespace {
 
 constexpr const char* kTakesTrack = "The cut would take all of the track <b>%s</b>.  Please delete the track first.";
 
-// Where the recording begins on the time line of its album; -1 for one that is not in use.
+// Where the recording begins on the time line of its album; -1 for one that is not in use, and behind one that is
+// missing, since its length is not known.
 int64_t StartOnTimeLine(FileHistoryEntry& entry) {
     if (entry.album->tracks.empty()) return -1;
     for (const RecordingPlace& place : PlaceRecordings(*entry.album)) {
         if (place.entry == &entry) return place.start;
+        if (!place.found) break;
     }
     return -1;
 }

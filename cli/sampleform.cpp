@@ -53,11 +53,11 @@ int WriteWithProgress(CommandContext& context, PCMStream& stream, FileStream& wr
     int result = 0;
     {
         ProgressJob job("Writing " + FileNameOf(path));
-        result = WriteStream(stream, writer, path, Replaced::Deleted, flags, CHANNELS_STEREO,
-                             [](int64_t done, int64_t total) {
-                                 if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
-                                 return Progress::Tick();
-                             });
+        result =
+            WriteStream(stream, writer, path, OldFile::Drop, flags, CHANNELS_STEREO, [](int64_t done, int64_t total) {
+                if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
+                return Progress::Tick();
+            });
     }
     if (result > 0) return context.Cancelled();
     return result < 0 ? context.FailLastError() : CLI_DONE;

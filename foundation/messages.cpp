@@ -152,8 +152,7 @@ std::string_view MessageText(Msg id) {
             return "Redo %s\tCtrl+Y";
         case Msg::StrongScan:
             return "A sensitivity above 5 ('Max') takes much of the music for clicks.  It is meant for recordings that "
-                   "are "
-                   "noise almost throughout.\n\nScan with it all the same?";
+                   "are noise almost throughout.\n\nScan with it all the same?";
         case Msg::Custom:
             return "Custom";
         case Msg::ImportTrackListing:

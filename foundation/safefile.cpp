@@ -34,18 +34,20 @@ std::string BackupName(std::string_view path) {
 }
 
 int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_file) {
-    std::string backup = BackupName(path);
-    for (int n = 2; old_file != OldFile::Keep && FileExists(backup); ++n) backup = BackupName(path) + std::to_string(n);
-    bool old_stands = FileExists(path);
-    bool has_backup = false;
+    const auto fail = [&](std::string_view from, std::string_view to, int error) {
+        DeleteFile(temporary);
+        return FailRename(from, to, error);
+    };
+    FileInfo old;
+    bool old_stands = GetFileInfo(path, old) == 0;
+    if (old_stands && old.is_folder) return fail(temporary, path, EISDIR);
     if (old_stands && old_file == OldFile::Trash) {
-        if (const int error = MoveToTrash(path)) {
-            DeleteFile(temporary);
-            return FailRename(temporary, path, error);
-        }
+        if (const int error = MoveToTrash(path)) return fail(temporary, path, error);
         old_stands = false;
     }
-    if (old_stands) {
+    const std::string backup = BackupName(path);
+    bool has_backup = false;
+    if (old_stands && old_file == OldFile::Keep) {
         // A second name for the old file keeps the first one in place until the new file takes it. Where the file
         // system knows no second names, the old file is renamed and its name is free for a moment.
         DeleteFile(backup);
@@ -54,10 +56,7 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
             int error = RenameFile(path, backup);
             has_backup = error == 0;
             if (error) error = MoveToTrash(path);
-            if (error && error != ENOENT) {
-                DeleteFile(temporary);
-                return FailRename(path, backup, error);
-            }
+            if (error && error != ENOENT) return fail(path, backup, error);
             old_stands = false;
         }
     }
@@ -67,7 +66,6 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
         if (old_stands) DeleteFile(temporary);
         return FailRename(temporary, path, error);
     }
-    if (has_backup && old_file == OldFile::Drop) DeleteFile(backup);
     FlushFolderToDisk(FolderOf(path));
     return 0;
 }

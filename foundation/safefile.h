@@ -19,14 +19,11 @@ std::string PathOfTemporary(std::string_view path);
 std::string BackupName(std::string_view path);
 
 // What becomes of the file that was there when the new one stands: it is kept as the backup in the place of an older
-// one, deleted, or in the Trash.
+// one (in the Trash where it cannot be renamed), deleted, or in the Trash.
 enum class OldFile { Keep, Drop, Trash };
 
-// Puts `temporary`, a finished file that is on the disk, in the place of `path`: an existing `path` takes the
-// name of its backup, then `temporary` takes its name. When the first rename fails, the old file goes to the Trash.
-// With OldFile::Drop the backup is deleted at the end, and where a file of that name is there already, which then is
-// the user's, another name is used. On failure the temporary is deleted where the old file still stands, the thread's
-// last error says why, and the result is negative.
+// Puts `temporary`, a finished file that is on the disk, in the place of `path`, which is no folder. On failure the
+// temporary is deleted unless the old file is gone, the thread's last error says why, and the result is negative.
 int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_file);
 
 // Copies a file's bytes to `to`, through a temporary file beside it; an existing file is replaced. 0, a StreamError, or

@@ -23,8 +23,8 @@ struct CueFile {
     std::string path;
     int64_t start = 0;
     int64_t end = -1;
-    const CutList* cuts =
-        nullptr;  // must outlive this; null: none. The album's time line is without what they take out
+    // What the album's time line is without; must outlive this. Null: nothing.
+    const CutList* cuts = nullptr;
     int32_t samplerate = kTicksPerSecond;  // of the cuts
 
     // Between the album's time line and positions in the file as other programs see it, ticks from its beginning. A

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "collection/checktrackbreaks.h"
+#include "collection/recordingplaces.h"
 #include "collection/steering_records.h"
 #include "collection/tracktime.h"
 #include "foundation/messages.h"
@@ -18,7 +19,7 @@
 namespace Orvane {
 namespace {
 
-constexpr int64_t kLatest = int64_t{1} << 50;  // ticks; what lies behind it is no time of a recording
+constexpr int64_t kLatest = kUnknownEnd;  // what lies behind it is no time of a recording
 
 // Takes the word at the front.
 std::string_view TakeWord(std::string_view& rest) {

@@ -50,7 +50,7 @@ private:
             if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
             return Progress::Tick();
         };
-        int result = WriteStream(*selection, *writer, filename, Replaced::Deleted, flags, CHANNELS_STEREO, tell);
+        int result = WriteStream(*selection, *writer, filename, OldFile::Drop, flags, CHANNELS_STEREO, tell);
         return result > 0 ? SAVE_CANCELLED : result < 0 ? SAVE_FAILED : SAVE_DONE;
     }
 

@@ -282,7 +282,7 @@ int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t cha
 SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            const SaveProgress& progress, std::string& message) {
     RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
-    const Replaced replaced = HasSignature(*writer, filename) ? Replaced::Deleted : Replaced::ToTrash;
+    const OldFile old_file = HasSignature(*writer, filename) ? OldFile::Drop : OldFile::Trash;
     TrackFormat format = OutputFormat(album, settings, *writer);
     uint32_t flags = SaveFlags(settings.options);
     RefPtr<TrackPCMStream> stream = MakeTrackPCMStream(&album, track, flags, format.samplerate, 0);
@@ -300,7 +300,7 @@ SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings
     }
     if (writer->SetSBC(format.samplerate, format.bit_depth, format.n_channels) < 0) return Fail();
     SetTags(*writer, album, track, TrackFileSignature(album, track, settings));
-    int result = WriteStream(*stream, *writer, filename, replaced, flags, album.channel_mode, progress);
+    int result = WriteStream(*stream, *writer, filename, old_file, flags, album.channel_mode, progress);
     if (result != 0) return result > 0 ? SAVE_CANCELLED : Fail();
     // Rounding of times can cost a frame or two; more than a millisecond is missing music.
     bool partial = stream->WantedSamples() - stream->MusicSamples(flags) > format.samplerate / 1000;

@@ -44,7 +44,7 @@ int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, i
     return writer.SetSBC(form.samplerate, form.bit_depth, n_channels);
 }
 
-int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, Replaced replaced, uint32_t flags,
+int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, OldFile old_file, uint32_t flags,
                 uint8_t channel_mode, const SaveProgress& progress) {
     std::string temporary = TemporaryName(filename);
     int64_t total = stream.GetTotalSamples(flags);
@@ -55,15 +55,7 @@ int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filena
         DeleteFile(temporary);
         return ERR_IO;
     }
-    FileInfo old;
-    int error = 0;
-    if (replaced == Replaced::ToTrash && GetFileInfo(filename, old) == 0 && !old.is_folder)
-        error = MoveToTrash(filename);
-    if (!error) error = RenameFile(temporary, filename);
-    if (error) {
-        DeleteFile(temporary);
-        return FailRename(temporary, filename, error);
-    }
+    if (int error = ReplaceFile(temporary, filename, old_file)) return error;
     if (progress) progress(total, total);
     return 0;
 }

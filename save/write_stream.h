@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "foundation/safefile.h"
 #include "save/save_track.h"
 
 namespace Orvane {
@@ -21,13 +22,10 @@ int CheckForm(const FileStream& writer, const SampleForm& asked, int32_t n_chann
 // of 0 become the nearest to `source` that can. `form` then holds what will be written.
 int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, int32_t n_channels);
 
-// What becomes of a file whose name is taken.
-enum class Replaced { Deleted, ToTrash };
-
 // Copies all that `stream` gives with `flags` to the file `filename`, through a temporary file beside it, so that at
-// every moment the old file (here or in the Trash) or the whole new one is there. `channel_mode` is as an album has it.
-// 0, a StreamError, or 1 when `progress` cancelled.
-int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, Replaced replaced, uint32_t flags,
+// every moment the old file (here or in the Trash) or the whole new one is there; none is kept as a backup.
+// `channel_mode` is as an album has it. 0, a StreamError, or 1 when `progress` cancelled.
+int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filename, OldFile old_file, uint32_t flags,
                 uint8_t channel_mode, const SaveProgress& progress);
 
 }  // namespace Orvane
