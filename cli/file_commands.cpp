@@ -95,8 +95,10 @@ int Convert(CommandContext& context, const ConvertArguments& arguments) {
     int error = 0;
     RefPtr<FileStream> in = OpenForReading(arguments.in, error);
     if (!in) return context.FailLastError();
+    KeptFiles kept;
+    kept.Add(arguments.in);
     RefPtr<FileStream> out;
-    if (int code = MakeOutput(context, arguments.out, {arguments.in}, out)) return code;
+    if (int code = MakeOutput(context, arguments.out, kept, out)) return code;
     SampleForm source{in->GetSampleRate(0), in->BitDepth(), (in->Flags() & FORMAT_INT32) != 0};
     SampleForm form = arguments.form;
     if (ChooseForm(*out, form, source, in->Channels()) < 0) return context.FailLastError();

@@ -76,15 +76,13 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = context.FindAlbum(arguments.album, album)) return code;
 
-    std::vector<std::string> inputs = {arguments.collection};
     SampleForm source;
     for (const RecordingPlace& place : PlaceRecordings(*album)) {
-        inputs.push_back(place.entry->GetPath());
         source.bit_depth = std::max<int32_t>(source.bit_depth, place.entry->bits);
         if (!source.samplerate) source.samplerate = place.entry->SampleRate();
     }
     RefPtr<FileStream> writer;
-    if (int code = MakeOutput(context, arguments.out, inputs, writer)) return code;
+    if (int code = MakeOutput(context, arguments.out, KeptFiles({album}), writer)) return code;
 
     FileHistoryEntry* recording = nullptr;
     int track = 0;

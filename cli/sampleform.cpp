@@ -1,21 +1,11 @@
 #include "cli/sampleform.h"
 
-#include <filesystem>
-
 #include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
 
 namespace Orvane {
-namespace {
-
-bool SameFile(const std::string& a, const std::string& b) {
-    std::error_code ignored;
-    return std::filesystem::equivalent(a, b, ignored);
-}
-
-}  // namespace
 
 void SampleFormOptions(CLI::App* command, SampleForm& form) {
     command->add_option("--rate", form.samplerate, "sample rate in Hz; the source's own where it is not given")
@@ -30,18 +20,15 @@ void SampleFormOptions(CLI::App* command, SampleForm& form) {
         ->option_text("BITS");
 }
 
-int MakeOutput(CommandContext& context, const std::string& path, const std::vector<std::string>& inputs,
-               RefPtr<FileStream>& writer) {
+int MakeOutput(CommandContext& context, const std::string& path, const KeptFiles& kept, RefPtr<FileStream>& writer) {
     FileFormat format = FormatOfExtension(ExtensionOf(path));
     if (format == FF_NONE) return context.Usage(fmt::format("{}: the extension names no format of audio files", path));
     if (ExtensionOf(path) == ".w64") {
         return context.Usage(
             fmt::format("{}: Wave64 files cannot be written; .wav takes the longest recordings", path));
     }
-    for (const std::string& input : inputs) {
-        if (SameFile(input, path))
-            return context.Usage(fmt::format("{} is read by this command and cannot be written", path));
-    }
+    if (kept.Has(path))
+        return context.Usage(fmt::format("{} is a recording or read by this command; it cannot be written over", path));
     writer = MakeWriter(format, FileOptions::Load(OptionsContext::SaveCopy));
     if (!writer) return context.FailLastError();
     if (writer->GetCapabilities(2).capabilities & CAP_PCM_WRITE) return CLI_DONE;

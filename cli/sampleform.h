@@ -3,9 +3,9 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
-#include <vector>
 
 #include "cli/context.h"
+#include "save/keptfiles.h"
 #include "save/write_stream.h"
 
 namespace Orvane {
@@ -13,10 +13,8 @@ namespace Orvane {
 // --rate and --bits.
 void SampleFormOptions(CLI::App* command, SampleForm& form);
 
-// A writer for `path` by its extension. Refused for a format that cannot be written and for a file that must not be
-// overwritten, which are those in `inputs`.
-int MakeOutput(CommandContext& context, const std::string& path, const std::vector<std::string>& inputs,
-               RefPtr<FileStream>& writer);
+// A writer for `path` by its extension. Refused for a format that cannot be written and for a file of `kept`.
+int MakeOutput(CommandContext& context, const std::string& path, const KeptFiles& kept, RefPtr<FileStream>& writer);
 
 // WriteStream with its progress shown and its failures reported.
 int WriteWithProgress(CommandContext& context, PCMStream& stream, FileStream& writer, const std::string& path,

@@ -27,6 +27,9 @@ struct FileInfo {
 // --- Files. Paths are UTF-8; either separator is taken where a path comes from outside (see path.h). ---
 int GetFileInfo(std::string_view path, FileInfo& info);
 bool FileExists(std::string_view path);
+// A text that two paths share exactly where they denote the same file, by whatever names, links and folders; where no
+// file is, the absolute path.
+std::string FileIdentity(std::string_view path);
 // mode as fopen's. When file handles run out the limit is raised by half, to 8192 at most, and the open tried again.
 // A file being written is refused to other writers of this program only. Returns null and sets `error`.
 FILE* OpenFile(std::string_view path, const char* mode, int& error);

@@ -101,6 +101,12 @@ bool FileExists(std::string_view path) {
     return GetFileInfo(path, info) == 0;
 }
 
+std::string FileIdentity(std::string_view path) {
+    struct stat status {};
+    if (stat(std::string(path).c_str(), &status) != 0) return AbsolutePath(path);
+    return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+}
+
 FILE* OpenFile(std::string_view path, const char* mode, int& error) {
     const std::string_view wanted(mode);
     const bool updates = wanted.find('+') != wanted.npos;

@@ -162,7 +162,9 @@ CueSheetOptions CueSheetOptions::FromStore() {
     return options;
 }
 
-ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
+namespace {
+
+ListingWritten WriteSheet(const KeptFiles& kept, AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
     std::vector<CueFile> files;
     if (!FindRecordings(album, files)) return ListingWritten::Failed;
     std::string problem;
@@ -175,8 +177,14 @@ ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheet
         FailContents(problem);
         return ListingWritten::Failed;
     }
-    return WriteListingFile(album.set, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
+    return WriteListingFile(kept, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
                             LineEnds::LF, IsOurs);
+}
+
+}  // namespace
+
+ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
+    return WriteSheet(KeptFiles({&album}), album, path, options);
 }
 
 std::string CueSheetPath(const AlbumInfo& album) {
@@ -196,8 +204,9 @@ std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums
         std::string path = CueSheetPath(album);
         return !prompt || ask(path) ? path : std::string();
     };
+    const KeptFiles kept(albums);
     std::vector<ListingDone> sheets = WriteForEachAlbum(
-        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteCueSheet(album, path, options); });
+        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteSheet(kept, album, path, options); });
     const auto n = std::count_if(sheets.begin(), sheets.end(), [](const auto& sheet) { return sheet.error.empty(); });
     Messages().Ask(
         {FormatMessage(Msg::CueSheetsGenerated, n), Buttons::Ok, Severity::Information, "Report Cue Sheets Generated"});

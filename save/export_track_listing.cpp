@@ -75,6 +75,15 @@ std::unique_ptr<ExportTrackListing> MakeListing(const AlbumInfo& album, ListingF
     return std::make_unique<ExportTXTTrackListing>(album);
 }
 
+ListingWritten WriteListing(const KeptFiles& kept, const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                            std::string& path) {
+    // A line break inside a value of a CSV file is no end of a line.
+    const LineEnds line_ends = format == ListingFormat::CSV ? LineEnds::LF : LineEnds::CRLF;
+    // Programs look for the first word of a playlist at the very start, so no mark stands before it.
+    return WriteListingFile(kept, path, GetListingFormatInfo(format).extension, ListingText(albums, format),
+                            Encoding::ANSI, line_ends);
+}
+
 }  // namespace
 
 void ExportM3UTrackListing::WriteHeader() {
@@ -174,12 +183,7 @@ std::string ListingText(const std::vector<AlbumInfo*>& albums, ListingFormat for
 }
 
 ListingWritten ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format, std::string& path) {
-    // A line break inside a value of a CSV file is no end of a line.
-    const LineEnds line_ends = format == ListingFormat::CSV ? LineEnds::LF : LineEnds::CRLF;
-    const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set;
-    // Programs look for the first word of a playlist at the very start, so no mark stands before it.
-    return WriteListingFile(set, path, GetListingFormatInfo(format).extension, ListingText(albums, format),
-                            Encoding::ANSI, line_ends);
+    return WriteListing(KeptFiles(albums), albums, format, path);
 }
 
 std::vector<ListingDone> ExportListings(const std::vector<AlbumInfo*>& albums, ListingFormat format,
@@ -187,8 +191,9 @@ std::vector<ListingDone> ExportListings(const std::vector<AlbumInfo*>& albums, L
     const auto name = [&](const AlbumInfo& album) {
         return JoinPath(folder, ListingFileName(album, GetListingFormatInfo(format).extension));
     };
+    const KeptFiles kept(albums);
     return WriteForEachAlbum(
-        albums, name, [&](AlbumInfo& album, std::string& path) { return ExportListing({&album}, format, path); });
+        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteListing(kept, {&album}, format, path); });
 }
 
 ListingDialog ListingDialogFor(const AlbumInfo& album) {

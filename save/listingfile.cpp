@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <unordered_set>
 
-#include "collection/recordingplaces.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
@@ -17,23 +16,6 @@
 
 namespace Orvane {
 namespace {
-
-// False, with the reason as last error, for what is no listing and must stay.
-bool MayReplace(const AlbumSet* set, const std::string& path) {
-    if (!set) return true;
-    bool precious = false;
-    const auto compare = [&](const std::string& kept) { precious |= !kept.empty() && AbsolutePath(kept) == path; };
-    compare(set->path);
-    compare(BackupName(set->path));
-    for (const AlbumInfo& album : set->albums) {
-        compare(album.ArtPath());
-        for (const FileHistoryEntry* entry : AllRecordings(album)) {
-            for (const std::string& kept : entry->AllPaths()) compare(kept);
-        }
-    }
-    if (precious) FailContents(FormatMessage(Msg::NotForListings, path));
-    return !precious;
-}
 
 // Whether two files, of which the second need not be there, hold the same.
 bool SameBytes(const std::string& a, const std::string& b) {
@@ -52,7 +34,7 @@ bool SameBytes(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
+ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::string_view extension,
                                 std::string_view text, Encoding encoding, LineEnds line_ends,
                                 bool (*is_ours)(const std::string& path)) {
     path = AbsolutePath(path);
@@ -62,7 +44,10 @@ ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::str
         FailContents(kFilenameTooLong);
         return ListingWritten::Failed;
     }
-    if (!MayReplace(set, path)) return ListingWritten::Failed;
+    if (kept.Has(path)) {
+        FailContents(FormatMessage(Msg::NotForListings, path));
+        return ListingWritten::Failed;
+    }
     if (const int error = CreateFolders(FolderOf(path))) {
         FailCreateFolder(FolderOf(path), error);
         return ListingWritten::Failed;

@@ -8,6 +8,7 @@
 
 #include "collection/dataobjects.h"
 #include "foundation/textfile.h"
+#include "save/keptfiles.h"
 
 namespace Orvane {
 
@@ -20,10 +21,10 @@ enum class ListingWritten {
 };
 
 // Writes `text`, whose lines end with "\n", to `path` through a temporary file, so that at every moment the old file or
-// the new one is there, whole. Folders are made; the collection of `set`, its recordings and covers and the files kept
-// beside them are never written over, and a name that is too long is told. A path without an extension gets
-// `extension`. With `is_ours` a file that it says no to goes to the Trash. Main thread.
-ListingWritten WriteListingFile(const AlbumSet* set, std::string& path, std::string_view extension,
+// the new one is there, whole. Folders are made; nothing is written over a file of `kept`, and a name that is too long
+// is told. A path without an extension gets `extension`. With `is_ours` a file that it says no to goes to the Trash.
+// Main thread.
+ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::string_view extension,
                                 std::string_view text, Encoding encoding, LineEnds line_ends,
                                 bool (*is_ours)(const std::string& path) = nullptr);
 

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
-#include <set>
 
 #include "cleanup/filtersettings.h"
 #include "collection/albumset.h"
-#include "collection/recordingplaces.h"
 #include "collection/tracktime.h"
 #include "foundation/criticalsection.h"
 #include "foundation/fileerror.h"
@@ -17,6 +15,7 @@
 #include "foundation/safefile.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "save/keptfiles.h"
 #include "save/tracknames.h"
 
 namespace Orvane {
@@ -26,25 +25,12 @@ std::string Red(const std::string& text) {
     return "<fg color=#ff0000>" + text + "</fg>";
 }
 
-// The files that no track may be written over: every recording of the collection, and of the albums.
-std::set<std::string> RecordingFiles(const std::vector<AlbumInfo*>& albums) {
-    std::set<std::string> files;
-    auto Add = [&](const AlbumInfo& album) {
-        for (const FileHistoryEntry* entry : AllRecordings(album)) files.insert(AbsolutePath(entry->GetPath()));
-    };
-    for (const AlbumInfo* album : albums) Add(*album);
-    if (!albums.empty() && albums.front()->set) {
-        for (const AlbumInfo& album : albums.front()->set->albums) Add(album);
-    }
-    return files;
-}
-
 // What the workers of an album's job share. The album is only read; the rest is guarded by the lock.
 class AlbumJob {
 public:
     AlbumJob(AlbumInfo& album, const SaveSettings& settings, const std::vector<int>& tracks,
-             const std::vector<std::string>& names, const std::set<std::string>& recordings)
-        : album(album), settings(settings), recordings(recordings) {
+             const std::vector<std::string>& names, const KeptFiles& kept)
+        : album(album), settings(settings), kept(kept) {
         for (int track : tracks) {
             results.push_back({&album, track, names[static_cast<size_t>(track)], SAVE_NEEDED, {}});
             total_ticks += Ticks(track);
@@ -73,7 +59,7 @@ private:
 
     SaveTrackStatus Check(SavedTrack& saved) const {
         SaveTrackStatus status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
-        if (status != SAVE_NEEDED || !recordings.count(AbsolutePath(saved.file))) return status;
+        if (status != SAVE_NEEDED || !kept.Has(saved.file)) return status;
         saved.message = fmt::sprintf(kNeverChanged, saved.file);
         return SAVE_FAILED;
     }
@@ -120,7 +106,7 @@ private:
 
     AlbumInfo& album;
     const SaveSettings& settings;
-    const std::set<std::string>& recordings;
+    const KeptFiles& kept;
     CriticalSection lock;
     size_t next_result = 0;
     int64_t total_ticks = 0;
@@ -196,7 +182,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     if (n_threads <= 0) n_threads = MaxThreads();
     SaveResult result;
     int64_t started = MonotonicNs();
-    const std::set<std::string> recordings = RecordingFiles(albums);
+    const KeptFiles kept(albums);
     const auto names = TrackFileNames({albums.begin(), albums.end()}, settings);
     for (size_t n_album = 0; n_album < albums.size() && !Progress::Cancelled(); ++n_album) {
         AlbumInfo* album = albums[n_album];
@@ -209,7 +195,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
             fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
         if (settings.options.save_corrections) WarnOfMissingNoiseSamples(*album);
         CopyAlbumArt(*album, settings);
-        AlbumJob job(*album, settings, tracks, names[n_album], recordings);
+        AlbumJob job(*album, settings, tracks, names[n_album], kept);
         ++album->running_jobs;
         std::vector<std::unique_ptr<SaveAlbumTrackThread>> workers;
         std::vector<WorkerThread*> running;

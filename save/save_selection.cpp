@@ -9,6 +9,7 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "save/keptfiles.h"
 #include "save/write_stream.h"
 
 namespace Orvane {
@@ -90,7 +91,7 @@ SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_
     const std::string folder = FolderOf(filename);
     SetStringSetting("Save Tracks Directory", folder);
     SetSetting("Save Track As File Format", options.file_format);
-    if (AbsolutePath(filename) == AbsolutePath(recording.GetPath())) {
+    if (KeptFiles({recording.album}).Has(filename)) {
         ShowMessage(fmt::sprintf(kNeverChanged, filename));
         return SAVE_FAILED;
     }

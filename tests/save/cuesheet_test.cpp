@@ -360,7 +360,8 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
 
     album.art_file = side.folder / "cover.jpg";
     std::vector<std::string> kept = side.entry->AllPaths();
-    for (const char* name : {"Mine.mcf", "Mine.mcf_bak", "cover.jpg"}) kept.push_back(side.folder / name);
+    std::filesystem::create_symlink(side.entry->GetPath(), side.folder / "link.cue");
+    for (const char* name : {"Mine.mcf", "Mine.mcf_bak", "cover.jpg", "link.cue"}) kept.push_back(side.folder / name);
     for (std::string& path_of_other : kept) {
         EXPECT_EQ(WriteCueSheet(album, path_of_other, {}), ListingWritten::Failed) << path_of_other;
     }

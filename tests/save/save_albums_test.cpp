@@ -228,11 +228,16 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     album.tracks[0].end -= 1000;
     EXPECT_EQ(Save().tracks[0].status, SAVE_DONE);
     EXPECT_FALSE(fs::exists(trashed));
-    // No track is written over a recording.
-    settings.output_folder = FolderOf(PathOfSide(0));
-    settings.name_template = "Art~Blue~side1";
+    // No track is written over a recording, whatever leads to it.
+    settings.output_folder = folder.Path();
     const std::string recording = ReadBytes(PathOfSide(0));
-    EXPECT_EQ(Save().tracks[0].status, SAVE_FAILED);
+    fs::create_directory_symlink(folder / "Mine", folder / "linked");
+    fs::create_symlink(PathOfSide(0), folder / "link.wav");
+    fs::create_hard_link(PathOfSide(0), folder / "second name.wav");
+    for (const char* name : {"Mine\\Art~Blue~side1", "linked\\Art~Blue~side1", "link", "second name"}) {
+        settings.name_template = name;
+        EXPECT_EQ(Save().tracks[0].status, SAVE_FAILED) << name;
+    }
     EXPECT_TRUE(ReadBytes(PathOfSide(0)) == recording);
 }
 
