@@ -20,9 +20,11 @@ struct AlbumSet;
 
 enum TrackFlags : uint16_t { TRACK_FADE_IN = 1, TRACK_FADE_OUT = 2 };
 
+inline constexpr int64_t kLongestFade = 20 * kTicksPerSecond;
+
 // The length that a fade gets for the one asked for: 0.1 to 20 seconds. Ticks.
 constexpr int32_t HeldFadeLength(int64_t wanted) {
-    return static_cast<int32_t>(std::clamp<int64_t>(wanted, kTicksPerSecond / 10, 20 * kTicksPerSecond));
+    return static_cast<int32_t>(std::clamp<int64_t>(wanted, kTicksPerSecond / 10, kLongestFade));
 }
 
 // One track. Times are ticks of 1/44100 s from the start of the album, on its concatenated sides, whatever the rate of

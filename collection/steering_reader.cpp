@@ -155,18 +155,21 @@ void Reader::TrackTimes(ALBUMTRACK& track) {
     track.end = has_end ? ParseTime(fields[7]) : track.start + ParseTime(fields[5]);
     running_end = track.end;
 
-    const auto fade = [this](int field) {
-        return static_cast<int32_t>(std::clamp<int64_t>(ParseTime(fields[field]), INT32_MIN, INT32_MAX));
-    };
     const auto flags = fields.Int<uint16_t>(11);
+    // None is longer than those that Orvane makes, and one that is on lies inside the row.
+    const auto fade = [&](int field, TrackFlags flag) {
+        const int64_t room = flags & flag ? track.end - track.start : kLongestFade;
+        return static_cast<int32_t>(
+            std::clamp<int64_t>(ParseTime(fields[field]), 0, std::clamp<int64_t>(room, 0, kLongestFade)));
+    };
     if (album->tracks.empty() || !album->tracks.back().IsEmpty()) {
         track.filter_flags = flags & TRACK_FADE_IN;
-        track.fade_in = fade(12);
+        track.fade_in = fade(12, TRACK_FADE_IN);
         track.start += track.FadeIn();
     }
     if (!track.IsEmpty()) {
         track.filter_flags = flags;
-        track.fade_out = fade(13);
+        track.fade_out = fade(13, TRACK_FADE_OUT);
         track.end -= track.FadeOut();
     }
 }

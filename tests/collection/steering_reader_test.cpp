@@ -74,6 +74,13 @@ TEST(ReadCollection, TrackRows) {
          1, 2, 44100, 264600, 3},
         {"an empty track has no fade-out",
          "1\tA\tT\t0\tOne\t-\t0:01.00000\t0:03.00000\t-\t-\t-\t3\t0:02.00000\t0:03.00000\n", 1, 1, 132300, 132300, 1},
+        {"fades take 20 seconds at most",
+         "1\tA\tT\t0\tOne\t-\t0:00.00000\t9:00.00000\t-\t-\t-\t3\t999:00:00.00000\t0:21.00000\n", 1, 1, 882000,
+         22932000, 3},
+        {"fades lie inside the row", "1\tA\tT\t0\tOne\t-\t0:00.00000\t0:03.00000\t-\t-\t-\t3\t0:01.00000\t0:04.00000\n",
+         1, 1, 44100, 44100, 3},
+        {"no fade is negative", "1\tA\tT\t0\tOne\t-\t0:00.00000\t0:03.00000\t-\t-\t-\t3\t-0:01.00000\t-0:01.00000\n", 1,
+         1, 0, 132300, 3},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
