@@ -40,7 +40,10 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
     };
     FileInfo old;
     bool old_stands = GetFileInfo(path, old) == 0;
-    if (old_stands && old.is_folder) return fail(temporary, path, EISDIR);
+    if (old_stands && old.is_folder) {
+        DeleteFile(temporary);
+        return FailOpenForWriting(path, EISDIR);
+    }
     if (old_stands && old_file == OldFile::Trash) {
         if (const int error = MoveToTrash(path)) return fail(temporary, path, error);
         old_stands = false;

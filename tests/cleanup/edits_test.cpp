@@ -213,6 +213,14 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     EXPECT_EQ(times(), cut);
     EXPECT_TRUE(DeleteCut(entry, *entry.cuts.First()));
     EXPECT_EQ(times(), (Times{10000, 80000, 80000, 130000, 130000, 300000, 300000, 300000}));
+
+    // Which tracks lie behind a recording that is missing is not known.
+    DeleteFile(side.AddSide(MusicPairs(2000)).GetPath());
+    FileHistoryEntry& behind = side.AddSide(MusicPairs(30000));
+    album.tracks.back().end = kFrames + 25000;
+    const Times unmoved = times();
+    EXPECT_TRUE(CutSelection(behind, 0, 10000, 0));
+    EXPECT_EQ(times(), unmoved);
 }
 
 // A recording at another rate, closed between the edits: they reach the corrections file.

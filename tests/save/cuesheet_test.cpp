@@ -365,6 +365,12 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     for (std::string& path_of_other : kept) {
         EXPECT_EQ(WriteCueSheet(album, path_of_other, {}), ListingWritten::Failed) << path_of_other;
     }
+    std::string a_folder = side.folder / "folder.cue";
+    std::filesystem::create_directory(a_folder);
+    EXPECT_EQ(WriteCueSheet(album, a_folder, {}), ListingWritten::Failed);
+    EXPECT_EQ(GetLastError().text,
+              "Cannot open file:\n\n<b>" + a_folder + "</b>\n\nfor writing, error 21 (Is a directory)");
+    EXPECT_FALSE(FileExists(side.folder / "folder_$$$.cue"));
     EXPECT_EQ(GetUndoState().undo_index, 0);
 }
 
