@@ -65,10 +65,12 @@ public:
     bool Parse(TextFileReader& reader) {
         sheet.details.playing_speed = 0;
         for (std::string text; reader.ReadLine(text);) {
-            ++problem.line;
-            std::string_view rest = text;
-            const std::string_view word = TakeWord(rest);
-            if (!word.empty() && !ReadStatement(word, rest)) return false;
+            // Sheets of old Macs end their lines with CR alone.
+            for (std::string_view rest : Split(text, '\r')) {
+                ++problem.line;
+                const std::string_view word = TakeWord(rest);
+                if (!word.empty() && !ReadStatement(word, rest)) return false;
+            }
         }
         if (reader.Failed()) {
             problem.text = GetLastError().text;

@@ -149,6 +149,7 @@ TEST(CueSheetReaderTest, TakesTheSheetsOfOtherPrograms) {
         {"odd quoting",
          "TITLE A b  \nPERFORMER\"x\ny\"\n" + file + "TRACK 1 AUDIO\nTITLE \"12\" \\\"Mix\\\"\"\nINDEX 1 0:2:3\n",
          "x/A b/0|12\" \"Mix\" 153-45000"},
+        {"CR", "TITLE \"T\"\rFILE a.wav WAVE\r\rTRACK 1\rINDEX 1 0:0:1\r", "/T/0| 1-45000"},
         {"UTF-16", Utf16("FILE a.wav WAVE\nTRACK 1\nINDEX 1 0:0:1"), "//0| 1-45000"},
         {"pregaps, further indexes, gaps in the numbers",
          file + "TRACK 02 AUDIO\nPREGAP 00:02:00\nINDEX 01 00:01:00\nINDEX 02 00:09:00\nTRACK 09 AUDIO\nINDEX 00 "
@@ -215,6 +216,7 @@ TEST(CueSheetReaderTest, SaysWhatIsWrongAndWhere) {
         {"FILE \"\" WAVE\n", "Empty FILE at 1"},
         {"\nTITLE \"\"\n", "Empty TITLE at 2"},
         {"PERFORMER\n", "Empty PERFORMER at 1"},
+        {"TITLE T\r\nREM\r\r\nPERFORMER\r", "Empty PERFORMER at 4"},
     };
     for (const auto& [text, problem] : cases) EXPECT_EQ(Meaning(text), problem) << text;
 }
