@@ -8,7 +8,6 @@
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
-#include "foundation/settings.h"
 #include "save/cuesheet.h"
 
 namespace Orvane {
@@ -47,8 +46,7 @@ int Digitise::ReadOrder() {
                         order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
                         CountText(static_cast<int64_t>(order.files.size()), "side")));
     }
-    SaveSettings ignored;
-    return MakeSaveSettings(context, order.save, nullptr, ignored);
+    return MakeSaveSettings(context, order.save, settings);
 }
 
 int Digitise::CheckFiles() {
@@ -69,10 +67,9 @@ int Digitise::CheckFiles() {
 }
 
 int Digitise::OpenCollection() {
-    output_folder =
-        order.save.out.empty() ? GetStringSetting("Output Directory", MusicFolder()) : AbsolutePath(order.save.out);
     std::string path = order.collection;
-    if (path.empty()) path = JoinPath(output_folder, SafeFileName(order.artist + " - " + order.title) + ".mcf");
+    if (path.empty())
+        path = JoinPath(settings.output_folder, SafeFileName(order.artist + " - " + order.title) + ".mcf");
     int code = FileExists(AbsolutePath(path)) ? context.Open(path, Access::Change) : context.Create(path);
     if (code == CLI_DONE) context.result["collection"] = context.Collection().path;
     return code;
@@ -156,10 +153,7 @@ int Digitise::StoreAlbum() {
 }
 
 int Digitise::SaveTracks() {
-    SaveSettings settings;
-    if (int code = MakeSaveSettings(context, order.save, &context.Collection(), settings)) return code;
-    if (order.collection.empty()) settings.output_folder = output_folder;
-    output_folder = settings.output_folder;
+    if (!order.collection.empty() && order.save.out.empty()) settings.AppendCollection(context.Collection());
     int code = SaveWithProgress(context, {album}, settings, order.save.threads, saved);
     changed |= saved.n_saved + saved.n_partially_saved > 0 || context.Collection().dirty;
     if (code == CLI_CANCELLED) return code;
@@ -216,7 +210,7 @@ void Digitise::Report() {
     if (saved.tracks.empty()) return;
 
     Table tracks({Table::Align::Right, Table::Align::Left, Table::Align::Right});
-    FileTree tree(output_folder);
+    FileTree tree(settings.output_folder);
     tree.Add(context.Collection().path, "the collection");
     if (!sheet.empty()) tree.Add(sheet, "the track breaks, for other programs");
     int64_t ticks = 0;

@@ -69,7 +69,7 @@ private:
     CommandContext& context;
     const DigitiseOrder& order;
     std::vector<TitleLine> titles;
-    std::string output_folder;
+    SaveSettings settings;
     AlbumInfo* album = nullptr;
     bool new_album = false;
     bool changed = false;

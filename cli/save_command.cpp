@@ -55,12 +55,12 @@ void PrintResults(CommandContext& context, const SaveResult& result) {
 
 int Save(CommandContext& context, const Arguments& arguments) {
     SaveSettings settings;
-    if (int code = MakeSaveSettings(context, arguments.save, nullptr, settings)) return code;
+    if (int code = MakeSaveSettings(context, arguments.save, settings)) return code;
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<AlbumInfo*> albums;
     if (int code = ChooseAlbums(context, arguments.albums, albums)) return code;
     if (std::string problem = NothingToSave(context, albums); !problem.empty()) return context.Fail(problem);
-    if (int code = MakeSaveSettings(context, arguments.save, &context.Collection(), settings)) return code;
+    if (arguments.save.out.empty()) settings.AppendCollection(context.Collection());
     SaveResult result;
     int saved = SaveWithProgress(context, albums, settings, arguments.save.threads, result);
     PrintResults(context, result);

@@ -63,9 +63,8 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
         ->option_text("TEMPLATE");
 }
 
-int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, const AlbumSet* set,
-                     SaveSettings& settings) {
-    settings = SaveSettings::FromStore(set);
+int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
+    settings = SaveSettings::FromStore();
     if (!arguments.format.empty()) {
         settings.options.file_format = FF_NONE;
         for (const FormatName& known : kFormats) {

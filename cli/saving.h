@@ -25,9 +25,8 @@ std::string NotSavedText(const SavedTrack& saved);
 
 void SaveOptions(CLI::App* command, SaveArguments& arguments);
 
-// The settings for a save of the collection `set`. Null checks the arguments before one is open.
-int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, const AlbumSet* set,
-                     SaveSettings& settings);
+// The settings for a save, of any collection.
+int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings);
 
 // Saves all tracks of the albums and puts what became of each into the results, as "tracks" and totals. The result is
 // that of the command: a failed track makes it fail, a cancel ends it.

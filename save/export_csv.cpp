@@ -51,7 +51,7 @@ CSVOptions CSVOptions::FromStore() {
     if (first >= ' ' && first != '"') options.separator = separator == "\\t" ? '\t' : first;
     if (first == '\t') options.separator = first;
     options.headers = GetSetting("Export Include Headers", 1) != 0;
-    options.file_format = SaveSettings::FromStore(nullptr).Format();
+    options.file_format = SaveSettings::FromStore().Format();
     return options;
 }
 

@@ -66,7 +66,7 @@ private:
 
 SelectionDialog SelectionDialogFor(std::string_view name) {
     return {fmt::sprintf("Save Track: %s", std::string(name)), GetStringSetting("Save Tracks Directory"),
-            SaveSettings::FromStore(nullptr).Format()};
+            SaveSettings::FromStore().Format()};
 }
 
 bool AcceptSelectionName(std::string& filename, int file_format) {

@@ -162,7 +162,7 @@ const char* SaveStatusText(SaveTrackStatus status) {
     }
 }
 
-SaveSettings SaveSettings::FromStore(const AlbumSet* set) {
+SaveSettings SaveSettings::FromStore() {
     SaveSettings settings;
     settings.options = FileOptions::Load(OptionsContext::SaveTracks);
     // The usual choice is MP3; what this build cannot write becomes FLAC.
@@ -170,10 +170,12 @@ SaveSettings SaveSettings::FromStore(const AlbumSet* set) {
     bool known = format > FF_NONE && format < kFileFormats && MakeFileStream(format);
     settings.options.file_format = known ? format : FF_FLAC;
     settings.output_folder = GetStringSetting("Output Directory", MusicFolder());
-    if (set && GetSetting("Append Collection Output", 1)) {
-        settings.output_folder = JoinPath(settings.output_folder, FileNameOf(WithoutExtension(set->path)));
-    }
     return settings;
+}
+
+void SaveSettings::AppendCollection(const AlbumSet& set) {
+    if (!GetSetting("Append Collection Output", 1)) return;
+    output_folder = JoinPath(output_folder, FileNameOf(WithoutExtension(set.path)));
 }
 
 RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {

@@ -35,9 +35,10 @@ struct SaveSettings {
     std::string name_template;  // empty: the album's own by TemplateFor
 
     int Format() const { return options.file_format; }
-    // From the settings store: options for saving tracks, "Save Track As File Format", "Output Directory", with the
-    // collection's name as one more level when "Append Collection Output" is on.
-    static SaveSettings FromStore(const AlbumSet* set);
+    // From the settings store: options for saving tracks, "Save Track As File Format", "Output Directory".
+    static SaveSettings FromStore();
+    // Gives the output folder the collection's name as one more level when "Append Collection Output" is on.
+    void AppendCollection(const AlbumSet& set);
 };
 
 // The full names of the files of all tracks of each of the albums, in order. Of tracks of one collection that would
