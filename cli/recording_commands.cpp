@@ -29,7 +29,11 @@ int Add(CommandContext& context, const RecordingArguments& arguments) {
         });
     }
     if (!entry) return Interrupted() ? context.Cancelled() : context.FailLastError();
-    if (int code = context.Save()) return code;
+    if (int code = context.Save()) {
+        // No collection knows of a copy that was made for this one.
+        if (arguments.copy) DeleteFile(entry->GetPath());
+        return code;
+    }
     int64_t ticks = to_ticks(entry->SampleRate(), entry->TotalSamples());
     context.result["album"] = context.NumberOf(*album);
     context.result["side"] = arguments.side;

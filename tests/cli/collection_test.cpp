@@ -89,6 +89,7 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
     ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", true), 0);
     Json({"album", "set", "c.mcf", "1", "artist=Zoe"}, 1);
     Json({"cue", "read", "c.mcf", "1", "new.cue"}, 1);
+    Json({"recording", "add", "c.mcf", "1", "--side", "3", "two.wav", "--copy"}, 1);
     ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", false), 0);
     EXPECT_EQ(Json({"info", "c.mcf"})["missing"], nlohmann::json::array());
 
@@ -105,7 +106,7 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
     EXPECT_EQ(info["missing"], nlohmann::json::array({folder / "one.wav"}));
     const nlohmann::json removed = Json({"album", "remove", "c.mcf", "1", "--recordings"});
     EXPECT_EQ(removed["trashed"].size(), 1u) << "the copy, and not the user's own";
-    EXPECT_TRUE(std::filesystem::is_empty(folder / "c"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "c")) << "nor did a copy stay that no collection names";
 }
 
 TEST_F(Collections, ReadingLeavesFileAndSettingsAsTheyAre) {
