@@ -32,8 +32,9 @@ private:
     int descriptor;
 };
 
-// Reads tags, opens, reads on, and reads at places all over and at the end. No count is above what was asked for or
-// above what the file says it holds, and one of plain samples holds what it says. What cannot be opened is told.
+// Reads tags, opens, reads comments, reads on, and reads at places all over and at the end. No count is above what was
+// asked for or above what the file says it holds, and one of plain samples holds what it says. What cannot be opened is
+// told.
 inline void ReadHostileFile(Tesslib::FileStream& stream, const std::string& path) {
     stream.ReadTags(path);
     Tesslib::SetLastErrorText({});
@@ -41,6 +42,7 @@ inline void ReadHostileFile(Tesslib::FileStream& stream, const std::string& path
         ORVANE_ASSERT(!Tesslib::GetLastError().text.empty());
         return;
     }
+    stream.Comments();
     const bool plain = dynamic_cast<Tesslib::PCMFileStream*>(&stream) != nullptr;
     const int64_t total = stream.GetTotalSamples(0);
     ORVANE_ASSERT(stream.GetSampleRate(0) > 0 && total >= 0);

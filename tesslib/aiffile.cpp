@@ -10,6 +10,7 @@
 #include "tesslib/chunks.h"
 #include "tesslib/fileformats.h"
 #include "tesslib/id3v2.h"
+#include "tesslib/vorbistags.h"
 
 namespace Tesslib {
 namespace {
@@ -135,6 +136,28 @@ bool AIFFile::WriteSizes(int64_t new_end) {
     };
     return write_at(4, new_end - 8) && write_at(data_offset - 12, data_bytes + 8) &&
            write_at(common_offset + 2, total_samples);
+}
+
+std::vector<std::string> AIFFile::Comments() {
+    Locked lock(cs);
+    std::vector<std::string> comments;
+    next_position = -1;
+    if (fseeko(file, 12, SEEK_SET) != 0) return comments;
+    auto take = [&](FILE*, ChunkRow& row) -> int64_t {
+        const std::string_view text = TextAt(row.data.data(), row.data.size());
+        AddShownComment(comments, std::string(row.Id()) + "=" + std::string(text.substr(0, text.find('\0'))));
+        return 0;
+    };
+    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+        std::ranges::move(ReadID3v2Comments(row.data), std::back_inserter(comments));
+        return 0;
+    };
+    ChunkRow rows[] = {{"NAME+", kLargestTag, take},
+                       {"AUTH+", kLargestTag, take},
+                       {"ANNO+", kLargestTag, take},
+                       {"ID3 +", kLargestTag, take_id3}};
+    WalkChunks(file, filename, rows, CHUNK_BIG_ENDIAN);
+    return comments;
 }
 
 std::string AIFFile::ReadTags(std::string_view tagged_file) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tesslib/filestream.h"
 
@@ -18,6 +19,8 @@ public:
 
     int32_t GetFileSizeLimit(bool& can_be_limited) const override;
     std::string ReadTags(std::string_view tagged_file) override;
+    // Its chunks of text and the texts of its ID3v2 tag, named by their four letters.
+    std::vector<std::string> Comments() override;
 
 protected:
     int ReadHeader(uint32_t open_flags) override;

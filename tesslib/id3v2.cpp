@@ -61,6 +61,16 @@ std::string DecodeText(std::span<const uint8_t> payload) {
     return text;
 }
 
+// A language of three letters and a description that ends with a zero stand between the encoding and the text.
+std::string DecodeComment(std::span<const uint8_t> payload) {
+    if (payload.size() < 4) return {};
+    std::vector<uint8_t> texts(payload.begin() + 3, payload.end());
+    texts[0] = payload[0];
+    std::string text = DecodeText(texts);
+    text.erase(0, text.find('\0') + 1);
+    return text.starts_with("\uFEFF") ? text.substr(3) : text;
+}
+
 }  // namespace
 
 std::string ReadID3v2Text(std::span<const uint8_t> block, std::string_view frame_id) {
@@ -83,10 +93,19 @@ std::string ReadID3v2Text(std::span<const uint8_t> block, std::string_view frame
         std::string_view id(reinterpret_cast<const char*>(rest.data()), 4);
         rest = rest.subspan(kHeaderSize);
         if (size > rest.size()) return {};
-        if (id == frame_id) return DecodeText(rest.first(size));
+        if (id == frame_id) return id == "COMM" ? DecodeComment(rest.first(size)) : DecodeText(rest.first(size));
         rest = rest.subspan(size);
     }
     return {};
+}
+
+std::vector<std::string> ReadID3v2Comments(std::span<const uint8_t> block) {
+    std::vector<std::string> comments;
+    for (const char* id : {"TIT2", "TPE1", "TALB", "TRCK", "TYER", "TDRC", "TCON", "COMM"}) {
+        const std::string text = ReadID3v2Text(block, id);
+        if (!text.empty()) comments.push_back(id + ("=" + text));
+    }
+    return comments;
 }
 
 std::vector<uint8_t> MakeID3v2Text(std::string_view frame_id, std::string_view text) {

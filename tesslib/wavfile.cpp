@@ -248,7 +248,11 @@ std::vector<std::string> WAVFile::Comments() {
                         });
         return 0;
     };
-    ChunkRow rows[] = {{"LIST+", kLargestTag, take}, {"ds64-", kDS64Size}};
+    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+        std::ranges::move(ReadID3v2Comments(row.data), std::back_inserter(comments));
+        return 0;
+    };
+    ChunkRow rows[] = {{"LIST+", kLargestTag, take}, {"id3 +", kLargestTag, take_id3}, {"ds64-", kDS64Size}};
     WalkChunks(file, filename, rows, 0);
     return comments;
 }

@@ -29,7 +29,7 @@ public:
 
     int32_t GetFileSizeLimit(bool& can_be_limited) const override;
     std::string ReadTags(std::string_view tagged_file) override;
-    // The texts of its INFO lists, named by their four letters.
+    // The texts of its INFO lists and its ID3v2 tag, named by their four letters.
     std::vector<std::string> Comments() override;
 
 protected:

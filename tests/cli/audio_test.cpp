@@ -118,7 +118,12 @@ TEST_F(Audio, CtrlCEndsAJobWithoutHalfAFile) {
 
 TEST_F(Audio, ProbeShowsCommentsAndTellsOfAFileThatEndsEarly) {
     MakeWave("a.wav", 2);
-    Must({"convert", "a.wav", "a.ogg"});
+    for (const char* copy : {"a.ogg", "a.aiff"}) Must({"convert", "a.wav", copy});
+    const std::string id3(
+        "id3 \x24\0\0\0ID3\3\0\0\0\0\0\x1A"
+        "COMM\0\0\0\x10\0\0\1eng\xFF\xFE"
+        "d\0\0\0\xFF\xFEH\0i\0",
+        44);
     const std::string list("LIST\x12\0\0\0INFOINAM\x05\0\0\0Song\0\0", 26);
     const std::string wav = ReadBytes(folder / "a.wav") + list;
     const std::string ogg = ReadBytes(folder / "a.ogg");
@@ -131,6 +136,8 @@ TEST_F(Audio, ProbeShowsCommentsAndTellsOfAFileThatEndsEarly) {
     const Row rows[] = {
         {"whole.wav", wav, false, "INAM=Song"},
         {"cut.wav", wav.substr(0, 100000), true, nullptr},
+        {"tagged.wav", ReadBytes(folder / "a.wav") + id3, false, "COMM=Hi"},
+        {"named.aiff", ReadBytes(folder / "a.aiff") + std::string("NAME\0\0\0\4Song", 12), false, "NAME=Song"},
         {"whole.ogg", ogg, false, "ENCODER=Orvane"},
         {"cut.ogg", ogg.substr(0, ogg.size() - 40), true, "ENCODER=Orvane"},
     };
