@@ -85,12 +85,13 @@ bool PatchSelection::Begin() {
     return Messages().Ask(question) == Answer::Ok;
 }
 
-// A patch inside a longer repair would leave only parts of that in force, so it takes all of it.
+// A patch inside a longer repair would leave only parts of that in force, so it takes all of it; patches go before.
 void PatchSelection::WidenOverRepairs(int channels) {
     for (int channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
         const ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], start);
-        if (!e || e->IsMarker() || e->absolute_start_time > start || e->absolute_end_time < end) continue;
+        if (!e || e->IsMarker() || IsPatch(*e)) continue;
+        if (e->absolute_start_time > start || e->absolute_end_time < end) continue;
         start = e->absolute_start_time;
         end = e->absolute_end_time;
     }
@@ -104,14 +105,16 @@ bool PatchSelection::Try(const PatchOptions& options) {
         return false;
     }
     if (!access || !CheckLength()) return false;
+    const int64_t selected_start = start, selected_end = end;
+    WidenOverRepairs(channels);
     undo = std::make_unique<UndoPatch>(entry, channels, start, end);
     {
         const RepairsChange change(entry, undo->TouchedChannels());
         for (int channel = 0; channel < 2; ++channel) {
-            if (channels & (1 << channel)) DeleteStretch(entry.click_repairs[channel], start, end, IsPatch);
+            if (!(channels & (1 << channel))) continue;
+            DeleteStretch(entry.click_repairs[channel], selected_start, selected_end, IsPatch);
         }
     }
-    WidenOverRepairs(channels);
     Progress::Log("Calculating patch...");
     const PatchAudio patch = MakePatch(*access.Stream(), channels, {start, end, options.method, options.preamp});
     if (patch.outcome != PatchOutcome::Made) {

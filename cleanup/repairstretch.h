@@ -10,22 +10,28 @@ namespace Orvane {
 
 class RepairStretch {
 public:
-    // Copies what stands between `from` and `to` (frames in the file, exclusive) in `channels`, widened to whole
-    // repairs; with a stereo patch among them the other channel too.
+    // Copies what stands between `from` and `to` (frames in the file, exclusive) in `channels`, each widened to whole
+    // repairs; of a stereo patch among them the twin too.
     RepairStretch(const FileHistoryEntry& entry, int channels, int64_t from, int64_t to);
 
     // Puts the repairs back in place of all that stand there now, and holds those instead. An EditAccess is held.
     void Exchange(FileHistoryEntry& entry);
 
-    int NotedChannels() const { return channels; }
+    int NotedChannels() const;
     int32_t Bytes() const;  // that the copies take
 
 private:
-    void Widen(const ClickRepair& repair);
+    // What is noted of one channel. No repair reaches over its ends: each list is without overlaps, so the stretch only
+    // ever grows by the repairs that it holds.
+    struct Noted {
+        bool Widen(const ClickRepair& repair);  // true if it grew
 
-    int channels;
-    int64_t from, to;
-    std::vector<std::unique_ptr<ClickRepair>> repairs[2];
+        int64_t from = INT64_MAX, to = INT64_MIN;  // nothing
+        std::vector<std::unique_ptr<ClickRepair>> repairs;
+    };
+    void WidenToWholeRepairs(const FileHistoryEntry& entry);
+
+    Noted noted[2];
 };
 
 // Deletes the repairs of a list that touch `start` to `end` and are `wanted`, with their twins; the number of them.

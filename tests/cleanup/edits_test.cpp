@@ -171,6 +171,28 @@ TEST_F(Edits, UndoingAllGivesTheFirstStateAndRedoingAllTheLast) {
     }
 }
 
+// The repairs of one channel that reach out of the stretch lie beside others of the other channel.
+TEST_F(Edits, WhatIsTakenBackLeavesTheNeighboursAlone) {
+    for (ClickRepairList& list : entry.click_repairs) list.Clear();
+    const int64_t at = 250000;
+    for (const auto& [channel, start, end] : {std::tuple{0, 60, 80}, {0, 90, 110}, {1, 50, 95}, {1, 20, 45}}) {
+        Enter(channel, at + start, at + end, REPAIR_SCANNER);
+    }
+    const PatchOptions patch{CHANNELS_BOTH, PatchMethod::AR, 0};
+    const std::string before = Serialised(entry);
+    const std::function<bool()> edits[] = {
+        [&] { return InsertRepair(entry, CHANNELS_BOTH, at + 100, at + 120); },
+        [&] { return DeleteRepairs(entry, CHANNELS_BOTH, at + 100, at + 120) > 0; },
+        [&] { return PatchRecording(entry, at + 92, at + 105, patch); },
+        [&] { return PatchSelection(entry, at + 100, at + 120).Try(patch); },  // and not kept
+    };
+    for (size_t i = 0; i < std::size(edits); ++i) {
+        EXPECT_TRUE(edits[i]()) << i;
+        EXPECT_EQ(Undo(), i < 3) << i;
+        EXPECT_EQ(Serialised(entry), before) << i;
+    }
+}
+
 TEST_F(Edits, ACutAndItsTruncationMoveTheEditedTimes) {
     FilterSetting filter;
     filter.absolute_start_time = 300000, filter.absolute_end_time = 310000;
