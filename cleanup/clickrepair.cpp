@@ -22,7 +22,7 @@ void PCMClickRepair::Load() {
 const ClickRepair* PCMClickRepair::FirstEndingAfter(int channel, int64_t position) {
     const ClickRepairList& list = entry->click_repairs[channel];
     const ClickRepair*& cursor = next_repair[channel];
-    if (list_changed) cursor = nullptr;
+    if (list_changed || Changing()) cursor = nullptr;
     if (!cursor) cursor = list.First();
     if (!cursor) return nullptr;
     while (cursor->absolute_end_time > position) {

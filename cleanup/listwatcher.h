@@ -7,8 +7,9 @@
 
 namespace Orvane {
 
-// Base of the stages that read lists. Between the events around a change it holds the stack's lock, so that no Read runs
-// meanwhile; after it the stage is told to look at the list again. Made and destroyed with the stack, while no Read runs.
+// Base of the stages that read lists. Between the events around a change it holds the stack's lock, so that no Read
+// runs meanwhile; after it the stage is told to look at the list again. Made and destroyed with the stack, while no
+// Read runs.
 class ListWatcher {
 public:
     explicit ListWatcher(CriticalSection& lock);
@@ -19,6 +20,8 @@ public:
 protected:
     virtual bool Watches(const void* list) const = 0;
     virtual void ListChanged() = 0;  // under the lock
+    // Whether the thread that reads now, under the lock, is itself changing a list: entries found before may be gone.
+    bool Changing() const { return n_changing > 0; }
 
 private:
     static intptr_t OnEvent(void* context, int event_id, EventArg a, EventArg b, EventArg c);

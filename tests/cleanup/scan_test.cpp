@@ -12,6 +12,7 @@
 #include "fake_hosts.h"
 #include "foundation/progress.h"
 #include "recorded_side.h"
+#include "repairs.h"
 
 namespace Orvane {
 namespace {
@@ -149,6 +150,34 @@ TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereTh
     EXPECT_FALSE(ScannedBefore(entry, once));
     once.sensitivity = 3;
     EXPECT_FALSE(ScannedBefore(entry, once));
+}
+
+// A repair is found over a kept one, which goes, and then one within another, whose audio is read while the lists
+// change.
+TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
+    std::vector<float> left = Signals::Noise(30000, 0.01, 3);
+    Signals::AddTone(left, 440, 0.2);
+    for (size_t i = 10000; i < 10020; ++i) left[i] += i % 2 ? 0.6f : -0.6f;
+    Signals::AddClick(left, 20048, 4, 0.5);
+    std::vector<float> pairs;
+    for (const float sample : left) pairs.insert(pairs.end(), {sample, 0.0f});
+    OrvaneTest::RecordedSide recorded(pairs);
+    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    ClickRepairList& list = recorded.entry->click_repairs[0];
+    for (const auto& [start, end] : {std::pair{10000, 10020}, {20000, 20100}}) {
+        std::vector<int16_t> samples;
+        for (int i = start; i < end; ++i) samples.push_back(static_cast<int16_t>(32767 * left[static_cast<size_t>(i)]));
+        list.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, start, samples).release());
+    }
+    ScanRequest request;
+    request.settings.options = SCAN_KEEP_PREVIOUS;
+    ScanStats stats;
+    EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
+    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_LT(list.First()->absolute_start_time, 10000);
+    EXPECT_EQ(list.Last()->Length(), 100);
+    EXPECT_LT(list.Last()->max_sample, 0.3 * 32767);
 }
 
 TEST(ConfirmScan, AsksAboveTheUsualMaximum) {
