@@ -84,14 +84,15 @@ private:
 // pass has found; the barrier keeps the others out meanwhile.
 class ScanJob {
 public:
-    ScanJob(FileHistoryEntry* entry, FileToPCM* stream, const ScanRequest& request, std::vector<int> channels)
+    ScanJob(FileHistoryEntry* entry, FileToPCM* stream, const ScanRequest& request, std::vector<int> channels,
+            int32_t n_earlier)
         : entry(entry),
           request(request),
           settings(request.settings.WithDefaults()),
           tables({settings.sensitivity, settings.percussion_protection, settings.brass_protection}),
           reader(stream),
           total(reader.TotalSamples()),
-          n_shown(entry->click_scan.total_clicks),
+          n_shown(n_earlier),
           channels(std::move(channels)),
           in_step(static_cast<std::ptrdiff_t>(this->channels.size())) {}
 
@@ -256,17 +257,24 @@ private:
     const int channel;
 };
 
-// The repairs that a scan does not keep: out of the recording while the scan runs, and gone with this.
+// The repairs that a scan does not keep: out of the recording while the scan runs, and gone with this. Only what is
+// scanned anew can go: not a repair that reaches out of the stretch, nor half of a stereo patch.
 class DroppedRepairs {
 public:
-    DroppedRepairs(FileHistoryEntry& entry, uint8_t options) : entry(entry) {
+    DroppedRepairs(FileHistoryEntry& entry, const ScanRequest& request) : entry(entry) {
+        const ScanSettings& settings = request.settings;
+        const int64_t end = request.last_sample < 0 ? INT64_MAX : request.last_sample;
+        const bool both = (settings.channels & 3) == 3;
         for (int channel = 0; channel < 2; ++channel) {
+            if (!(settings.channels & (1 << channel))) continue;
             ClickRepairList& list = entry.click_repairs[channel];
             ListChange change(&list);
             for (ClickRepair* e = list.First(); e;) {
                 ClickRepair* next = ClickRepairList::Next(e);
                 const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
-                if (!(options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS))) {
+                const bool keeps = settings.options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS);
+                const bool within = e->absolute_start_time >= request.first_sample && e->absolute_end_time <= end;
+                if (!keeps && within && (both || !list.Twin(*e))) {
                     dropped[channel].Append(list.Remove(e));
                     list.dirty = true;
                 }
@@ -292,6 +300,16 @@ private:
     FileHistoryEntry& entry;
     ClickRepairList dropped[2];
 };
+
+// Clicks repaired by earlier scans that are still in force, whether all of them were to be kept or not.
+int32_t EarlierClicks(const FileHistoryEntry& entry, uint8_t options) {
+    if (options & SCAN_KEEP_PREVIOUS) return entry.click_scan.total_clicks;
+    int32_t n = 0;
+    for (const ClickRepairList& list : entry.click_repairs) {
+        for (const ClickRepair& e : list) n += e.repair_type == REPAIR_SCANNER;
+    }
+    return n;
+}
 
 void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
     Progress::Log(FormatMessage(Msg::ScanResult, stats.repaired + stats.pp + stats.bp, entry.GetPath(), stats.repaired,
@@ -330,9 +348,9 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
     } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
         outcome = ScanOutcome::TooSmall;
     } else if (settings.sensitivity > 0) {
-        DroppedRepairs dropped(*entry, settings.options);
-        const int32_t earlier = settings.options & SCAN_KEEP_PREVIOUS ? entry->click_scan.total_clicks : 0;
-        ScanJob job(entry, stream, request, channels);
+        DroppedRepairs dropped(*entry, request);
+        const int32_t earlier = EarlierClicks(*entry, settings.options);
+        ScanJob job(entry, stream, request, channels, earlier);
         std::vector<std::unique_ptr<ScanForClicksThread>> threads;
         std::vector<WorkerThread*> running;
         for (const int channel : channels) {

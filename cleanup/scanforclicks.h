@@ -38,9 +38,9 @@ struct ScanRequest {
 };
 
 // Scans `entry` and enters what it finds into its lists, which other threads may be reading meanwhile; saves the
-// corrections file at the end. Keeps, before it begins, of the existing repairs what the settings say; a scan that ends
-// early counts as none. Main thread, which stays alive; one scan at a time in the program. Progress::Begin and End are
-// the caller's; Progress::Cancel ends the scan.
+// corrections file at the end. Keeps, before it begins, of the existing repairs what the settings say, and all of the
+// other channel and outside of the stretch; a scan that ends early counts as none. Main thread, which stays alive; one
+// scan at a time in the program. Progress::Begin and End are the caller's; Progress::Cancel ends the scan.
 ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats);
 
 // Asks before a scan, of one side or of many, whose sensitivity is above "Max"; false when the user does not want it.

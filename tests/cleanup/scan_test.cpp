@@ -178,6 +178,15 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     EXPECT_LT(list.First()->absolute_start_time, 10000);
     EXPECT_EQ(list.Last()->Length(), 100);
     EXPECT_LT(list.Last()->max_sample, 0.3 * 32767);
+
+    // Not kept, but not scanned anew either: the other channel, and what reaches out of the stretch.
+    ClickRepairList& right = recorded.entry->click_repairs[1];
+    right.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 12000, std::vector<int16_t>(9)).release());
+    request.settings.options = 0, request.settings.channels = 1, request.last_sample = 20050;
+    EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
+    EXPECT_EQ(recorded.entry->click_scan.total_clicks, 2 + stats.repaired);
+    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    EXPECT_EQ(std::pair(list.size(), right.size()), std::pair(2, 1));
 }
 
 TEST(ConfirmScan, AsksAboveTheUsualMaximum) {
