@@ -30,22 +30,25 @@ int64_t Moved(int64_t time, int64_t position, int64_t shift) {
     return time > position ? std::max(position, time + shift) : time;
 }
 
-// Changes the cuts at the edited frame `position`, as one action. Tracks keep their music, on later sides too. False
-// when a track would lose all of it, which is shown; then nothing has changed.
+// Changes the cuts at the edited frame `position` so that the recording is `shift` frames longer, as one action. Tracks
+// keep their music, on later sides too. False when a track would lose all of it, which is shown; then nothing has
+// changed.
 template <class Undo, class Edit>
 bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t position, int64_t shift, Msg description,
                 Edit edit) {
     const int64_t side_start = StartOnTimeLine(entry);
     const int32_t rate = entry.SampleRate();
     const int64_t from = side_start + to_ticks(rate, position);
-    const auto move = [&](ALBUMTRACK& track, int64_t by) {
+    const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.cuts.TotalLength() + shift);
+    const int64_t by = to_ticks(rate, length) - to_ticks(rate, access.EditedLength());
+    const auto move = [&](ALBUMTRACK& track) {
         track.start = Moved(track.start, from, by);
         track.end = Moved(track.end, from, by);
     };
     simple_vector<ALBUMTRACK>& tracks = entry.album->tracks;
     for (ALBUMTRACK track : tracks) {
         if (side_start < 0 || track.IsEmpty()) continue;
-        move(track, to_ticks(rate, shift));
+        move(track);
         if (!track.IsEmpty()) continue;
         ShowMessage(fmt::sprintf(kTakesTrack, track.title), Severity::Information);
         return false;
@@ -53,7 +56,6 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t posit
 
     auto undo = std::make_unique<UndoGroup>(FormatMessage(description));
     undo->Add(std::make_unique<Undo>(entry, undo->description));
-    const int64_t before = access.EditedLength();
     {
         const TimelineChange change(entry);
         edit();
@@ -61,8 +63,7 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t posit
     if (side_start >= 0) {
         undo->Add(std::make_unique<UndoUpdateTrackInfo>(*entry.album, undo->description, 0, tracks.size() - 1));
         const Change change(CHANGE_TRACK_TIMES, entry.album);
-        const int64_t by = to_ticks(rate, access.EditedLength()) - to_ticks(rate, before);
-        for (ALBUMTRACK& track : tracks) move(track, by);
+        for (ALBUMTRACK& track : tracks) move(track);
     }
     AddUndo(std::move(undo));
     return true;
@@ -77,8 +78,12 @@ bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_len
         ShowMessage(FormatMessage(Msg::SelectionTooShortToCut), Severity::Information);
         return false;
     }
-    return ChangeCuts<UndoCut>(entry, access, start, start - end, description,
-                               [&] { entry.cuts.Add(start, end, splice_length, entry.SampleRate()); });
+    // More goes than was selected: the splice, and what lies between the new cut and others near to it.
+    CutList after;
+    for (const CutAndSpliceCorrection& cut : entry.cuts) after.Append(new CutAndSpliceCorrection(cut));
+    after.Add(start, end, splice_length, entry.SampleRate());
+    const int64_t shift = entry.cuts.TotalLength() - after.TotalLength();
+    return ChangeCuts<UndoCut>(entry, access, start, shift, description, [&] { entry.cuts.Swap(after); });
 }
 
 }  // namespace

@@ -225,6 +225,7 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     };
     const Times before = times();
     EXPECT_FALSE(CutSelection(entry, 80000, 130000, 0));
+    EXPECT_FALSE(CutSelection(entry, 85000, 129000, 100)) << "the splice takes the rest of the track";
     EXPECT_EQ(times(), before);
     EXPECT_TRUE(CutSelection(entry, 80000, 100000, 0));
     const Times cut{10000, 80000, 80000, 110000, 110000, 280000, 280000, 280000};
