@@ -58,6 +58,11 @@ int WriteWhole(const std::string& path, const std::string& bytes) {
     return FailWrite(path, error);
 }
 
+// That no file of the name is there, or can be. Any other error leaves that open.
+bool IsMissing(int error) {
+    return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
+}
+
 // A free name beside the file.
 std::string NameForDamaged(const std::string& path) {
     std::string name = path + ".damaged";
@@ -82,10 +87,18 @@ int FileHistoryEntry::LoadCorrections(bool report) {
     for (ClickRepairList& list : click_repairs) list.samplerate = SampleRate();
 
     FileInfo info;
-    std::string path = CorrectionsPath();
-    if (GetFileInfo(path, info) != 0) {
-        path = LegacyCorrectionsPath();
-        if (GetFileInfo(path, info) != 0) path.clear();
+    std::string path;
+    for (const std::string& name : {CorrectionsPath(), LegacyCorrectionsPath()}) {
+        const int error = GetFileInfo(name, info);
+        if (IsMissing(error)) continue;
+        if (error) {
+            // Taken for none, it would be replaced by the next repair.
+            const int code = FailOpen(name, error);
+            Show(report, GetLastError().text);
+            return code;
+        }
+        path = name;
+        break;
     }
     if (!path.empty()) {
         if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
