@@ -146,7 +146,8 @@ ClickRepair* ClickRepairList::Twin(const ClickRepair& repair) const {
     if (!buddy || !repair.HasTwin()) return nullptr;
     for (ClickRepair& other : *buddy) {
         if (other.absolute_start_time > repair.absolute_start_time) break;
-        if (other.absolute_start_time == repair.absolute_start_time) return other.HasTwin() ? &other : nullptr;
+        if (other.absolute_start_time != repair.absolute_start_time) continue;
+        return other.HasTwin() && other.absolute_end_time == repair.absolute_end_time ? &other : nullptr;
     }
     return nullptr;
 }

@@ -114,7 +114,8 @@ public:
     explicit ClickRepairList(int channel = 0, int32_t samplerate = kTicksPerSecond)
         : channel(channel), samplerate(samplerate) {}
 
-    // The stereo twin of a patch in the other channel's list, or null.
+    // The stereo twin of a patch, which covers the same stretch in the other channel's list, or null: a file may be
+    // damaged, and what is done to one twin must be possible for the other.
     ClickRepair* Twin(const ClickRepair& repair) const;
 
     int channel;
