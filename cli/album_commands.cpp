@@ -86,7 +86,9 @@ void ShowText(CommandContext& context, AlbumInfo& album) {
 int Show(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Read, album)) return code;
-    context.result = AlbumJson(*album, arguments.album);
+    std::vector<std::string> remarks;
+    context.result = AlbumJson(*album, arguments.album, remarks);
+    for (const std::string& remark : remarks) context.Remark(remark);
     ShowText(context, *album);
     return CLI_DONE;
 }

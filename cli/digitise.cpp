@@ -129,7 +129,7 @@ int Digitise::FindOldRepairs() {
     const bool applied = FileOptions::Load(OptionsContext::SaveTracks).save_corrections;
     Json& sides = context.result["declick"]["sides"] = Json::array();
     for (const RecordingPlace& place : places) {
-        if (place.entry->LoadCorrections(false) < 0) return context.FailLastError();
+        if (place.entry->LoadCorrections(true) < 0) return context.FailLastError();
         int n = 0;
         for (const ClickRepairList& list : place.entry->click_repairs) {
             for (const ClickRepair& repair : list) n += repair.IsMarker() ? 0 : 1;

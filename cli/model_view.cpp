@@ -4,12 +4,17 @@
 #include "cli/texts.h"
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
+#include "foundation/lasterror.h"
+#include "foundation/messages.h"
 #include "tesslib/fileformats.h"
 
 namespace Orvane {
 namespace {
 
-Json CorrectionsJson(FileHistoryEntry& entry) {
+// Counts; those of repairs that are there but cannot be read are not known.
+Json CorrectionsJson(FileHistoryEntry& entry, bool open, std::vector<std::string>& remarks) {
+    const bool loaded = !open || entry.LoadCorrections(false) == 0;
+    if (!loaded) remarks.push_back(PlainText(GetLastError().text));
     Json counts;
     counts["markers"] = entry.markers.size();
     counts["side_breaks"] = entry.side_breaks.size();
@@ -17,12 +22,15 @@ Json CorrectionsJson(FileHistoryEntry& entry) {
     counts["filters"] = entry.filters.size();
     counts["fft_eqs"] = entry.fft_eqs.size();
     counts["click_repairs"] = {entry.click_repairs[0].size(), entry.click_repairs[1].size()};
+    if (!loaded) {
+        counts["click_repairs"] = nullptr;
+        counts["error"] = remarks.back();
+    }
     return counts;
 }
 
-Json RecordingJson(FileHistoryEntry& entry) {
+Json RecordingJson(FileHistoryEntry& entry, std::vector<std::string>& remarks) {
     bool open = entry.Open(USER_PROBE, false) == OPEN_GOOD;
-    if (open) entry.LoadCorrections(false);
     int64_t ticks = to_ticks(entry.SampleRate(), entry.TotalSamples());
     Json json;
     json["path"] = entry.GetPath();
@@ -42,18 +50,18 @@ Json RecordingJson(FileHistoryEntry& entry) {
     json["open_status_text"] = open ? "" : OpenStatusText(entry.open_status);
     json["comment"] = entry.comment;
     json["original_name"] = entry.original_name;
-    json["corrections"] = CorrectionsJson(entry);
+    json["corrections"] = CorrectionsJson(entry, open, remarks);
     if (open) entry.Close(USER_PROBE);
     return json;
 }
 
-Json SideJson(const AlbumSide& side, int number) {
+Json SideJson(const AlbumSide& side, int number, std::vector<std::string>& remarks) {
     Json json;
     json["side"] = number;
     json["newest"] = side.PositionOf(side.newest);
     json["latest_take"] = side.PositionOf(side.latest_take);
     json["history"] = Json::array();
-    for (const auto& entry : side.history) json["history"].push_back(RecordingJson(*entry));
+    for (const auto& entry : side.history) json["history"].push_back(RecordingJson(*entry, remarks));
     return json;
 }
 
@@ -111,7 +119,7 @@ Json AlbumHeadJson(const AlbumInfo& album, int number) {
     return json;
 }
 
-Json AlbumJson(AlbumInfo& album, int number) {
+Json AlbumJson(AlbumInfo& album, int number, std::vector<std::string>& remarks) {
     std::vector<RecordingPlace> places = PlaceRecordings(album);
     Json json = AlbumHeadJson(album, number);
     json["duration"] = places.empty() ? 0 : places.back().end;
@@ -120,7 +128,7 @@ Json AlbumJson(AlbumInfo& album, int number) {
     for (int i = 0; i < album.tracks.size(); ++i) json["tracks"].push_back(TrackJson(album.tracks[i], i + 1));
     json["sides"] = Json::array();
     for (int i = 0; i < album.sides.size(); ++i) {
-        json["sides"].push_back(album.sides[i] ? SideJson(*album.sides[i], i + 1) : Json());
+        json["sides"].push_back(album.sides[i] ? SideJson(*album.sides[i], i + 1, remarks) : Json());
     }
     return json;
 }

@@ -17,7 +17,7 @@ void ReportTracks(CommandContext& context, const AlbumInfo& album);
 // One line of the album list: details without tracks and sides.
 Json AlbumHeadJson(const AlbumInfo& album, int number);
 // Everything: details, tracks, sides with their history and the counts of corrections. Recordings are opened for a
-// moment.
-Json AlbumJson(AlbumInfo& album, int number);
+// moment; `remarks` gets what the user should know of them.
+Json AlbumJson(AlbumInfo& album, int number, std::vector<std::string>& remarks);
 
 }  // namespace Orvane

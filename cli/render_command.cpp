@@ -1,3 +1,6 @@
+#include <optional>
+#include <span>
+
 #include "cleanup/audiofilter.h"
 #include "cli/commands.h"
 #include "cli/model_view.h"
@@ -5,6 +8,7 @@
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
 #include "foundation/text.h"
+#include "save/heldrepairs.h"
 #include "save/trackstream.h"
 
 namespace Orvane {
@@ -97,10 +101,15 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
 
     SideStream side;
     RefPtr<PCMStream> stream;
+    std::optional<HeldRepairs> repairs;
     if (recording) {
+        const bool repaired = !(flags & PCM_NO_CLICK_REPAIR);
+        if (repaired && recording->LoadCorrections(true) < 0) return context.FailLastError();
         if (!side.Open(*recording, flags, form.samplerate)) return context.FailLastError();
         stream = side.stream;
     } else {
+        repairs.emplace(*album, std::span(&track, 1), flags);
+        if (!repairs->FailureOf(track).empty()) return context.Fail(repairs->FailureOf(track));
         stream = MakeTrackPCMStream(album, track, flags, form.samplerate, -1);
     }
     int64_t frames = stream->GetTotalSamples(flags);

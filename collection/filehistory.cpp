@@ -199,8 +199,12 @@ FileHistoryEntry::AlbumFormat FileHistoryEntry::FormatOfOthers() const {
     return {};
 }
 
+bool FileHistoryEntry::MayChange() const {
+    return IsMainThread() && !IsPrivate() && !album->IsWorkingCopy() && album->set == gAlbumSet;
+}
+
 void FileHistoryEntry::MarkChanged() const {
-    if (IsMainThread() && !IsPrivate() && !album->IsWorkingCopy() && album->set == gAlbumSet) MarkDirty();
+    if (MayChange()) MarkDirty();
 }
 
 bool FileHistoryEntry::StoreFacts() {

@@ -121,8 +121,10 @@ public:
     // The recording's full name and ".crd". Files of older versions carry ".crd" in the place of the extension and are
     // read when no other is there.
     std::string CorrectionsPath() const;
-    // Reads the click lists on first use. 0, or a StreamError with its message as last error; with `report` messages
-    // are shown. Under the file history lock.
+    // Reads the click lists on first use. 0, or a StreamError with its message as last error. With `report` messages
+    // are shown, on the main thread. A file that holds no lists is put aside only where that is told and the collection
+    // is open to be changed; for everybody else, private copies among them, it stays where it is. Under the file
+    // history lock.
     int LoadCorrections(bool report);
     // Writes the click lists through a temporary file; an empty pair removes the file. 0 or a StreamError.
     int SaveCorrections();
@@ -201,6 +203,8 @@ private:
     AlbumFormat FormatOfOthers() const;
     int OpenLocked();
     bool StoreFacts();
+    // This is an entry of the collection that the program has open to be changed, on the thread that may.
+    bool MayChange() const;
     void MarkChanged() const;
     std::string LegacyCorrectionsPath() const;
     int ReadCorrectionsFile(const std::string& path, bool report);

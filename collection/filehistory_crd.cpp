@@ -102,7 +102,7 @@ int FileHistoryEntry::LoadCorrections(bool report) {
     }
     if (!path.empty()) {
         if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
-            DeleteFile(path);
+            if (report && MayChange()) DeleteFile(path);
         } else if (const int error = ReadCorrectionsFile(path, report)) {
             return error;
         }
@@ -119,7 +119,10 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
         Show(report, GetLastError().text);
         return error;
     }
-    switch (ReadCrd(bytes, click_repairs)) {
+    const CrdResult result = ReadCrd(bytes, click_repairs);
+    const bool unusable = result == CrdResult::BadHeader || result == CrdResult::Damaged;
+    if (unusable && !(report && MayChange())) return Fail(report, FormatMessage(Msg::CrdUnreadable, path));
+    switch (result) {
         case CrdResult::Good:
             break;
         case CrdResult::BadHeader:
@@ -140,6 +143,7 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
     for (ClickRepairList& list : click_repairs) {
         list.dirty = false;
         n_removed += CheckRepairList(list, true);
+        if (!MayChange()) list.dirty = false;
     }
     if (n_removed) {
         MarkChanged();

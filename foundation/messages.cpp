@@ -196,6 +196,8 @@ std::string_view MessageText(Msg id) {
                    "20 bit for FLAC and Apple Lossless)";
         case Msg::UnsupportedChannels:
             return "Unsupported channel count (%d) in file:\n\n<b>%s</b>\n\nOnly 1 and 2 channel files are supported";
+        case Msg::CrdUnreadable:
+            return "Click repair file:\n\n<b>%s</b>\n\nis damaged and cannot be read.";
         case Msg::CrdUnreadableKept:
             return "Click repair file:\n\n<b>%s</b>\n\nis damaged and cannot be read.  It has been kept "
                    "as:\n\n<b>%s</b>";

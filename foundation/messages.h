@@ -98,6 +98,7 @@ enum class Msg : int {
     FileSizeLimit,             // gigabytes, file
     UnsupportedBitDepth,       // bits, file
     UnsupportedChannels,       // channels, file
+    CrdUnreadable,             // file
     CrdUnreadableKept,         // file, name it is kept under
     DamagedAudio,              // file, what is wrong
     LibraryError,              // error, function, file

@@ -15,6 +15,7 @@
 #include "foundation/safefile.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "save/heldrepairs.h"
 #include "save/keptfiles.h"
 #include "save/tracknames.h"
 
@@ -30,7 +31,7 @@ class AlbumJob {
 public:
     AlbumJob(AlbumInfo& album, const SaveSettings& settings, const std::vector<int>& tracks,
              const std::vector<std::string>& names, const KeptFiles& kept)
-        : album(album), settings(settings), kept(kept) {
+        : album(album), settings(settings), kept(kept), repairs(album, tracks, SaveFlags(settings.options)) {
         for (int track : tracks) {
             results.push_back({&album, track, names[static_cast<size_t>(track)], SAVE_NEEDED, {}});
             total_ticks += Ticks(track);
@@ -59,9 +60,10 @@ private:
 
     SaveTrackStatus Check(SavedTrack& saved) const {
         SaveTrackStatus status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
-        if (status != SAVE_NEEDED || !kept.Has(saved.file)) return status;
-        saved.message = fmt::sprintf(kNeverChanged, saved.file);
-        return SAVE_FAILED;
+        if (status != SAVE_NEEDED) return status;
+        saved.message =
+            kept.Has(saved.file) ? fmt::sprintf(kNeverChanged, saved.file) : repairs.FailureOf(saved.track);
+        return saved.message.empty() ? SAVE_NEEDED : SAVE_FAILED;
     }
 
     void Save(SavedTrack& saved) {
@@ -107,6 +109,7 @@ private:
     AlbumInfo& album;
     const SaveSettings& settings;
     const KeptFiles& kept;
+    const HeldRepairs repairs;
     CriticalSection lock;
     size_t next_result = 0;
     int64_t total_ticks = 0;

@@ -124,6 +124,12 @@ TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.message ? row.message : "short");
         folder.Write("Mine/" + beginning + row.name, row.bytes);
+        // Who says nothing of it, or only reads, leaves the file where it is.
+        entry.flags = 0;
+        EXPECT_EQ(entry.LoadCorrections(false), row.result);
+        EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections(true), row.result);
+        EXPECT_EQ(OrvaneTest::ReadBytes(folder / ("Mine/" + beginning + row.name)), row.bytes);
+        for (ClickRepairList& list : entry.click_repairs) list.Clear();
         host.asked.clear();
         entry.flags = 0;
         EXPECT_EQ(entry.LoadCorrections(true), row.result);

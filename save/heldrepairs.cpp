@@ -1,0 +1,39 @@
+#include "save/heldrepairs.h"
+
+#include <algorithm>
+
+#include "foundation/lasterror.h"
+#include "tesslib/audiostream.h"
+
+namespace Orvane {
+namespace {
+
+bool LiesIn(const ALBUMTRACK& track, const RecordingPlace& place) {
+    return !track.IsEmpty() && !track.excluded && track.FadeStart() < place.end && track.FadeEnd() > place.start;
+}
+
+}  // namespace
+
+HeldRepairs::HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags) : album(album) {
+    if (flags & PCM_NO_CLICK_REPAIR) return;
+    for (const RecordingPlace& place : PlaceRecordings(album)) {
+        const auto needs = [&](int track) { return LiesIn(album.tracks[track], place); };
+        if (std::none_of(tracks.begin(), tracks.end(), needs)) continue;
+        if (place.entry->Open(USER_SAVE, false) != OPEN_GOOD) continue;  // the track's stream says why
+        Held& held = recordings.emplace_back(Held{place, {}});
+        if (place.entry->LoadCorrections(true) < 0) held.failure = GetLastError().text;
+    }
+}
+
+HeldRepairs::~HeldRepairs() {
+    for (const Held& held : recordings) held.place.entry->Close(USER_SAVE);
+}
+
+std::string HeldRepairs::FailureOf(int track) const {
+    for (const Held& held : recordings) {
+        if (!held.failure.empty() && LiesIn(album.tracks[track], held.place)) return held.failure;
+    }
+    return {};
+}
+
+}  // namespace Orvane

@@ -1,0 +1,34 @@
+// The click repairs that the tracks of an album need, loaded before a job reads the tracks.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "collection/recordingplaces.h"
+
+namespace Orvane {
+
+// Holds the recordings in which `tracks` (indices) lie open, with their repairs loaded, so that the private copies of
+// a job have them. What cannot be used has been shown. With PCM_NO_CLICK_REPAIR in `flags` nothing is needed. Main
+// thread; FailureOf on any.
+class HeldRepairs {
+public:
+    HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags);
+    ~HeldRepairs();
+    HeldRepairs(const HeldRepairs&) = delete;
+    HeldRepairs& operator=(const HeldRepairs&) = delete;
+
+    // Why there are repairs in the track that cannot be used, in mark-up; empty when there are none.
+    std::string FailureOf(int track) const;
+
+private:
+    struct Held {
+        RecordingPlace place;
+        std::string failure;
+    };
+    const AlbumInfo& album;
+    std::vector<Held> recordings;
+};
+
+}  // namespace Orvane
