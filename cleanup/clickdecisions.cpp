@@ -49,12 +49,6 @@ int SkipLoud(std::span<const float> samples, int i, int direction) {
     return i;
 }
 
-double SumOfSquares(std::span<const double> data) {
-    double sums[4] = {};
-    for (size_t i = 0; i < data.size(); ++i) sums[i % 4] += data[i] * data[i];
-    return sums[0] + sums[1] + sums[2] + sums[3];
-}
-
 }  // namespace
 
 int CountSwings(std::span<const float> samples, int start, int end, int limit, double factor) {
@@ -74,8 +68,9 @@ int CountSwings(std::span<const float> samples, int start, int end, int limit, d
 }
 
 LowBandEnergy::LowBandEnergy() {
-    ComputeBiQuad(low_pass, kLowPass, 0.0, 250.0, kSampleRate, 2.0);
-    ComputeBiQuad(high_pass, kHighPass, 0.0, 32.0, kSampleRate, 2.0);
+    ComputeBiQuad(sections[0], kLowPass, 0.0, 250.0, kSampleRate, 2.0);
+    ComputeBiQuad(sections[1], kHighPass, 0.0, 32.0, kSampleRate, 2.0);
+    sections[2] = sections[3] = sections[1];
 }
 
 // 0 if it is below `least` for certain: none of the sections amplifies any frequency, so that the output's energy
@@ -85,13 +80,7 @@ double LowBandEnergy::EnergyOf(std::span<double> data, int first_sample, double 
     const int no_gap = static_cast<int>(data.size()) + 3;
     RemoveNeighbours(data, no_gap, no_gap, 1, detector, first_sample);
     if (SumOfSquares(data) * 1.001 < least) return 0.0;
-    BiQuadFilter low = low_pass, high_1 = high_pass, high_2 = high_pass, high_3 = high_pass;
-    double energy = 0.0;
-    for (double x : data) {
-        double y = high_3.Process(high_2.Process(high_1.Process(low.Process(x))));
-        energy += y * y;
-    }
-    return energy;
+    return EnergyThrough(sections, data);
 }
 
 int LowBandEnergy::EnergyRatio(std::span<const float> samples, int start, int end, int limit,

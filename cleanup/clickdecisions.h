@@ -4,8 +4,8 @@
 
 #include <span>
 
-#include "cleanup/biquadfilter.h"
 #include "cleanup/clickdetector.h"
+#include "cleanup/scankernels.h"
 
 namespace Orvane {
 
@@ -24,7 +24,7 @@ public:
 
 private:
     double EnergyOf(std::span<double> data, int first_sample, double least, const ClickDetector& detector) const;
-    BiQuadFilter low_pass, high_pass;
+    Cascade sections;
 };
 
 // True for a large pop before a near-silent stretch; `end` then moves on by 50 samples, within `samples`.

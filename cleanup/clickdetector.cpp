@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "cleanup/scankernels.h"
 #include "foundation/assert.h"
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -12,11 +13,7 @@
 namespace Orvane {
 namespace {
 
-constexpr int kDiffWindow = 13;
 constexpr double kMeanScale = 0.0006662225183211193;
-// Steps made in one go: short enough for the first cache level, a whole number of groups.
-constexpr int kTile = 1024;
-static_assert(kTile % ClickDetector::kGroup == 0);
 
 // Extended precision: between float samples this difference is then exact, and its square is rounded twice,
 // which vector units cannot do; the x87 unit keeps up with the rolling sums.
@@ -45,64 +42,78 @@ inline Pair RoughnessOfSums(Pair sums) {
 #endif
 }
 
-// True if a[k] > factor * b[k] for any k below n.
-inline bool AnyExceeds(const double* a, const double* b, double factor, int n) {
-    int k = 0;
-    bool any = false;
-#if defined(__SSE2__)
-    __m128d above = _mm_setzero_pd();
-    for (; k + 2 <= n; k += 2) {
-        __m128d limit = _mm_mul_pd(_mm_set1_pd(factor), _mm_loadu_pd(b + k));
-        above = _mm_or_pd(above, _mm_cmpgt_pd(_mm_loadu_pd(a + k), limit));
-    }
-    any = _mm_movemask_pd(above) != 0;
-#endif
-    for (; k < n; ++k) any |= a[k] > factor * b[k];
-    return any;
-}
-
 }  // namespace
 
-// `diff_sq` holds the squares of the steps `to` and up: this tile's, and above them the last 13 of the tile before.
-void ClickDetector::RunTile(const float* samples, int from, int to, double* diff_sq, Sums& sums) {
-    double* rough = roughness_at.data();
-    double* mean = mean_at.data();
-    double* square = diff_sq - to;
-    double diff_sum = sums.diff_sum, roughness_sum = sums.roughness_sum;
-
-    int i = from;
-    if ((from - to) % 2 == 0) {
-        square[i] = SquaredDifference(samples, i);
-        diff_sum -= square[i + kDiffWindow];
-        diff_sum += square[i];
-        rough[i] = RoughnessOfSum(diff_sum);
-        roughness_sum += rough[i] - rough[i + kMeanWindow];
-        mean[i] = roughness_sum * kMeanScale;
-        --i;
-    }
-    for (; i > to; i -= 2) {
-        square[i] = SquaredDifference(samples, i);
-        square[i - 1] = SquaredDifference(samples, i - 1);
-        Pair sum;
-        sum.high = diff_sum - square[i + kDiffWindow] + square[i];
-        sum.low = sum.high - square[i - 1 + kDiffWindow] + square[i - 1];
-        diff_sum = sum.low;
-        Pair e = RoughnessOfSums(sum);
-        rough[i] = e.high;
-        rough[i - 1] = e.low;
-        double sum_high = roughness_sum + (e.high - rough[i + kMeanWindow]);
-        roughness_sum = sum_high + (e.low - rough[i - 1 + kMeanWindow]);
-        mean[i] = sum_high * kMeanScale;
-        mean[i - 1] = roughness_sum * kMeanScale;
-    }
-    sums = {diff_sum, roughness_sum};
+void ClickDetector::Begin(std::span<const float> audio, int from, int to, double release) {
+    ORVANE_ASSERT(to >= 1 && to <= from && static_cast<size_t>(from) + 2 <= audio.size());
+    samples = audio;
+    level = std::min(release, kNeighbourLevel);
+    lowest = to;
+    highest = next = from;
+    diff_sum = roughness_sum = 0.0;
+    diff_sq.fill(0.0);
+    std::ranges::fill(roughness_at, 0.0);
+    const auto n_groups = static_cast<size_t>(from / kGroup + 1);
+    above_groups.assign(n_groups, 0);
+    pulse_groups.assign(n_groups, 0);
 }
 
-void ClickDetector::MarkGroups(int from, int to, double level) {
+void ClickDetector::AdvanceTo(int step) {
+    ORVANE_ASSERT(step >= lowest);
+    while (next >= step) {
+        const int low = std::max(next / kTile * kTile, lowest);
+        RunTile(next, low);
+        MarkGroups(next, low);
+        next = low - 1;
+        // The next tile's lowest step is at the array's start again.
+        const int next_low = std::max(next / kTile * kTile, lowest);
+        std::copy_backward(diff_sq.begin(), diff_sq.begin() + kDiffWindow,
+                           diff_sq.begin() + kDiffWindow + (low - next_low));
+    }
+}
+
+void ClickDetector::RunTile(int from, int to) {
+    const float* x = samples.data() + to;
+    double* square = diff_sq.data();
+    double* rough = &roughness_at[Index(to)];
+    double* mean = &mean_at[Index(to)];
+    double differences = diff_sum, sum = roughness_sum;
+
+    int i = from - to;
+    if (i % 2 == 0) {
+        square[i] = SquaredDifference(x, i);
+        differences -= square[i + kDiffWindow];
+        differences += square[i];
+        rough[i] = RoughnessOfSum(differences);
+        sum += rough[i] - rough[i + kMeanWindow];
+        mean[i] = sum * kMeanScale;
+        --i;
+    }
+    for (; i > 0; i -= 2) {
+        square[i] = SquaredDifference(x, i);
+        square[i - 1] = SquaredDifference(x, i - 1);
+        Pair pair;
+        pair.high = differences - square[i + kDiffWindow] + square[i];
+        pair.low = pair.high - square[i - 1 + kDiffWindow] + square[i - 1];
+        differences = pair.low;
+        Pair e = RoughnessOfSums(pair);
+        rough[i] = e.high;
+        rough[i - 1] = e.low;
+        double sum_high = sum + (e.high - rough[i + kMeanWindow]);
+        sum = sum_high + (e.low - rough[i - 1 + kMeanWindow]);
+        mean[i] = sum_high * kMeanScale;
+        mean[i - 1] = sum * kMeanScale;
+    }
+    diff_sum = differences;
+    roughness_sum = sum;
+    if (Index(to) < kOverlap) std::copy_n(rough, from - to + 1, rough + kRing);
+}
+
+void ClickDetector::MarkGroups(int from, int to) {
     for (int low = to; low <= from;) {
         int end = std::min((low / kGroup + 1) * kGroup, from + 1);
-        const double* mean = mean_at.data() + low;
-        const double* rough = roughness_at.data() + low;
+        const double* mean = &mean_at[Index(low)];
+        const double* rough = &roughness_at[Index(low)];
         auto group = static_cast<size_t>(low / kGroup);
         above_groups[group] |= AnyExceeds(rough + (kRoughnessLag - kMeanLag), mean, level, end - low);
         pulse_groups[group] |= AnyExceeds(rough, mean, kPulseLevel, end - low);
@@ -110,34 +121,10 @@ void ClickDetector::MarkGroups(int from, int to, double level) {
     }
 }
 
-void ClickDetector::Run(std::span<const float> samples, int from, int to, double release) {
-    ORVANE_ASSERT(to >= 1 && to <= from && static_cast<size_t>(from) + 2 <= samples.size());
-    auto n = static_cast<size_t>(from) + 1;
-    roughness_at.resize(std::max(roughness_at.size(), n + kMeanWindow));
-    mean_at.resize(roughness_at.size());
-    std::fill_n(roughness_at.begin() + static_cast<ptrdiff_t>(n), kMeanWindow, 0.0);
-    above_groups.assign(n / kGroup + 1, 0);
-    pulse_groups.assign(n / kGroup + 1, 0);
-    lowest = to;
-    highest = from;
-
-    std::array<double, kTile + kDiffWindow> diff_sq{};
-    Sums sums;
-    for (int high = from; high >= to;) {
-        int low = std::max(high / kTile * kTile, to);
-        RunTile(samples.data(), high, low, diff_sq.data(), sums);
-        MarkGroups(high, low, std::min(release, kNeighbourLevel));
-        high = low - 1;
-        // The next tile's lowest step is at the array's start again.
-        int next_low = std::max(high / kTile * kTile, to);
-        std::copy_backward(diff_sq.begin(), diff_sq.begin() + kDiffWindow,
-                           diff_sq.begin() + kDiffWindow + (low - next_low));
-    }
-}
-
 void PrimeDetector(ClickDetector& detector, std::span<const float> samples, int first) {
-    detector.Run(samples, static_cast<int>(samples.size()) - 2, std::max(first - EXTRA_DATA_WING + 1, 0) + 1,
-                 ClickDetector::kNeighbourLevel);
+    const int lowest = std::max(first - EXTRA_DATA_WING + 1, 0) + 1;
+    detector.Begin(samples, static_cast<int>(samples.size()) - 2, lowest, ClickDetector::kNeighbourLevel);
+    detector.AdvanceTo(lowest);
 }
 
 void RemoveNeighbours(std::span<double> data, int gap_first, int gap_last, int step, const ClickDetector& detector,

@@ -5,6 +5,7 @@
 // the same bits. All samples are at 44100 Hz. A detector is used by one thread at a time.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -20,22 +21,26 @@ inline constexpr int EXTRA_DATA_WING = 5757;
 // of 5000 steps ago is the one centred on it.
 inline constexpr int kRoughnessLag = 5750;
 inline constexpr int kMeanLag = 5000;
+inline constexpr int kDiffWindow = 13;
 inline constexpr int kMeanWindow = 1501;
 
 class ClickDetector {
 public:
-    // Steps over `samples` from index `from` down to `to` with all sums at zero before. Needs
+    // A run goes over `samples` from index `from` down to `to`, with all sums at zero before. Needs
     // 1 <= to <= from <= samples.size() - 2. `release`: how many times the mean a sample's roughness must
-    // exceed to be worth a look (see AnyAbove). Keeps no reference to `samples`; allocates only when
-    // a run is longer than all before.
-    void Run(std::span<const float> samples, int from, int to, double release);
+    // exceed to be worth a look (see AnyAbove). `samples` must stay until the run's last AdvanceTo. Allocates only
+    // when a run is longer than all before.
+    void Begin(std::span<const float> samples, int from, int to, double release);
+    // Makes the run's steps down to `step`.
+    void AdvanceTo(int step);
 
-    // What was stored by the step at `step`, which must be one of the last run's.
-    double roughness(int step) const { return roughness_at[static_cast<size_t>(step)]; }
-    double local_mean(int step) const { return mean_at[static_cast<size_t>(step)]; }
+    // What was stored by the step at `step`, which must be one of the run's last kKept.
+    static constexpr int kKept = 15360;
+    double roughness(int step) const { return roughness_at[Index(step)]; }
+    double local_mean(int step) const { return mean_at[Index(step)]; }
 
-    // Roughness of the sample at index `sample` and the mean around it. Where the run did not reach, both are 0:
-    // such a sample is never above its mean.
+    // Roughness of the sample at index `sample` and the mean around it. Where the run does not reach, both are 0: such
+    // a sample is never above its mean. Knows the samples whose steps roughness() and local_mean() know.
     struct Level {
         double roughness, mean;
     };
@@ -57,16 +62,25 @@ public:
     bool AnyPulse(int step) const { return pulse_groups[static_cast<size_t>(step / kGroup)]; }
 
 private:
-    struct Sums {
-        double diff_sum = 0.0, roughness_sum = 0.0;
-    };
-    void RunTile(const float* samples, int from, int to, double* diff_sq, Sums& sums);
-    void MarkGroups(int from, int to, double level);
+    // Steps made in one go: short enough for the first cache level, a whole number of groups.
+    static constexpr int kTile = 1024;
+    // The values stand in rings, small enough for the second cache level. A tile reads the roughness of up to two tiles
+    // above it in one piece, so the first two of a ring stand once more behind its end.
+    static constexpr int kRing = kKept + kTile, kOverlap = 2 * kTile;
+    static_assert(kTile % kGroup == 0 && kMeanWindow < kOverlap && (kRing & (kRing - 1)) == 0);
 
-    // Indexed by step, with zeros for the steps above the first.
-    std::vector<double> roughness_at, mean_at;
+    static size_t Index(int step) { return static_cast<size_t>(step) & (kRing - 1); }
+    void RunTile(int from, int to);
+    void MarkGroups(int from, int to);
+
+    std::span<const float> samples;
+    double level = 0.0;  // what AnyAbove asks for
+    int lowest = 0, highest = -1, next = -1;
+    double diff_sum = 0.0, roughness_sum = 0.0;
+    // The squared differences of a tile's steps, and above them the last ones of the tile before.
+    std::array<double, kTile + kDiffWindow> diff_sq{};
+    std::vector<double> roughness_at = std::vector<double>(kRing + kOverlap), mean_at = std::vector<double>(kRing);
     std::vector<uint8_t> above_groups, pulse_groups;
-    int lowest = 0, highest = -1;
 };
 
 // For a repair that is made again outside a scan: runs the detector over the samples around it. `first` is

@@ -22,6 +22,8 @@ public:
     // Pulses are looked for from `crackle_limit` down; `gain_limited` as in DetectorTables.
     PulseTracker(const ClickDetector& detector, int crackle_limit, double gain_limited);
 
+    // Takes in the detector's steps down to `i`. To be called before the detector forgets them.
+    void AdvanceTo(int i);
     // Whether the pulses known at detector step `i` are regularly spaced. Successive calls go downward.
     PulsePattern BrassPattern(int i);
 
@@ -29,7 +31,6 @@ private:
     static constexpr int kPulses = 1024;
     static int Older(int index) { return (index + kPulses - 1) % kPulses; }
 
-    void AdvanceTo(int i);
     void Step(int i);
 
     const ClickDetector& detector;

@@ -26,14 +26,15 @@ int PadOf(int64_t start, int64_t end) {
 
 class ChannelScan {
 public:
-    ChannelScan(const ChannelBlock& source, const DetectorTables& settings, const ClickDetector& run, ClickSink& target,
+    ChannelScan(const ChannelBlock& source, const DetectorTables& settings, ClickDetector& run, ClickSink& target,
                 ScanCounts& statistics)
         : block(source),
           tables(settings),
           detector(run),
           sink(target),
           counts(statistics),
-          pulses(run, static_cast<int>(source.samples.size()) - 1515, settings.gain_limited) {}
+          pulses(run, static_cast<int>(source.samples.size()) - 1515, settings.gain_limited),
+          made(static_cast<int>(source.samples.size()) - 2) {}
 
     bool Run();
 
@@ -41,6 +42,7 @@ private:
     enum class Test { Click, Music };
 
     void ScanStretch(int from, int to);
+    void RunDetector(int from, int to);
     void LookForClick(int i, double e, double mean);
     void FollowClick(int i, double e, double mean);
     void Decide(int64_t start, double mean);
@@ -54,10 +56,11 @@ private:
 
     const ChannelBlock& block;
     const DetectorTables& tables;
-    const ClickDetector& detector;
+    ClickDetector& detector;
     ClickSink& sink;
     ScanCounts& counts;
     PulseTracker pulses;
+    int made;  // the detector's lowest step so far
 
     int64_t pending = -1;  // the latest sample above `release`, while no click has been seen
     bool in_click = false;
@@ -83,8 +86,18 @@ bool ChannelScan::Run() {
     return true;
 }
 
-// Detector steps `from` down to `to`.
+// Runs the detector down to step `to`, and takes in the pulses above step `from` before the detector forgets them.
+void ChannelScan::RunDetector(int from, int to) {
+    while (made > to) {
+        made = std::max(made - (kTickMask + 1), to);
+        detector.AdvanceTo(made);
+        if (tables.brass_protection) pulses.AdvanceTo(std::max(made, from + 1));
+    }
+}
+
+// Detector steps `from` down to `to`. What is asked of the detector at a step lies less than 10001 steps behind.
 void ChannelScan::ScanStretch(int from, int to) {
+    RunDetector(from, std::max(to, 1));
     for (int i = from; i >= to; --i) {
         const int mean_step = i + kMeanLag;
         if (!in_click && pending < 0 && !detector.AnyAbove(mean_step)) {
@@ -249,7 +262,7 @@ DetectorTables::DetectorTables(const DetectorSettings& settings) {
 bool ScanChannel(const ChannelBlock& block, const DetectorTables& tables, ClickDetector& detector, ClickSink& sink,
                  ScanCounts& counts) {
     if (!(tables.gain > 0.0)) return true;
-    detector.Run(block.samples, static_cast<int>(block.samples.size()) - 3, 1, tables.release);
+    detector.Begin(block.samples, static_cast<int>(block.samples.size()) - 3, 1, tables.release);
     return ChannelScan(block, tables, detector, sink, counts).Run();
 }
 

@@ -61,7 +61,7 @@ struct ScanCounts {
     int repaired = 0, not_repaired = 0, pp = 0, bp = 0;
 };
 
-// Scans one block; false if `sink` ended it. `detector` is run over the block first and then left as it is, so
+// Scans one block; false if `sink` ended it. `detector` runs over the block, just ahead of the scan, so
 // that the sink may ask it about the samples around a repair. The score of a repair says why it was made: 0 not
 // tested for percussion, 1 to 127 not enough like it, below 0 too loud for it (or, from -1 to -100 in proportion
 // to the music's roughness, in a very quiet passage). Adds to `counts`. A gain of 0 scans nothing.

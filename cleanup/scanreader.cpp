@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
+#include "cleanup/scankernels.h"
 #include "foundation/muldiv.h"
 #include "tesslib/josconvert.h"
 
 namespace Orvane {
 namespace {
 
-constexpr int32_t kPiece = 32768;
+constexpr int32_t kPiece = 4096;
 
 }  // namespace
 
@@ -27,10 +28,7 @@ int ScanReader::ReadSamples(int64_t start, int64_t end, float* left, float* righ
         const int32_t wanted = static_cast<int32_t>(std::min<int64_t>(kPiece, end - start - total + 1));
         const int32_t n = source->Read(start + total, pairs.data(), wanted, kScanFlags);
         if (n < 0) return n;
-        for (int32_t i = 0; i < n; ++i) {
-            left[total + i] = pairs[2 * i];
-            right[total + i] = pairs[2 * i + 1];
-        }
+        SplitPairs(pairs.data(), left + total, right + total, n);
         total += n;
         if (n < wanted) break;
     }

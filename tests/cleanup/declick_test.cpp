@@ -122,7 +122,8 @@ TEST(PrimeDetector, KnowsAroundARepairWhatTheScanKnew) {
     std::vector<float> x = Music(120000, 5);
     AddClicks(x, 30.0, 0.5, 5);
     ClickDetector whole, part;
-    whole.Run(x, static_cast<int>(x.size()) - 3, 1, 2.75);
+    whole.Begin(x, static_cast<int>(x.size()) - 3, 1, 2.75);
+    whole.AdvanceTo(kAt - 10000);
     constexpr int kReach = 6269;
     PrimeDetector(part, std::span(x).subspan(kAt - kReach, 2 * kReach), kReach);
     for (int k = -1236; k < 1236 + 412; ++k) {
