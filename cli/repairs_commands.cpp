@@ -90,8 +90,15 @@ int Report(CommandContext& context, const RepairArguments& arguments, FileHistor
     return CLI_DONE;
 }
 
+// An edit writes the lists when it lets go of the recording; what could not be written, which has been shown, is still
+// marked as changed.
+int CheckWritten(CommandContext& context, const FileHistoryEntry& entry) {
+    return entry.click_repairs[0].dirty || entry.click_repairs[1].dirty ? context.FailShown() : CLI_DONE;
+}
+
 // The end of a command that has put something into the lists.
 int ReportAndSave(CommandContext& context, const RepairArguments& arguments, FileHistoryEntry& entry) {
+    if (int code = CheckWritten(context, entry)) return code;
     const int code = Report(context, arguments, entry, ShownClicks());
     const int saved = context.Save();
     return code ? code : saved;
@@ -122,6 +129,7 @@ int Remove(CommandContext& context, const RepairArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     const int64_t end = arguments.end < 0 ? arguments.start + 1 : arguments.end;
     const int removed = DeleteRepairs(*side.entry, arguments.channels, arguments.start, end);
+    if (int code = CheckWritten(context, *side.entry)) return code;
     context.result["removed"] = removed;
     if (removed == 0) return context.Fail(fmt::format("There is no repair at {}", arguments.start));
     context.Line("{} removed", CountText(removed, "repair"));
@@ -140,6 +148,7 @@ int Apply(CommandContext& context, const RepairArguments& arguments) {
             applied += RepairMarkers(*side.entry, arguments.channels, type, start, end);
         }
     }
+    if (int code = CheckWritten(context, *side.entry)) return code;
     context.result["applied"] = applied;
     context.Line("{} made of markers", CountText(applied, "repair"));
     return context.Save();

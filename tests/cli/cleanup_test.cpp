@@ -136,6 +136,22 @@ TEST_F(Cleanup, APatchIsHeardInItsStretchAloneAndGoesFromBothSides) {
     EXPECT_TRUE(Heard() == before);
 }
 
+TEST_F(Cleanup, EditsThatCannotBeWrittenFail) {
+    Must({"declick", "c.mcf", "1"});
+    const std::string crd = ReadBytes(folder / "a.wav.crd");
+    folder.Write("a.wav.$$$/in the way", "");
+    const std::pair<Words, Words> edits[] = {
+        {{"repairs", "add"}, {"--channel", "r", "--start", "90000", "--end", "90040"}},
+        {{"repairs", "remove"}, {"--channel", "lr", "--start", "30005"}},
+        {{"patch"}, {"--start", "90000", "--end", "92000"}},
+    };
+    for (const auto& [command, rest] : edits) {
+        const std::string error = Json(OnSide(command, rest), 1)["error"];
+        EXPECT_NE(error.find("$$$"), std::string::npos) << error;
+        EXPECT_TRUE(ReadBytes(folder / "a.wav.crd") == crd) << command[0];
+    }
+}
+
 TEST_F(Cleanup, ListsShowWhatTheSettingsSayAndCountTheRest) {
     Must({"declick", "c.mcf", "1", "--sensitivity", "7"});
     Must(OnSide({"patch"}, {"--start", "90000", "--end", "92000", "--channels", "l"}));
