@@ -40,26 +40,36 @@ bool PatchTrivial(std::span<float> signal, int first, int last) {
 
 // ---- AR ----
 
-// The model's prediction of `n` samples behind `before`, each multiplied by `factor`; stops and gives less than that
-// if one would leave full scale.
-std::vector<float> Predict(std::span<const float> before, std::span<const float> model, int n, double factor) {
+struct Prediction {
+    std::vector<float> samples;
+    bool in_scale = true;
+};
+
+// The model's prediction of `n` samples behind `before`, each multiplied by `factor`. Samples may lie beyond full
+// scale, to which the finished patch is held: held here they would lead all that follow astray.
+Prediction Predict(std::span<const float> before, std::span<const float> model, int n, double factor) {
+    constexpr double kFarOut = 16;  // no audio goes there, but a gain may
     const int order = static_cast<int>(model.size());
     std::vector<float> run(before.end() - order, before.end());
     run.reserve(run.size() + static_cast<size_t>(n));
+    Prediction prediction;
     for (int i = 0; i < n; i++) {
         double sum = 0;
         for (int k = 0; k < order; k++) sum -= static_cast<double>(model[k]) * run[order + i - 1 - k];
         sum *= factor;
-        if (!(std::abs(sum) <= 1)) break;
-        run.push_back(static_cast<float>(sum));
+        prediction.in_scale &= std::abs(sum) <= 1;
+        run.push_back(static_cast<float>(std::clamp(sum, -kFarOut, kFarOut)));
     }
-    run.erase(run.begin(), run.begin() + order);
-    return run;
+    prediction.samples.assign(run.begin() + order, run.end());
+    return prediction;
 }
 
 // Continues `before` by n_wanted samples, the first of which take the place of `original`. A model loses strength with
 // the distance: where the result is weaker than the original it is tried again with a gain at each sample, and the gain
 // is taken back if it drives the result out of full scale or above the level wanted.
+//
+// A gain that only full scale ends, or one that follows from a first-order model of the gap's samples instead of from
+// the levels, turns short patches into shrieks: docs/patching.md has the figures.
 std::vector<float> Extrapolate(std::span<const float> before, std::span<const float> original, int autolen,
                                int n_wanted) {
     constexpr int kRounds = 3;
@@ -71,7 +81,7 @@ std::vector<float> Extrapolate(std::span<const float> before, std::span<const fl
     std::vector<float> model(static_cast<size_t>(order));
     BurgFloat(before, model);
 
-    std::vector<float> result = Predict(before, model, n_wanted, 1);
+    std::vector<float> result = Predict(before, model, n_wanted, 1).samples;
     if (original.size() >= kLevelLength) {
         // The damage itself makes the original louder than the audio was; the samples before it do not know of it.
         const auto nearby = before.last(std::min(before.size(), original.size()));
@@ -81,15 +91,13 @@ std::vector<float> Extrapolate(std::span<const float> before, std::span<const fl
         if (g < 1) {
             const double step = std::max(0.75 / g - 0.75, 0.02);
             for (int round = 1; round < kRounds; round++) {
-                std::vector<float> louder = Predict(before, model, n_wanted, 1 + step / round);
-                if (static_cast<int>(louder.size()) < n_wanted || gain(louder) > 1) continue;
-                result = std::move(louder);
+                Prediction louder = Predict(before, model, n_wanted, 1 + step / round);
+                if (!louder.in_scale || gain(louder.samples) > 1) continue;
+                result = std::move(louder.samples);
                 break;
             }
         }
     }
-    // What the model drives out of full scale has no continuation.
-    result.resize(static_cast<size_t>(n_wanted));
     return result;
 }
 

@@ -64,6 +64,23 @@ TEST(Patch, BringsMusicBackAndBestPicksTheMethodThatDoes) {
     }
 }
 
+// Two tones whose beat is louder than full scale in the gap alone.
+TEST(Patch, WhatIsLouderThanFullScaleIsHeldThereAndGoesOn) {
+    constexpr int kGap = 5000;
+    const int first = PatchContext(kGap), last = first + kGap - 1;
+    std::vector<float> tones;
+    Noise noise(3);
+    for (int i = 0; i < 2 * first + kGap; i++) {
+        const double t = i - first - kGap / 2;
+        const double beat = 1.2 * std::cos(2 * std::numbers::pi * t / 24000) * std::cos(0.1 * t);
+        tones.push_back(static_cast<float>(std::clamp(beat + 1e-5 * noise.Normal(), -1.0, 1.0)));
+    }
+    std::vector<float> patched = tones;
+    std::fill_n(patched.begin() + first, kGap, 0.0f);
+    PatchAR(patched, first, last);
+    EXPECT_GT(SignalToErrorDb(tones.data() + first, patched.data() + first, kGap), 10);
+}
+
 TEST(Patch, ShortStretchesAndPlacesAtTheEndsOfARecordingAreSane) {
     const auto music = Music(9, 9000);
     for (int n : {2, 3, 60, 61, 120, 121, 1500}) {
