@@ -99,6 +99,9 @@ PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
     }
     patch.used = *method;
 
+    // The converted length is rounded. Where it ends up to a frame short of the recording, the last one goes on for
+    // that part of it.
+    if (converter && from + n == total) pairs.insert(pairs.end(), {pairs.end()[-2], pairs.end()[-1]});
     std::vector<float> result;
     const int64_t length = job.end - job.start;
     const RefPtr<PCMStream> made = MakeRef<MemoryPCMStream>(std::move(pairs), working_rate);

@@ -152,5 +152,18 @@ TEST(PatchRates, HighRatesAreConvertedDownAndBack) {
     }
 }
 
+TEST(PatchRates, APatchMayReachTheEndWhateverItsLengthIsInConvertedFrames) {
+    for (const int rate : {44100, 96000, 176400}) {
+        for (const int frames : {40000, 40001, 40002, 40003}) {
+            RecordedSide side(OrvaneTest::MusicPairs(frames), rate);
+            const EditAccess open(*side.entry);
+            for (const int64_t start : {frames - 1, frames - 900}) {
+                const PatchAudio patch = MakePatch(*open.Stream(), CHANNELS_BOTH, {start, frames, PatchMethod::AR, 0});
+                EXPECT_EQ(patch.outcome, PatchOutcome::Made) << rate << " " << frames << " " << start;
+            }
+        }
+    }
+}
+
 }  // namespace
 }  // namespace Orvane
