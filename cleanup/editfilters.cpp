@@ -1,7 +1,9 @@
 #include "cleanup/editfilters.h"
 
+#include <algorithm>
 #include <numeric>
 
+#include "cleanup/filtersettings.h"
 #include "cleanup/undo_corrections.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
@@ -30,38 +32,58 @@ bool EditSettings(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit
     return true;
 }
 
-bool MayChange(const FFTEq&, const FFTEq&) {
+template <class Edit>
+bool MayEdit(const LinkedList<FFTEq>&, Edit) {
     return true;
 }
 
 // The hiss filter relies on the rumble filter to keep the energy below its lowest bins out.
-bool MayChange(const FilterSetting& from, const FilterSetting& to) {
-    const bool loses_rumble = from.values.rumble_mode == FILTER_ON && to.values.rumble_mode != FILTER_ON;
-    if (!loses_rumble || to.values.hiss_mode != FILTER_ON) return true;
-    const Message question{FormatMessage(Msg::HissWithoutRumble), Buttons::OkCancel, Severity::Warning, ""};
-    return Messages().Ask(question) == Answer::Ok;
+bool LosesRumble(const FilterValues& before, const FilterValues& after) {
+    return before.rumble_mode == FILTER_ON && after.rumble_mode != FILTER_ON && after.hiss_mode == FILTER_ON;
+}
+
+// Asks if the edit turns the rumble filter off under the hiss filter, somewhere in the recording.
+template <class Edit>
+bool MayEdit(const LinkedList<FilterSetting>& settings, Edit edit) {
+    LinkedList<FilterSetting> edited;
+    for (const FilterSetting& setting : settings) edited.Append(new FilterSetting(setting));
+    edit(edited);
+    for (int64_t position = 0; position != kNoChange;) {
+        const SettingsAt before = GetSettingsAt(settings, position, PCM_NO_CUTS);
+        const SettingsAt after = GetSettingsAt(edited, position, PCM_NO_CUTS);
+        if (LosesRumble(before.values, after.values)) {
+            const Message question{FormatMessage(Msg::HissWithoutRumble), Buttons::OkCancel, Severity::Warning, ""};
+            return Messages().Ask(question) == Answer::Ok;
+        }
+        position = std::min(before.next_change, after.next_change);
+    }
+    return true;
+}
+
+// As EditSettings, if the user wants what comes of it.
+template <class T, class Edit>
+bool AskAndEdit(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit edit) {
+    return MayEdit(SettingsOf<T>(entry), edit) && EditSettings<T>(entry, std::move(undo), edit);
 }
 
 }  // namespace
 
 template <class T>
 bool AddSetting(FileHistoryEntry& entry, const T& setting) {
-    return EditSettings<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.add)),
-                           [&](LinkedList<T>& list) { list.Append(new T(setting)); });
+    return AskAndEdit<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.add)),
+                         [&](LinkedList<T>& list) { list.Append(new T(setting)); });
 }
 
 template <class T>
 bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting) {
-    if (!MayChange(*SettingAt(SettingsOf<T>(entry), index), setting)) return false;
-    return EditSettings<T>(entry,
-                           std::make_unique<UndoSetting<T>>(entry, index, FormatMessage(kDescriptions<T>.change)),
-                           [&](LinkedList<T>& list) { *SettingAt(list, index) = setting; });
+    return AskAndEdit<T>(entry, std::make_unique<UndoSetting<T>>(entry, index, FormatMessage(kDescriptions<T>.change)),
+                         [&](LinkedList<T>& list) { *SettingAt(list, index) = setting; });
 }
 
 template <class T>
 bool RemoveSetting(FileHistoryEntry& entry, int index) {
-    return EditSettings<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.remove)),
-                           [&](LinkedList<T>& list) { list.Delete(SettingAt(list, index)); });
+    return AskAndEdit<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMessage(kDescriptions<T>.remove)),
+                         [&](LinkedList<T>& list) { list.Delete(SettingAt(list, index)); });
 }
 
 template <class T>
@@ -71,8 +93,8 @@ bool MoveSetting(FileHistoryEntry& entry, int from, int to) {
     std::iota(order.begin(), order.end(), 0);
     order.erase(order.begin() + from);
     order.insert(order.begin() + to, from);
-    return EditSettings<T>(entry, std::make_unique<UndoOrder<T>>(entry, order, FormatMessage(kDescriptions<T>.move)),
-                           [&](LinkedList<T>& list) { Reorder(list, order); });
+    return AskAndEdit<T>(entry, std::make_unique<UndoOrder<T>>(entry, order, FormatMessage(kDescriptions<T>.move)),
+                         [&](LinkedList<T>& list) { Reorder(list, order); });
 }
 
 bool DefineNoiseSample(FileHistoryEntry& entry, int64_t start, int64_t end) {

@@ -1,6 +1,6 @@
 // What the user does to the cleanup settings and curves of a recording. T is FilterSetting or FFTEq. Each is one action
 // that can be undone. Main thread. False when the recording cannot be edited now, which has been shown, or when the
-// user did not want it.
+// user did not want it: an edit that turns the rumble filter off under the hiss filter asks first.
 //
 // Of a setting's times only those in the file count; the others follow.
 #pragma once
@@ -13,7 +13,6 @@ namespace Orvane {
 template <class T>
 bool AddSetting(FileHistoryEntry& entry, const T& setting);
 
-// Asks before it turns the rumble filter off under the hiss filter.
 template <class T>
 bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting);
 

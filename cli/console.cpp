@@ -107,6 +107,10 @@ Answer ConsoleMessages::Ask(const Message& message) {
     // Who has switched a warning off has agreed to what it warns of, the first choice.
     if (!message.hide_key.empty() && GetSetting(message.hide_key, 1) == 0)
         return choices.empty() ? Answer::Ok : choices[0].answer;
+    if (!may_ask && remark && !choices.empty()) {
+        remark(message.text.substr(0, message.text.rfind("\n\n")));  // the question itself stands last
+        return choices[0].answer;
+    }
     last_shown = PlainText(message.text);
     if (!may_ask || choices.empty()) {
         WriteError("orvane-cli: " + last_shown);

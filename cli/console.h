@@ -19,14 +19,16 @@ std::string PlainLines(std::string_view markup);
 void WriteError(std::string_view line);
 
 // Messages go to stderr. A question is asked where somebody sits at a terminal; everywhere else the answer is the one
-// that changes and loses nothing.
+// that changes and loses nothing. Only of an edit that the command itself asks for are questions agreed to then, and
+// remarked on.
 class ConsoleMessages : public MessageHost {
 public:
     explicit ConsoleMessages(bool may_ask) : may_ask(may_ask) {}
     Answer Ask(const Message& message) override;
 
     const bool may_ask;
-    std::string last_shown;  // in plain text
+    std::function<void(const std::string&)> remark;  // set during such an edit
+    std::string last_shown;                          // in plain text
 };
 
 // How progress is shown: a bar on one line that is drawn over, lines one below the other, or not at all.

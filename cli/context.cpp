@@ -84,6 +84,13 @@ int CommandContext::Cancelled() {
     return CLI_CANCELLED;
 }
 
+bool CommandContext::Wanted(FunctionRef<bool()> edit) {
+    messages.remark = [this](const std::string& text) { Remark(text); };
+    const bool done = edit();
+    messages.remark = nullptr;
+    return done;
+}
+
 int CommandContext::Finish(int code) {
     if (code != CLI_DONE && error.empty()) error = "The command failed";
     if (options.json) {

@@ -61,6 +61,10 @@ public:
     // Somebody sits at a terminal who can be asked.
     bool CanAsk() const { return messages.may_ask; }
 
+    // Runs an edit that the command itself asks for: where nobody can be asked, what would be asked becomes a remark.
+    // What the edit gives.
+    bool Wanted(FunctionRef<bool()> edit);
+
     // Prints the results, and the reason of a failure; the exit code of the whole. Last of all.
     int Finish(int code);
 

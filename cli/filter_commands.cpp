@@ -77,7 +77,7 @@ int Add(CommandContext& context, const FilterArguments& arguments) {
     if (int code = SetFilterValues(context, arguments.values, setting, side.entry, &noise)) return code;
     SetRange(setting, *side.entry, start, end);
     if (noise.end > 0 && !DefineNoiseSample(*side.entry, noise.start, noise.end)) return context.FailShown();
-    if (!AddSetting(*side.entry, setting)) return context.FailShown();
+    if (!context.Wanted([&] { return AddSetting(*side.entry, setting); })) return context.FailShown();
     const FilterSetting& added = *side.entry->filters.Last();
     context.result["filter"] = FilterJson(*side.entry, added);
     context.Line("{}: {}", RangeText(*side.entry, added), FilterText(added));
@@ -92,7 +92,8 @@ int Remove(CommandContext& context, const FilterArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
     if (!FindNumbered(context, side.entry->filters, arguments.number, "filter", code)) return code;
-    return RemoveSetting<FilterSetting>(*side.entry, arguments.number - 1) ? context.Save() : context.FailShown();
+    const auto remove = [&] { return RemoveSetting<FilterSetting>(*side.entry, arguments.number - 1); };
+    return context.Wanted(remove) ? context.Save() : context.FailShown();
 }
 
 // Keeps the noise of a stretch, or of the one that is set, for other recordings.

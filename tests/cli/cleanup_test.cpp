@@ -172,6 +172,21 @@ TEST_F(Cleanup, CurvesKeptOfOneSideAreAddedToAnother) {
               Json(OnSide({"curve", "list"}))["curves"]);
 }
 
+TEST_F(Cleanup, TurningRumbleOffUnderTheHissFilterIsRemarkedOn) {
+    const std::tuple<const char*, Words, bool> edits[] = {
+        {"add", {"rumble=on"}, false},
+        {"add", {"rumble=off", "--from", "2", "--to", "3"}, false},
+        {"add", {"hiss=4", "noise=0,0.5"}, false},
+        {"add", {"rumble=off", "--from", "2.5", "--to", "3"}, false},
+        {"add", {"rumble=off", "--from", "1", "--to", "3"}, true},
+        {"remove", {"5"}, false},
+        {"remove", {"1"}, true},
+    };
+    for (const auto& [command, words, told] : edits) {
+        EXPECT_EQ(Json(OnSide({"filter", command}, words)).contains("remarks"), told) << command << " " << words[0];
+    }
+}
+
 TEST_F(Cleanup, EachFilterCurveAndCutIsHeardWhereItIsWantedAndCanBeTakenBack) {
     folder.Write("eq.xml",
                  "<equalizationeffect><curve name=\"Bright, new\"><point f=\"100\" d=\"0\"/><point f=\"5000\" "
