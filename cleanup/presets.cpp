@@ -109,6 +109,8 @@ bool IsLineOf(std::string_view line, std::string_view name) {
     return ParseLine(line, preset) && EqualNoCaseAscii(preset.name, name);
 }
 
+// "Custom settings" is a reserved name and not among them: it says of settings in use that they are no preset, and has
+// none of its own.
 void AppendFixed(std::vector<Preset<ScanSettings>>& presets) {
     presets.push_back({FormatMessage(Msg::DefaultSettings), ScanSettings().WithDefaults(), true});
 }
