@@ -7,7 +7,6 @@
 #include "run_cli.h"
 
 using namespace OrvaneTest;
-using Words = std::vector<std::string>;
 
 namespace {
 
@@ -96,37 +95,24 @@ TEST_F(Audio, ATrackThatCannotBeSavedFailsTheCommandAndLeavesTheOthers) {
 
 TEST_F(Audio, NothingIsSavedAsIfRepairsThatCannotBeReadWereNotThere) {
     MakeAlbum();
-    const Words add = {"repairs",   "add", "c.mcf",   "1",   "--side", "2",
-                       "--channel", "l",   "--start", "900", "--end",  "940"};
-    struct Row {
-        size_t place;
-        const char* byte;
-        const char* told;
-        bool kept;  // by those who may change it
-    };
-    for (const Row& row : {Row{4, "\x04", "later version", true}, Row{0, "X", "CRD header", false}}) {
-        Must(add);
-        std::string crd = ReadBytes(folder / "side2.wav.crd");
-        crd.replace(row.place, 1, row.byte);
-        folder.Write("side2.wav.crd", crd);
-        const nlohmann::json shown = Json({"album", "show", "c.mcf", "1"});
-        EXPECT_EQ(shown["remarks"].size(), 1u);
-        EXPECT_TRUE(shown["sides"][1]["history"][0]["corrections"]["click_repairs"].is_null());
-        const std::string text = Json({"render", "c.mcf", "1", "--track", "4", "x.wav"}, 1)["error"];
-        EXPECT_NE(text.find("side2.wav.crd"), std::string::npos) << text;
-        Json({"render", "c.mcf", "1", "--side", "2", "x.wav"}, 1);
-        Must({"render", "c.mcf", "1", "--track", "4", "x.wav", "--without", "clicks"});
-        Must({"render", "c.mcf", "1", "--track", "1", "x.wav"});
-        EXPECT_EQ(ReadBytes(folder / "side2.wav.crd"), crd);
+    const std::string crd = "CRDX" + std::string(20, '\0');
+    folder.Write("side2.wav.crd", crd);
+    const nlohmann::json shown = Json({"album", "show", "c.mcf", "1"});
+    EXPECT_EQ(shown["remarks"].size(), 1u);
+    EXPECT_TRUE(shown["sides"][1]["history"][0]["corrections"]["click_repairs"].is_null());
+    const std::string text = Json({"render", "c.mcf", "1", "--track", "4", "x.wav"}, 1)["error"];
+    EXPECT_NE(text.find("side2.wav.crd"), std::string::npos) << text;
+    Json({"render", "c.mcf", "1", "--side", "2", "x.wav"}, 1);
+    Must({"render", "c.mcf", "1", "--track", "4", "x.wav", "--without", "clicks"});
+    Must({"render", "c.mcf", "1", "--track", "1", "x.wav"});
+    EXPECT_EQ(ReadBytes(folder / "side2.wav.crd"), crd);
 
-        const nlohmann::json saved = Json({"save", "c.mcf", "--format", "wav", "--out", "out"}, 1);
-        std::string statuses;
-        for (const nlohmann::json& track : saved["tracks"]) statuses += track["status"].get<std::string>() + ",";
-        EXPECT_EQ(statuses, "saved,saved,failed,failed,");
-        EXPECT_NE(saved["error"].get<std::string>().find(row.told), std::string::npos) << saved["error"];
-        EXPECT_EQ(std::filesystem::remove(folder / "side2.wav.crd"), row.kept);
-        std::filesystem::remove_all(folder / "out");
-    }
+    const nlohmann::json saved = Json({"save", "c.mcf", "--format", "wav", "--out", "out"}, 1);
+    std::string statuses;
+    for (const nlohmann::json& track : saved["tracks"]) statuses += track["status"].get<std::string>() + ",";
+    EXPECT_EQ(statuses, "saved,saved,failed,failed,");
+    EXPECT_NE(saved["error"].get<std::string>().find("CRD header"), std::string::npos) << saved["error"];
+    EXPECT_FALSE(std::filesystem::exists(folder / "side2.wav.crd"));
 }
 
 TEST_F(Audio, CtrlCEndsAJobWithoutHalfAFile) {
