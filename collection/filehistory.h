@@ -126,7 +126,8 @@ public:
     // is open to be changed; for everybody else, private copies among them, it stays where it is. Under the file
     // history lock.
     int LoadCorrections(bool report);
-    // Writes the click lists through a temporary file; an empty pair removes the file. 0 or a StreamError.
+    // Writes the click lists through a temporary file; an empty pair removes the file, unless one of the older name
+    // would be read in its place. 0 or a StreamError.
     int SaveCorrections();
 
     // After a change of the cuts: filters and curves keep their place in the file, markers theirs on the edited

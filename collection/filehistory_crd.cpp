@@ -156,11 +156,13 @@ int FileHistoryEntry::SaveCorrections() {
     std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
     if (!IsPrivate()) lock.lock();
     const std::string path = CorrectionsPath();
-    if (click_repairs[0].empty() && click_repairs[1].empty()) {
-        for (const std::string& old : {path, LegacyCorrectionsPath()}) {
-            const int error = FileExists(old) ? DeleteFile(old) : 0;
-            if (error) return FailWrite(old, error);
-        }
+    const bool none = click_repairs[0].empty() && click_repairs[1].empty();
+    // A file of the older name, "x.crd", can be that of x.wav and of x.flac, so it is left alone, and a file without
+    // repairs says that this recording has none.
+    FileInfo older;
+    if (none && IsMissing(GetFileInfo(LegacyCorrectionsPath(), older))) {
+        const int error = DeleteFile(path);
+        if (error && !IsMissing(error)) return FailWrite(path, error);
         crd_time = 0;
     } else {
         const std::string temporary = WithoutExtension(path) + ".$$$";
