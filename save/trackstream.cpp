@@ -68,7 +68,8 @@ TrackPCMStream::TrackPCMStream(const AlbumInfo& album, int track, uint32_t flags
     int64_t offset = 0;
     for (FileHistoryEntry* recording : recordings) {
         AddRecording(recording, t, flags, offset);
-        offset += file_streams.back()->GetTotalSamples(flags);
+        // What lies behind recordings that cannot be opened is never read.
+        offset = std::min(offset + file_streams.back()->GetTotalSamples(flags), kEndless / 64);
     }
     if (file_streams.empty()) file_streams.emplace_back(new MemoryPCMStream({}, samplerate));
     merged = MakeRef<MergePCMStreams>(file_streams, flags);
@@ -95,11 +96,14 @@ void TrackPCMStream::AddRecording(FileHistoryEntry* recording, const ALBUMTRACK&
     }
     auto stream = MakeRef<FileToPCM>(entry->open_file, entry.get(), flags, samplerate);
     if (PCMFader* fader = stream->Stack().Fader()) {
+        // The fader stands before the conversion of the rate, in frames of the recording.
+        const int32_t rate = fader->GetSampleRate(flags);
+        const int64_t start = MulDiv64(offset, rate, samplerate);
         FADERS faders;
-        faders.fade_in_length = static_cast<int32_t>(to_samples(samplerate, track.FadeIn()));
-        faders.fade_out_length = static_cast<int32_t>(to_samples(samplerate, track.FadeOut()));
-        faders.fade_in_start = to_samples(samplerate, track.start) - offset - faders.fade_in_length;
-        faders.fade_out_end = to_samples(samplerate, track.end) - offset + faders.fade_out_length;
+        faders.fade_in_length = static_cast<int32_t>(to_samples(rate, track.FadeIn()));
+        faders.fade_out_length = static_cast<int32_t>(to_samples(rate, track.FadeOut()));
+        faders.fade_in_start = to_samples(rate, track.start) - start - faders.fade_in_length;
+        faders.fade_out_end = to_samples(rate, track.end) - start + faders.fade_out_length;
         fader->SetFaders(&faders);
     }
     entries.push_back(std::move(entry));

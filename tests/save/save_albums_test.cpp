@@ -99,6 +99,24 @@ TEST_F(SavedAlbum, ATrackIsItsStretchOfAllRecordingsWithItsFades) {
     EXPECT_NEAR(pairs[2 * 40000], Value(75000) / (std::exp(2.0) - 1.718), 1e-5);
 }
 
+TEST_F(SavedAlbum, FadesKeepTheirTimesAtOtherRates) {
+    const std::vector<float> steady(2 * 3 * kRate, 0.5f);
+    recorded.AddSide(steady);
+    recorded.AddSide(steady);
+    AddTrack(4 * kRate, 5 * kRate);
+    album.tracks[0].fade_in = album.tracks[0].fade_out = kRate / 2;
+    album.tracks[0].filter_flags = TRACK_FADE_IN | TRACK_FADE_OUT;
+    for (int rate : {22050, 88200}) {
+        int result = 0;
+        const auto pairs = OrvaneTest::PullAll(*MakeTrackPCMStream(&album, 0, 0, rate, -1), 4096, result);
+        ASSERT_EQ(pairs.size(), 4u * rate);
+        const auto at = [&](double seconds) { return pairs[2 * static_cast<size_t>(seconds * rate)]; };
+        EXPECT_NEAR(at(0.0), 0.0, 1e-3) << rate;
+        for (double second : {0.25, 1.75}) EXPECT_NEAR(at(second), 0.5 / (std::exp(2.0) - 1.718), 1e-3) << rate;
+        EXPECT_NEAR(at(1.0), 0.5, 5e-3) << rate;  // the conversion's own level is half a percent off
+    }
+}
+
 TEST_F(SavedAlbum, SilenceIsPaddedByTheSettings) {
     AddSide(3 * kRate);
     AddTrack(0, kRate);
