@@ -44,8 +44,8 @@ int TruncateFile(FILE* file, int64_t length);
 int RenameFile(std::string_view from, std::string_view to);  // replaces `to`
 // Gives a file a second name, which must be free; not every file system can.
 int LinkFile(std::string_view path, std::string_view second_name);
-// Makes new names and renames in a folder last.
-int FlushFolderToDisk(std::string_view folder);
+// The same for what any program has written to a closed file; of a folder, for new names and renames in it.
+int FlushPathToDisk(std::string_view path);
 int DeleteFile(std::string_view path);
 int SetReadOnly(std::string_view path, bool read_only);
 int SetFileTime(std::string_view path, FileTime time);

@@ -146,8 +146,8 @@ int FlushToDisk(FILE* file) {
     return error == EINVAL || error == ENOTSUP ? 0 : error;
 }
 
-int FlushFolderToDisk(std::string_view folder) {
-    const int descriptor = open(folder.empty() ? "." : std::string(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+int FlushPathToDisk(std::string_view path) {
+    const int descriptor = open(path.empty() ? "." : std::string(path).c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) return errno;
     const int error = ErrorOf(fsync(descriptor));
     close(descriptor);

@@ -69,7 +69,7 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
         if (old_stands) DeleteFile(temporary);
         return FailRename(temporary, path, error);
     }
-    FlushFolderToDisk(FolderOf(path));
+    FlushPathToDisk(FolderOf(path));
     return 0;
 }
 

@@ -55,6 +55,10 @@ int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filena
         DeleteFile(temporary);
         return ERR_IO;
     }
+    if (const int error = FlushPathToDisk(temporary)) {
+        DeleteFile(temporary);
+        return FailWrite(temporary, error);
+    }
     if (int error = ReplaceFile(temporary, filename, old_file)) return error;
     if (progress) progress(total, total);
     return 0;
