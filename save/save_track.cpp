@@ -283,8 +283,10 @@ int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t cha
 
 SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings& settings, const std::string& filename,
                            const SaveProgress& progress, std::string& message) {
+    // By a writer of its own: what was read of the old file must not shape the new one.
+    const OldFile old_file =
+        HasSignature(*MakeWriter(settings.Format(), settings.options), filename) ? OldFile::Drop : OldFile::Trash;
     RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
-    const OldFile old_file = HasSignature(*writer, filename) ? OldFile::Drop : OldFile::Trash;
     TrackFormat format = OutputFormat(album, settings, *writer);
     uint32_t flags = SaveFlags(settings.options);
     RefPtr<TrackPCMStream> stream = MakeTrackPCMStream(&album, track, flags, format.samplerate, 0);
