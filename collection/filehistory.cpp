@@ -141,6 +141,7 @@ FileHistoryEntry::FileHistoryEntry(const FileHistoryEntry& original, uint32_t wh
       flags(original.flags & ~(FHE_CORRECTIONS_LOADED | FHE_SHARED_LISTS)),
       flags2(original.flags2 | FHE_PRIVATE_COPY),
       external_file(original.external_file),
+      corrections_stale(original.corrections_stale),
       fixed_path(original.GetPath()),
       fixed_format(original.FormatOfOthers()) {
     click_repairs[0].buddy = &click_repairs[1];
@@ -181,7 +182,8 @@ std::string FileHistoryEntry::GetPath() const {
 }
 
 std::string FileHistoryEntry::WaveformPathFor(std::string_view recording_path, std::string_view waveform_extension) {
-    return JoinPath(JoinPath(FolderOf(recording_path), "orvfiles"), FileNameOf(recording_path)).append(waveform_extension);
+    return JoinPath(JoinPath(FolderOf(recording_path), "orvfiles"), FileNameOf(recording_path))
+        .append(waveform_extension);
 }
 
 std::vector<std::string> FileHistoryEntry::AllPaths() const {
@@ -294,25 +296,31 @@ bool FileHistoryEntry::CheckFile() {
     const bool known = file_size != 0 || file_time != 0;
     const bool other_size = info.size != file_size;
     const bool other_time = std::abs(info.time - file_time) > kTimeTolerance;
+    corrections_stale = known && other_size;
     if (!other_size && !other_time) return false;
-    file_size = info.size;
     file_time = info.time;
     if (other_time && side) side->SortByTime(this);
     if (known) {
         DeleteDerivedFiles(other_size ? 3 : 1);
         SetGeneration();
     }
+    // As long as the corrections of the older file lie there, its size has to tell that they are none of this one's.
+    if (!corrections_stale) file_size = info.size;
     return true;
 }
 
 void FileHistoryEntry::DeleteDerivedFiles(int what) {
     // The user's decisions can be brought back from the Trash; drawings are made anew.
     if (what & 2) {
+        for (ClickRepairList& list : click_repairs) list.Clear();
+        flags &= ~FHE_CORRECTIONS_LOADED;
+    }
+    if (!MayChange()) return;
+    if (what & 2) {
         for (const std::string& path : {CorrectionsPath(), LegacyCorrectionsPath()}) {
             if (FileExists(path)) MoveToTrash(path);
         }
-        for (ClickRepairList& list : click_repairs) list.Clear();
-        flags &= ~FHE_CORRECTIONS_LOADED;
+        corrections_stale = false;
     }
     if (!(what & 1)) return;
     for (const char* waveform_extension : kWaveformExtensions) DeleteFile(WaveformPath(waveform_extension));

@@ -104,10 +104,12 @@ public:
     bool IsOpen() const { return open_file.get() != nullptr; }
 
     // Compares size and time with what is on the disk and drops what was derived from an older file: the waveform, and
-    // with another size the corrections too. A file that is missing, as on a drive that is not there today, loses
-    // nothing, and an open file is left alone. True if anything in the entry changed. Main thread.
+    // with another size the corrections too; for who only reads, these stay on the disk and are not used. A file that
+    // is missing, as on a drive that is not there today, loses nothing, and an open file is left alone. True if
+    // anything in the entry changed. Main thread.
     bool CheckFile();
-    // Removes side files: bit 0 the four waveform files, bit 1 the corrections file.
+    // Removes side files, in a collection that may be changed: bit 0 the four waveform files, bit 1 the corrections
+    // file.
     void DeleteDerivedFiles(int what);
     // The path of a waveform side file of `extension` (".wfd"), in the folder `orvfiles` beside the recording.
     std::string WaveformPath(std::string_view extension) const { return WaveformPathFor(GetPath(), extension); }
@@ -167,7 +169,7 @@ public:
     int64_t view_position[2] = {0, 0};             // the stretch that holds the noise sample, start and end in the file
     std::atomic<bool> noise_sample_changed{true};  // the next read builds the noise spectrum; any thread
     simple_vector<int64_t> side_breaks;            // sorted recording times of breaks between sides
-    int64_t file_size = 0;                         // of the file when last checked
+    int64_t file_size = 0;                         // of the file when last checked, which the corrections are of
     int64_t total_samples = 0;                     // when last open
     FileTime crd_time = 0;
     std::atomic<uint32_t> active_users{0};
@@ -210,8 +212,9 @@ private:
     std::string LegacyCorrectionsPath() const;
     int ReadCorrectionsFile(const std::string& path, bool report);
 
-    std::string fixed_path;    // of a private copy
-    AlbumFormat fixed_format;  // likewise
+    bool corrections_stale = false;  // those on the disk are of another size of the file than this one
+    std::string fixed_path;          // of a private copy
+    AlbumFormat fixed_format;        // likewise
 };
 
 // Guards the opening and closing of all recordings and the loading of their corrections. Order of locks: a stack's lock

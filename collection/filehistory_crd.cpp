@@ -100,7 +100,9 @@ int FileHistoryEntry::LoadCorrections(bool report) {
         path = name;
         break;
     }
-    if (!path.empty()) {
+    if (!path.empty() && corrections_stale) {
+        Show(report, FormatMessage(Msg::CrdOfOtherFile, path));
+    } else if (!path.empty()) {
         if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
             if (report && MayChange()) DeleteFile(path);
         } else if (const int error = ReadCorrectionsFile(path, report)) {

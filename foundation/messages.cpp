@@ -312,6 +312,8 @@ std::string_view MessageText(Msg id) {
             return "File:\n\n<b>%s</b>\n\nis the collection or one of its recordings and is not written over.";
         case Msg::DefineNoiseSample:
             return "Define noise sample";
+        case Msg::CrdOfOtherFile:
+            return "Click repair file:\n\n<b>%s</b>\n\nis of an older version of the recording and is not used.";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -151,6 +151,7 @@ enum class Msg : int {
     NoTracks,            // artist, title
     NotForListings,      // file
     DefineNoiseSample,
+    CrdOfOtherFile,  // file
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

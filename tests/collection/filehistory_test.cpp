@@ -188,5 +188,23 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
 }
 
+TEST_F(FileHistory, RepairsOfAnotherFileAreNeitherUsedNorLost) {
+    FileHistoryEntry& entry = AddRecording(44100);
+    AddRepair(entry, 0, 100);
+    ASSERT_EQ(entry.SaveCorrections(), 0);
+    folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
+    gAlbumSet = nullptr;  // as in a collection that is only read
+    for (size_t time = 1; time <= 2; ++time) {
+        ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
+        EXPECT_EQ(entry.LoadCorrections(true), 0);
+        EXPECT_TRUE(entry.click_repairs[0].empty());
+        EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections(true), 0);
+        EXPECT_EQ(host.asked.size(), 2 * time);
+        entry.Close(USER_PLAY);
+    }
+    EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
+    gAlbumSet = &set;
+}
+
 }  // namespace
 }  // namespace Orvane
