@@ -160,7 +160,6 @@ struct AlbumSet {
 
     int SideLimit() const { return max_album_sides ? max_album_sides : kMaxAlbumSides; }
 
-    LinkedList<AlbumInfo> albums;
     std::string current_artist;  // of the current album when the file was read
     std::string current_title;
     int32_t max_album_sides = 0;  // 0: the default of 30
@@ -170,6 +169,8 @@ struct AlbumSet {
     std::string side_folder;        // "orvfiles" beside the file
     AlbumInfo* current_album = nullptr;
     bool dirty = false;  // the live set has unsaved changes
+
+    LinkedList<AlbumInfo> albums;  // dies first: a recording that is still open saves its repairs by the paths above
 };
 
 extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread
