@@ -7,6 +7,7 @@
 #include "collection/steering_reader.h"
 #include "collection/steering_writer.h"
 #include "collection/undo.h"
+#include "foundation/assert.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/lasterror.h"
@@ -136,6 +137,7 @@ void MakeLive(std::unique_ptr<AlbumSet> set, const CollectionFacts& facts) {
 
 // 0, or a negative code with the reason as last error; then the file is as it was.
 int WriteSafely(const std::string& path, const AlbumSet& set) {
+    ORVANE_ASSERT(!ExtensionOf(path).empty());
     const std::string temporary = TemporaryName(path);
     SetReadOnly(temporary, false);  // of one left over
     auto writer = CreateTextFile(temporary, Encoding::UTF8, TEXT_CREATE, LineEnds::LF, kBufferSize);

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <vector>
 
-#include "foundation/assert.h"
 #include "foundation/fileerror.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
@@ -14,18 +13,22 @@ namespace {
 
 constexpr std::string_view kMark = "_$$$";
 
+// Where the extension begins, with its dot; the length of a path without one.
+size_t ExtensionStart(std::string_view path) {
+    const size_t dot = path.rfind('.');
+    return dot == path.npos || path.find_first_of("/\\", dot) != path.npos ? path.size() : dot;
+}
+
 }  // namespace
 
 std::string TemporaryName(std::string_view path) {
-    const size_t dot = path.rfind('.');
-    const bool extension = dot != path.npos && path.find_first_of("/\\", dot) == path.npos;
-    ORVANE_ASSERT(extension);
+    const size_t dot = ExtensionStart(path);
     return std::string(path.substr(0, dot)).append(kMark).append(path.substr(dot));
 }
 
 std::string PathOfTemporary(std::string_view path) {
     const size_t mark = path.rfind(kMark);
-    if (mark == path.npos || mark + kMark.size() != path.rfind('.')) return std::string(path);
+    if (mark == path.npos || mark + kMark.size() != ExtensionStart(path)) return std::string(path);
     return std::string(path.substr(0, mark)).append(path.substr(mark + kMark.size()));
 }
 

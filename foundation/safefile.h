@@ -9,7 +9,7 @@
 namespace Tesslib {
 
 // The name of the temporary file for `path`: its last dot is followed by the extension, before which "_$$$" goes
-// ("Name.mcf" -> "Name_$$$.mcf"). A path without a dot is an assertion failure.
+// ("Name.mcf" -> "Name_$$$.mcf"), or by nothing where there is none.
 std::string TemporaryName(std::string_view path);
 
 // The path that a temporary file is for; any other path as it stands. What the user is told names the file asked for.
