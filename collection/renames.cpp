@@ -26,7 +26,9 @@ Renames::~Renames() {
 }
 
 bool Renames::Do(const std::string& from, const std::string& to) {
-    if (const int error = FileExists(to) ? EEXIST : RenameFile(from, to)) {
+    // Where case does not count, the file itself has the name already that only changes its case.
+    const bool is_itself = CompareNoCase(from, to) == 0 && FileIdentity(from) == FileIdentity(to);
+    if (const int error = FileExists(to) && !is_itself ? EEXIST : RenameFile(from, to)) {
         FailRename(from, to, error);
         return false;
     }
