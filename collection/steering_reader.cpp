@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kVersionOfTimesAtOwnRate = 511;
 constexpr int kVersionOfShiftedScan = 299;
+constexpr int64_t kLongestSplice = 1 << 20;       // frames; a second at any rate, and a cross-fade lies in memory whole
 constexpr std::string_view kNoSide = "\xC2\xAC";  // in the place of a recording's name suffix
 
 class Reader {
@@ -286,7 +287,7 @@ void Reader::Recording() {
 void Reader::RecordingFile(FileHistoryEntry& entry) {
     if (!fields[2].empty()) entry.extension = "." + LowerAscii(fields[2]);
     entry.file_format = static_cast<uint8_t>(FormatOfExtension(entry.extension));
-    entry.file_time = fields.Int<int64_t>(4);
+    entry.file_time = std::clamp<int64_t>(fields.Int<int64_t>(4), 0, INT64_MAX / 2);  // for differences
     entry.open_status = fields.Int<int16_t>(17, -1);
     entry.external_file = fields[18];
     if (fields[3] != kNoSide) {
@@ -361,7 +362,7 @@ void Reader::CutAndSplice() {
     // A cut that begins before the recording begins with it, and so does its cross-fade.
     const int64_t start = std::max<int64_t>(0, cut->start_time);
     const int64_t wanted = RecordingTime(fields.Int<int32_t>(4));
-    const int64_t splice = std::clamp<int64_t>(wanted, 0, std::min<int64_t>(2 * start, INT32_MAX)) & ~int64_t{1};
+    const int64_t splice = std::clamp<int64_t>(wanted, 0, std::min<int64_t>(2 * start, kLongestSplice)) & ~int64_t{1};
     if (start != cut->start_time || cut->end_time <= start || splice != wanted) set.dirty = true;
     if (cut->end_time <= start) return;
     cut->start_time = start;
