@@ -1,6 +1,9 @@
 #include "app/addrecording.h"
 
+#include <algorithm>
+
 #include "collection/albumset.h"
+#include "collection/recordingplaces.h"
 #include "foundation/fileerror.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
@@ -30,9 +33,25 @@ bool CopyToRecordings(const std::string& from, const std::string& to, const std:
     return true;
 }
 
-// Gives the entry a name in the recordings folder that no file has yet.
+// Whether the collection has an entry of that path, the file of which may be missing.
+bool HasRecording(const AlbumSet& set, const std::string& path) {
+    for (const AlbumInfo& album : set.albums) {
+        for (const FileHistoryEntry* entry : AllRecordings(album)) {
+            if (entry->GetPath() == path) return true;
+        }
+    }
+    return false;
+}
+
+// Gives the entry a name in the recordings folder that is no other recording's. Neither a file of that name is there
+// nor one that was made for it, which the new recording would take for its own.
 void FindFreeName(FileHistoryEntry& entry) {
-    for (int i = 2; FileExists(entry.GetPath()); ++i) entry.name_suffix = fmt::sprintf(" (%d)", i);
+    const auto is_taken = [&entry] {
+        const std::vector<std::string> paths = entry.AllPaths();
+        return std::any_of(paths.begin(), paths.end(), FileExists) ||
+               (entry.album->set && HasRecording(*entry.album->set, paths[0]));
+    };
+    for (int i = 2; is_taken(); ++i) entry.name_suffix = fmt::sprintf(" (%d)", i);
 }
 
 }  // namespace

@@ -6,14 +6,17 @@
 #include <functional>
 #include <thread>
 
+#include "app/addrecording.h"
 #include "collection/albumset.h"
 #include "collection/steering_file.h"
 #include "fake_hosts.h"
 #include "foundation/event.h"
 #include "foundation/mainloop.h"
+#include "foundation/path.h"
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "riff_builder.h"
 #include "scoped_environment.h"
 #include "temp_folder.h"
 
@@ -208,6 +211,18 @@ TEST_F(Application, ARunningJobIsEndedBeforeTheCollectionIsClosedUnderIt) {
     ASSERT_NE(gAlbumSet, nullptr);
     gAlbumSet->albums.Last()->running_jobs = 0;
     EXPECT_TRUE(CanQuit(false, true));
+}
+
+TEST_F(Application, ANewRecordingTakesNothingOverFromAnother) {
+    const std::string file = folder.Write(
+        "take", OrvaneTest::Riff(OrvaneTest::Fmt(1, 2, 44100, 16) + OrvaneTest::Chunk("data", std::string(400, 0))));
+    AlbumInfo& album = *gAlbumSet->albums.Last();
+    const auto add = [&] { return FileNameOf(AddRecording(album, 1, file, PlaceOfFile::RecordingsFolder)->GetPath()); };
+    EXPECT_EQ(add(), "New~Album~side1");
+    ASSERT_EQ(DeleteFile(folder / "records/New~Album~side1"), 0);
+    EXPECT_EQ(add(), "New~Album~side1 (2)") << "the first is only missing";
+    folder.Write("records/New~Album~side1 (3).crd", "repairs");
+    EXPECT_EQ(add(), "New~Album~side1 (4)");
 }
 
 TEST(CommandLineTest, SwitchesAndTheCollection) {
