@@ -57,10 +57,11 @@ void FindFreeName(FileHistoryEntry& entry) {
 }  // namespace
 
 bool CheckRecordingName(const std::string& file) {
-    const bool one_line = file.find_first_of("\r\n") == file.npos;
-    if (one_line && ValidUtf8Prefix(file) == file.size()) return true;
+    const bool plain = std::none_of(file.begin(), file.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7f; });
+    if (plain && ValidUtf8Prefix(file) == file.size()) return true;
     SetLastErrorText(fmt::sprintf("A collection cannot hold the name of <b>%s</b>, which %s.  Please rename the file",
-                                  ValidUtf8(file), one_line ? "is not UTF-8" : "has a line break in it"));
+                                  ValidUtf8(file),
+                                  plain ? "is not UTF-8" : "has a line break or another control character in it"));
     return false;
 }
 

@@ -13,8 +13,8 @@ enum class PlaceOfFile {
     RecordingsFolder  // it is copied there, under the name of its album and side
 };
 
-// False, with the reason as last error, for a name that a collection's file cannot hold: one of more than a line, or
-// that is not UTF-8.
+// False, with the reason as last error, for a name that a collection's file cannot hold: one with a line break, a tab
+// or another control character, or that is not UTF-8.
 bool CheckRecordingName(const std::string& file);
 
 // Enters `file` at the end of the history of side `side` (from 1) and makes it the recording in use; the side is made
