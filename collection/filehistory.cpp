@@ -316,12 +316,7 @@ void FileHistoryEntry::DeleteDerivedFiles(int what) {
         flags &= ~FHE_CORRECTIONS_LOADED;
     }
     if (!MayChange()) return;
-    if (what & 2) {
-        for (const std::string& path : {CorrectionsPath(), LegacyCorrectionsPath()}) {
-            if (FileExists(path)) MoveToTrash(path);
-        }
-        corrections_stale = false;
-    }
+    if (what & 2) corrections_stale = !PutCorrectionsAside();
     if (!(what & 1)) return;
     for (const char* waveform_extension : kWaveformExtensions) DeleteFile(WaveformPath(waveform_extension));
 }

@@ -211,6 +211,9 @@ private:
     void MarkChanged() const;
     std::string LegacyCorrectionsPath() const;
     int ReadCorrectionsFile(const std::string& path, bool report);
+    // Moves the corrections file to the Trash, or where that refuses it to another name, which is told. False when both
+    // fail.
+    bool PutCorrectionsAside();
 
     bool corrections_stale = false;  // those on the disk are of another size of the file than this one
     std::string fixed_path;          // of a private copy

@@ -63,10 +63,10 @@ bool IsMissing(int error) {
     return error == ENOENT || error == ENOTDIR || error == ENAMETOOLONG;
 }
 
-// A free name beside the file.
-std::string NameForDamaged(const std::string& path) {
-    std::string name = path + ".damaged";
-    for (int n = 2; FileExists(name); ++n) name = path + ".damaged" + std::to_string(n);
+// A free name beside the file, which begins with its own.
+std::string NameToKeep(const std::string& path, const char* why) {
+    std::string name = path + why;
+    for (int n = 2; FileExists(name); ++n) name = path + why + std::to_string(n);
     return name;
 }
 
@@ -133,7 +133,7 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
         case CrdResult::NewerVersion:
             return Fail(report, FormatMessage(Msg::NewerCrdVersion, path));
         case CrdResult::Damaged: {
-            const std::string kept = NameForDamaged(path);
+            const std::string kept = NameToKeep(path, ".damaged");
             if (const int error = RenameFile(path, kept)) {
                 FailRename(path, kept, error);
                 return Fail(report, GetLastError().text);
@@ -154,10 +154,21 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
     return 0;
 }
 
+bool FileHistoryEntry::PutCorrectionsAside() {
+    for (const std::string& path : {CorrectionsPath(), LegacyCorrectionsPath()}) {
+        if (!FileExists(path) || MoveToTrash(path) == 0) continue;
+        const std::string kept = NameToKeep(path, ".old");
+        if (RenameFile(path, kept) != 0) return false;
+        ShowMessage(FormatMessage(Msg::CrdOfOtherFileKept, path, kept));
+    }
+    return true;
+}
+
 int FileHistoryEntry::SaveCorrections() {
     std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
     if (!IsPrivate()) lock.lock();
     const std::string path = CorrectionsPath();
+    if (corrections_stale) return FailWrite(path, EEXIST);  // the user's, and it could not be put aside
     const bool none = click_repairs[0].empty() && click_repairs[1].empty();
     // A file of the older name, "x.crd", can be that of x.wav and of x.flac, so it is left alone, and a file without
     // repairs says that this recording has none.

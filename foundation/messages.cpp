@@ -314,6 +314,9 @@ std::string_view MessageText(Msg id) {
             return "Define noise sample";
         case Msg::CrdOfOtherFile:
             return "Click repair file:\n\n<b>%s</b>\n\nis of an older version of the recording and is not used.";
+        case Msg::CrdOfOtherFileKept:
+            return "Click repair file:\n\n<b>%s</b>\n\nis of an older version of the recording and could not be moved "
+                   "to the Trash.  It has been kept as:\n\n<b>%s</b>";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

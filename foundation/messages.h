@@ -151,7 +151,8 @@ enum class Msg : int {
     NoTracks,            // artist, title
     NotForListings,      // file
     DefineNoiseSample,
-    CrdOfOtherFile,  // file
+    CrdOfOtherFile,      // file
+    CrdOfOtherFileKept,  // file, name it is kept under
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -8,6 +8,7 @@
 #include "live_collection.h"
 #include "repairs.h"
 #include "riff_builder.h"
+#include "scoped_environment.h"
 
 namespace Orvane {
 namespace {
@@ -204,6 +205,15 @@ TEST_F(FileHistory, RepairsOfAnotherFileAreNeitherUsedNorLost) {
     }
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
     gAlbumSet = &set;
+
+    const OrvaneTest::ScopedEnvironment no_trash("XDG_DATA_HOME", folder.Write("data", "no folder"));
+    ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
+    EXPECT_EQ(entry.LoadCorrections(true), 0);
+    EXPECT_TRUE(entry.click_repairs[0].empty());
+    EXPECT_TRUE(host.Texts().back().ends_with("wav.crd.old")) << host.Texts().back();
+    entry.Close(USER_PLAY);
+    EXPECT_FALSE(FileExists(entry.CorrectionsPath()));
+    EXPECT_TRUE(FileExists(entry.CorrectionsPath() + ".old"));
 }
 
 }  // namespace
