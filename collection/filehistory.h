@@ -212,7 +212,7 @@ private:
     std::string LegacyCorrectionsPath() const;
     int ReadCorrectionsFile(const std::string& path, bool report);
     // Moves the corrections file to the Trash, or where that refuses it to another name, which is told. False when both
-    // fail.
+    // fail. One of the older name stays when it may be that of another recording. The lists are empty.
     bool PutCorrectionsAside();
 
     bool corrections_stale = false;  // those on the disk are of another size of the file than this one

@@ -12,6 +12,7 @@
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/safefile.h"
+#include "tesslib/fileformats.h"
 
 namespace Orvane {
 namespace {
@@ -68,6 +69,15 @@ std::string NameToKeep(const std::string& path, const char* why) {
     std::string name = path + why;
     for (int n = 2; FileExists(name); ++n) name = path + why + std::to_string(n);
     return name;
+}
+
+// Whether a recording of another format has the rest of the name, and with it the corrections file of the older name.
+bool OtherHasStem(const std::string& path) {
+    for (int format = FF_NONE + 1; format < kFileFormats; ++format) {
+        const std::string other = WithoutExtension(path).append(GetFileFormatInfo(format).extension);
+        if (CompareNoCase(other, path) != 0 && FileExists(other)) return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -155,13 +165,17 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
 }
 
 bool FileHistoryEntry::PutCorrectionsAside() {
-    for (const std::string& path : {CorrectionsPath(), LegacyCorrectionsPath()}) {
-        if (!FileExists(path) || MoveToTrash(path) == 0) continue;
+    const std::string older = LegacyCorrectionsPath();
+    const bool shared = older != CorrectionsPath() && FileExists(older) && OtherHasStem(GetPath());
+    for (const std::string& path : {CorrectionsPath(), older}) {
+        if ((shared && path == older) || !FileExists(path) || MoveToTrash(path) == 0) continue;
         const std::string kept = NameToKeep(path, ".old");
         if (RenameFile(path, kept) != 0) return false;
         ShowMessage(FormatMessage(Msg::CrdOfOtherFileKept, path, kept));
     }
-    return true;
+    corrections_stale = false;
+    // A file without repairs keeps this recording from using the shared one.
+    return !shared || !FileExists(GetPath()) || SaveCorrections() == 0;
 }
 
 int FileHistoryEntry::SaveCorrections() {

@@ -163,6 +163,15 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     entry.flags = 0;
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "deleted repairs would come back";
+
+    ASSERT_EQ(DeleteFile(entry.CorrectionsPath()), 0);
+    folder.Write("Mine/A+C~T- 1~side1.flac", "another recording");
+    folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
+    EXPECT_TRUE(entry.CheckFile());
+    EXPECT_TRUE(FileExists(old_name));
+    entry.flags = 0;
+    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    EXPECT_TRUE(entry.click_repairs[0].empty()) << "they are of the file before";
 }
 
 TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
