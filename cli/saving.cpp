@@ -1,6 +1,5 @@
 #include "cli/saving.h"
 
-#include "cli/model_view.h"
 #include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
@@ -89,7 +88,6 @@ int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, Sa
 
 int SaveWithProgress(CommandContext& context, const std::vector<AlbumInfo*>& albums, const SaveSettings& settings,
                      int threads, SaveResult& result) {
-    for (AlbumInfo* album : albums) PlaceRecordings(*album);  // the sides' lengths go into names
     int64_t started = MonotonicNs();
     {
         ProgressJob job("Saving tracks");

@@ -61,8 +61,7 @@ private:
     SaveTrackStatus Check(SavedTrack& saved) const {
         SaveTrackStatus status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
         if (status != SAVE_NEEDED) return status;
-        saved.message =
-            kept.Has(saved.file) ? fmt::sprintf(kNeverChanged, saved.file) : repairs.FailureOf(saved.track);
+        saved.message = kept.Has(saved.file) ? fmt::sprintf(kNeverChanged, saved.file) : repairs.FailureOf(saved.track);
         return saved.message.empty() ? SAVE_NEEDED : SAVE_FAILED;
     }
 
@@ -143,8 +142,8 @@ void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
     const std::string art = album.ArtPath();
     std::string extension = ExtensionOf(art);
     if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return;
-    std::string name_template = settings.name_template.empty() ? TemplateFor(album) : settings.name_template;
-    std::string album_folder = ExpandTemplate(name_template, album, 0, NamePart::AlbumFolder, settings.Format());
+    std::string album_folder =
+        ExpandTemplate(settings.TemplateOf(album), album, 0, NamePart::AlbumFolder, settings.Format());
     if (album_folder.empty()) return;  // a folder of many albums
     std::string folder = JoinPath(settings.output_folder, album_folder);
     std::string target = JoinPath(folder, "folder.jpg");
@@ -186,7 +185,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     SaveResult result;
     int64_t started = MonotonicNs();
     const KeptFiles kept(albums);
-    const auto names = TrackFileNames({albums.begin(), albums.end()}, settings);
+    const auto names = TrackFileNames(albums, settings);
     for (size_t n_album = 0; n_album < albums.size() && !Progress::Cancelled(); ++n_album) {
         AlbumInfo* album = albums[n_album];
         std::vector<int> tracks = only_tracks;

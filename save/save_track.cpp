@@ -8,6 +8,7 @@
 #include <unordered_set>
 
 #include "collection/albumset.h"
+#include "collection/recordingplaces.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
@@ -121,10 +122,10 @@ void SetTags(FileStream& writer, const AlbumInfo& album, int track, const std::s
 }
 
 // All albums of the collection, or just `albums` where they are in none. What has not been recorded yet comes last.
-std::vector<const AlbumInfo*> InOrderOfRecording(std::vector<const AlbumInfo*> albums) {
-    if (const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set) {
+std::vector<AlbumInfo*> InOrderOfRecording(std::vector<AlbumInfo*> albums) {
+    if (AlbumSet* set = albums.empty() ? nullptr : albums.front()->set) {
         albums.clear();
-        for (const AlbumInfo& album : set->albums) albums.push_back(&album);
+        for (AlbumInfo& album : set->albums) albums.push_back(&album);
     }
     const auto recorded = [](const AlbumInfo* album) {
         const FileTime time = DateRecorded(*album);
@@ -133,6 +134,46 @@ std::vector<const AlbumInfo*> InOrderOfRecording(std::vector<const AlbumInfo*> a
     std::stable_sort(albums.begin(), albums.end(),
                      [&](const AlbumInfo* a, const AlbumInfo* b) { return recorded(a) < recorded(b); });
     return albums;
+}
+
+// Names made without what depends on sides: only tracks that share one can share a file.
+using SidelessNames = std::unordered_set<std::string>;
+
+std::string SidelessName(const AlbumInfo& album, int track, const SaveSettings& settings) {
+    return LowerAscii(ExpandTemplate(WithoutSideKeywords(settings.TemplateOf(album)), album, track, NamePart::WholePath,
+                                     settings.Format()));
+}
+
+// Those of all tracks; none where the template has no sides.
+SidelessNames SidelessNamesOf(const AlbumInfo& album, const SaveSettings& settings) {
+    SidelessNames names;
+    const std::string name_template = settings.TemplateOf(album);
+    if (WithoutSideKeywords(name_template) == name_template) return names;
+    for (int track = 0; track < album.tracks.size(); ++track) names.insert(SidelessName(album, track, settings));
+    return names;
+}
+
+struct UnsureAlbum {
+    const AlbumInfo* album;
+    SidelessNames names;
+};
+
+// Has the lengths of the sides found for the names of `wanted`, and for those of `albums` that could be the same; a big
+// collection may lie on a server, so nothing else is opened. Returns the albums of which a recording is missing.
+std::vector<UnsureAlbum> FindSides(const std::vector<AlbumInfo*>& albums, const std::vector<AlbumInfo*>& wanted,
+                                   const SaveSettings& settings) {
+    std::vector<UnsureAlbum> unsure;
+    SidelessNames wanted_names;
+    for (const AlbumInfo* album : wanted) wanted_names.merge(SidelessNamesOf(*album, settings));
+    if (wanted_names.empty()) return unsure;
+    for (AlbumInfo* album : albums) {
+        if (album->Recordings().size() < 2) continue;  // on the only side, however long it is
+        SidelessNames names = SidelessNamesOf(*album, settings);
+        const auto is_wanted = [&](const std::string& name) { return wanted_names.count(name) != 0; };
+        if (std::none_of(names.begin(), names.end(), is_wanted)) continue;
+        if (EndOfRecordings(*album) == kUnknownEnd) unsure.push_back({album, std::move(names)});
+    }
+    return unsure;
 }
 
 }  // namespace
@@ -186,28 +227,48 @@ RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
     return writer;
 }
 
-std::vector<std::vector<std::string>> TrackFileNames(const std::vector<const AlbumInfo*>& albums,
+std::string SaveSettings::TemplateOf(const AlbumInfo& album) const {
+    return name_template.empty() ? TemplateFor(album) : name_template;
+}
+
+std::vector<std::vector<std::string>> TrackFileNames(const std::vector<AlbumInfo*>& albums,
                                                      const SaveSettings& settings) {
     const std::string_view extension = GetFileFormatInfo(settings.Format()).extension;
+    const auto path_of = [&](const std::string& name) {
+        return JoinPath(settings.output_folder, name + std::string(extension));
+    };
     std::vector<std::vector<std::string>> names(albums.size());
     std::unordered_set<std::string> taken;
-    for (const AlbumInfo* album : InOrderOfRecording(albums)) {
+    const std::vector<AlbumInfo*> all = InOrderOfRecording(albums);
+    const std::vector<UnsureAlbum> unsure = FindSides(all, albums, settings);
+    for (const AlbumInfo* album : all) {
+        const auto wanted = std::find(albums.begin(), albums.end(), album);
+        // Whether the file there may be that of a track whose name is not known now.
+        const auto may_be_others = [&](int track, const std::string& path) {
+            const auto shares = [&](const UnsureAlbum& other) {
+                return other.album != album && other.names.count(SidelessName(*album, track, settings)) != 0;
+            };
+            std::string message;
+            return wanted != albums.end() && std::any_of(unsure.begin(), unsure.end(), shares) && FileExists(path) &&
+                   CheckTrack(*album, track, settings, path, message) != SAVE_ALREADY;
+        };
         std::vector<std::string> of_album;
-        const std::string name_template = settings.name_template.empty() ? TemplateFor(*album) : settings.name_template;
+        const std::string name_template = settings.TemplateOf(*album);
         for (int track = 0; track < album->tracks.size(); ++track) {
             std::string name = ExpandTemplate(name_template, *album, track, NamePart::WholePath, settings.Format());
             if (name.empty()) name = fmt::sprintf("%02d", track + 1);
             std::string unique = name;
-            for (int i = 2; !taken.insert(LowerAscii(unique)).second; ++i) unique = fmt::sprintf("%s (%d)", name, i);
-            of_album.push_back(JoinPath(settings.output_folder, unique + std::string(extension)));
+            for (int i = 2; !taken.insert(LowerAscii(unique)).second || may_be_others(track, path_of(unique)); ++i) {
+                unique = fmt::sprintf("%s (%d)", name, i);
+            }
+            of_album.push_back(path_of(unique));
         }
-        const auto wanted = std::find(albums.begin(), albums.end(), album);
         if (wanted != albums.end()) names[static_cast<size_t>(wanted - albums.begin())] = std::move(of_album);
     }
     return names;
 }
 
-std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings) {
+std::vector<std::string> TrackFileNames(AlbumInfo& album, const SaveSettings& settings) {
     return TrackFileNames(std::vector{&album}, settings).front();
 }
 

@@ -35,6 +35,7 @@ struct SaveSettings {
     std::string name_template;  // empty: the album's own by TemplateFor
 
     int Format() const { return options.file_format; }
+    std::string TemplateOf(const AlbumInfo& album) const;  // in force for the album
     // From the settings store: options for saving tracks, "Save Track As File Format", "Output Directory".
     static SaveSettings FromStore();
     // Gives the output folder the collection's name as one more level when "Append Collection Output" is on.
@@ -43,10 +44,12 @@ struct SaveSettings {
 
 // The full names of the files of all tracks of each of the albums, in order. Of tracks of one collection that would
 // share a name all but the first get " (2)" and so on, so that none overwrites another. First is what was recorded
-// first: neither which albums are saved together nor the order of the list decides.
-std::vector<std::vector<std::string>> TrackFileNames(const std::vector<const AlbumInfo*>& albums,
+// first: neither which albums are saved together nor the order of the list decides. Opens the recordings whose lengths
+// decide names with sides in them. While one of another album is missing, so that its names are not known, a track that
+// might share one of them gets a name under which there is no file, or its own one, still good. Main thread.
+std::vector<std::vector<std::string>> TrackFileNames(const std::vector<AlbumInfo*>& albums,
                                                      const SaveSettings& settings);
-std::vector<std::string> TrackFileNames(const AlbumInfo& album, const SaveSettings& settings);
+std::vector<std::string> TrackFileNames(AlbumInfo& album, const SaveSettings& settings);
 
 // The text kept with a saved track, by which a later run sees whether the file is still what a save would write:
 // hexadecimal SHA-256 over everything that goes into it.

@@ -25,6 +25,7 @@ constexpr Keyword kKeywords[] = {
     {"Label", false},        {"Grouping", true},          {"File Type", false},   {"Album Side", true},
     {"Date Recorded", true}, {"Time Recorded", true},
 };
+constexpr std::string_view kSideKeywords[] = {"[Album Side]", "[Date Recorded]", "[Time Recorded]"};
 
 const std::string& FirstOf(const std::string& of_track, const std::string& of_album) {
     return of_track.empty() ? of_album : of_track;
@@ -93,6 +94,12 @@ std::string TemplateFor(const AlbumInfo& album) {
     std::string text = GetStringSetting(key);
     if (!text.empty()) return text;
     return std::string((album.IsSingle() ? SinglesTemplates() : AlbumTemplates()).front().text);
+}
+
+std::string WithoutSideKeywords(std::string_view text) {
+    std::string result(text);
+    for (std::string_view keyword : kSideKeywords) result = Replace(result, keyword, "side");
+    return result;
 }
 
 int SideOfTrack(const AlbumInfo& album, int track) {

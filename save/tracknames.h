@@ -42,7 +42,11 @@ std::string SanitiseValue(std::string_view value);
 // The value of one keyword (without its brackets); false if there is no such keyword.
 bool KeywordValue(std::string_view keyword, const AlbumInfo& album, int track, int file_format, std::string& value);
 
-// The 0-based side whose recording holds the start of a track; 0 when that is not known.
+// A template with a plain word for each keyword whose value depends on the side that a track lies on.
+std::string WithoutSideKeywords(std::string_view text);
+
+// The 0-based side whose recording holds the start of a track; 0 when that is not known. The lengths of the recordings
+// must be known (see PlaceRecordings).
 int SideOfTrack(const AlbumInfo& album, int track);
 
 }  // namespace Orvane

@@ -259,6 +259,24 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     EXPECT_TRUE(ReadBytes(PathOfSide(0)) == recording);
 }
 
+TEST_F(SavedAlbum, NamesWithSidesNeverTakeTheFileOfAnotherAlbum) {
+    settings.name_template = "[Album Title]\\[Album Side]-[Track Title]";
+    AlbumInfo& other = *recorded.Add("Other", "Blue");
+    for (int side : {0, 1}) {
+        AddSide(20000);
+        recorded.AddRecording(other, side, ReadBytes(PathOfSide(side)));
+    }
+    AddTrack(0, 10000, "Song");
+    other.tracks = album.tracks;
+    const std::string first = Save().tracks[0].file, second = folder / "out/Blue/01-Song (2).flac";
+    EXPECT_EQ(first, folder / "out/Blue/01-Song.flac");
+    for (const AlbumSide* side : album.sides) side->newest->total_samples = 0;  // as read from the collection
+    EXPECT_EQ(TrackFileNames(other, settings)[0], second);
+    fs::remove(PathOfSide(0));
+    for (const AlbumSide* side : album.sides) side->newest->total_samples = 0;
+    EXPECT_EQ(TrackFileNames(other, settings)[0], second);
+}
+
 TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
     AddSide(20000);
     AddTrack(0, 10000);
