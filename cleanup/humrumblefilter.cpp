@@ -15,6 +15,8 @@ void Append(FilterChain& chain, int type, double frequency, int32_t samplerate, 
     chain.Append(section);
 }
 
+}  // namespace
+
 int32_t MainsFrequency(const FilterValues& values) {
     if (values.mains_frequency >= 1) return values.mains_frequency;
     const int32_t setting = GetSetting("Mains Frequency", 60);
@@ -24,8 +26,6 @@ int32_t MainsFrequency(const FilterValues& values) {
 bool FiltersHarmonics(const FilterValues& values) {
     return values.filter_harmonics >= 0 ? values.filter_harmonics != 0 : GetSetting("Filter Harmonics", 1) != 0;
 }
-
-}  // namespace
 
 FilterChain BuildHumRumbleChain(const FilterValues& values, int32_t samplerate) {
     FilterChain chain;

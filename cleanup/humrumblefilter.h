@@ -16,8 +16,12 @@ private:
     FilterChain BuildChain(const FilterValues& values) const override;
 };
 
-// The chain of these values. A frequency or choice that they leave open comes from the settings "Mains Frequency"
-// (default 60) and "Filter Harmonics" (default 1).
+// What the hum filter works with. Where the values leave it open it comes from the settings "Mains Frequency" (Hz,
+// default 60) and "Filter Harmonics" (default 1).
+int32_t MainsFrequency(const FilterValues& values);
+bool FiltersHarmonics(const FilterValues& values);
+
+// The chain of these values.
 FilterChain BuildHumRumbleChain(const FilterValues& values, int32_t samplerate);
 
 }  // namespace Orvane

@@ -7,6 +7,7 @@
 #include <limits>
 #include <unordered_set>
 
+#include "cleanup/humrumblefilter.h"
 #include "collection/albumset.h"
 #include "collection/recordingplaces.h"
 #include "foundation/lasterror.h"
@@ -70,7 +71,17 @@ std::string CorrectionsText(const FileHistoryEntry& entry) {
                              v.mains_frequency, v.rumble_mode, v.eq_mode, v.preamp_left, v.preamp_right,
                              v.dc_offset_only, v.filter_harmonics, filter.extra);
         for (int32_t band : v.bands) text += fmt::sprintf(",%d", band);
-        if (v.hiss_mode == FILTER_ON) text += fmt::sprintf(",%d,%d", entry.view_position[0], entry.view_position[1]);
+        if (v.hiss_mode == FILTER_ON) {
+            text += fmt::sprintf(",%d,%d", entry.view_position[0], entry.view_position[1]);
+            FileInfo noise;
+            if (!filter.extra.empty() && GetFileInfo(filter.extra, noise) == 0) {
+                text += fmt::sprintf("n%d,%d", noise.size, noise.time);
+            }
+        }
+        // The settings decide what the values leave open.
+        if (v.hum_mode == FILTER_ON && (v.mains_frequency < 1 || v.filter_harmonics < 0)) {
+            text += fmt::sprintf("m%d,%d", MainsFrequency(v), FiltersHarmonics(v));
+        }
     }
     for (const FFTEq& eq : entry.fft_eqs) {
         text += fmt::sprintf("e%d,%d,%d,%d", eq.absolute_start_time, eq.absolute_end_time, eq.enable, eq.gain);

@@ -180,6 +180,22 @@ TEST_F(SavedAlbum, OnlyWhatIsHeardOtherwiseIsSavedAgain) {
     EXPECT_EQ(Save().n_already_saved, 3);
     settings.options.Row(FF_OGG).samplerate = 5;
     EXPECT_EQ(Save().n_saved, 3);
+
+    auto* filter = new FilterSetting;
+    album.sides[0]->newest->filters.Append(filter);
+    const auto changed_by = [&](const auto& change) {
+        const std::string before = TrackFileSignature(album, 0, settings);
+        change();
+        return TrackFileSignature(album, 0, settings) != before;
+    };
+    for (const int own : {60, -1}) {
+        filter->values = {.hum_mode = FILTER_ON, .mains_frequency = own, .filter_harmonics = own};
+        EXPECT_EQ(changed_by([&] { SetSetting("Mains Frequency", 50 + own); }), own < 0);
+        EXPECT_EQ(changed_by([&] { SetSetting("Filter Harmonics", own < 0); }), own < 0);
+    }
+    filter->values = {.hiss_mode = FILTER_ON};
+    filter->extra = folder.Write("room.vns", "noise");
+    EXPECT_TRUE(changed_by([&] { folder.Write("room.vns", "other noise"); }));
 }
 
 TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
