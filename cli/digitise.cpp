@@ -164,7 +164,7 @@ int Digitise::SaveTracks() {
 // Beside the tracks, from where the recordings are found by their whole path.
 int Digitise::WriteSheet() {
     if (order.no_cue || saved.tracks.empty()) return CLI_DONE;
-    sheet = JoinPath(FolderOf(saved.tracks.front().file), FileNameOf(CueSheetPath(*album)));
+    sheet = OwnCueSheetPath(*album, JoinPath(FolderOf(saved.tracks.front().file), FileNameOf(CueSheetPath(*album))));
     CueSheetOptions options = CueSheetOptions::FromStore();
     options.absolute_paths = true;
     const ListingWritten written = WriteCueSheet(*album, sheet, options);

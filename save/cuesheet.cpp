@@ -187,6 +187,23 @@ ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheet
     return WriteSheet(KeptFiles({&album}), album, path, options);
 }
 
+std::string OwnCueSheetPath(const AlbumInfo& album, const std::string& path) {
+    const std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    const auto is_of_others = [&](const std::string& sheet_path) {
+        const auto reader = FileExists(sheet_path) ? OpenTextFile(sheet_path) : nullptr;
+        for (std::string line; reader && reader->ReadLine(line);) {
+            const auto is_named = [&](const FileHistoryEntry* entry) {
+                return line.starts_with(CueFileStatement(AbsolutePath(entry->GetPath())));
+            };
+            if (line.starts_with("FILE ") && std::none_of(recordings.begin(), recordings.end(), is_named)) return true;
+        }
+        return false;
+    };
+    std::string own = path;
+    for (int i = 2; is_of_others(own); ++i) own = fmt::sprintf("%s (%d)%s", WithoutExtension(path), i, kCueExtension);
+    return own;
+}
+
 std::string CueSheetPath(const AlbumInfo& album) {
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
     std::string folder;

@@ -42,6 +42,9 @@ std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& fil
 // already goes to the Trash unless it is a sheet that Orvane wrote. Main thread.
 ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
 
+// `path`, or the first of it with " (2)" and so on at which no sheet of other recordings stands, by their whole paths.
+std::string OwnCueSheetPath(const AlbumInfo& album, const std::string& path);
+
 // "Artist - Title.cue" in the folder that "Cue Sheet Folder" chooses: 0 that of the album's first recording, 1 "Cue
 // Sheet Directory".
 std::string CueSheetPath(const AlbumInfo& album);

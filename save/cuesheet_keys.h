@@ -52,6 +52,9 @@ enum class CueQuotes { Keep, Convert };
 // single ones.
 std::string CueValue(std::string_view text, CueKeyForm form, CueQuotes quotes);
 
+// The beginning of the line that names a recording's file.
+std::string CueFileStatement(std::string_view path);
+
 // The first line of a sheet that Orvane wrote.
 inline constexpr std::string_view kCueSignature = "REM COMMENT \"Orvane\"";
 

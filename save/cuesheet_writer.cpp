@@ -17,6 +17,10 @@ std::string CueValue(std::string_view text, CueKeyForm form, CueQuotes quotes) {
     return quotes == CueQuotes::Convert ? Replace(line, "\"", "'") : line;
 }
 
+std::string CueFileStatement(std::string_view path) {
+    return fmt::sprintf("FILE \"%s\"", OneLine(path));
+}
+
 namespace {
 
 class CueSheetWriter {
@@ -58,9 +62,8 @@ private:
     void WriteFile(size_t index) {
         const std::string& path = files[index].path;
         if (index > 0) text += fmt::sprintf("\nREM FILE_NUMBER %d\n", index + 1);
-        text +=
-            fmt::sprintf("FILE \"%s\" %s\n", OneLine(options.absolute_paths ? AbsolutePath(path) : FileNameOf(path)),
-                         FormatOfExtension(ExtensionOf(path)) == FF_MP3 ? "MP3" : "WAVE");
+        text += CueFileStatement(options.absolute_paths ? AbsolutePath(path) : FileNameOf(path)) +
+                (FormatOfExtension(ExtensionOf(path)) == FF_MP3 ? " MP3\n" : " WAVE\n");
     }
 
     void WriteTrack(int i) {

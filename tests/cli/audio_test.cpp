@@ -225,6 +225,7 @@ TEST_F(DigitiseCommand, MakesAnAlbumOnceAndSaysSoTheSecondTime) {
 TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
     MakeWave("a.wav", 2);
     MakeWave("b.wav", 3);
+    MakeWave("c.wav", 2);
     folder.Write("bad.wav", "not audio");
     const auto digitise = [&](const char* album, std::vector<std::string> words, int code = 0) {
         words.insert(words.begin(), "digitise");
@@ -241,4 +242,13 @@ TEST_F(DigitiseCommand, WithoutTitlesASideIsATrackAndACollectionCanHoldMore) {
     EXPECT_EQ(two["tracks"][1]["start_seconds"], 2.0);
     EXPECT_EQ(Json({"album", "list", "all.mcf"})["albums"].size(), 2u);
     EXPECT_EQ(Json({"probe", "out/A - Double/02 - Side 2.wav"})["files"][0]["total_samples"], 3 * 44100);
+    // Another album of that name gets a sheet of its own, once.
+    for (bool changed : {true, false}) {
+        const nlohmann::json other = digitise("Double", {"c.wav", "--no-split"});
+        EXPECT_EQ(other["cue_sheet"], folder / "out/A - Double/A - Double (2).cue");
+        EXPECT_EQ(other["changed"], changed);
+        two = digitise("Double", {"a.wav", "b.wav", "--format", "wav"});
+        EXPECT_EQ(two["cue_sheet"], folder / "out/A - Double/A - Double.cue");
+        EXPECT_EQ(two["changed"], false);
+    }
 }
