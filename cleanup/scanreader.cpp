@@ -9,7 +9,7 @@
 namespace Orvane {
 namespace {
 
-constexpr int32_t kPiece = 4096;
+constexpr int32_t kPiece = 4096;  // frames: small enough to be parted while they are in the first cache level
 
 }  // namespace
 

@@ -10,8 +10,11 @@ namespace Orvane {
 using namespace Tesslib;
 
 KeptFiles::KeptFiles(const std::vector<AlbumInfo*>& albums) {
-    for (const AlbumInfo* album : albums) AddFilesOf(*album);
     const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set;
+    for (const AlbumInfo* album : albums) {
+        // The albums of the set follow, and each look at a file takes its time.
+        if (!set || album->IsWorkingCopy()) AddFilesOf(*album);
+    }
     if (!set) return;
     Add(set->path);
     Add(BackupName(set->path));

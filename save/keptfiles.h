@@ -19,8 +19,8 @@ public:
     explicit KeptFiles(const std::vector<AlbumInfo*>& albums);
 
     void Add(std::string_view path);
-    // Whether a file that is written as `path`, which has an extension, or the temporary file for it would take the
-    // place of one of these. Any thread.
+    // Whether a file that is written as `path`, or the temporary file for it, would take the place of one of these. Any
+    // thread.
     bool Has(std::string_view path) const;
 
 private:
