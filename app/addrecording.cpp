@@ -12,6 +12,9 @@
 #include "foundation/text.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -28,7 +31,7 @@ bool CopyToRecordings(const std::string& from, const std::string& to, const std:
     auto Tell = [&](int64_t done) {
         return !progress || progress(info.size > 0 ? static_cast<int>(MulDiv64(done, 1000, info.size)) : 0);
     };
-    if (CopyFile(from, to, Tell) != 0) return false;
+    if (CopyContents(from, to, Tell) != 0) return false;
     SetFileTime(to, info.time);
     return true;
 }
@@ -109,7 +112,7 @@ FileHistoryEntry* AddRecording(AlbumInfo& album, int side_number, const std::str
     }
     if (entry->Open(USER_PROBE, false) != OPEN_GOOD) {
         LastError reason = GetLastError();
-        if (place == PlaceOfFile::RecordingsFolder) DeleteFile(entry->GetPath());
+        if (place == PlaceOfFile::RecordingsFolder) RemoveFile(entry->GetPath());
         SetLastError(reason);
         return GiveUp();
     }

@@ -7,6 +7,8 @@
 #include "foundation/platform.h"
 #include "foundation/version.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 RecordState gRecord = RecordState::IDLE;

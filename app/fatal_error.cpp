@@ -13,6 +13,8 @@
 #include "foundation/messages.h"
 #include "foundation/platform.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 namespace {
@@ -52,9 +54,9 @@ void FatalError(const char* what) {
     // A fault inside the handler, or on a second thread meanwhile, ends the process at once.
     if (in_fatal_error_handler.exchange(true)) std::_Exit(255);
     LogLine(what);
-    ShowMessage(FormatMessage(Msg::FatalError, what));
+    ShowMessage(FormatMsg(Msg::FatalError, what));
     if (gAlbumSet && gAlbumSet->dirty) {
-        Message question{FormatMessage(Msg::SaveChangedFile, gAlbumSet->path), Buttons::YesNo, Severity::Warning, {}};
+        Message question{FormatMsg(Msg::SaveChangedFile, gAlbumSet->path), Buttons::YesNo, Severity::Warning, {}};
         if (Messages().Ask(question) == Answer::Yes) SaveCollection(gAlbumSet->path, *gAlbumSet, true);
         if (!gAlbumSet->dirty) ShowMessage(std::string(MessageText(Msg::SavedNowClosing)), Severity::Information);
     }

@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "app/fatal_error.h"
-#include "cleanup/generatewaveform.h"
 #include "collection/albumset.h"
 #include "collection/steering_file.h"
 #include "foundation/assert.h"
@@ -20,6 +19,9 @@
 #include "foundation/text.h"
 #include "foundation/version.h"
 #include "foundation/workerthread.h"
+#include "waveform/generatewaveform.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

@@ -4,9 +4,12 @@
 #include <filesystem>
 #include <random>
 
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 #include "collection/dataobjects.h"
 #include "tesslib/wavfile.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {
@@ -49,7 +52,8 @@ public:
         entry->flags |= FHE_CORRECTIONS_LOADED;
         entry->view_position[1] = 2 * kRate;
         auto* filter = new FilterSetting;
-        filter->values.hum_mode = filter->values.rumble_mode = filter->values.hiss_mode = filter->values.eq_mode = FILTER_ON;
+        filter->values.hum_mode = filter->values.rumble_mode = filter->values.hiss_mode = filter->values.eq_mode =
+            FILTER_ON;
         filter->values.bands = {3, -2, 3, -2, 3, -2, 3, -2, 3, -2};
         entry->filters.Append(filter);
         auto* curve = new FFTEq;

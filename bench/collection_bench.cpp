@@ -10,6 +10,8 @@
 #include "foundation/settings.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace {
 
 using namespace Orvane;

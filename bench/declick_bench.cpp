@@ -3,7 +3,7 @@
 
 #include <map>
 
-#include "cleanup/declick.h"
+#include "cleanup/declick/declick.h"
 #include "declick_signals.h"
 #include "literal_declick.h"
 

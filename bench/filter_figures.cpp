@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "analog_biquad.h"
-#include "cleanup/eqcurves.h"
-#include "cleanup/equaliser.h"
-#include "cleanup/recordeq.h"
+#include "cleanup/filter/eqcurves.h"
+#include "cleanup/filter/equaliser.h"
+#include "cleanup/filter/recordeq.h"
 #include "filtered_recording.h"
 
 namespace Orvane {

@@ -6,9 +6,9 @@
 #include <random>
 #include <vector>
 
-#include "cleanup/denoiseframe.h"
-#include "cleanup/filterchain.h"
-#include "cleanup/recordeq.h"
+#include "cleanup/filter/denoiseframe.h"
+#include "cleanup/filter/filterchain.h"
+#include "cleanup/filter/recordeq.h"
 
 namespace Orvane {
 namespace {

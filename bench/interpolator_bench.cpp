@@ -3,9 +3,9 @@
 #include <benchmark/benchmark.h>
 
 #include "audiosignals.h"
-#include "cleanup/ar_kernels.h"
-#include "cleanup/interpolator.h"
-#include "cleanup/repairsamples.h"
+#include "cleanup/repair/ar_kernels.h"
+#include "cleanup/repair/interpolator.h"
+#include "cleanup/repair/repairsamples.h"
 #include "interpolator_literal.h"
 
 namespace {

@@ -11,13 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "cleanup/orvanefft.h"
-#include "cleanup/patchaudio.h"
-#include "cleanup/spectrum.h"
+#include "cleanup/filter/orvanefft.h"
+#include "cleanup/filter/spectrum.h"
+#include "cleanup/repair/patchaudio.h"
 #include "foundation/lasterror.h"
 #include "foundation/path.h"
 #include "memorystream.h"
 #include "tesslib/fileformats.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace {
 

@@ -15,9 +15,9 @@
 #include <soxr.h>
 #endif
 
-namespace {
-
 using namespace Tesslib;
+
+namespace {
 
 constexpr int kSeconds = 10;
 constexpr int32_t kReadSize = 16384;

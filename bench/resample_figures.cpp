@@ -11,9 +11,9 @@
 #include "memorystream.h"
 #include "tesslib/josconvert.h"
 
-namespace {
-
 using namespace Tesslib;
+
+namespace {
 
 constexpr int kFrames = 16384;
 constexpr int kTones = 200;  // per band

@@ -8,9 +8,9 @@
 
 #include "tesslib/samples.h"
 
-namespace {
-
 using namespace Tesslib;
+
+namespace {
 
 constexpr int kBlockValues = 2 * 0x4000;
 constexpr int kLongValues = 8 << 20;

@@ -13,6 +13,9 @@
 #include "save/save_albums.h"
 #include "tesslib/wavfile.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -51,7 +54,8 @@ struct Side {
                 const double t = static_cast<double>(i) / kRate;
                 const double tone = 0.3 * std::exp(-3 * t) * std::sin(2 * M_PI * (110 + 20 * (s % 12)) * t) +
                                     0.1 * std::exp(-8 * std::fmod(t, 0.25)) * std::sin(2 * M_PI * 1234 * t);
-                for (int c = 0; c < 2; ++c) second[2 * i + c] = static_cast<float>(tone * (1 - 0.3 * c)) + noise(random);
+                for (int c = 0; c < 2; ++c)
+                    second[2 * i + c] = static_cast<float>(tone * (1 - 0.3 * c)) + noise(random);
             }
             file.Write(second.data(), kRate);
         }
@@ -107,7 +111,9 @@ void Save(benchmark::State& state, int format) {
     });
 }
 
-void SaveFlac(benchmark::State& state) { Save(state, FF_FLAC); }
+void SaveFlac(benchmark::State& state) {
+    Save(state, FF_FLAC);
+}
 BENCHMARK(SaveFlac)->Arg(1)->Arg(2)->ArgName("threads")->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void FlacTool(benchmark::State& state) {
@@ -118,7 +124,9 @@ void FlacTool(benchmark::State& state) {
 }
 BENCHMARK(FlacTool)->UseRealTime()->Unit(benchmark::kMillisecond);
 
-void SaveWav(benchmark::State& state) { Save(state, FF_WAV); }
+void SaveWav(benchmark::State& state) {
+    Save(state, FF_WAV);
+}
 BENCHMARK(SaveWav)->Arg(1)->ArgName("threads")->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void Cp(benchmark::State& state) {

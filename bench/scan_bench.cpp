@@ -8,15 +8,18 @@
 #include <filesystem>
 #include <map>
 
-#include "cleanup/audiofilter.h"
-#include "cleanup/scanblocks.h"
-#include "cleanup/scanforclicks.h"
-#include "cleanup/scanreader.h"
+#include "cleanup/chain/audiofilter.h"
+#include "cleanup/declick/scanblocks.h"
+#include "cleanup/declick/scanforclicks.h"
+#include "cleanup/declick/scanreader.h"
 #include "collection/dataobjects.h"
 #include "declick_signals.h"
 #include "interpolator_literal.h"
 #include "literal_declick.h"
 #include "tesslib/wavfile.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {
@@ -134,7 +137,8 @@ void PlainForm(benchmark::State& state) {
         LiteralSink sink;
         sink.blocks = &blocks;
         sink.detector = &detector;
-        while (blocks.Next([&](int64_t a, int64_t b, float* l, float* r) { return reader.ReadSamples(a, b, l, r); }) > 0) {
+        while (blocks.Next([&](int64_t a, int64_t b, float* l, float* r) { return reader.ReadSamples(a, b, l, r); }) >
+               0) {
             for (int channel = 0; channel < 2; ++channel) {
                 sink.recording = blocks.Recording(channel);
                 sink.first_position = blocks.read_start() - blocks.offset0();
@@ -150,12 +154,14 @@ void PlainForm(benchmark::State& state) {
 void Adeclick(benchmark::State& state) {
     const std::string path = SideWith(static_cast<int>(state.range(0)));
     Run(state, [&] {
-        const std::string command = "ffmpeg -v error -threads 1 -filter_threads 1 -i " + path + " -af adeclick -f null -";
+        const std::string command =
+            "ffmpeg -v error -threads 1 -filter_threads 1 -i " + path + " -af adeclick -f null -";
         if (std::system(command.c_str()) != 0) std::abort();
     });
 }
 
-#define SCAN(form) BENCHMARK(form)->Arg(3)->Arg(30)->ArgName("clicks_per_second")->Unit(benchmark::kMillisecond)->UseRealTime()
+#define SCAN(form) \
+    BENCHMARK(form)->Arg(3)->Arg(30)->ArgName("clicks_per_second")->Unit(benchmark::kMillisecond)->UseRealTime()
 SCAN(Shipped);
 SCAN(PlainForm);
 SCAN(Adeclick)->Iterations(1);

@@ -16,6 +16,9 @@
 #include "split/scan.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace {
 
 using namespace Orvane;

@@ -7,12 +7,15 @@
 #include <filesystem>
 
 #include "audiosignals.h"
-#include "cleanup/generatewaveform.h"
-#include "cleanup/waveformreader.h"
 #include "collection/dataobjects.h"
 #include "foundation/mainloop.h"
 #include "temp_folder.h"
 #include "tesslib/wavfile.h"
+#include "waveform/generatewaveform.h"
+#include "waveform/waveformreader.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 
-#include "cleanup/curvefile.h"
-#include "cleanup/noisesample.h"
-#include "cleanup/presets.h"
-#include "cleanup/recordeq.h"
+#include "cleanup/filter/curvefile.h"
+#include "cleanup/filter/noisesample.h"
+#include "cleanup/filter/presets.h"
+#include "cleanup/filter/recordeq.h"
 #include "cli/texts.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
 #include "foundation/text.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 

@@ -7,6 +7,8 @@
 #include "foundation/settings.h"
 #include "foundation/version.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -9,6 +9,8 @@
 #include "foundation/settings.h"
 #include "foundation/version.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -15,6 +15,8 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

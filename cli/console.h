@@ -9,8 +9,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 // A text in mark-up as lines of plain text. Line breaks stay, but for empty lines; links that only a window can follow
 // are left out.
 std::string PlainLines(std::string_view markup);
@@ -21,10 +19,10 @@ void WriteError(std::string_view line);
 // Messages go to stderr. A question is asked where somebody sits at a terminal; everywhere else the answer is the one
 // that changes and loses nothing. Only of an edit that the command itself asks for are questions agreed to then, and
 // remarked on.
-class ConsoleMessages : public MessageHost {
+class ConsoleMessages : public Foundation::MessageHost {
 public:
     explicit ConsoleMessages(bool may_ask) : may_ask(may_ask) {}
-    Answer Ask(const Message& message) override;
+    Foundation::Answer Ask(const Foundation::Message& message) override;
 
     const bool may_ask;
     std::function<void(const std::string&)> remark;  // set during such an edit
@@ -34,7 +32,7 @@ public:
 // How progress is shown: a bar on one line that is drawn over, lines one below the other, or not at all.
 enum class ProgressStyle { Bar, Lines, None };
 
-class ConsoleProgress : public ProgressHost {
+class ConsoleProgress : public Foundation::ProgressHost {
 public:
     using Write = std::function<void(std::string_view)>;
     using Clock = std::function<double()>;  // seconds

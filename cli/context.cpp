@@ -15,6 +15,8 @@
 #include "foundation/path.h"
 #include "foundation/text.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -114,8 +116,8 @@ int CommandContext::Lock(const std::string& path) {
 
 int CommandContext::Open(const std::string& path, Access access) {
     std::string full_path = AbsolutePath(path);
-    if (!FileExists(full_path)) return Fail(FormatMessage(Msg::CannotFindFile, full_path));
-    if (ExtensionOf(full_path).empty()) return Fail(FormatMessage(Msg::NotACollection, full_path));
+    if (!FileExists(full_path)) return Fail(FormatMsg(Msg::CannotFindFile, full_path));
+    if (ExtensionOf(full_path).empty()) return Fail(FormatMsg(Msg::NotACollection, full_path));
     if (int code = Lock(full_path)) return code;
     if (access == Access::Change) {
         set = OpenCollection(full_path);

@@ -63,7 +63,7 @@ public:
 
     // Runs an edit that the command itself asks for: where nobody can be asked, what would be asked becomes a remark.
     // What the edit gives.
-    bool Wanted(FunctionRef<bool()> edit);
+    bool Wanted(Foundation::FunctionRef<bool()> edit);
 
     // Prints the results, and the reason of a failure; the exit code of the whole. Last of all.
     int Finish(int code);
@@ -82,7 +82,7 @@ public:
     int SaveAllTheSame();
     // Runs a change that may rename the recordings of an album and saves it, or takes it back: a collection that was
     // not saved would look for them under their old names. `change` is false with the reason as last error.
-    int ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change);
+    int ChangeAndSave(AlbumInfo& album, Foundation::FunctionRef<bool()> change);
 
     // By their numbers, from 1.
     int FindAlbum(int number, AlbumInfo*& album);
@@ -99,7 +99,7 @@ private:
     ConsoleProgress progress;
     std::string text;
     std::string error;
-    FileLock lock;
+    Foundation::FileLock lock;
     std::unique_ptr<AlbumSet> read_only_set;
     AlbumSet* set = nullptr;
     std::vector<std::string> made;  // by Create, in the order of removal; empty once the collection has been saved

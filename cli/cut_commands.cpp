@@ -1,7 +1,9 @@
-#include "cleanup/editcuts.h"
+#include "cleanup/edit/editcuts.h"
 #include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

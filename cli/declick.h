@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "cleanup/scanforclicks.h"
+#include "cleanup/declick/scanforclicks.h"
 #include "cli/commands.h"
 #include "cli/model_view.h"
 

@@ -1,13 +1,15 @@
 #include <algorithm>
 
-#include "cleanup/batchscan.h"
-#include "cleanup/presets.h"
+#include "cleanup/declick/batchscan.h"
+#include "cleanup/filter/presets.h"
 #include "cli/declick.h"
 #include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 #include "foundation/messages.h"
 #include "foundation/settings.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

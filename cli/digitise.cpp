@@ -10,6 +10,9 @@
 #include "foundation/path.h"
 #include "save/cuesheet.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 
 const Digitise::Step Digitise::kSteps[] = {
@@ -58,7 +61,7 @@ int Digitise::CheckFiles() {
         if (!file) return context.FailLastError();
         const int32_t rate = file->GetSampleRate(0);
         if (samplerate && rate != samplerate) {
-            return context.Fail(FormatMessage(Msg::WrongSampleRate, path, rate, samplerate));
+            return context.Fail(FormatMsg(Msg::WrongSampleRate, path, rate, samplerate));
         }
         samplerate = rate;
         if (file->EndsEarly()) context.Remark(fmt::format("{}: {}", name, kEndsEarly));

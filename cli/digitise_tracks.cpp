@@ -9,6 +9,8 @@
 #include "foundation/platform.h"
 #include "split/trackbreaks.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -118,7 +120,7 @@ int Digitise::EnterTracks() {
         last.end = places.back().end;
         if (last.end - last.start < kShortestTrack) {
             return context.Usage(fmt::format("{}, line {}: {}", order.titles_file, last.line,
-                                             FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond)));
+                                             FormatMsg(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond)));
         }
     }
     // The user may have worked on the tracks of an album that is there; only a listing with times takes their place.

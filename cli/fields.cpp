@@ -9,6 +9,8 @@
 #include "foundation/text.h"
 #include "split/trackbreaks.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -9,6 +9,9 @@
 #include "save/write_stream.h"
 #include "tesslib/josconvert.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

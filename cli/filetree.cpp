@@ -2,9 +2,9 @@
 
 #include "foundation/text.h"
 
-namespace Orvane {
+using namespace Foundation;
 
-using namespace Tesslib;
+namespace Orvane {
 
 void FileTree::Add(std::string_view path, const std::string& remark) {
     Node* node = &top;

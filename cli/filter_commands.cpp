@@ -1,12 +1,14 @@
-#include "cleanup/editfilters.h"
-#include "cleanup/filtersettings.h"
-#include "cleanup/measurenoise.h"
-#include "cleanup/presets.h"
+#include "cleanup/edit/editfilters.h"
+#include "cleanup/filter/filtersettings.h"
+#include "cleanup/filter/measurenoise.h"
+#include "cleanup/filter/presets.h"
 #include "cli/cleanup_values.h"
 #include "cli/side.h"
 #include "cli/texts.h"
 #include "collection/dataobjects.h"
 #include "foundation/path.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

@@ -7,6 +7,8 @@
 #include "save/cuesheet.h"
 #include "save/export_track_listing.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

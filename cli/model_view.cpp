@@ -8,6 +8,9 @@
 #include "foundation/messages.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

@@ -7,10 +7,10 @@
 
 #include "foundation/text.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
-
-using namespace Tesslib;
 
 // "--method apa|ar" takes a kind of value, which the help names behind the option; an argument's name is enough.
 bool IsMarked(const CLI::Option& option) {

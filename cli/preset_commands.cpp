@@ -1,6 +1,6 @@
 // Settings kept under a name for other recordings.
-#include "cleanup/curvefile.h"
-#include "cleanup/presets.h"
+#include "cleanup/filter/curvefile.h"
+#include "cleanup/filter/presets.h"
 #include "cli/cleanup_values.h"
 #include "cli/declick.h"
 #include "cli/parsing.h"

@@ -4,6 +4,8 @@
 #include "foundation/lasterror.h"
 #include "foundation/progress.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -31,7 +33,7 @@ int Add(CommandContext& context, const RecordingArguments& arguments) {
     if (!entry) return Interrupted() ? context.Cancelled() : context.FailLastError();
     if (int code = context.Save()) {
         // No collection knows of a copy that was made for this one.
-        if (arguments.copy) DeleteFile(entry->GetPath());
+        if (arguments.copy) RemoveFile(entry->GetPath());
         return code;
     }
     int64_t ticks = to_ticks(entry->SampleRate(), entry->TotalSamples());

@@ -1,7 +1,7 @@
 #include <optional>
 #include <span>
 
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 #include "cli/commands.h"
 #include "cli/model_view.h"
 #include "cli/sampleform.h"
@@ -10,6 +10,9 @@
 #include "foundation/text.h"
 #include "save/heldrepairs.h"
 #include "save/trackstream.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

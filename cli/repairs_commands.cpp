@@ -1,12 +1,14 @@
 // Click repairs, markers and patches by hand. Positions are frames of the recording's file, as the lists keep them.
-#include "cleanup/editrepairs.h"
+#include "cleanup/edit/editrepairs.h"
 
-#include "cleanup/editaccess.h"
-#include "cleanup/patchselection.h"
-#include "cleanup/shownclicks.h"
+#include "cleanup/edit/editaccess.h"
+#include "cleanup/edit/patchselection.h"
+#include "cleanup/repair/shownclicks.h"
 #include "cli/parsing.h"
 #include "cli/side.h"
 #include "cli/texts.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

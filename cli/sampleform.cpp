@@ -5,6 +5,9 @@
 #include "foundation/path.h"
 #include "foundation/progress.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 
 void SampleFormOptions(CLI::App* command, SampleForm& form) {

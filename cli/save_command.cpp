@@ -7,6 +7,8 @@
 #include "foundation/messages.h"
 #include "foundation/path.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -10,6 +10,9 @@
 #include "save/tracknames.h"
 #include "save/write_stream.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

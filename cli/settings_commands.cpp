@@ -4,6 +4,8 @@
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -1,8 +1,10 @@
 #include "cli/side.h"
 
-#include "cleanup/editaccess.h"
+#include "cleanup/edit/editaccess.h"
 #include "cli/model_view.h"
 #include "cli/texts.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 

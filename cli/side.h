@@ -41,7 +41,8 @@ Json RangeJson(const FileHistoryEntry& entry, const BaseCorrection& correction);
 
 // The entry of a list by its number, from 1; null and noted when there is none.
 template <class T>
-T* FindNumbered(CommandContext& context, const LinkedList<T>& list, int number, const char* what, int& code) {
+T* FindNumbered(CommandContext& context, const Foundation::LinkedList<T>& list, int number, const char* what,
+                int& code) {
     int i = 0;
     for (T& e : list) {
         if (++i == number) return &e;

@@ -11,6 +11,8 @@
 #include "split/splitdialog.h"
 #include "split/trackorder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -74,7 +76,7 @@ int Insert(CommandContext& context, const SplitArguments& arguments) {
     if (!problem.empty()) return context.Fail(problem);
     dialog.SelectAt(arguments.at);
     if (!dialog.InsertTrackBreak(arguments.at, arguments.alt ? Alt::Down : Alt::Up)) {
-        return context.Fail(FormatMessage(Msg::NoRoomForTrackBreak, FormatTime(arguments.at)));
+        return context.Fail(FormatMsg(Msg::NoRoomForTrackBreak, FormatTime(arguments.at)));
     }
     return Report(context, *album);
 }

@@ -8,6 +8,8 @@
 
 #include "foundation/text.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 bool ParseTimeArgument(std::string_view text, int64_t& ticks) {

@@ -11,8 +11,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 // The ticks of a time the user typed: [h:]m:ss.fffff or plain seconds. Unlike a collection's times it must be nothing
 // else: minutes and seconds behind a colon are below 60. False where it is not.
 bool ParseTimeArgument(std::string_view text, int64_t& ticks);

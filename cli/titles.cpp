@@ -11,6 +11,8 @@
 #include "foundation/textfile.h"
 #include "split/trackbreaks.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -40,7 +42,7 @@ std::string OrderProblem(const std::vector<TitleLine>& titles) {
         if (title.end <= title.start) return fmt::format("line {}: the track ends before it begins", title.line);
         if (title.end - title.start < kShortestTrack) {
             return fmt::format("line {}: {}", title.line,
-                               FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond));
+                               FormatMsg(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond));
         }
         if (i > 0 && title.start < titles[i - 1].end) {
             return fmt::format("line {}: the track begins before the one above it has ended", title.line);

@@ -1,7 +1,5 @@
 #include <map>
 
-#include "cleanup/generatewaveform.h"
-#include "cleanup/waveformreader.h"
 #include "cli/model_view.h"
 #include "cli/parsing.h"
 #include "cli/side.h"
@@ -12,6 +10,10 @@
 #include "foundation/mainloop.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
+#include "waveform/generatewaveform.h"
+#include "waveform/waveformreader.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

@@ -21,11 +21,11 @@ if(ORVANE_MOLD)
 endif()
 
 # orvane_add_library(folder DEPENDS target...)
-# One static library per folder. The folder is the only thing its include path opens, so that a header
+# One static library per folder, its rooms (subfolders) included. The folder is the only thing its include path opens, so that a header
 # of a folder that is not among DEPENDS (or their dependencies) cannot be included.
 function(orvane_add_library name)
   cmake_parse_arguments(arg "" "" "DEPENDS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   set(include_root ${PROJECT_BINARY_DIR}/include/${name})
   file(MAKE_DIRECTORY ${include_root})
   file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${include_root}/${name} SYMBOLIC)
@@ -43,7 +43,7 @@ endfunction()
 # orvane_add_test(name DEPENDS target...): the test program of tests/<name>, every test a ctest case.
 function(orvane_add_test name)
   cmake_parse_arguments(arg "" "" "DEPENDS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
   if(sources)
     add_executable(test_${name} ${sources})
     target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support ${PROJECT_SOURCE_DIR}/tests/oracle)

@@ -10,6 +10,8 @@
 #include "foundation/settings.h"
 #include "foundation/text.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -164,7 +166,7 @@ std::string StatusText(int status) {
     if (status < STATUS_CUSTOM_1) return status >= 0 && status < 8 ? kStatusNames[static_cast<size_t>(status)] : "";
     const int number = status - 9;
     const std::string name = GetStringSetting("Custom Status " + std::to_string(number));
-    return name.empty() ? FormatMessage(Msg::Custom) + " " + std::to_string(number) : name;
+    return name.empty() ? FormatMsg(Msg::Custom) + " " + std::to_string(number) : name;
 }
 
 std::string AlbumListText(const AlbumInfo& album, int order, ListText form, bool with_status) {
@@ -217,7 +219,7 @@ int CreateSingleTracks(AlbumInfo& album) {
     if (names.size() < 2) return 0;
     int n_added = 0;
     const int first = album.tracks.size();
-    auto undo = std::make_unique<UndoUpdateTrackInfo>(album, FormatMessage(Msg::CreateSingleTracks), first,
+    auto undo = std::make_unique<UndoUpdateTrackInfo>(album, FormatMsg(Msg::CreateSingleTracks), first,
                                                       first + static_cast<int>(names.size()) - 1);
     for (std::string_view name : names) {
         name = Trim(name);

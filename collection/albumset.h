@@ -49,7 +49,7 @@ bool SortAlbumList(AlbumSet& set, int order);
 // Sorts the live collection by the order of the settings; `what` goes along with the events.
 void SortAlbums(bool fire_events, AlbumInfo* what = nullptr);
 // The latest time of the recordings in use, 0 without any.
-FileTime DateRecorded(const AlbumInfo& album);
+Foundation::FileTime DateRecorded(const AlbumInfo& album);
 
 // A new album for the user to fill in, with the status and the tags that new ones get.
 std::unique_ptr<AlbumInfo> MakeAlbum();

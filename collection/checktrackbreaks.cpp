@@ -8,6 +8,8 @@
 #include "foundation/messages.h"
 #include "foundation/muldiv.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -114,7 +116,7 @@ void UnsetBehindLastGood(AlbumInfo& album) {
 }
 
 bool AskToGoOn(const AlbumInfo& album, const Fault& fault) {
-    const std::string text = FormatMessage(fault.text, album.tracks[fault.track].title, FormatTime(fault.shown_time));
+    const std::string text = FormatMsg(fault.text, album.tracks[fault.track].title, FormatTime(fault.shown_time));
     return Messages().Ask({text, Buttons::OkCancel, Severity::Warning, {}}) == Answer::Ok;
 }
 
@@ -135,7 +137,7 @@ int CheckTrackBreaks(AlbumInfo& album, int options) {
     }
     if (!fix || n_faults == 0) return n_faults;
     UnsetBehindLastGood(album);
-    if (!(options & CHECK_QUIET)) ShowMessage(FormatMessage(Msg::TrackBreaksCorrected), Severity::Information);
+    if (!(options & CHECK_QUIET)) ShowMessage(FormatMsg(Msg::TrackBreaksCorrected), Severity::Information);
     return n_faults;
 }
 

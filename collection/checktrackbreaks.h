@@ -5,7 +5,8 @@
 
 namespace Orvane {
 
-inline constexpr int64_t kTooShortTrack = kTicksPerSecond * 9 / 10;  // a set track below this length is a fault
+inline constexpr int64_t kTooShortTrack =
+    Foundation::kTicksPerSecond * 9 / 10;  // a set track below this length is a fault
 
 enum TrackBreakCheck : int {
     CHECK_ASK = 1,    // shows every fault; Cancel ends the check

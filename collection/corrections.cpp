@@ -5,6 +5,8 @@
 
 #include "collection/sort_list.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 int gDebugLevel = 0;

@@ -13,8 +13,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 enum CorrectionType : int32_t {
     CORRECTION_MARKER = 2,
     CORRECTION_CUT = 3,
@@ -25,7 +23,7 @@ enum CorrectionType : int32_t {
 
 // All times are frames at the recording's own rate. `absolute_*` are positions in the file as it lies on disk; the
 // plain ones are positions on the edited timeline, with all cuts before them taken out. Ends are exclusive.
-struct BaseCorrection : LinkedListEntry {
+struct BaseCorrection : Foundation::LinkedListEntry {
     explicit BaseCorrection(CorrectionType type) : type(type) {}
 
     int64_t absolute_start_time = 0;
@@ -47,7 +45,7 @@ struct CutAndSpliceCorrection : BaseCorrection {
 };
 
 // The cuts of a recording in ascending order, and the map between its two timelines.
-class CutList : public LinkedList<CutAndSpliceCorrection> {
+class CutList : public Foundation::LinkedList<CutAndSpliceCorrection> {
 public:
     // The sum of the lengths of the cuts that start at or before `start_time` (edited timeline).
     int64_t OffsetAt(int64_t start_time) const;
@@ -79,7 +77,7 @@ inline constexpr int32_t kMaxRepair = 412;  // frames at 44100 Hz, about 9.3 ms
 
 // The longest repair that a list of this rate takes, patches aside.
 constexpr int64_t MaxRepairLength(int32_t samplerate) {
-    return MulDiv(kMaxRepair, samplerate, kTicksPerSecond) + 3;
+    return Foundation::MulDiv(kMaxRepair, samplerate, Foundation::kTicksPerSecond) + 3;
 }
 
 // One repair of one channel, or a marker of what the scanner left alone.
@@ -109,9 +107,9 @@ struct ClickRepair : BaseCorrection {
 };
 
 // The repairs of one channel: ascending, no two overlapping.
-class ClickRepairList : public LinkedList<ClickRepair> {
+class ClickRepairList : public Foundation::LinkedList<ClickRepair> {
 public:
-    explicit ClickRepairList(int channel = 0, int32_t samplerate = kTicksPerSecond)
+    explicit ClickRepairList(int channel = 0, int32_t samplerate = Foundation::kTicksPerSecond)
         : channel(channel), samplerate(samplerate) {}
 
     // The stereo twin of a patch, which covers the same stretch in the other channel's list, or null: a file may be

@@ -4,6 +4,8 @@
 
 #include "foundation/path.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 AlbumSet* gAlbumSet = nullptr;

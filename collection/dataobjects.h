@@ -20,11 +20,11 @@ struct AlbumSet;
 
 enum TrackFlags : uint16_t { TRACK_FADE_IN = 1, TRACK_FADE_OUT = 2 };
 
-inline constexpr int64_t kLongestFade = 20 * kTicksPerSecond;
+inline constexpr int64_t kLongestFade = 20 * Foundation::kTicksPerSecond;
 
 // The length that a fade gets for the one asked for: 0.1 to 20 seconds. Ticks.
 constexpr int32_t HeldFadeLength(int64_t wanted) {
-    return static_cast<int32_t>(std::clamp<int64_t>(wanted, kTicksPerSecond / 10, kLongestFade));
+    return static_cast<int32_t>(std::clamp<int64_t>(wanted, Foundation::kTicksPerSecond / 10, kLongestFade));
 }
 
 // One track. Times are ticks of 1/44100 s from the start of the album, on its concatenated sides, whatever the rate of
@@ -63,14 +63,15 @@ public:
     AlbumSide& operator=(const AlbumSide&) = delete;
 
     // Enters a recording at the end of the history and makes it the one in use.
-    void AddRecording(RefPtr<FileHistoryEntry> entry);
+    void AddRecording(Foundation::RefPtr<FileHistoryEntry> entry);
     // The 1-based position in the history, 0 for none.
     int PositionOf(const FileHistoryEntry* entry) const;
     // Moves an entry, whose file's time has changed, before the first that has a later file.
     void SortByTime(const FileHistoryEntry* entry);
 
-    std::vector<RefPtr<FileHistoryEntry>> history;  // all recordings of the side, in the order of the collection file
-    FileHistoryEntry* newest = nullptr;             // the one in use; in the history, or null
+    std::vector<Foundation::RefPtr<FileHistoryEntry>>
+        history;                         // all recordings of the side, in the order of the collection file
+    FileHistoryEntry* newest = nullptr;  // the one in use; in the history, or null
     FileHistoryEntry* latest_take = nullptr;
     uint32_t pending = 0;
 };
@@ -96,7 +97,7 @@ enum AlbumStatus : uint8_t {
     STATUS_CUSTOM_5 = 14,
 };
 
-struct AlbumInfo : LinkedListEntry {
+struct AlbumInfo : Foundation::LinkedListEntry {
     AlbumInfo();
     AlbumInfo(const AlbumInfo&) = delete;
     AlbumInfo& operator=(const AlbumInfo&) = delete;
@@ -132,9 +133,9 @@ struct AlbumInfo : LinkedListEntry {
     std::string art_file;  // full path, or relative to the collection's side folder
     std::string custom_tags;
     std::string notes;
-    simple_vector<ALBUMTRACK> tracks{16};
+    Foundation::simple_vector<ALBUMTRACK> tracks{16};
     std::unique_ptr<RecordEq> record_eq;
-    simple_vector<AlbumSide*> sides{16};  // owned; an entry may be null: a side that was skipped
+    Foundation::simple_vector<AlbumSide*> sides{16};  // owned; an entry may be null: a side that was skipped
     int32_t running_jobs = 0;
     std::atomic<int32_t> open_fhe_count{0};
     int32_t samplerate = 44100;
@@ -170,7 +171,8 @@ struct AlbumSet {
     AlbumInfo* current_album = nullptr;
     bool dirty = false;  // the live set has unsaved changes
 
-    LinkedList<AlbumInfo> albums;  // dies first: a recording that is still open saves its repairs by the paths above
+    Foundation::LinkedList<AlbumInfo>
+        albums;  // dies first: a recording that is still open saves its repairs by the paths above
 };
 
 extern AlbumSet* gAlbumSet;  // null while no collection is open; main thread

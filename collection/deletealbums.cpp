@@ -12,6 +12,8 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -34,7 +36,7 @@ public:
             Progress::SetPosition(static_cast<int>(1000 * i / albums.size()));
             if (!Progress::Tick()) {
                 result.cancelled = true;
-                Progress::Log(FormatMessage(Msg::Cancelled) + "\n");
+                Progress::Log(FormatMsg(Msg::Cancelled) + "\n");
                 break;
             }
             Progress::Log(albums[i]->artist + " - " + albums[i]->title);
@@ -42,7 +44,7 @@ public:
                 Progress::Log(" - <fg color=#00a000>done</fg>\n");
             } else {
                 result.failed.push_back(GetLastError().text);
-                Progress::Log(FormatMessage(Msg::JobFailedLine, GetLastError().text));
+                Progress::Log(FormatMsg(Msg::JobFailedLine, GetLastError().text));
             }
         }
     }
@@ -65,7 +67,7 @@ private:
     static bool MakeFree(AlbumInfo& album) {
         event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));  // what waits for its turn has nothing open yet
         if (album.running_jobs == 0 && album.open_fhe_count == 0) return true;
-        FailContents(FormatMessage(Msg::AlbumInUse, album.artist, album.title));
+        FailContents(FormatMsg(Msg::AlbumInUse, album.artist, album.title));
         return false;
     }
 
@@ -149,11 +151,11 @@ DeleteAlbumsResult DeleteAlbums(const std::vector<AlbumInfo*>& albums, int optio
     DeleteJob job(*gAlbumSet, options);
     job.Run(albums);
     if (job.result.n_deleted > 0) {
-        Messages().Ask({FormatMessage(Msg::AlbumsDeleted, job.result.n_deleted), Buttons::Ok, Severity::Information,
+        Messages().Ask({FormatMsg(Msg::AlbumsDeleted, job.result.n_deleted), Buttons::Ok, Severity::Information,
                         "Report Album Deleted"});
         SaveCollection(gAlbumSet->path, *gAlbumSet, true);
     }
-    Progress::Log(FormatMessage(Msg::Done) + "\n");
+    Progress::Log(FormatMsg(Msg::Done) + "\n");
     return std::move(job.result);
 }
 

@@ -13,6 +13,9 @@
 #include "foundation/settings.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -236,7 +239,7 @@ int FileHistoryEntry::OpenLocked() {
         (samplerate != wanted.samplerate || (sample_format != 0 && sample_format != wanted.sample_format))) {
         open_file->Close();
         open_file = nullptr;
-        SetLastErrorText(FormatMessage(Msg::WrongSampleRate, path, samplerate, wanted.samplerate));
+        SetLastErrorText(FormatMsg(Msg::WrongSampleRate, path, samplerate, wanted.samplerate));
         return OPEN_BAD_RATE;
     }
     if (!IsPrivate() && IsMainThread()) {
@@ -256,7 +259,7 @@ int FileHistoryEntry::Open(uint32_t user, bool report) {
             if (report && IsMainThread() && !(flags & FHE_FAILURE_REPORTED)) {
                 flags |= FHE_FAILURE_REPORTED;
                 lock = {};
-                ShowMessage(GetLastError().text + "\n\n" + FormatMessage(Msg::RecordingOpenNote));
+                ShowMessage(GetLastError().text + "\n\n" + FormatMsg(Msg::RecordingOpenNote));
             }
             return status;
         }
@@ -318,7 +321,7 @@ void FileHistoryEntry::DeleteDerivedFiles(int what) {
     if (!MayChange()) return;
     if (what & 2) corrections_stale = !PutCorrectionsAside();
     if (!(what & 1)) return;
-    for (const char* waveform_extension : kWaveformExtensions) DeleteFile(WaveformPath(waveform_extension));
+    for (const char* waveform_extension : kWaveformExtensions) RemoveFile(WaveformPath(waveform_extension));
 }
 
 void FileHistoryEntry::RecomputeTimes() {

@@ -87,7 +87,7 @@ enum CopyWhat : uint32_t {
 
 // The main thread owns the fields; background jobs work on private copies (Copy). active_users and the file object are
 // guarded by the file history lock. Corrections lists change only inside a ListChange (see listchange.h).
-class FileHistoryEntry : public RefCount {
+class FileHistoryEntry : public Foundation::RefCount {
 public:
     FileHistoryEntry(AlbumInfo* album, AlbumSide* side);
     ~FileHistoryEntry() override;
@@ -140,9 +140,9 @@ public:
     // A private copy for a background job, with its own lists and no file open. It keeps the id, the path and the rate
     // that the album's recordings must have, all as they are now, so that the job needs nothing else of the collection.
     // Its album must outlive it. Main thread, or a job during which the album does not change.
-    RefPtr<FileHistoryEntry> Copy(uint32_t what);
+    Foundation::RefPtr<FileHistoryEntry> Copy(uint32_t what);
 
-    int32_t SampleRate() const { return samplerate ? samplerate : kTicksPerSecond; }
+    int32_t SampleRate() const { return samplerate ? samplerate : Foundation::kTicksPerSecond; }
     int64_t TotalSamples() const { return open_file ? open_file->GetTotalSamples(0) : total_samples; }
     bool SwapChannels() const { return (flags2 & FHE_SWAP_CHANNELS) != 0; }
     void SetGeneration();  // renewed whenever derived files become stale
@@ -153,25 +153,25 @@ public:
     AlbumSide* side;
     std::string extension;  // lower case, with the dot
     std::string name_suffix;
-    FileTime file_time = 0;
+    Foundation::FileTime file_time = 0;
     ScanSettings click_scan;
-    LinkedList<MarkerCorrection> markers;
+    Foundation::LinkedList<MarkerCorrection> markers;
     CutList cuts;
-    LinkedList<FilterSetting> filters;  // in the order in which the user stacked them
-    LinkedList<FFTEq> fft_eqs;
-    ClickRepairList click_repairs[2];  // left, right
-    RefPtr<FileStream> open_file;      // null while closed
-    RefPtr<PCMStream> shared_stack;    // the stack of GetFileToPCM
-    RefPtr<RefCount> waveform;         // the drawing's object, when one is open
+    Foundation::LinkedList<FilterSetting> filters;  // in the order in which the user stacked them
+    Foundation::LinkedList<FFTEq> fft_eqs;
+    ClickRepairList click_repairs[2];                     // left, right
+    Foundation::RefPtr<Tesslib::FileStream> open_file;    // null while closed
+    Foundation::RefPtr<Tesslib::PCMStream> shared_stack;  // the stack of GetFileToPCM
+    Foundation::RefPtr<Foundation::RefCount> waveform;    // the drawing's object, when one is open
     std::string comment;
     std::string original_name;  // source file of an import
     std::unique_ptr<RecordEq> record_eq_post;
     int64_t view_position[2] = {0, 0};             // the stretch that holds the noise sample, start and end in the file
     std::atomic<bool> noise_sample_changed{true};  // the next read builds the noise spectrum; any thread
-    simple_vector<int64_t> side_breaks;            // sorted recording times of breaks between sides
-    int64_t file_size = 0;                         // of the file when last checked, which the corrections are of
-    int64_t total_samples = 0;                     // when last open
-    FileTime crd_time = 0;
+    Foundation::simple_vector<int64_t> side_breaks;  // sorted recording times of breaks between sides
+    int64_t file_size = 0;                           // of the file when last checked, which the corrections are of
+    int64_t total_samples = 0;                       // when last open
+    Foundation::FileTime crd_time = 0;
     std::atomic<uint32_t> active_users{0};
     int32_t samplerate = 0;  // 0: not yet known, counts as 44100
     int32_t bit_rate = 0;    // kbit/s
@@ -222,6 +222,6 @@ private:
 
 // Guards the opening and closing of all recordings and the loading of their corrections. Order of locks: a stack's lock
 // comes before it.
-CriticalSection& FileHistoryLock();
+Foundation::CriticalSection& FileHistoryLock();
 
 }  // namespace Orvane

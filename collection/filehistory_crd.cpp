@@ -14,6 +14,9 @@
 #include "foundation/safefile.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -55,7 +58,7 @@ int WriteWhole(const std::string& path, const std::string& bytes) {
     if (!error) error = FlushToDisk(file);
     if (fclose(file) != 0 && !error) error = errno;
     if (!error) return 0;
-    DeleteFile(path);
+    RemoveFile(path);
     return FailWrite(path, error);
 }
 
@@ -111,10 +114,10 @@ int FileHistoryEntry::LoadCorrections(bool report) {
         break;
     }
     if (!path.empty() && corrections_stale) {
-        Show(report, FormatMessage(Msg::CrdOfOtherFile, path));
+        Show(report, FormatMsg(Msg::CrdOfOtherFile, path));
     } else if (!path.empty()) {
         if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
-            if (report && MayChange()) DeleteFile(path);
+            if (report && MayChange()) RemoveFile(path);
         } else if (const int error = ReadCorrectionsFile(path, report)) {
             return error;
         }
@@ -133,22 +136,22 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
     }
     const CrdResult result = ReadCrd(bytes, click_repairs);
     const bool unusable = result == CrdResult::BadHeader || result == CrdResult::Damaged;
-    if (unusable && !(report && MayChange())) return Fail(report, FormatMessage(Msg::CrdUnreadable, path));
+    if (unusable && !(report && MayChange())) return Fail(report, FormatMsg(Msg::CrdUnreadable, path));
     switch (result) {
         case CrdResult::Good:
             break;
         case CrdResult::BadHeader:
-            if (MoveToTrash(path) != 0) DeleteFile(path);
-            return Fail(report, FormatMessage(Msg::BadCrdHeader, path));
+            if (MoveToTrash(path) != 0) RemoveFile(path);
+            return Fail(report, FormatMsg(Msg::BadCrdHeader, path));
         case CrdResult::NewerVersion:
-            return Fail(report, FormatMessage(Msg::NewerCrdVersion, path));
+            return Fail(report, FormatMsg(Msg::NewerCrdVersion, path));
         case CrdResult::Damaged: {
             const std::string kept = NameToKeep(path, ".damaged");
             if (const int error = RenameFile(path, kept)) {
                 FailRename(path, kept, error);
                 return Fail(report, GetLastError().text);
             }
-            return Fail(report, FormatMessage(Msg::CrdUnreadableKept, path, kept));
+            return Fail(report, FormatMsg(Msg::CrdUnreadableKept, path, kept));
         }
     }
     int n_removed = 0;
@@ -159,7 +162,7 @@ int FileHistoryEntry::ReadCorrectionsFile(const std::string& path, bool report) 
     }
     if (n_removed) {
         MarkChanged();
-        Show(report, FormatMessage(Msg::CrdRepaired, path, n_removed));
+        Show(report, FormatMsg(Msg::CrdRepaired, path, n_removed));
     }
     return 0;
 }
@@ -171,7 +174,7 @@ bool FileHistoryEntry::PutCorrectionsAside() {
         if ((shared && path == older) || !FileExists(path) || MoveToTrash(path) == 0) continue;
         const std::string kept = NameToKeep(path, ".old");
         if (RenameFile(path, kept) != 0) return false;
-        ShowMessage(FormatMessage(Msg::CrdOfOtherFileKept, path, kept));
+        ShowMessage(FormatMsg(Msg::CrdOfOtherFileKept, path, kept));
     }
     corrections_stale = false;
     // A file without repairs keeps this recording from using the shared one.
@@ -188,13 +191,13 @@ int FileHistoryEntry::SaveCorrections() {
     // repairs says that this recording has none.
     FileInfo older;
     if (none && IsMissing(GetFileInfo(LegacyCorrectionsPath(), older))) {
-        const int error = DeleteFile(path);
+        const int error = RemoveFile(path);
         if (error && !IsMissing(error)) return FailWrite(path, error);
         crd_time = 0;
     } else {
         const std::string temporary = WithoutExtension(path) + ".$$$";
         if (const int error = WriteWhole(temporary, WriteCrd(click_repairs))) return error;
-        if (const int error = ReplaceFile(temporary, path, OldFile::Drop)) return error;
+        if (const int error = PutInPlace(temporary, path, OldFile::Drop)) return error;
         FileInfo info;
         if (GetFileInfo(path, info) == 0) crd_time = info.time;
     }

@@ -1,5 +1,7 @@
 #include "collection/listchange.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 CriticalSection& ListChangeLock() {

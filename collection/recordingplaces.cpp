@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+using namespace Foundation;
+
 namespace Orvane {
 
 std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album) {

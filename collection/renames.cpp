@@ -8,6 +8,8 @@
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -42,7 +44,7 @@ RecordingRenames::RecordingRenames(std::vector<FileHistoryEntry*> entries)
 bool RecordingRenames::Move() {
     for (const FileHistoryEntry* entry : entries) {
         if (!entry->IsOpen()) continue;
-        SetLastErrorText(FormatMessage(Msg::RecordingInUse, entry->GetPath()));
+        SetLastErrorText(FormatMsg(Msg::RecordingInUse, entry->GetPath()));
         return false;
     }
     const std::vector<std::string> after = PathsOf(entries);

@@ -10,7 +10,7 @@ namespace Orvane {
 
 // Sorts by `less`; equal entries keep their order. A list in order is left untouched. True if anything moved.
 template <class T, class Less>
-bool SortList(Tesslib::LinkedList<T>& list, Less less) {
+bool SortList(Foundation::LinkedList<T>& list, Less less) {
     std::vector<T*> entries;
     entries.reserve(static_cast<size_t>(list.size()));
     for (T& e : list) entries.push_back(&e);

@@ -16,6 +16,8 @@
 #include "foundation/safefile.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 bool gAutosaveAllowed = false;
@@ -92,7 +94,7 @@ std::unique_ptr<TextFileReader> OpenReader(const std::string& path) {
     if (!error && info.is_folder) error = EISDIR;
     if (!error) return OpenTextFile(path, Encoding::Detect, kBufferSize);
     if (error == ENOENT) {
-        SetLastError({error, FormatMessage(Msg::CannotFindFile, path)});
+        SetLastError({error, FormatMsg(Msg::CannotFindFile, path)});
     } else {
         FailOpen(path, error);
     }
@@ -107,11 +109,11 @@ std::unique_ptr<AlbumSet> ReadSet(const std::string& path, bool ask, CollectionF
     auto set = std::make_unique<AlbumSet>(path);
     result = ReadCollection(*reader, *set, facts, [&] {
         return !ask ||
-               Messages().Ask({FormatMessage(Msg::NewerCollection, path), Buttons::OkCancel, Severity::Warning, {}}) ==
+               Messages().Ask({FormatMsg(Msg::NewerCollection, path), Buttons::OkCancel, Severity::Warning, {}}) ==
                    Answer::Ok;
     });
     if (result == ReadResult::Good) return set;
-    if (result == ReadResult::NotACollection) FailContents(FormatMessage(Msg::NotACollection, path));
+    if (result == ReadResult::NotACollection) FailContents(FormatMsg(Msg::NotACollection, path));
     if (result == ReadResult::Cancelled) SetLastError({});
     return nullptr;
 }
@@ -145,10 +147,10 @@ int WriteSafely(const std::string& path, const AlbumSet& set) {
     const int current = gModalNesting == 0 ? IndexOf(set, set.current_album) : -1;
     const bool written = WriteCollection(*writer, set, current);
     if (!writer->Close(true) || !written) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return ERR_IO;
     }
-    return ReplaceFile(temporary, path, OldFile::Keep);
+    return PutInPlace(temporary, path, OldFile::Keep);
 }
 
 enum class SaveAnswer { GoOn, Refuse, GiveUp };
@@ -158,7 +160,7 @@ SaveAnswer AskIfReadOnly(const std::string& path, bool report_errors) {
     FileInfo info;
     if (GetFileInfo(path, info) != 0 || !info.read_only) return SaveAnswer::GoOn;
     const Buttons buttons = report_errors ? Buttons::YesNoCancel : Buttons::YesNo;
-    const Message question{FormatMessage(Msg::SaveReadOnlyCollection, path), buttons, Severity::Warning, {}};
+    const Message question{FormatMsg(Msg::SaveReadOnlyCollection, path), buttons, Severity::Warning, {}};
     switch (Messages().Ask(question)) {
         case Answer::Yes:
             SetReadOnly(path, false);

@@ -27,7 +27,7 @@ struct CollectionFacts {
 // was in an older form, or was left out. A damaged line costs what it says and nothing else. A file whose first line
 // does not begin with a quote is refused, as is one that asks for more sides than there can be or that has details of
 // an album before any album. `accept_newer` is asked when the file's version is newer than ours.
-ReadResult ReadCollection(TextFileReader& reader, AlbumSet& set, CollectionFacts& facts,
+ReadResult ReadCollection(Foundation::TextFileReader& reader, AlbumSet& set, CollectionFacts& facts,
                           const std::function<bool()>& accept_newer);
 
 }  // namespace Orvane

@@ -5,6 +5,8 @@
 
 #include "collection/tracktime.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -34,8 +34,8 @@ public:
     T Int(int index, T missing = 0) const {
         if (!Has(index)) return missing;
         using Limits = std::numeric_limits<T>;
-        return static_cast<T>(
-            std::clamp<int64_t>(ParseInt(fields[static_cast<size_t>(index)].text), Limits::min(), Limits::max()));
+        return static_cast<T>(std::clamp<int64_t>(Foundation::ParseInt(fields[static_cast<size_t>(index)].text),
+                                                  Limits::min(), Limits::max()));
     }
     bool Bool(int index, bool missing = false) const { return Int<int32_t>(index, missing) != 0; }
     // Recording time, held to what no recording reaches so that sums of times cannot overflow.

@@ -9,6 +9,8 @@
 #include "foundation/path.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -36,7 +38,7 @@ bool RenameCollection(std::string_view new_name) {
     const std::string new_path = JoinPath(FolderOf(old_path), name + ".mcf");
     const std::string new_folder = JoinPath(FolderOf(old_path), name);
     if (FileExists(new_path)) {
-        FailContents(FormatMessage(Msg::CollectionNameTaken, name));
+        FailContents(FormatMsg(Msg::CollectionNameTaken, name));
         ShowLastError();
         return false;
     }
@@ -57,7 +59,7 @@ bool RenameCollection(std::string_view new_name) {
     set.SetPath(new_path);
     MoveExternalFiles(set, old_folder);
     TitleChanged();
-    ShowMessage(FormatMessage(Msg::CollectionRenamed), Severity::Information);
+    ShowMessage(FormatMsg(Msg::CollectionRenamed), Severity::Information);
     return true;
 }
 

@@ -3,6 +3,8 @@
 #include "collection/steering_reader.h"
 #include "collection/steering_records.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

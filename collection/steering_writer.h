@@ -8,6 +8,6 @@ namespace Orvane {
 
 // Writes the whole collection. `current_album` is the index of the album to come back to, or -1. False on a write
 // error: last error.
-bool WriteCollection(TextFileWriter& writer, const AlbumSet& set, int current_album);
+bool WriteCollection(Foundation::TextFileWriter& writer, const AlbumSet& set, int current_album);
 
 }  // namespace Orvane

@@ -5,9 +5,9 @@
 
 #include "foundation/muldiv.h"
 
-namespace Orvane {
+using namespace Foundation;
 
-using namespace Tesslib;
+namespace Orvane {
 
 namespace {
 

@@ -7,6 +7,8 @@
 #include "foundation/host.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -49,7 +51,7 @@ bool CanRedo() {
 
 bool AskForScreen() {
     event::Fire(EVENT_UNDO_QUESTION, 1);
-    const Message question{FormatMessage(Msg::UndoOtherWindow), Buttons::OkCancel, Severity::Information, {}};
+    const Message question{FormatMsg(Msg::UndoOtherWindow), Buttons::OkCancel, Severity::Information, {}};
     const Answer answer = Messages().Ask(question);
     event::Fire(EVENT_UNDO_QUESTION, 0);
     return answer == Answer::Ok;
@@ -156,8 +158,8 @@ UndoMenu GetUndoMenu(UndoDirection direction) {
     UndoMenu menu;
     menu.enabled = undo ? CanUndo() : CanRedo();
     const std::string what = menu.enabled ? Slot(undo ? state.undo_index - 1 : state.undo_index)->description : "";
-    menu.text = FormatMessage(undo ? Msg::UndoMenu : Msg::RedoMenu, what);
-    menu.tip = FormatMessage(undo ? Msg::UndoTip : Msg::RedoTip, what);
+    menu.text = FormatMsg(undo ? Msg::UndoMenu : Msg::RedoMenu, what);
+    menu.tip = FormatMsg(undo ? Msg::UndoTip : Msg::RedoTip, what);
     return menu;
 }
 

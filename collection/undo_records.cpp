@@ -7,6 +7,8 @@
 #include "foundation/host.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -14,7 +16,7 @@ namespace {
 AlbumInfo* GoToUnused(const AlbumRef& ref) {
     AlbumInfo* album = ref.GoTo();
     if (!album || album->running_jobs == 0) return album;
-    ShowMessage(FormatMessage(Msg::AlbumInUse, album->artist, album->title));
+    ShowMessage(FormatMsg(Msg::AlbumInUse, album->artist, album->title));
     return nullptr;
 }
 
@@ -27,7 +29,7 @@ std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album) {
 }
 
 UndoEditAlbumDetails::UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details)
-    : UndoEntry(FormatMessage(Msg::EditAlbumDetails)), ref(album), details(std::move(details)) {}
+    : UndoEntry(FormatMsg(Msg::EditAlbumDetails)), ref(album), details(std::move(details)) {}
 
 std::unique_ptr<UndoEntry> UndoEditAlbumDetails::Apply() {
     AlbumInfo* album = GoToUnused(ref);

@@ -37,7 +37,7 @@ public:
 
 private:
     AlbumRef ref;
-    simple_vector<ALBUMTRACK> tracks;
+    Foundation::simple_vector<ALBUMTRACK> tracks;
     uint16_t sides_adjusted;
     int first_track;
     int last_track;

@@ -5,6 +5,8 @@
 #include "foundation/host.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -32,7 +34,7 @@ FileHistoryEntry* FindRecording(uint32_t id) {
 
 bool GoToAlbum(AlbumInfo* album) {
     if (album == gAlbumSet->current_album) return true;
-    const std::string text = FormatMessage(Msg::UndoOtherAlbum, album->artist, album->title);
+    const std::string text = FormatMsg(Msg::UndoOtherAlbum, album->artist, album->title);
     if (Messages().Ask({text, Buttons::OkCancel, Severity::Information, {}}) != Answer::Ok) return false;
     GetUndoHost().ShowAlbum(album);
     return true;
@@ -42,13 +44,13 @@ bool GoToAlbum(AlbumInfo* album) {
 
 AlbumInfo* AlbumRef::GoTo() const {
     AlbumInfo* album = FindAlbum(artist, title);
-    if (!album) ShowMessage(FormatMessage(Msg::UndoTargetDeleted, artist + " - " + title));
+    if (!album) ShowMessage(FormatMsg(Msg::UndoTargetDeleted, artist + " - " + title));
     return album && GoToAlbum(album) ? album : nullptr;
 }
 
 FileHistoryEntry* RecordingRef::GoTo() const {
     FileHistoryEntry* entry = FindRecording(id);
-    if (!entry) ShowMessage(FormatMessage(Msg::UndoTargetDeleted, path));
+    if (!entry) ShowMessage(FormatMsg(Msg::UndoTargetDeleted, path));
     return entry && GoToAlbum(entry->album) ? entry : nullptr;
 }
 

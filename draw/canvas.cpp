@@ -13,9 +13,9 @@
 #include "foundation/safefile.h"
 #include "foundation/text.h"
 
-namespace Orvane {
+using namespace Foundation;
 
-using namespace Tesslib;
+namespace Orvane {
 
 Canvas::Canvas(int width, int height, Colour background)
     : width(width), height(height), pixels(static_cast<size_t>(width) * height, background) {}
@@ -90,8 +90,8 @@ int Canvas::WritePng(const std::string& path) const {
     if (!Encode(file, width, height, &pixels.front().red)) error = errno ? errno : EIO;
     if (!error) error = FlushToDisk(file);
     if (std::fclose(file) != 0 && !error) error = errno;
-    if (!error) return ReplaceFile(temporary, path, OldFile::Drop);
-    DeleteFile(temporary);
+    if (!error) return PutInPlace(temporary, path, OldFile::Drop);
+    RemoveFile(temporary);
     return FailWrite(path, error);
 }
 

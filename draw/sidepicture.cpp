@@ -9,9 +9,10 @@
 #include "foundation/muldiv.h"
 #include "tesslib/stages.h"
 
-namespace Orvane {
-
+using namespace Foundation;
 using namespace Tesslib;
+
+namespace Orvane {
 
 namespace {
 

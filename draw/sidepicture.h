@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "cleanup/waveformwriter.h"
 #include "draw/canvas.h"
+#include "waveform/waveformwriter.h"
 
 namespace Orvane {
 

@@ -7,7 +7,7 @@
 #include "foundation/path.h"
 #include "foundation/version.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 std::atomic<AssertHook> assert_hook{nullptr};
@@ -33,4 +33,4 @@ void Assert(const char* condition, const char* file, int line) {
     std::abort();
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

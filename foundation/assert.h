@@ -5,7 +5,7 @@
 #include <atomic>
 #include <string>
 
-namespace Tesslib {
+namespace Foundation {
 
 // Set by whoever handles a fatal error, which may be on any thread: checks of order are off from then on.
 extern std::atomic<bool> in_fatal_error_handler;
@@ -25,8 +25,8 @@ std::string AssertText(const char* condition, const char* file, int line);
 // Reports a failed condition; returns only when the hook answers GoOn.
 void Assert(const char* condition, const char* file, int line);
 
-}  // namespace Tesslib
+}  // namespace Foundation
 
 // Stays on in released builds: the checks are cheap, and damage that spreads is not.
 #define ORVANE_ASSERT(condition) \
-    (static_cast<bool>(condition) ? void(0) : ::Tesslib::Assert(#condition, __FILE__, __LINE__))
+    (static_cast<bool>(condition) ? void(0) : ::Foundation::Assert(#condition, __FILE__, __LINE__))

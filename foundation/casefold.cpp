@@ -6,7 +6,7 @@
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 // Characters from `first` to `last`, every `step`th, become the small letter `offset` further on.
@@ -73,4 +73,4 @@ int CompareNoCase(std::string_view a, std::string_view b) {
     return static_cast<int>(at_a < a.size()) - static_cast<int>(at_b < b.size());
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

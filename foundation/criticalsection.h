@@ -5,7 +5,7 @@
 #include <mutex>
 #include <thread>
 
-namespace Tesslib {
+namespace Foundation {
 
 class CriticalSection {
 public:
@@ -35,4 +35,4 @@ private:
 
 using Locked = std::lock_guard<CriticalSection>;
 
-}  // namespace Tesslib
+}  // namespace Foundation

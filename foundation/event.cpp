@@ -10,7 +10,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib::event {
+namespace Foundation::event {
 namespace {
 
 struct Subscription {
@@ -82,4 +82,4 @@ intptr_t Fire(int event_id, EventArg a, EventArg b, EventArg c) {
     return result;
 }
 
-}  // namespace Tesslib::event
+}  // namespace Foundation::event

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace Tesslib {
+namespace Foundation {
 
 // Events by number. `a`, `b` and `c` of Fire are said with each.
 enum EventId : int {
@@ -52,4 +52,4 @@ EventArg Arg(const T* pointer) {
 }
 
 }  // namespace event
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -9,7 +9,7 @@
 #include "foundation/safefile.h"
 #include "foundation/version.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 std::atomic<FileErrorHook> file_error_hook{nullptr};
@@ -25,7 +25,7 @@ bool IsInUse(int error) {
 }
 
 int Fail(int code, int error, std::string text, bool denied = false) {
-    if (denied) text += "\n\n" + FormatMessage(Msg::ControlledAccess, kProgramName);
+    if (denied) text += "\n\n" + FormatMsg(Msg::ControlledAccess, kProgramName);
     SetLastError({error, std::move(text)});
     if (const FileErrorHook hook = file_error_hook.load()) hook(GetLastError());
     return code;
@@ -45,34 +45,34 @@ std::string SystemErrorText(int error) {
 
 int FailOpen(std::string_view path, int error) {
     return Fail(IsInUse(error) ? ERR_IN_USE : ERR_CANNOT_OPEN, error,
-                FormatMessage(Msg::CannotOpenFile, path, error, SystemErrorText(error)), IsAccessDenied(error));
+                FormatMsg(Msg::CannotOpenFile, path, error, SystemErrorText(error)), IsAccessDenied(error));
 }
 
 int FailOpenForWriting(std::string_view path, int error) {
     return Fail(IsInUse(error) ? ERR_IN_USE : ERR_CANNOT_OPEN, error,
-                FormatMessage(Msg::CannotOpenForWriting, PathOfTemporary(path), error, SystemErrorText(error)),
+                FormatMsg(Msg::CannotOpenForWriting, PathOfTemporary(path), error, SystemErrorText(error)),
                 IsWriteDenied(error));
 }
 
 int FailRead(std::string_view path, int error) {
-    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorReading, error, path, SystemErrorText(error)));
+    return Fail(ERR_IO, error, FormatMsg(Msg::ErrorReading, error, path, SystemErrorText(error)));
 }
 
 int FailWrite(std::string_view path, int error) {
-    return Fail(ERR_IO, error, FormatMessage(Msg::ErrorWriting, error, PathOfTemporary(path), SystemErrorText(error)),
+    return Fail(ERR_IO, error, FormatMsg(Msg::ErrorWriting, error, PathOfTemporary(path), SystemErrorText(error)),
                 IsWriteDenied(error));
 }
 
 int FailRename(std::string_view from, std::string_view to, int error) {
-    return Fail(ERR_IO, error, FormatMessage(Msg::CannotRenameFile, from, to, error, SystemErrorText(error)));
+    return Fail(ERR_IO, error, FormatMsg(Msg::CannotRenameFile, from, to, error, SystemErrorText(error)));
 }
 
 int FailDelete(std::string_view path, int error) {
-    return Fail(ERR_IO, error, FormatMessage(Msg::CannotDeleteFile, path, error, SystemErrorText(error)));
+    return Fail(ERR_IO, error, FormatMsg(Msg::CannotDeleteFile, path, error, SystemErrorText(error)));
 }
 
 int FailCreateFolder(std::string_view path, int error) {
-    return Fail(ERR_CANNOT_OPEN, error, FormatMessage(Msg::CannotCreateFolder, path, error, SystemErrorText(error)),
+    return Fail(ERR_CANNOT_OPEN, error, FormatMsg(Msg::CannotCreateFolder, path, error, SystemErrorText(error)),
                 IsWriteDenied(error));
 }
 
@@ -80,4 +80,4 @@ int FailContents(std::string text) {
     return Fail(ERR_CONTENTS, 0, std::move(text));
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

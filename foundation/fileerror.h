@@ -6,7 +6,7 @@
 
 #include "foundation/lasterror.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 // Results of file and stream operations. A count or 0 is success; for every other value the text is the thread's
 // last error.
@@ -35,4 +35,4 @@ void SetFileErrorHook(FileErrorHook hook);  // null: none. Any thread.
 // The system's own words for an errno value.
 std::string SystemErrorText(int error);
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -8,7 +8,7 @@
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 // The lock is the system's on the open file, so a file left behind by a process that died stands in nobody's way.
@@ -85,4 +85,4 @@ void FileLock::Release() {
     descriptor = -1;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

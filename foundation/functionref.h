@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace Tesslib {
+namespace Foundation {
 
 template <class Signature>
 class FunctionRef;
@@ -30,4 +30,4 @@ private:
     Result (*invoke)(void*, Args...);
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

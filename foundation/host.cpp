@@ -8,7 +8,7 @@
 #include "foundation/mainloop.h"
 #include "foundation/messages.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 // Nobody is there to ask: what the text says goes to stderr, and nothing is changed or lost by the answer.
@@ -68,4 +68,4 @@ void ShowLastError() {
     ShowMessage(GetLastError().text);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace Tesslib {
+namespace Foundation {
 
 enum class Buttons { Ok, OkCancel, YesNo, YesNoCancel, RetryCancel };
 enum class Answer { Ok, Cancel, Yes, No, Retry };
@@ -22,8 +22,8 @@ struct Message {
 class MessageHost {
 public:
     virtual ~MessageHost() = default;
-    // Shows the message and waits for the answer. Main thread only, for a worker has nobody to talk to; but a fatal error
-    // (in_fatal_error_handler) speaks from whatever thread it is met on.
+    // Shows the message and waits for the answer. Main thread only, for a worker has nobody to talk to; but a fatal
+    // error (in_fatal_error_handler) speaks from whatever thread it is met on.
     virtual Answer Ask(const Message& message) = 0;
 };
 
@@ -33,7 +33,7 @@ class ProgressHost {
 public:
     virtual ~ProgressHost() = default;
     virtual void Begin(const std::string& title, bool can_cancel) = 0;
-    virtual void Position(int per_mille) = 0;         // 0 to 1000
+    virtual void Position(int per_mille) = 0;  // 0 to 1000
     // How far the job has come, in words that take the place of those before.
     virtual void Status(const std::string& /*text*/) {}
     virtual void Log(const std::string& markup) = 0;  // a piece of the results log; may hold line breaks or none
@@ -52,4 +52,4 @@ void ShowMessage(std::string text, Severity severity = Severity::Error);
 // Shows the thread's last error.
 void ShowLastError();
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 thread_local LastError last_error;
@@ -19,4 +19,4 @@ void SetLastErrorText(std::string text) {
     last_error = {0, std::move(text)};
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

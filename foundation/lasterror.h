@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace Tesslib {
+namespace Foundation {
 
 // `text` is in message mark-up, ready to be shown; `code` is the system's error number, 0 when it had no part in it.
 struct LastError {
@@ -16,4 +16,4 @@ const LastError& GetLastError();
 void SetLastError(LastError error);
 void SetLastErrorText(std::string text);
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -1,6 +1,6 @@
 #include "foundation/linked_list.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 LinkedListBase::~LinkedListBase() {
     if (owns_entries) Clear();
@@ -34,4 +34,4 @@ void LinkedListBase::Clear() {
     }
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

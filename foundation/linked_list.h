@@ -3,7 +3,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 class LinkedListBase;
 
@@ -99,4 +99,4 @@ public:
     iterator end() const { return iterator(nullptr); }
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -13,7 +13,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -162,4 +162,4 @@ void RunOnMainThread(const std::function<void()>& task) {
     done.wait(hold, [&] { return finished; });
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

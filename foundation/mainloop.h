@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-namespace Tesslib {
+namespace Foundation {
 
 class MainLoop {
 public:
@@ -41,4 +41,4 @@ bool IsMainThread();
 // Runs `task` on the main thread and waits for it to be done; runs it at once when called there.
 void RunOnMainThread(const std::function<void()>& task);
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -1,10 +1,8 @@
 #include "foundation/markup.h"
 
-#include <string>
-
 #include "foundation/messages.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 struct TagName {
@@ -53,16 +51,30 @@ bool TakeTag(std::string_view& rest, MarkupPiece& piece) {
 
 bool NextMarkup(std::string_view& rest, MarkupPiece& piece) {
     if (rest.empty()) return false;
-    if (rest.front() == '<' && TakeTag(rest, piece)) return true;
-    // Text goes on to the next "<" that begins a tag.
-    size_t length = rest.find('<', 1);
-    for (; length != rest.npos; length = rest.find('<', length + 1)) {
+    const bool literal = rest.front() == kLiteral;
+    if (literal) rest.remove_prefix(1);
+    if (!literal && rest.front() == '<' && TakeTag(rest, piece)) return true;
+    // Text goes on to the next "<" that begins a tag, or to the mark before one that does not.
+    constexpr char kStops[] = {'<', kLiteral, 0};
+    size_t length = rest.find_first_of(kStops, 1);
+    for (; length != rest.npos; length = rest.find_first_of(kStops, length + 1)) {
         std::string_view ahead = rest.substr(length);
-        if (TakeTag(ahead, piece)) break;
+        if (ahead.front() == kLiteral || TakeTag(ahead, piece)) break;
     }
     piece = {MarkupPiece::Text, Tag::Bold, rest.substr(0, length)};
     rest.remove_prefix(piece.text.size());
     return true;
+}
+
+std::string LiteralMarkup(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text) {
+        if (c == kLiteral) continue;
+        if (c == '<') result += kLiteral;
+        result += c;
+    }
+    return result;
 }
 
 std::string PlainText(std::string_view markup) {
@@ -84,4 +96,4 @@ std::string PlainText(std::string_view markup) {
     return result;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -2,7 +2,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 std::string_view MessageText(Msg id) {
     switch (id) {
@@ -322,4 +322,4 @@ std::string_view MessageText(Msg id) {
     return {};
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace Tesslib {
+namespace Foundation {
 
 // Numbers below 30000 are stable: users and logs know them. Texts that never had a number of their own follow from
 // 30000 up. Behind each stand the arguments of its text, in order.
@@ -159,11 +159,11 @@ enum class Msg : int {
 std::string_view MessageText(Msg id);
 
 template <class... Args>
-std::string FormatMessage(Msg id, const Args&... args) {
+std::string FormatMsg(Msg id, const Args&... args) {
     return fmt::sprintf(MessageText(id), args...);
 }
 
 // A message in plain words: tags dropped, links reduced to their text, runs of line breaks to one space. See markup.h.
 std::string PlainText(std::string_view markup);
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace Tesslib {
+namespace Foundation {
 
 // value * multiplier / divisor, rounded to nearest with halves away from zero; -1 for a zero divisor.
 // The product is held in 128 bits, so that no position of a recording can overflow it.
@@ -32,4 +32,4 @@ constexpr int64_t to_ticks(int32_t samplerate, int64_t frames) {
     return samplerate == kTicksPerSecond ? frames : MulDiv64(frames, kTicksPerSecond, samplerate);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

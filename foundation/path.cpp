@@ -6,7 +6,7 @@
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 // Where the file name begins.
@@ -92,4 +92,4 @@ std::string SafeFileName(std::string_view name) {
     return result.empty() ? "_" : result;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace Tesslib {
+namespace Foundation {
 
 inline constexpr char kSeparator = '/';
 
@@ -23,4 +23,4 @@ bool IsAbsolutePath(std::string_view path);
 // A text made safe as one file name: characters no file system likes are replaced the way every saved name is.
 std::string SafeFileName(std::string_view name);
 
-}  // namespace Tesslib
+}  // namespace Foundation

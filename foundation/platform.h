@@ -10,7 +10,7 @@
 #include <string_view>
 #include <thread>
 
-namespace Tesslib {
+namespace Foundation {
 
 // A file's last-write time: units of 100 ns since 1601-01-01 UTC; 0 is unknown. Collections keep times in this form.
 using FileTime = int64_t;
@@ -46,7 +46,7 @@ int RenameFile(std::string_view from, std::string_view to);  // replaces `to`
 int LinkFile(std::string_view path, std::string_view second_name);
 // The same for what any program has written to a closed file; of a folder, for new names and renames in it.
 int FlushPathToDisk(std::string_view path);
-int DeleteFile(std::string_view path);
+int RemoveFile(std::string_view path);
 int SetReadOnly(std::string_view path, bool read_only);
 int SetFileTime(std::string_view path, FileTime time);
 int CreateFolders(std::string_view path);  // with parents; there already is success
@@ -117,4 +117,4 @@ int CompareNoCase(std::string_view a, std::string_view b);
 // One line to the program's log (stderr when ORVANE_LOG is set, otherwise nowhere). Any thread.
 void LogLine(std::string_view text);
 
-}  // namespace Tesslib
+}  // namespace Foundation

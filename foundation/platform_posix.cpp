@@ -18,7 +18,7 @@
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr rlim_t kMostFileHandles = 8192;
@@ -167,7 +167,7 @@ int LinkFile(std::string_view path, std::string_view second_name) {
     return ErrorOf(link(std::string(path).c_str(), std::string(second_name).c_str()));
 }
 
-int DeleteFile(std::string_view path) {
+int RemoveFile(std::string_view path) {
     return ErrorOf(unlink(std::string(path).c_str()));
 }
 
@@ -261,4 +261,4 @@ void LogLine(std::string_view text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -14,10 +14,10 @@
 #include <memory>
 
 #include "foundation/messages.h"
-#include "foundation/version.h"
 #include "foundation/platform.h"
+#include "foundation/version.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 // Sanitizers and signal handlers need room that no caller reckons with.
@@ -123,4 +123,4 @@ WakeLock::~WakeLock() {
     while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) continue;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -8,7 +8,7 @@
 #include "foundation/mainloop.h"
 #include "foundation/workerthread.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr int kTasksPerTick = 10;
@@ -78,4 +78,4 @@ void Progress::Log(const std::string& markup) {
     ProgressDisplay().Log(markup);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

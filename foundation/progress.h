@@ -4,7 +4,7 @@
 #include <atomic>
 #include <string>
 
-namespace Tesslib {
+namespace Foundation {
 
 // One job at a time. Begin, Wait and End belong to the main thread, the others to any.
 class Progress {
@@ -43,4 +43,4 @@ public:
     AutosaveHoldOff& operator=(const AutosaveHoldOff&) = delete;
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

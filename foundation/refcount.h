@@ -7,7 +7,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 // Starts at a count of 0; the object deletes itself when the count comes back to 0. An object that nobody ever
 // referenced may live on the stack. Counting is atomic: any thread.
@@ -62,4 +62,4 @@ RefPtr<T> MakeRef(Args&&... args) {
     return RefPtr<T>(new T(std::forward<Args>(args)...));
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

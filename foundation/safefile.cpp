@@ -8,7 +8,7 @@
 #include "foundation/path.h"
 #include "foundation/platform.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr std::string_view kMark = "_$$$";
@@ -36,15 +36,15 @@ std::string BackupName(std::string_view path) {
     return std::string(path).append("_bak");
 }
 
-int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_file) {
+int PutInPlace(std::string_view temporary, std::string_view path, OldFile old_file) {
     const auto fail = [&](std::string_view from, std::string_view to, int error) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return FailRename(from, to, error);
     };
     FileInfo old;
     bool old_stands = GetFileInfo(path, old) == 0;
     if (old_stands && old.is_folder) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return FailOpenForWriting(path, EISDIR);
     }
     if (old_stands && old_file == OldFile::Trash) {
@@ -56,7 +56,7 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
     if (old_stands && old_file == OldFile::Keep) {
         // A second name for the old file keeps the first one in place until the new file takes it. Where the file
         // system knows no second names, the old file is renamed and its name is free for a moment.
-        DeleteFile(backup);
+        RemoveFile(backup);
         has_backup = LinkFile(path, backup) == 0;
         if (!has_backup) {
             int error = RenameFile(path, backup);
@@ -69,14 +69,14 @@ int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_f
     if (const int error = RenameFile(temporary, path)) {
         if (!old_stands && has_backup) old_stands = RenameFile(backup, path) == 0;
         // Without the old file the temporary is all that the user has left.
-        if (old_stands) DeleteFile(temporary);
+        if (old_stands) RemoveFile(temporary);
         return FailRename(temporary, path, error);
     }
     FlushPathToDisk(FolderOf(path));
     return 0;
 }
 
-int CopyFile(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress) {
+int CopyContents(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress) {
     int error = 0;
     FILE* source = OpenFile(from, "rb", error);
     if (!source) return FailOpen(from, error);
@@ -104,8 +104,8 @@ int CopyFile(std::string_view from, std::string_view to, const std::function<boo
     if (result == 0 && (error = FlushToDisk(copy)) != 0) result = FailWrite(to, error);
     if (fclose(copy) != 0 && result == 0) result = FailWrite(to, errno);
     if (result == 0 && (error = RenameFile(temporary, to)) != 0) result = FailRename(temporary, to, error);
-    if (result != 0) DeleteFile(temporary);
+    if (result != 0) RemoveFile(temporary);
     return result;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

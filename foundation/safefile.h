@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace Tesslib {
+namespace Foundation {
 
 // The name of the temporary file for `path`: its last dot is followed by the extension, before which "_$$$" goes
 // ("Name.mcf" -> "Name_$$$.mcf"), or by nothing where there is none.
@@ -24,10 +24,10 @@ enum class OldFile { Keep, Drop, Trash };
 
 // Puts `temporary`, a finished file that is on the disk, in the place of `path`, which is no folder. On failure the
 // temporary is deleted unless the old file is gone, the thread's last error says why, and the result is negative.
-int ReplaceFile(std::string_view temporary, std::string_view path, OldFile old_file);
+int PutInPlace(std::string_view temporary, std::string_view path, OldFile old_file);
 
 // Copies a file's bytes to `to`, through a temporary file beside it; an existing file is replaced. 0, a StreamError, or
 // 1 when `progress`, which is told the bytes copied so far, returned false; then nothing is left of the copy.
-int CopyFile(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress = {});
+int CopyContents(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress = {});
 
-}  // namespace Tesslib
+}  // namespace Foundation

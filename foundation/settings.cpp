@@ -13,7 +13,7 @@
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 using Values = std::map<std::string, std::string, std::less<>>;
@@ -170,7 +170,7 @@ private:
         if (std::fclose(file) != 0 && !error) error = errno;
         if (!error) error = RenameFile(temporary, Path());
         if (!error) return true;
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         FailWrite(Path(), error);
         return false;
     }
@@ -244,4 +244,4 @@ int32_t GetMachineSetting(std::string_view key, int32_t default_value) {
     return ToNumber(TheStore().FindInMachine(key), default_value);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace Tesslib {
+namespace Foundation {
 
 // The store is the text file "settings" in ConfigFolder(): lines of `key = value` in UTF-8. Every change is written
 // back at once through a temporary file and a rename, under a lock shared with other processes, and only the changed
@@ -45,4 +45,4 @@ std::vector<std::pair<std::string, std::string>> ParseSettings(std::string_view 
 // damaged ones and comments ("#" first) too.
 std::string ChangeSettingsText(std::string_view text, std::string_view key, const std::string* value);
 
-}  // namespace Tesslib
+}  // namespace Foundation

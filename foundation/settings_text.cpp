@@ -4,7 +4,7 @@
 #include "foundation/settings.h"
 #include "foundation/text.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr char kComment = '#';
@@ -128,4 +128,4 @@ std::string ChangeSettingsText(std::string_view text, std::string_view key, cons
     return result;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -12,7 +12,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 // Holds records of type T in one heap block, with two guard bytes behind the last element that every access checks.
 // An index out of range or a damaged guard is an assertion failure. Pointers and iterators last until the next change
@@ -158,4 +158,4 @@ private:
     int granularity;
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -5,7 +5,7 @@
 
 #include "foundation/assert.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -184,4 +184,4 @@ size_t ByteOffset(std::string_view text, int character) {
     return offset;
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

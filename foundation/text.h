@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace Tesslib {
+namespace Foundation {
 
 std::string_view Trim(std::string_view text);  // blanks and control characters at both ends
 std::vector<std::string_view> Split(std::string_view text, char separator);
@@ -38,4 +38,4 @@ std::string FromWindows1252(std::string_view bytes);
 int CharacterCount(std::string_view text);
 size_t ByteOffset(std::string_view text, int character);
 
-}  // namespace Tesslib
+}  // namespace Foundation

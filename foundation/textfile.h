@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace Tesslib {
+namespace Foundation {
 
 enum class Encoding { Detect = 0, ANSI = 1, UTF16LE = 2, UTF16BE = 3, UTF8 = 4 };
 
@@ -68,4 +68,4 @@ enum TextFileMode : int {
 std::unique_ptr<TextFileWriter> CreateTextFile(std::string_view path, Encoding encoding, int mode = TEXT_CREATE,
                                                LineEnds line_ends = LineEnds::CRLF, size_t buffer_size = 16384);
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -8,7 +8,7 @@
 #include "foundation/text.h"
 #include "foundation/textfile.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
@@ -212,4 +212,4 @@ std::unique_ptr<TextFileReader> ReadTextFrom(std::string_view bytes, Encoding en
     return MakeReader(std::move(source), encoding_or_detect);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -6,7 +6,7 @@
 #include "foundation/text.h"
 #include "foundation/textfile.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 class BufferedWriter : public TextFileWriter {
@@ -141,4 +141,4 @@ std::unique_ptr<TextFileWriter> CreateTextFile(std::string_view path, Encoding e
     return std::make_unique<ANSI_TextFileWriter>(file, path, mark, line_ends, buffer_size);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

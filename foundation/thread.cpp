@@ -6,7 +6,7 @@
 #include "foundation/assert.h"
 #include "foundation/mainloop.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 constexpr size_t kUsualStack = 0x20000;
@@ -58,4 +58,4 @@ bool Thread::Sleep(int ms) {
     return !wake.wait_for(hold, std::chrono::milliseconds(ms), [this] { return Stopped(); });
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -9,7 +9,7 @@
 
 #include "foundation/platform.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 // Derive, give it a Run that looks at `stop_flag`, Start it, and Wait before destroying it.
 class Thread {
@@ -47,4 +47,4 @@ private:
     std::function<void(int)> on_end;
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

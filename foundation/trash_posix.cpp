@@ -9,7 +9,7 @@
 #include "foundation/path.h"
 #include "foundation/platform.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 bool Status(const std::string& path, struct stat& status) {
@@ -114,4 +114,4 @@ int MoveToTrash(std::string_view path) {
     return MoveInto(JoinPath(top, ".Trash-" + user), whole, below_top);
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

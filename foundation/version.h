@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace Tesslib {
+namespace Foundation {
 
 inline constexpr const char* kProgramName = "Orvane";
 inline constexpr int kVersionMajor = 13;
@@ -20,4 +20,4 @@ inline std::string ProgramNameAndVersion() {
     return std::string(kProgramName) + " " + VersionText();
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -7,7 +7,7 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 
-namespace Tesslib {
+namespace Foundation {
 namespace {
 
 std::atomic<int> n_running_workers{0};
@@ -110,4 +110,4 @@ int WorkerThread::RunningCount() {
     return n_running_workers.load();
 }
 
-}  // namespace Tesslib
+}  // namespace Foundation

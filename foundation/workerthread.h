@@ -11,7 +11,7 @@
 #include "foundation/lasterror.h"
 #include "foundation/thread.h"
 
-namespace Tesslib {
+namespace Foundation {
 
 class WorkerThread;
 
@@ -76,4 +76,4 @@ private:
     int result = 0;
 };
 
-}  // namespace Tesslib
+}  // namespace Foundation

@@ -4,6 +4,7 @@
 #include "foundation/settings.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
 using namespace Orvane;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

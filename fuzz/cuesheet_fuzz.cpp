@@ -3,6 +3,7 @@
 
 #include "foundation/assert.h"
 
+using namespace Foundation;
 using namespace Orvane;
 
 namespace {

@@ -1,14 +1,15 @@
 // Preset files of equalisers: whatever the text, each curve read can be kept as a preset and gives finite gains.
-#include "cleanup/curvefile.h"
+#include "cleanup/filter/curvefile.h"
 
 #include <cmath>
 
-#include "cleanup/eqcurves.h"
-#include "cleanup/presets.h"
+#include "cleanup/filter/eqcurves.h"
+#include "cleanup/filter/presets.h"
 #include "foundation/assert.h"
 #include "foundation/lasterror.h"
 #include "foundation/text.h"
 
+using namespace Foundation;
 using namespace Orvane;
 
 namespace {
@@ -41,7 +42,7 @@ void CheckPreset(const FFTCurve& curve) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     const std::vector<FFTCurve> curves = ParseCurveFile(text, "eq.xml");
-    ORVANE_ASSERT(!curves.empty() || !Tesslib::GetLastError().text.empty());
+    ORVANE_ASSERT(!curves.empty() || !Foundation::GetLastError().text.empty());
     std::vector<const FFTCurve*> all;
     for (const FFTCurve& curve : curves) {
         CheckPoints(curve);

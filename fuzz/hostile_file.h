@@ -37,9 +37,9 @@ private:
 // told.
 inline void ReadHostileFile(Tesslib::FileStream& stream, const std::string& path) {
     stream.ReadTags(path);
-    Tesslib::SetLastErrorText({});
+    Foundation::SetLastErrorText({});
     if (stream.Open(path, Tesslib::OM_READ) != 0) {
-        ORVANE_ASSERT(!Tesslib::GetLastError().text.empty());
+        ORVANE_ASSERT(!Foundation::GetLastError().text.empty());
         return;
     }
     stream.Comments();

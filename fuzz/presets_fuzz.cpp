@@ -1,5 +1,5 @@
 // The presets of a settings store: whatever is read can be kept again under its name.
-#include "cleanup/presets.h"
+#include "cleanup/filter/presets.h"
 #include "foundation/assert.h"
 
 using namespace Orvane;

@@ -4,7 +4,7 @@
 #include "foundation/assert.h"
 #include "foundation/settings.h"
 
-using namespace Tesslib;
+using namespace Foundation;
 
 // The input is a key, a value and a text, parted by zero bytes.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

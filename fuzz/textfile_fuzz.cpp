@@ -6,7 +6,7 @@
 #include "foundation/text.h"
 #include "foundation/textfile.h"
 
-using namespace Tesslib;
+using namespace Foundation;
 
 // The first byte chooses the encoding; the rest is the file.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -15,6 +15,9 @@
 #include "save/cuesheet_reader.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -27,7 +30,7 @@ enum CueSheetFolder : int { CUE_BESIDE_RECORDING = 0, CUE_IN_DIRECTORY = 1 };
 bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
     for (const RecordingPlace& place : PlaceRecordings(album)) {
         if (!files.empty() && files.back().end < 0) {
-            FailContents(FormatMessage(Msg::CannotFindFile, files.back().path));
+            FailContents(FormatMsg(Msg::CannotFindFile, files.back().path));
             return false;
         }
         files.push_back({place.entry->GetPath(), place.start, place.found ? place.end : -1, &place.entry->cuts,
@@ -91,7 +94,7 @@ bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& f
     for (const CueSheet::File& file : sheet.files) {
         const int64_t start = files.empty() ? 0 : files.back().end;
         if (start < 0) {
-            problem = {FormatMessage(Msg::CannotFindFile, files.back().path), file.line};
+            problem = {FormatMsg(Msg::CannotFindFile, files.back().path), file.line};
             return false;
         }
         const int64_t length = LengthOf(file.path);
@@ -131,7 +134,7 @@ bool SameBreaks(const simple_vector<ALBUMTRACK>& a, const simple_vector<ALBUMTRA
 // One action that can be undone. False, with the reason as last error, when the recordings cannot take the album's new
 // name.
 bool TakeSheet(AlbumInfo& album, std::unique_ptr<AlbumInfo> details, simple_vector<ALBUMTRACK> tracks) {
-    const std::string description = FormatMessage(Msg::ImportTrackListing);
+    const std::string description = FormatMsg(Msg::ImportTrackListing);
     auto undo = std::make_unique<UndoGroup>(description);
     if (!SameDetails(album, *details)) {
         std::unique_ptr<AlbumInfo> before = CopyDetails(album);
@@ -168,10 +171,10 @@ ListingWritten WriteSheet(const KeptFiles& kept, AlbumInfo& album, std::string& 
     std::vector<CueFile> files;
     if (!FindRecordings(album, files)) return ListingWritten::Failed;
     std::string problem;
-    if (files.empty()) problem = FormatMessage(Msg::NoRecordings, album.artist, album.title);
-    if (album.tracks.empty()) problem = FormatMessage(Msg::NoTracks, album.artist, album.title);
+    if (files.empty()) problem = FormatMsg(Msg::NoRecordings, album.artist, album.title);
+    if (album.tracks.empty()) problem = FormatMsg(Msg::NoTracks, album.artist, album.title);
     if (album.tracks.size() > kMostCueTracks) {
-        problem = FormatMessage(Msg::CueTrackNumber, album.tracks.size(), kMostCueTracks);
+        problem = FormatMsg(Msg::CueTrackNumber, album.tracks.size(), kMostCueTracks);
     }
     if (!problem.empty()) {
         FailContents(problem);
@@ -226,7 +229,7 @@ std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums
         albums, name, [&](AlbumInfo& album, std::string& path) { return WriteSheet(kept, album, path, options); });
     const auto n = std::count_if(sheets.begin(), sheets.end(), [](const auto& sheet) { return sheet.error.empty(); });
     Messages().Ask(
-        {FormatMessage(Msg::CueSheetsGenerated, n), Buttons::Ok, Severity::Information, "Report Cue Sheets Generated"});
+        {FormatMsg(Msg::CueSheetsGenerated, n), Buttons::Ok, Severity::Information, "Report Cue Sheets Generated"});
     return sheets;
 }
 
@@ -237,8 +240,8 @@ bool ReadCueSheet(AlbumInfo& album, const std::string& path) {
         FailContents(std::move(text));
         return false;
     };
-    if (album.running_jobs > 0) return fail(FormatMessage(Msg::AlbumInUse, album.artist, album.title));
-    if (!FileExists(full_path)) return fail(FormatMessage(Msg::CannotFindFile, full_path));
+    if (album.running_jobs > 0) return fail(FormatMsg(Msg::AlbumInUse, album.artist, album.title));
+    if (!FileExists(full_path)) return fail(FormatMsg(Msg::CannotFindFile, full_path));
     const auto reader = OpenTextFile(full_path, Encoding::Detect, 16384, NotUtf8::Windows1252);
     if (!reader) return false;
 
@@ -248,7 +251,7 @@ bool ReadCueSheet(AlbumInfo& album, const std::string& path) {
     simple_vector<ALBUMTRACK> tracks{16};
     if (!ParseCueSheet(*reader, FolderOf(full_path), sheet, problem) || !PlaceFiles(album, sheet, files, problem) ||
         !PlaceCueTracks(sheet, files, album.tracks, tracks, problem)) {
-        return fail(FormatMessage(Msg::InFileAtLine, problem.text, full_path, problem.line));
+        return fail(FormatMsg(Msg::InFileAtLine, problem.text, full_path, problem.line));
     }
     return TakeSheet(album, NewDetails(album, sheet.details), std::move(tracks));
 }

@@ -12,9 +12,10 @@
 namespace Orvane {
 
 struct CueSheetOptions {
-    bool convert_quotes = true;          // "Cue Sheet Convert Quotes": double quotes in values become single ones
-    bool absolute_paths = false;         // "Cue Sheet Absolute Paths": otherwise a FILE is named without its folder
-    Encoding encoding = Encoding::ANSI;  // "Cue Sheet Type": UTF-8 without a mark, which every program reads
+    bool convert_quotes = true;   // "Cue Sheet Convert Quotes": double quotes in values become single ones
+    bool absolute_paths = false;  // "Cue Sheet Absolute Paths": otherwise a FILE is named without its folder
+    Foundation::Encoding encoding =
+        Foundation::Encoding::ANSI;  // "Cue Sheet Type": UTF-8 without a mark, which every program reads
     static CueSheetOptions FromStore();
 };
 
@@ -25,7 +26,7 @@ struct CueFile {
     int64_t end = -1;
     // What the album's time line is without; must outlive this. Null: nothing.
     const CutList* cuts = nullptr;
-    int32_t samplerate = kTicksPerSecond;  // of the cuts
+    int32_t samplerate = Foundation::kTicksPerSecond;  // of the cuts
 
     // Between the album's time line and positions in the file as other programs see it, ticks from its beginning. A
     // position inside a cut is the place of the cut.

@@ -16,6 +16,9 @@
 #include "save/cuesheet_keys.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -85,7 +88,7 @@ private:
         problem.text = std::move(text);
         return false;
     }
-    bool Missing(const char* what) { return Fail(FormatMessage(Msg::CueMissing, what)); }
+    bool Missing(const char* what) { return Fail(FormatMsg(Msg::CueMissing, what)); }
     bool HasIndex() const { return sheet.tracks.back().index >= 0; }
 
     bool ReadStatement(std::string_view word, std::string_view rest) {
@@ -100,7 +103,7 @@ private:
         for (const char* known : {"TITLE", "PERFORMER", "SONGWRITER"}) {
             if (!EqualNoCaseAscii(word, known)) continue;
             const std::string value = Unquoted(rest);
-            if (value.empty()) return Fail(FormatMessage(Msg::CueEmpty, known));
+            if (value.empty()) return Fail(FormatMsg(Msg::CueEmpty, known));
             TakeText(known, CueKeyForm::Statement, value);
         }
         return true;
@@ -115,10 +118,10 @@ private:
         } else {
             name = Trim(rest.substr(0, rest.find_last_of(" \t")));
         }
-        if (name.empty()) return Fail(FormatMessage(Msg::CueEmpty, "FILE"));
+        if (name.empty()) return Fail(FormatMsg(Msg::CueEmpty, "FILE"));
         const std::string extension = ExtensionOf(name);
         if (FormatOfExtension(extension) == FF_NONE) {
-            return Fail(FormatMessage(Msg::CueFileExtension, extension.empty() ? name : extension));
+            return Fail(FormatMsg(Msg::CueFileExtension, extension.empty() ? name : extension));
         }
         const bool has_drive = name.size() > 2 && name[1] == ':' && IsSeparator(name[2]);
         const bool absolute = has_drive || IsAbsolutePath(name);
@@ -138,9 +141,9 @@ private:
         if (!sheet.tracks.empty() && !HasIndex()) return Missing("INDEX");
         const int64_t number = ParseInt(TakeWord(rest));
         if (number < 1 || number > kMostCueTracks) {
-            return Fail(FormatMessage(Msg::CueTrackNumber, number, kMostCueTracks));
+            return Fail(FormatMsg(Msg::CueTrackNumber, number, kMostCueTracks));
         }
-        if (number <= last_number) return Fail(FormatMessage(Msg::CueTrackOrder));
+        if (number <= last_number) return Fail(FormatMsg(Msg::CueTrackOrder));
         last_number = number;
         sheet.tracks.emplace_back().line = problem.line;
         return true;
@@ -150,7 +153,7 @@ private:
         if (sheet.tracks.empty()) return Missing("TRACK");
         int64_t number = 0, ticks = 0;
         if (!ReadDigits(TakeWord(rest), number) || !ReadIndexTime(TakeWord(rest), ticks)) {
-            return Fail(FormatMessage(Msg::CueIncompleteIndex));
+            return Fail(FormatMsg(Msg::CueIncompleteIndex));
         }
         CueSheet::Track& track = sheet.tracks.back();
         if (number != 1 || track.index >= 0) return true;
@@ -293,7 +296,7 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         const CueSheet::Track& said = sheet.tracks[i];
         const CueFile& file = files[static_cast<size_t>(said.file)];
         indexes[i] = starts[i] = std::min(kLatest, file.ToAlbum(said.index));
-        if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
+        if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, FormatMsg(Msg::CueTrackOrder));
         if (rows[i] && InFrame(file.ToFile(rows[i]->start), said.index)) starts[i] = rows[i]->start;
     }
 
@@ -309,21 +312,21 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         int64_t end = said.end < indexes[i] ? next : said.end;
         if (end < 0) {
             const CueSheet::File& missing = sheet.files[static_cast<size_t>(said.file)];
-            return fail(missing.line, FormatMessage(Msg::CannotFindFile, missing.path));
+            return fail(missing.line, FormatMsg(Msg::CannotFindFile, missing.path));
         }
         // An end further behind the next start than a frame has been left over from before that was moved.
         if (!last && end >= indexes[i + 1] + kCueFrame) end = next;
         const bool unset = end < start + kCueFrame;
         if (unset) start = end = std::max(end_before, said.end < indexes[i] ? start : end);
-        if (unset_before && !unset) return fail(said.line, FormatMessage(Msg::CueTrackOrder));
+        if (unset_before && !unset) return fail(said.line, FormatMsg(Msg::CueTrackOrder));
         // Only a track that has no audio yet, as its END_TIME tells, may lie behind the audio.
         if (file.end >= 0 && indexes[i] >= file.end && !(unset && said.end >= 0)) {
-            return fail(said.line, FormatMessage(Msg::CueIndexBehindEnd, file.path));
+            return fail(said.line, FormatMsg(Msg::CueIndexBehindEnd, file.path));
         }
         // The next check of the track breaks would take such a track away.
         if (!unset && end - start < kTooShortTrack) {
             const std::string title = said.details.title.empty() ? std::to_string(i + 1) : said.details.title;
-            return fail(said.line, FormatMessage(Msg::TrackTooShort, title, FormatTime(end - start)));
+            return fail(said.line, FormatMsg(Msg::TrackTooShort, title, FormatTime(end - start)));
         }
         unset_before = unset;
         end_before = end;

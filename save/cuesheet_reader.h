@@ -35,14 +35,15 @@ struct CueProblem {
 };
 
 // False with the problem when it is no proper sheet. `folder` is where names without a folder lie.
-bool ParseCueSheet(TextFileReader& reader, const std::string& folder, CueSheet& sheet, CueProblem& problem);
+bool ParseCueSheet(Foundation::TextFileReader& reader, const std::string& folder, CueSheet& sheet, CueProblem& problem);
 
 // The sheet's tracks on the album's time line, in order and not overlapping; `files` belong to those of the sheet, one
 // for one. INDEX is exact to a frame of 588 ticks only: a track of `known`, the listing so far, keeps its start where
 // the sheet means the same, and a track that ends with END_TIME within the frame is met by the next one. False with the
 // problem, which may be a track that is too short to be kept or lies behind the end of its file.
-bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, const simple_vector<ALBUMTRACK>& known,
-                    simple_vector<ALBUMTRACK>& tracks, CueProblem& problem);
+bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files,
+                    const Foundation::simple_vector<ALBUMTRACK>& known, Foundation::simple_vector<ALBUMTRACK>& tracks,
+                    CueProblem& problem);
 
 // Takes over the texts that were said and differ in more than the quotes that a sheet cannot hold.
 void TakeCueTexts(const AlbumInfo& said, AlbumInfo& album);

@@ -10,6 +10,9 @@
 #include "save/listingfile.h"
 #include "tesslib/fileformats.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 
 std::string CueValue(std::string_view text, CueKeyForm form, CueQuotes quotes) {

@@ -7,6 +7,8 @@
 #include "save/save_track.h"
 #include "save/tracknames.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 const std::string_view kCSVKeywords =

@@ -11,6 +11,8 @@
 #include "save/export_csv.h"
 #include "save/tracknames.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

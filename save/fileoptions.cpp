@@ -6,6 +6,9 @@
 #include "foundation/messages.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

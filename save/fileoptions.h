@@ -10,8 +10,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 // Where files are made; decides the settings key under which the choices are kept.
 enum class OptionsContext : int {
     Record = 1,
@@ -65,14 +63,14 @@ struct FileOptions {
 
     OptionsContext context = OptionsContext::SaveTracks;
     RateFamily family = RateFamily::Of44100;
-    int32_t file_format = FF_FLAC;
+    int32_t file_format = Tesslib::FF_FLAC;
     bool save_corrections = true;       // false: the file's own samples, without cleanup
     bool preserve_corrections = false;  // the copy keeps its corrections as records
     bool save_dsd_as_dop = false;
     bool embed_album_art = true;
     int32_t art_size_limit = 0;  // pixels, 0: none
     uint32_t wav_options = 1;    // WAVFile's option bits: RF64 where the size needs it
-    std::array<FormatRow, kFileFormats> rows{};
+    std::array<FormatRow, Tesslib::kFileFormats> rows{};
 };
 
 }  // namespace Orvane

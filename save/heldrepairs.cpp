@@ -5,6 +5,9 @@
 #include "foundation/lasterror.h"
 #include "tesslib/audiostream.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

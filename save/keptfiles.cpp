@@ -5,9 +5,9 @@
 #include "foundation/platform.h"
 #include "foundation/safefile.h"
 
-namespace Orvane {
+using namespace Foundation;
 
-using namespace Tesslib;
+namespace Orvane {
 
 KeptFiles::KeptFiles(const std::vector<AlbumInfo*>& albums) {
     const AlbumSet* set = albums.empty() ? nullptr : albums.front()->set;

@@ -14,6 +14,8 @@
 #include "foundation/text.h"
 #include "save/save_track.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -45,7 +47,7 @@ ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::s
         return ListingWritten::Failed;
     }
     if (kept.Has(path)) {
-        FailContents(FormatMessage(Msg::NotForListings, path));
+        FailContents(FormatMsg(Msg::NotForListings, path));
         return ListingWritten::Failed;
     }
     if (const int error = CreateFolders(FolderOf(path))) {
@@ -57,15 +59,15 @@ ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::s
     if (!writer) return ListingWritten::Failed;
     const bool written = writer->Write(text);
     if (!writer->Close(true) || !written) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return ListingWritten::Failed;
     }
     if (SameBytes(temporary, path)) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return ListingWritten::Unchanged;
     }
     const bool foreign = is_ours && FileExists(path) && !is_ours(path);
-    const bool replaced = ReplaceFile(temporary, path, foreign ? OldFile::Trash : OldFile::Drop) == 0;
+    const bool replaced = PutInPlace(temporary, path, foreign ? OldFile::Trash : OldFile::Drop) == 0;
     return replaced ? ListingWritten::Written : ListingWritten::Failed;
 }
 
@@ -77,7 +79,7 @@ std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums
     for (size_t i = 0; i < albums.size(); ++i) {
         Progress::SetPosition(static_cast<int>(1000 * i / albums.size()));
         if (!Progress::Tick()) {
-            Progress::Log(FormatMessage(Msg::Cancelled) + "\n");
+            Progress::Log(FormatMsg(Msg::Cancelled) + "\n");
             break;
         }
         ListingDone listing{albums[i], name(*albums[i]), {}};
@@ -91,7 +93,7 @@ std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums
             Progress::Log(" - <fg color=#00a000>done</fg>\n");
         } else {
             listing.error = GetLastError().text;
-            Progress::Log(FormatMessage(Msg::JobFailedLine, listing.error));
+            Progress::Log(FormatMsg(Msg::JobFailedLine, listing.error));
         }
         listings.push_back(std::move(listing));
     }

@@ -12,8 +12,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 enum class ListingWritten {
     Failed,  // the reason is the last error
     Written,
@@ -25,7 +23,7 @@ enum class ListingWritten {
 // is told. A path without an extension gets `extension`. With `is_ours` a file that it says no to goes to the Trash.
 // Main thread.
 ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::string_view extension,
-                                std::string_view text, Encoding encoding, LineEnds line_ends,
+                                std::string_view text, Foundation::Encoding encoding, Foundation::LineEnds line_ends,
                                 bool (*is_ours)(const std::string& path) = nullptr);
 
 struct ListingDone {

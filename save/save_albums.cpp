@@ -4,7 +4,7 @@
 #include <atomic>
 #include <memory>
 
-#include "cleanup/filtersettings.h"
+#include "cleanup/filter/filtersettings.h"
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
 #include "foundation/criticalsection.h"
@@ -18,6 +18,8 @@
 #include "save/heldrepairs.h"
 #include "save/keptfiles.h"
 #include "save/tracknames.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {
@@ -131,7 +133,7 @@ private:
 void WarnOfMissingNoiseSamples(const AlbumInfo& album) {
     for (int i = 0; i < album.sides.size(); ++i) {
         if (!album.sides[i] || !album.sides[i]->newest || !LacksNoiseSample(*album.sides[i]->newest)) continue;
-        Progress::Log(FormatMessage(Msg::HissNotApplied, i + 1, i + 1) + "\n");
+        Progress::Log(FormatMsg(Msg::HissNotApplied, i + 1, i + 1) + "\n");
     }
 }
 
@@ -152,7 +154,7 @@ void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
         return;
     int error = CreateFolders(folder);
     if (error) FailCreateFolder(folder, error);
-    if (error || CopyFile(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
+    if (error || CopyContents(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
 }
 
 void Count(const SavedTrack& saved, SaveResult& result) {

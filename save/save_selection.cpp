@@ -1,6 +1,6 @@
 #include "save/save_selection.h"
 
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/lasterror.h"
@@ -11,6 +11,9 @@
 #include "foundation/workerthread.h"
 #include "save/keptfiles.h"
 #include "save/write_stream.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -7,7 +7,7 @@
 #include <limits>
 #include <unordered_set>
 
-#include "cleanup/humrumblefilter.h"
+#include "cleanup/filter/humrumblefilter.h"
 #include "collection/albumset.h"
 #include "collection/recordingplaces.h"
 #include "foundation/lasterror.h"
@@ -24,6 +24,9 @@
 #include "tesslib/id3v2.h"
 #include "tesslib/oggfile.h"
 #include "tesslib/wavfile.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -78,10 +78,10 @@ SaveTrackStatus WriteTrack(const AlbumInfo& album, int track, const SaveSettings
 
 // Copies what `stream` gives with `flags` to `file`, which is open for writing, in blocks. 0, a StreamError, or 1 when
 // `progress` cancelled. `channel_mode` is the album's.
-int CopySamples(PCMStream& stream, FileStream& file, uint32_t flags, uint8_t channel_mode,
+int CopySamples(Tesslib::PCMStream& stream, Tesslib::FileStream& file, uint32_t flags, uint8_t channel_mode,
                 const SaveProgress& progress);
 
 // A writer of the format with the options' choices made; null when this build has none: last error.
-RefPtr<FileStream> MakeWriter(int format, const FileOptions& options);
+Foundation::RefPtr<Tesslib::FileStream> MakeWriter(int format, const FileOptions& options);
 
 }  // namespace Orvane

@@ -2,6 +2,9 @@
 
 #include "foundation/settings.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 
 std::string TagTitle(const AlbumInfo& album, int track) {

@@ -12,6 +12,6 @@ std::string TagTitle(const AlbumInfo& album,
                      int track);  // with composer and conductor in front where the user wants it
 
 // The Vorbis comments of a track, the private one with `signature` last.
-VorbisTags MakeVorbisTags(const AlbumInfo& album, int track, const std::string& signature);
+Tesslib::VorbisTags MakeVorbisTags(const AlbumInfo& album, int track, const std::string& signature);
 
 }  // namespace Orvane

@@ -5,6 +5,9 @@
 #include "foundation/lasterror.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 

@@ -3,19 +3,19 @@
 
 #include <vector>
 
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 #include "collection/dataobjects.h"
 #include "tesslib/stages.h"
 
 namespace Orvane {
 
 // Digital silence without an end.
-class SilentPCMStream : public PCMStream {
+class SilentPCMStream : public Tesslib::PCMStream {
 public:
-    explicit SilentPCMStream(int32_t samplerate) : PCMStream(nullptr, samplerate) {}
+    explicit SilentPCMStream(int32_t samplerate) : Tesslib::PCMStream(nullptr, samplerate) {}
 
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
-    int64_t GetTotalSamples(uint32_t /*flags*/) override { return kEndless; }
+    int64_t GetTotalSamples(uint32_t /*flags*/) override { return Tesslib::kEndless; }
     bool AltersAudio(int64_t, int64_t, uint32_t) override { return true; }
     void ReleaseResources() override {}
 };
@@ -27,7 +27,7 @@ void GetTrackSilence(const AlbumInfo& album, int track, int trim_seconds, int32_
 
 // Has its own chains over private copies of the recordings, so several may be read at once, each by one thread. A
 // recording that cannot be opened shows on the first Read that needs it.
-class TrackPCMStream : public PCMStream {
+class TrackPCMStream : public Tesslib::PCMStream {
 public:
     // `track` is an index into the album's tracks. `samplerate` 0 keeps the rate of the album's first recording.
     // Without any recording the stream has no samples. The album must not change while the stream is made.
@@ -47,16 +47,16 @@ public:
 private:
     void AddRecording(FileHistoryEntry* recording, const ALBUMTRACK& track, uint32_t flags, int64_t offset);
 
-    std::vector<RefPtr<FileHistoryEntry>> entries;
-    std::vector<RefPtr<PCMStream>> file_streams;
-    RefPtr<MergePCMStreams> merged;
-    RefPtr<ChopPCMStream> chopped;
+    std::vector<Foundation::RefPtr<FileHistoryEntry>> entries;
+    std::vector<Foundation::RefPtr<Tesslib::PCMStream>> file_streams;
+    Foundation::RefPtr<Tesslib::MergePCMStreams> merged;
+    Foundation::RefPtr<Tesslib::ChopPCMStream> chopped;
     int32_t silence_at_start = 0;
     int32_t silence_at_end = 0;
     int64_t wanted_samples = 0;
 };
 
-RefPtr<TrackPCMStream> MakeTrackPCMStream(const AlbumInfo* album, int track, uint32_t flags, int32_t samplerate,
-                                          int trim_seconds);
+Foundation::RefPtr<TrackPCMStream> MakeTrackPCMStream(const AlbumInfo* album, int track, uint32_t flags,
+                                                      int32_t samplerate, int trim_seconds);
 
 }  // namespace Orvane

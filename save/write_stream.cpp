@@ -4,6 +4,9 @@
 #include "foundation/messages.h"
 #include "foundation/safefile.h"
 
+using namespace Foundation;
+using namespace Tesslib;
+
 namespace Orvane {
 namespace {
 
@@ -52,14 +55,14 @@ int WriteStream(PCMStream& stream, FileStream& writer, const std::string& filena
     if (progress && !progress(0, total)) return GiveUp(writer, 1);
     if (int result = CopySamples(stream, writer, flags, channel_mode, progress)) return GiveUp(writer, result);
     if (!writer.Close(CLOSE_FINISH)) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return ERR_IO;
     }
     if (const int error = FlushPathToDisk(temporary)) {
-        DeleteFile(temporary);
+        RemoveFile(temporary);
         return FailWrite(temporary, error);
     }
-    if (int error = ReplaceFile(temporary, filename, old_file)) return error;
+    if (int error = PutInPlace(temporary, filename, old_file)) return error;
     if (progress) progress(total, total);
     return 0;
 }

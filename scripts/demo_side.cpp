@@ -15,8 +15,8 @@
 namespace {
 
 constexpr int kRate = 44100;
-constexpr double kLeadIn = 6.0;   // seconds of groove before the first track
-constexpr double kGap = 3.0;      // between tracks
+constexpr double kLeadIn = 6.0;  // seconds of groove before the first track
+constexpr double kGap = 3.0;     // between tracks
 constexpr double kLeadOut = 4.0;
 
 using Random = std::mt19937;
@@ -30,10 +30,15 @@ struct Side {
     }
 };
 
-double Seconds(double seconds) { return seconds * kRate; }
-double Uniform(Random& random) { return std::uniform_real_distribution<double>(-1, 1)(random); }
+double Seconds(double seconds) {
+    return seconds * kRate;
+}
+double Uniform(Random& random) {
+    return std::uniform_real_distribution<double>(-1, 1)(random);
+}
 
-// A string that is plucked once: noise in a delay line that loses its highest notes at every turn (Karplus, Strong 1983).
+// A string that is plucked once: noise in a delay line that loses its highest notes at every turn (Karplus, Strong
+// 1983).
 void Pluck(Side& side, double at, double length, double hertz, double level, double pan, Random& random) {
     std::vector<double> string(static_cast<size_t>(kRate / hertz));
     for (double& x : string) x = Uniform(random);
@@ -62,8 +67,8 @@ void Strike(Side& side, double at, double hertz, double noise, double level, Ran
 }
 
 struct Piece {
-    double length;  // seconds
-    double beat;    // seconds
+    double length;            // seconds
+    double beat;              // seconds
     std::vector<int> chords;  // semitones above A2, one a bar of four beats
     bool drums;
 };
@@ -78,8 +83,10 @@ void Play(Side& side, double at, const Piece& piece, Random& random) {
         int root = piece.chords[(i / 4) % piece.chords.size()];
         if (i % 4 == 0) Pluck(side, now, std::min(left, 4 * piece.beat), Hertz(root - 12), level * 1.3, 0.5, random);
         const int steps[] = {0, 7, 12, 16, 12, 7, 4, 12};
-        Pluck(side, now, std::min(left, 2 * piece.beat), Hertz(root + steps[i % 8]), level, 0.3 + 0.05 * (i % 8), random);
-        if (i % 2) Pluck(side, now + piece.beat / 2, std::min(left, piece.beat), Hertz(root + 24), level * 0.6, 0.7, random);
+        Pluck(side, now, std::min(left, 2 * piece.beat), Hertz(root + steps[i % 8]), level, 0.3 + 0.05 * (i % 8),
+              random);
+        if (i % 2)
+            Pluck(side, now + piece.beat / 2, std::min(left, piece.beat), Hertz(root + 24), level * 0.6, 0.7, random);
         if (piece.drums && left > 2) Strike(side, now, i % 2 ? 190 : 70, i % 2 ? 0.6 : 0.1, 0.35, random);
     }
 }
@@ -102,7 +109,8 @@ void AddSurface(Side& side, Random& random) {
         size_t at = static_cast<size_t>(where(random));
         double level = std::min(0.9, 0.05 + loud(random)), pan = 0.5 + 0.5 * Uniform(random);
         for (size_t i = 0; i < 24; ++i) {
-            side.Add(at + i, level * std::exp(-static_cast<double>(i) / 5) * std::cos(static_cast<double>(i) * 1.3), pan);
+            side.Add(at + i, level * std::exp(-static_cast<double>(i) / 5) * std::cos(static_cast<double>(i) * 1.3),
+                     pan);
         }
     }
 }
@@ -114,7 +122,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: orvane-demo-side OUT.wav\n");
         return 2;
     }
-    const Piece pieces[] = {{34, 0.42, {0, 5, 7, 0}, true}, {36, 0.6, {-3, 4, 2, -3}, false}, {38, 0.35, {2, 2, 7, 9}, true}};
+    const Piece pieces[] = {
+        {34, 0.42, {0, 5, 7, 0}, true}, {36, 0.6, {-3, 4, 2, -3}, false}, {38, 0.35, {2, 2, 7, 9}, true}};
     double length = kLeadIn + kLeadOut;
     for (const Piece& piece : pieces) length += piece.length + kGap;
     Side side;
@@ -139,6 +148,6 @@ int main(int argc, char** argv) {
         good = file.Write(pairs.data(), static_cast<int32_t>(side.left.size())) >= 0;
         good = file.Close(good ? Tesslib::CLOSE_FINISH : Tesslib::CLOSE_FAILED_AND_DELETE) && good;
     }
-    if (!good) std::fprintf(stderr, "%s\n", Tesslib::PlainText(Tesslib::GetLastError().text).c_str());
+    if (!good) std::fprintf(stderr, "%s\n", Foundation::PlainText(Foundation::GetLastError().text).c_str());
     return good ? 0 : 1;
 }

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 
-#include "cleanup/generatewaveform.h"
 #include "foundation/progress.h"
+#include "waveform/generatewaveform.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -1,8 +1,8 @@
 // The level overview of an album, from the waveform files of its recordings or else from their audio.
 #pragma once
 
-#include "cleanup/waveformdata.h"
 #include "collection/dataobjects.h"
+#include "waveform/waveformdata.h"
 
 namespace Orvane {
 

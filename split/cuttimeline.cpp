@@ -4,6 +4,8 @@
 
 #include "foundation/assert.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -5,12 +5,10 @@
 #include <span>
 #include <vector>
 
-#include "cleanup/waveformdata.h"
 #include "collection/filehistory.h"
+#include "waveform/waveformdata.h"
 
 namespace Orvane {
-
-using namespace Tesslib;
 
 class CutTimeline {
 public:

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -10,14 +10,15 @@ namespace Orvane {
 
 // Levels are those of the overview: byte * 4 + 1, 1 to 1021. Lengths are ticks of 1/44100 s.
 struct BreakScanSettings {
-    int start_level = 50;                             // music begins at it: "Scan Start Level"
-    int end_level = 30;                               // music has ended below it: "Scan End Level"
-    int64_t minimum_gap = 15 * kTicksPerSecond / 10;  // a shorter quiet stretch is no gap: "Scan Minimum Gap"
-    int64_t leadin = 3 * kTicksPerSecond / 10;        // from the start to where music was found: "Scan Leadin"
-    int64_t leadout = kTicksPerSecond;                // from where it ended to the end: "Scan Leadout"
-    int64_t minimum_track = 30 * kTicksPerSecond;     // "Scan Minimum Track Length"
-    int64_t music_indent = 5 * kTicksPerSecond;       // past the landing of the needle: "Music Indent"
-    int64_t adjustment_range = 45 * kTicksPerSecond;  // "Scan Adjustment Range"
+    int start_level = 50;  // music begins at it: "Scan Start Level"
+    int end_level = 30;    // music has ended below it: "Scan End Level"
+    int64_t minimum_gap =
+        15 * Foundation::kTicksPerSecond / 10;                 // a shorter quiet stretch is no gap: "Scan Minimum Gap"
+    int64_t leadin = 3 * Foundation::kTicksPerSecond / 10;     // from the start to where music was found: "Scan Leadin"
+    int64_t leadout = Foundation::kTicksPerSecond;             // from where it ended to the end: "Scan Leadout"
+    int64_t minimum_track = 30 * Foundation::kTicksPerSecond;  // "Scan Minimum Track Length"
+    int64_t music_indent = 5 * Foundation::kTicksPerSecond;    // past the landing of the needle: "Music Indent"
+    int64_t adjustment_range = 45 * Foundation::kTicksPerSecond;  // "Scan Adjustment Range"
 
     static BreakScanSettings Load();
     static void RestoreDefaults();

@@ -3,6 +3,8 @@
 #include "foundation/settings.h"
 #include "split/scan.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -5,11 +5,13 @@
 #include "foundation/host.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 bool FixSideBreaks::CheckAny() const {
     if (!before.empty()) return true;
-    ShowMessage(FormatMessage(Msg::NoSideBreaks), Severity::Information);
+    ShowMessage(FormatMsg(Msg::NoSideBreaks), Severity::Information);
     return false;
 }
 

@@ -6,8 +6,6 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
 // Main thread; the recording outlives it. Every change marks the collection as changed.
 class FixSideBreaks {
 public:
@@ -21,7 +19,7 @@ public:
 
 private:
     FileHistoryEntry& recording;
-    const simple_vector<int64_t> before;
+    const Foundation::simple_vector<int64_t> before;
 };
 
 }  // namespace Orvane

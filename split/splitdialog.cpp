@@ -9,6 +9,8 @@
 #include "foundation/host.h"
 #include "split/trackorder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 SplitDialog::SplitDialog(AlbumInfo& album) : album(album) {
@@ -30,7 +32,7 @@ void SplitDialog::Select(int index) {
 
 void SplitDialog::EnterUndo(Msg description, int first_track, int last_track) {
     if (album.IsWorkingCopy()) return;
-    AddUndo(std::make_unique<UndoUpdateTrackInfo>(album, FormatMessage(description), first_track, last_track));
+    AddUndo(std::make_unique<UndoUpdateTrackInfo>(album, FormatMsg(description), first_track, last_track));
 }
 
 // Every change is made on a copy first, so that undo and the listeners see the album as it was. True if it differs.
@@ -60,7 +62,7 @@ bool SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
     EndFaderGesture();
     TrackList changed = album.tracks;
     if (position > end || !Orvane::InsertTrackBreak(changed, selected, position, alt)) {
-        ShowMessage(FormatMessage(Msg::NoRoomForTrackBreak, FormatTime(position)), Severity::Information);
+        ShowMessage(FormatMsg(Msg::NoRoomForTrackBreak, FormatTime(position)), Severity::Information);
         return false;
     }
     Store(std::move(changed), Msg::InsertTrackBreak, MakeUndo::Yes);

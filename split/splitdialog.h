@@ -76,10 +76,10 @@ public:
 private:
     int64_t RoomBehind() const;
     std::optional<int> FindBreakEnd(BreakHit hit, int index, int64_t position) const;
-    void EnterUndo(Msg description, int first_track, int last_track);
-    bool Store(TrackList changed, Msg description, MakeUndo make_undo);
+    void EnterUndo(Foundation::Msg description, int first_track, int last_track);
+    bool Store(TrackList changed, Foundation::Msg description, MakeUndo make_undo);
 
-    static intptr_t OnUndo(void* dialog, int, EventArg, EventArg, EventArg);
+    static intptr_t OnUndo(void* dialog, int, Foundation::EventArg, Foundation::EventArg, Foundation::EventArg);
 
     AlbumInfo& album;
     int selected = 0;

@@ -4,6 +4,8 @@
 #include "foundation/host.h"
 #include "split/splitdialog.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host) {
@@ -12,7 +14,7 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     const bool generating =
         std::any_of(recordings.begin(), recordings.end(), [](const auto* entry) { return entry->generating.load(); });
     if (generating || overview.total_bytes == 0) {
-        ShowMessage(FormatMessage(Msg::ScanNeedsWaveform), Severity::Information);
+        ShowMessage(FormatMsg(Msg::ScanNeedsWaveform), Severity::Information);
         return 0;
     }
     EndFaderGesture();
@@ -39,10 +41,10 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     const int n_found = FirstUnsetTrack(album.tracks);
     if (adjust || scanner.Escaped()) return n_found;
     if (n_found == 0) {
-        ShowMessage(FormatMessage(Msg::NoTrackBreaksFound), Severity::Information);
+        ShowMessage(FormatMsg(Msg::NoTrackBreaksFound), Severity::Information);
     } else if (n_before > 0 && n_found != n_before) {
         const bool more = n_found > n_before;
-        ShowMessage(FormatMessage(more ? Msg::MoreTrackBreaksThanTracks : Msg::FewerTrackBreaksThanTracks),
+        ShowMessage(FormatMsg(more ? Msg::MoreTrackBreaksThanTracks : Msg::FewerTrackBreaksThanTracks),
                     Severity::Information);
     }
     return n_found;

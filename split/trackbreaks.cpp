@@ -5,6 +5,8 @@
 #include "foundation/messages.h"
 #include "foundation/settings.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -261,7 +263,7 @@ void SetFaderLength(ALBUMTRACK& track, Fader fader, int hundredths) {
 }
 
 std::string NumberedTrackTitle(int number) {
-    return FormatMessage(Msg::NumberedTrack, number);
+    return FormatMsg(Msg::NumberedTrack, number);
 }
 
 }  // namespace Orvane

@@ -10,16 +10,14 @@
 
 namespace Orvane {
 
-using namespace Tesslib;
-
-using TrackList = simple_vector<ALBUMTRACK>;
+using TrackList = Foundation::simple_vector<ALBUMTRACK>;
 
 // With Alt held down a change takes whole tracks along instead of single breaks.
 enum class Alt { Up, Down };
 enum class Following { Stay, Move };
 enum class Fader { In, Out };
 
-inline constexpr int64_t kShortestTrack = kTicksPerSecond;  // the least distance of two breaks
+inline constexpr int64_t kShortestTrack = Foundation::kTicksPerSecond;  // the least distance of two breaks
 
 // Positions are ticks of the album's track time. The caller sees to it that `position` leaves the tracks in order.
 // A set track keeps its end, or with Alt moves as a whole with all that follows; an unset one goes to the position.

@@ -5,6 +5,8 @@
 #include "collection/tracktime.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -22,7 +24,7 @@ std::string TrackProblem(const TrackList& tracks, int index) {
                            FormatTime(track.end), FormatTime(track.start));
     }
     if (track.end - track.start < kShortestTrack) {
-        return FormatMessage(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond);
+        return FormatMsg(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond);
     }
     if (index == 0) return {};
     const ALBUMTRACK& before = tracks[index - 1];

@@ -12,6 +12,8 @@
 #include "tesslib/id3v2.h"
 #include "tesslib/vorbistags.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -13,20 +13,20 @@ namespace Tesslib {
 // stage exists; the same bits passed to Read make an existing stage pass audio through.
 enum PCMFlags : uint32_t {
     PCM_NO_FADERS = 0x0001,
-    PCM_USE_CACHE = 0x0002,         // reads may be served by PCMCache
-    PCM_RAW_DOP = 0x0004,           // DSD as raw carrier words, untouched
-    PCM_BEST_QUALITY = 0x0008,      // the long filters of rate conversion: saving sets it, playing leaves it clear
-    PCM_FORCE_FRAMES = 0x0010,      // frames are copied whatever was done to the audio
+    PCM_USE_CACHE = 0x0002,     // reads may be served by PCMCache
+    PCM_RAW_DOP = 0x0004,       // DSD as raw carrier words, untouched
+    PCM_BEST_QUALITY = 0x0008,  // the long filters of rate conversion: saving sets it, playing leaves it clear
+    PCM_FORCE_FRAMES = 0x0010,  // frames are copied whatever was done to the audio
     PCM_NO_CUTS = 0x0100,
-    PCM_NO_FILTERS = 0x0200,        // no hum, rumble, denoise, equaliser
+    PCM_NO_FILTERS = 0x0200,  // no hum, rumble, denoise, equaliser
     PCM_NO_DENOISE = 0x0400,
-    PCM_NO_CLICK_REPAIR = 0x0800,   // no repairs and no patches
+    PCM_NO_CLICK_REPAIR = 0x0800,  // no repairs and no patches
     PCM_NO_EQUALISER = 0x1000,
     PCM_DENOISE_OFF = 0x2000,
-    PCM_NORMALISE = 0x100000,       // the side's normalisation gain in place of the preamp
+    PCM_NORMALISE = 0x100000,  // the side's normalisation gain in place of the preamp
     PCM_NO_PREAMP = 0x200000,
-    PCM_REPORT_IMPORT = 0x800000,   // the first Read logs the file's name
-    PCM_NO_SWAP = 0x1000000,        // the recording's swap-channels mark is ignored
+    PCM_REPORT_IMPORT = 0x800000,  // the first Read logs the file's name
+    PCM_NO_SWAP = 0x1000000,       // the recording's swap-channels mark is ignored
 };
 
 inline constexpr int64_t kEndless = INT64_MAX;  // the total of a stream without a limit
@@ -42,7 +42,7 @@ inline constexpr int64_t kEndless = INT64_MAX;  // the total of a stream without
 //
 // A stage keeps a plain pointer to its input: whoever builds a chain keeps its stages alive and tears it down. Stages
 // are for one thread at a time unless they say otherwise.
-class PCMStream : public RefCount {
+class PCMStream : public Foundation::RefCount {
 public:
     PCMStream(PCMStream* source, int32_t samplerate) : source(source), samplerate(samplerate) {}
 
@@ -64,8 +64,8 @@ public:
     }
 
 protected:
-    PCMStream* source;    // null for a stage without a single input, such as a file
-    int32_t samplerate;   // 0: asked of `source`
+    PCMStream* source;   // null for a stage without a single input, such as a file
+    int32_t samplerate;  // 0: asked of `source`
 };
 
 // One compressed frame.
@@ -78,13 +78,13 @@ struct FRAME {
 int32_t SamplesPerFrame(int32_t samplerate);
 
 // A source of compressed frames. Frame n begins at sample n * samples_per_frame.
-class FrameSource : public RefCount {
+class FrameSource : public Foundation::RefCount {
 public:
     FrameSource(int32_t codec, int32_t samplerate, int32_t n_channels, int32_t samples_per_frame)
         : codec(codec), samplerate(samplerate), n_channels(n_channels), samples_per_frame(samples_per_frame) {}
 
-    virtual int32_t GetCurrentFrame() = 0;          // the frame that the next ReadFrame delivers
-    virtual int SeekToFrame(int32_t frame) = 0;     // 0, or ERR_LIMIT when there are no frames at all
+    virtual int32_t GetCurrentFrame() = 0;                    // the frame that the next ReadFrame delivers
+    virtual int SeekToFrame(int32_t frame) = 0;               // 0, or ERR_LIMIT when there are no frames at all
     virtual int ReadFrame(FRAME& frame, uint32_t flags) = 0;  // 0, ERR_LIMIT at the end, or another StreamError
     virtual int32_t GetTotalFrames() = 0;
     virtual void ReleaseResources() {}

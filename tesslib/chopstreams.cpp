@@ -3,6 +3,8 @@
 #include "foundation/assert.h"
 #include "tesslib/stages.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

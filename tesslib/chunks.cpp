@@ -11,6 +11,8 @@
 #include "foundation/messages.h"
 #include "tesslib/bytes.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 
@@ -114,7 +116,7 @@ private:
             size_t got = row.data.empty() ? 0 : fread(row.data.data(), 1, row.data.size(), file);
             if (ferror(file)) return FailRead(filename, errno);
             if (static_cast<int64_t>(got) < wanted) {
-                return FailContents(FormatMessage(Msg::UnexpectedEnd, std::string(filename)));
+                return FailContents(FormatMsg(Msg::UnexpectedEnd, std::string(filename)));
             }
             taken = wanted;
         }
@@ -161,11 +163,11 @@ int FailChunk(std::string_view chunk_id, std::string_view filename) {
     for (char& c : name) {
         if (c < ' ' || c > '~' || c == '<' || c == '>') c = '?';
     }
-    return FailContents(FormatMessage(Msg::BadChunk, name, std::string(filename)));
+    return FailContents(FormatMsg(Msg::BadChunk, name, std::string(filename)));
 }
 
 int FailUnsupportedRiff(std::string_view filename) {
-    return FailContents(FormatMessage(Msg::UnsupportedRiff, std::string(filename)));
+    return FailContents(FormatMsg(Msg::UnsupportedRiff, std::string(filename)));
 }
 
 bool WritePadding(FILE* file, int64_t size) {

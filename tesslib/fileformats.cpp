@@ -14,6 +14,8 @@
 #include "tesslib/oggfile.h"
 #include "tesslib/wavfile.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {
@@ -93,7 +95,7 @@ RefPtr<FileStream> MakeFileStream(int format) {
         case FF_AIFF:
             return MakeRef<AIFFile>();
         default:
-            SetLastErrorText(FormatMessage(Msg::FormatNotHandled, std::string(GetFileFormatInfo(format).name)));
+            SetLastErrorText(FormatMsg(Msg::FormatNotHandled, std::string(GetFileFormatInfo(format).name)));
             return {};
     }
 }
@@ -109,7 +111,7 @@ RefPtr<FileStream> OpenForReading(std::string_view path, int& error) {
         }
     }
     if (format == FF_NONE) {
-        error = FailContents(FormatMessage(Msg::NotAudio, std::string(path)));
+        error = FailContents(FormatMsg(Msg::NotAudio, std::string(path)));
         return {};
     }
     RefPtr<FileStream> stream = MakeFileStream(format);

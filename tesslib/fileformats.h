@@ -35,10 +35,10 @@ FileFormat FormatOfExtension(std::string_view extension);
 
 // A fresh object of the format's class, which deletes itself with its last reference. Null for a format that this
 // build cannot handle; the last error then says so.
-RefPtr<FileStream> MakeFileStream(int format);
+Foundation::RefPtr<FileStream> MakeFileStream(int format);
 
 // Opens an existing file for reading by its extension, or by its contents where the extension tells nothing. Null on
 // failure: the result code in `error`, the reason as last error.
-RefPtr<FileStream> OpenForReading(std::string_view path, int& error);
+Foundation::RefPtr<FileStream> OpenForReading(std::string_view path, int& error);
 
 }  // namespace Tesslib

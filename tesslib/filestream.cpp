@@ -7,13 +7,15 @@
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 int ValidateFormat(int32_t bit_depth, int32_t n_channels, bool allow_20_bit, std::string_view filename) {
     bool depth_ok = is_convertible_bit_depth(bit_depth) || (allow_20_bit && bit_depth == 20);
-    if (!depth_ok) return FailContents(FormatMessage(Msg::UnsupportedBitDepth, bit_depth, std::string(filename)));
+    if (!depth_ok) return FailContents(FormatMsg(Msg::UnsupportedBitDepth, bit_depth, std::string(filename)));
     if (n_channels < 1 || n_channels > 2) {
-        return FailContents(FormatMessage(Msg::UnsupportedChannels, n_channels, std::string(filename)));
+        return FailContents(FormatMsg(Msg::UnsupportedChannels, n_channels, std::string(filename)));
     }
     return 0;
 }
@@ -89,7 +91,7 @@ int FileStream::Open(std::string_view new_filename, OpenMode mode, int32_t buffe
 
     if (mode != OM_CREATE) {
         if (file_size == 0) {
-            FailContents(FormatMessage(Msg::FileIsEmpty, filename));
+            FailContents(FormatMsg(Msg::FileIsEmpty, filename));
             Close(CLOSE_FAILED);
             return ERR_CONTENTS;
         }
@@ -130,7 +132,7 @@ bool FileStream::Close(int close_flags) {
         ok = false;
         close_flags |= CLOSE_FAILED;
     }
-    if ((close_flags & CLOSE_FAILED_AND_DELETE) == CLOSE_FAILED_AND_DELETE) DeleteFile(filename);
+    if ((close_flags & CLOSE_FAILED_AND_DELETE) == CLOSE_FAILED_AND_DELETE) RemoveFile(filename);
     file = nullptr;
     file_buffer.reset();
     filename.clear();

@@ -111,7 +111,7 @@ public:
     int32_t Channels() const { return n_channels; }
     uint32_t Flags() const { return format_flags; }
     int64_t FileSize() const { return file_size; }
-    FileTime Time() const { return file_time; }
+    Foundation::FileTime Time() const { return file_time; }
     OpenMode Mode() const { return open_mode; }
     virtual int32_t BitRate() const { return 0; }       // kbit/s, for compressed files
     virtual int32_t SampleFormat() const { return 0; }  // not 0 for DSD
@@ -131,7 +131,7 @@ protected:
     std::unique_ptr<char[]> file_buffer;  // where Open asked for a size
     int64_t file_size = 0;
     int64_t total_samples = -1;  // -1: not known
-    FileTime file_time = 0;
+    Foundation::FileTime file_time = 0;
     int32_t bit_depth = 0;
     uint32_t format_flags = 0;
     int32_t n_channels = 2;
@@ -168,7 +168,7 @@ protected:
 
     int64_t data_bytes = 0;
     int64_t data_offset = 0;
-    CriticalSection cs;
+    Foundation::CriticalSection cs;
     int64_t next_position = -1;  // -1: the file position is not known
     std::vector<uint8_t> scratch;
     std::vector<float> mono_scratch;

@@ -7,6 +7,8 @@
 #include "foundation/messages.h"
 #include "tesslib/vorbistags.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {
@@ -82,7 +84,7 @@ int64_t FLACDecoder::ByteOffset() {
 }
 
 void FLACDecoder::StoreDamage(const char* what) {
-    fault = FailContents(FormatMessage(Msg::DamagedAudio, filename, what));
+    fault = FailContents(FormatMsg(Msg::DamagedAudio, filename, what));
 }
 
 FLAC__StreamDecoderReadStatus FLACDecoder::OnRead(const FLAC__StreamDecoder*, FLAC__byte buffer[], size_t* bytes,

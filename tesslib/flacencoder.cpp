@@ -10,6 +10,8 @@
 #include "foundation/text.h"
 #include "tesslib/samples.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {

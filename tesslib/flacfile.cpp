@@ -13,6 +13,8 @@
 #include "tesslib/flacdecoder.h"
 #include "tesslib/flacencoder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {
@@ -62,12 +64,12 @@ int FLACFile::ReadHeader(uint32_t) {
     if (int error = decoder.ReadInfo()) return error;
     const FLACInfo& info = decoder.Info();
     if (info.total_samples == 0 || info.samplerate == 0 || info.bit_depth == 0) {
-        return FailContents(FormatMessage(Msg::FileIsEmpty, filename));
+        return FailContents(FormatMsg(Msg::FileIsEmpty, filename));
     }
     if (int error = ValidateFormat(info.bit_depth, info.n_channels, true, filename)) return error;
     // One block is decoded to be sure of the stream.
     if (int error = decoder.DecodeBlock()) return error;
-    if (decoder.BlockSamples() == 0) return FailContents(FormatMessage(Msg::UnexpectedEnd, filename));
+    if (decoder.BlockSamples() == 0) return FailContents(FormatMsg(Msg::UnexpectedEnd, filename));
     samplerate = info.samplerate;
     bit_depth = info.bit_depth;
     n_channels = info.n_channels;
@@ -87,7 +89,7 @@ int FLACFile::PrepareRead() {
     const FLACInfo& info = decoder->Info();
     if (result == 0 &&
         (info.n_channels != n_channels || info.bit_depth != bit_depth || info.samplerate != samplerate)) {
-        result = FailContents(FormatMessage(Msg::DamagedAudio, filename, "the file has been replaced"));
+        result = FailContents(FormatMsg(Msg::DamagedAudio, filename, "the file has been replaced"));
     }
     if (result == 0) {
         idata->decoder = std::move(decoder);
@@ -158,7 +160,7 @@ bool FLACFile::PrepareWrite(int64_t argument) {
 int64_t FLACFile::Write(const float* buffer, int32_t n_samples) {
     ORVANE_ASSERT(this->open_mode >= OM_EXTEND);
     if (idata->encoder->Position() >= kMaxPosition) {
-        SetLastErrorText(FormatMessage(Msg::FileSizeLimit, 64, filename));
+        SetLastErrorText(FormatMsg(Msg::FileSizeLimit, 64, filename));
         return ERR_LIMIT;
     }
     int64_t grown = idata->encoder->Write(buffer, n_samples);
@@ -181,7 +183,7 @@ int64_t FLACFile::FindCut(int64_t new_total_samples) {
     float pair[2];
     int32_t found = ReadAt(new_total_samples - 1, pair, 1, 0);
     if (found < 0) return found;
-    if (found == 0) return FailContents(FormatMessage(Msg::UnexpectedEnd, filename));
+    if (found == 0) return FailContents(FormatMsg(Msg::UnexpectedEnd, filename));
     return idata->decoder->ByteOffset();
 }
 

@@ -7,6 +7,8 @@
 #include "foundation/assert.h"
 #include "foundation/muldiv.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

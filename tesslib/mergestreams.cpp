@@ -3,6 +3,8 @@
 #include "foundation/assert.h"
 #include "tesslib/stages.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 MergePCMStreams::MergePCMStreams(const std::vector<RefPtr<PCMStream>>& streams, uint32_t flags)

@@ -10,6 +10,8 @@
 #include "foundation/text.h"
 #include "foundation/version.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {

@@ -11,6 +11,8 @@
 #include "tesslib/fileformats.h"
 #include "tesslib/oggencoder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {
@@ -112,7 +114,7 @@ int OggFile::FailLibrary(long vorbis_err, const char* function) {
     const int system_error = errno;
     idata->CloseDecoder();
     if (vorbis_err == OV_EREAD && ferror(file)) return FailRead(filename, system_error);
-    return FailContents(FormatMessage(Msg::LibraryError, vorbis_err, function, filename));
+    return FailContents(FormatMsg(Msg::LibraryError, vorbis_err, function, filename));
 }
 
 int OggFile::OpenDecoder() {
@@ -129,7 +131,7 @@ int OggFile::CheckStreams() {
         const vorbis_info* info = ov_info(&idata->vorbis_file, i);
         if (info && info->channels == n_channels && info->rate == samplerate) continue;
         idata->CloseDecoder();
-        return FailContents(FormatMessage(Msg::DamagedAudio, filename, "the format changes inside the file"));
+        return FailContents(FormatMsg(Msg::DamagedAudio, filename, "the format changes inside the file"));
     }
     return 0;
 }
@@ -145,7 +147,7 @@ int OggFile::ReadHeader(uint32_t) {
     if (int error = CheckStreams()) return error;
     int64_t total = ov_pcm_total(&idata->vorbis_file, -1);
     if (total < 0) return FailLibrary(static_cast<long>(total), "ov_pcm_total");
-    if (total == 0 || samplerate == 0) return FailContents(FormatMessage(Msg::FileIsEmpty, filename));
+    if (total == 0 || samplerate == 0) return FailContents(FormatMsg(Msg::FileIsEmpty, filename));
     total_samples = total;
     return 0;
 }

@@ -4,6 +4,8 @@
 #include "foundation/muldiv.h"
 #include "tesslib/stages.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 PCMConvert::PCMConvert(PCMStream* source, int32_t output_frequency)

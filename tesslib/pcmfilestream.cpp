@@ -6,6 +6,8 @@
 #include "foundation/messages.h"
 #include "tesslib/filestream.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 FormatLimits PCMFileStream::GetCapabilities(int32_t) const {
@@ -63,7 +65,7 @@ int64_t PCMFileStream::Write(const float* buffer, int32_t n_samples) {
     ORVANE_ASSERT(this->open_mode >= OM_EXTEND);
     if (n_samples <= 0) return 0;
     if (max_file_size != 0 && ftello(file) > static_cast<int64_t>(max_file_size)) {
-        SetLastErrorText(FormatMessage(Msg::FileSizeLimit, 4, filename));
+        SetLastErrorText(FormatMsg(Msg::FileSizeLimit, 4, filename));
         return ERR_LIMIT;
     }
     const float* values = buffer;

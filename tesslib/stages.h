@@ -44,7 +44,7 @@ private:
 // damaged part does not end the whole. `streams` stays the caller's.
 class MergePCMStreams : public PCMStream {
 public:
-    MergePCMStreams(const std::vector<RefPtr<PCMStream>>& streams, uint32_t flags);
+    MergePCMStreams(const std::vector<Foundation::RefPtr<PCMStream>>& streams, uint32_t flags);
 
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t GetTotalSamples(uint32_t flags) override;
@@ -52,7 +52,7 @@ public:
     void ReleaseResources() override;
 
 private:
-    const std::vector<RefPtr<PCMStream>>& streams;
+    const std::vector<Foundation::RefPtr<PCMStream>>& streams;
     int64_t stream_start = 0;  // of `current`, by the lengths that `walked_flags` gave
     int current = 0;
     int last_used = -1;
@@ -61,7 +61,7 @@ private:
 
 class MergeFrameSources : public FrameSource {
 public:
-    explicit MergeFrameSources(const std::vector<RefPtr<FrameSource>>& sources);
+    explicit MergeFrameSources(const std::vector<Foundation::RefPtr<FrameSource>>& sources);
 
     int32_t GetCurrentFrame() override { return current_frame; }
     int SeekToFrame(int32_t frame) override;
@@ -71,7 +71,7 @@ public:
     std::vector<uint8_t> GetExtraData() override;
 
 private:
-    const std::vector<RefPtr<FrameSource>>& sources;
+    const std::vector<Foundation::RefPtr<FrameSource>>& sources;
     int32_t current_frame = 0;
     int current = 0;
     int last_used = -1;

@@ -6,6 +6,8 @@
 #include "foundation/text.h"
 #include "tesslib/filestream.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 
 namespace {

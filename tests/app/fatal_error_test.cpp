@@ -13,6 +13,8 @@
 #include "scoped_environment.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -20,6 +20,8 @@
 #include "scoped_environment.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -219,7 +221,7 @@ TEST_F(Application, ANewRecordingTakesNothingOverFromAnother) {
     AlbumInfo& album = *gAlbumSet->albums.Last();
     const auto add = [&] { return FileNameOf(AddRecording(album, 1, file, PlaceOfFile::RecordingsFolder)->GetPath()); };
     EXPECT_EQ(add(), "New~Album~side1");
-    ASSERT_EQ(DeleteFile(folder / "records/New~Album~side1"), 0);
+    ASSERT_EQ(RemoveFile(folder / "records/New~Album~side1"), 0);
     EXPECT_EQ(add(), "New~Album~side1 (2)") << "the first is only missing";
     folder.Write("records/New~Album~side1 (3).crd", "repairs");
     EXPECT_EQ(add(), "New~Album~side1 (4)");

@@ -1,4 +1,4 @@
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,9 @@
 #include "collection/listchange.h"
 #include "memorystream.h"
 #include "repairs.h"
+
+using namespace Foundation;
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -1,4 +1,4 @@
-#include "cleanup/declick.h"
+#include "cleanup/declick/declick.h"
 
 #include <gtest/gtest.h>
 

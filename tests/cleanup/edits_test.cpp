@@ -9,16 +9,18 @@
 #include <tuple>
 #include <vector>
 
-#include "cleanup/biquadengine.h"
-#include "cleanup/correctionslist.h"
-#include "cleanup/editcuts.h"
-#include "cleanup/editfilters.h"
-#include "cleanup/editrepairs.h"
-#include "cleanup/patchselection.h"
-#include "cleanup/undo_corrections.h"
+#include "cleanup/edit/editcuts.h"
+#include "cleanup/edit/editfilters.h"
+#include "cleanup/edit/editrepairs.h"
+#include "cleanup/edit/patchselection.h"
+#include "cleanup/edit/undo_corrections.h"
+#include "cleanup/filter/biquadengine.h"
+#include "cleanup/repair/correctionslist.h"
 #include "fake_hosts.h"
 #include "recorded_side.h"
 #include "repairs.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {
@@ -238,7 +240,7 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     EXPECT_EQ(times(), (Times{10000, 80000, 80000, 130000, 130000, 300000, 300000, 300000}));
 
     // Which tracks lie behind a recording that is missing is not known.
-    DeleteFile(side.AddSide(MusicPairs(2000)).GetPath());
+    RemoveFile(side.AddSide(MusicPairs(2000)).GetPath());
     FileHistoryEntry& behind = side.AddSide(MusicPairs(30000));
     album.tracks.back().end = kFrames + 25000;
     const Times unmoved = times();

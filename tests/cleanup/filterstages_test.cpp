@@ -10,12 +10,14 @@
 
 #include "analog_biquad.h"
 #include "audiosignals.h"
-#include "cleanup/denoise.h"
-#include "cleanup/equaliser.h"
-#include "cleanup/filterchain.h"
-#include "cleanup/humrumblefilter.h"
-#include "cleanup/recordeq.h"
+#include "cleanup/filter/denoise.h"
+#include "cleanup/filter/equaliser.h"
+#include "cleanup/filter/filterchain.h"
+#include "cleanup/filter/humrumblefilter.h"
+#include "cleanup/filter/recordeq.h"
 #include "filtered_recording.h"
+
+using namespace Tesslib;
 
 namespace Orvane {
 namespace {

@@ -6,10 +6,10 @@
 #include <numeric>
 
 #include "audiosignals.h"
-#include "cleanup/ar_kernels.h"
-#include "cleanup/interpolator.h"
-#include "cleanup/repairclick.h"
-#include "cleanup/repairsamples.h"
+#include "cleanup/repair/ar_kernels.h"
+#include "cleanup/repair/interpolator.h"
+#include "cleanup/repair/repairclick.h"
+#include "cleanup/repair/repairsamples.h"
 #include "collection/corrections.h"
 #include "interpolator_literal.h"
 

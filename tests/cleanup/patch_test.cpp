@@ -4,13 +4,15 @@
 #include <cmath>
 
 #include "audiosignals.h"
-#include "cleanup/editcuts.h"
-#include "cleanup/editrepairs.h"
-#include "cleanup/patchaudio.h"
-#include "cleanup/patchmethods.h"
-#include "cleanup/patchselection.h"
+#include "cleanup/edit/editcuts.h"
+#include "cleanup/edit/editrepairs.h"
+#include "cleanup/edit/patchselection.h"
+#include "cleanup/repair/patchaudio.h"
+#include "cleanup/repair/patchmethods.h"
 #include "fake_hosts.h"
 #include "recorded_side.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

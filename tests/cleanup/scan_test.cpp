@@ -5,14 +5,16 @@
 #include <set>
 #include <tuple>
 
-#include "cleanup/scanblocks.h"
-#include "cleanup/scanforclicks.h"
-#include "cleanup/shownclicks.h"
+#include "cleanup/declick/scanblocks.h"
+#include "cleanup/declick/scanforclicks.h"
+#include "cleanup/repair/shownclicks.h"
 #include "declick_signals.h"
 #include "fake_hosts.h"
 #include "foundation/progress.h"
 #include "recorded_side.h"
 #include "repairs.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

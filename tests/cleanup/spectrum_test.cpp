@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "audiosignals.h"
-#include "cleanup/denoiseframe.h"
-#include "cleanup/eqcurves.h"
-#include "cleanup/orvanefft.h"
-#include "cleanup/recordeq.h"
+#include "cleanup/filter/denoiseframe.h"
+#include "cleanup/filter/eqcurves.h"
+#include "cleanup/filter/orvanefft.h"
+#include "cleanup/filter/recordeq.h"
 #include "plain_denoise.h"
 
 namespace Orvane {

@@ -4,13 +4,15 @@
 #include <bit>
 #include <limits>
 
-#include "cleanup/curvefile.h"
-#include "cleanup/noisesample.h"
-#include "cleanup/presets.h"
+#include "cleanup/filter/curvefile.h"
+#include "cleanup/filter/noisesample.h"
+#include "cleanup/filter/presets.h"
 #include "foundation/fileerror.h"
 #include "foundation/lasterror.h"
 #include "foundation/settings.h"
 #include "temp_folder.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {
@@ -34,9 +36,9 @@ TEST(CurveFile, ReadsCurvesInOrderAndTheGoodPointsSorted) {
 
 TEST(CurveFile, SaysWhyThereAreNone) {
     for (const char* text : {"", "not xml", "<equalizationeffect>", "<other><curve/></other>"}) {
-        Tesslib::SetLastErrorText("");
+        Foundation::SetLastErrorText("");
         EXPECT_TRUE(ParseCurveFile(text, "/music/x.xml").empty()) << text;
-        EXPECT_NE(Tesslib::GetLastError().text.find("/music/x.xml"), std::string::npos) << text;
+        EXPECT_NE(Foundation::GetLastError().text.find("/music/x.xml"), std::string::npos) << text;
     }
 }
 
@@ -58,14 +60,14 @@ TEST(NoiseFile, RefusesWhatIsNotOneAndKeepsTheSample) {
     for (const std::string& bytes :
          {good.substr(0, 7), good.substr(0, good.size() - 1), wrong_magic, not_finite, negative}) {
         const std::string path = folder.Write("bad.vns", bytes);
-        EXPECT_EQ(ReadNoiseFile(path, sample), Tesslib::ERR_CONTENTS);
-        EXPECT_EQ(Tesslib::GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + path + "</b>");
+        EXPECT_EQ(ReadNoiseFile(path, sample), Foundation::ERR_CONTENTS);
+        EXPECT_EQ(Foundation::GetLastError().text, "Bad or missing noise sample file:\n\n<b>" + path + "</b>");
         EXPECT_EQ(sample.power[1][7], 5);
     }
-    EXPECT_EQ(ReadNoiseFile(folder / "none.vns", sample), Tesslib::ERR_CANNOT_OPEN);
+    EXPECT_EQ(ReadNoiseFile(folder / "none.vns", sample), Foundation::ERR_CANNOT_OPEN);
     NoiseSample other_rate(96000);
-    EXPECT_EQ(ReadNoiseFile(folder / "good.vns", other_rate), Tesslib::ERR_CONTENTS);
-    EXPECT_EQ(Tesslib::GetLastError().text,
+    EXPECT_EQ(ReadNoiseFile(folder / "good.vns", other_rate), Foundation::ERR_CONTENTS);
+    EXPECT_EQ(Foundation::GetLastError().text,
               "Sample rate of noise sample file:\n\n<b>" + folder / "good.vns" +
                   "</b> (44.1 kHz)\n\ndoes not match sample rate of this recording (96 kHz).");
 }
@@ -89,8 +91,8 @@ TEST(Presets, LinesWithoutAPresetCostThemselvesAlone) {
 
 TEST(Presets, AreKeptReplacedAndRemovedByNameAndLeaveTheOthersAlone) {
     const OrvaneTest::TempFolder folder;
-    ASSERT_TRUE(Tesslib::OpenSettings(folder.Path()));
-    Tesslib::SetStringSetting("Filter Preset", "\"odd\"\n");
+    ASSERT_TRUE(Foundation::OpenSettings(folder.Path()));
+    Foundation::SetStringSetting("Filter Preset", "\"odd\"\n");
     FilterSetting setting;
     setting.values.bands[3] = -7;
     setting.values.hum_mode = FILTER_ON;
@@ -114,15 +116,15 @@ TEST(Presets, AreKeptReplacedAndRemovedByNameAndLeaveTheOthersAlone) {
 
     ASSERT_TRUE(RemovePreset<FilterSetting>("other"));
     EXPECT_FALSE(RemovePreset<FilterSetting>("other"));
-    EXPECT_EQ(Tesslib::GetStringSetting("Filter Preset").substr(0, 6), "\"odd\"\n");
+    EXPECT_EQ(Foundation::GetStringSetting("Filter Preset").substr(0, 6), "\"odd\"\n");
     for (const char* name : {"", " ", "a\nb", "say \"hi\""}) EXPECT_FALSE(SavePreset(name, setting)) << name;
     EXPECT_FALSE(SavePreset("RIAA", FFTEq()));
-    ASSERT_TRUE(Tesslib::OpenSettings());
+    ASSERT_TRUE(Foundation::OpenSettings());
 }
 
 TEST(KeptCurves, ComeBackInTheirOrderAndNoneOfALongerListStays) {
     const OrvaneTest::TempFolder folder;
-    ASSERT_TRUE(Tesslib::OpenSettings(folder.Path()));
+    ASSERT_TRUE(Foundation::OpenSettings(folder.Path()));
     LinkedList<FFTEq> curves;
     for (const char* name : {"", "Two, \"odd\"", "Three"}) {
         auto* eq = new FFTEq;
@@ -134,7 +136,7 @@ TEST(KeptCurves, ComeBackInTheirOrderAndNoneOfALongerListStays) {
     }
     ASSERT_TRUE(KeepCurves(KeptCurves::Batch, curves));
     EXPECT_TRUE(ReadKeptCurves(KeptCurves::Default).empty());
-    Tesslib::SetStringSetting("Batch Eq Curve #2", "rubbish");
+    Foundation::SetStringSetting("Batch Eq Curve #2", "rubbish");
     const std::vector<FFTEq> kept = ReadKeptCurves(KeptCurves::Batch);
     ASSERT_EQ(kept.size(), 2u);
     EXPECT_TRUE(kept[0].curve.SameAs(curves.First()->curve));
@@ -144,8 +146,8 @@ TEST(KeptCurves, ComeBackInTheirOrderAndNoneOfALongerListStays) {
     curves.Delete(curves.Last());
     ASSERT_TRUE(KeepCurves(KeptCurves::Batch, curves));
     EXPECT_EQ(ReadKeptCurves(KeptCurves::Batch).size(), 2u);
-    EXPECT_FALSE(Tesslib::HasSetting("Batch Eq Curve #3"));
-    ASSERT_TRUE(Tesslib::OpenSettings());
+    EXPECT_FALSE(Foundation::HasSetting("Batch Eq Curve #3"));
+    ASSERT_TRUE(Foundation::OpenSettings());
 }
 
 }  // namespace

@@ -86,11 +86,11 @@ TEST_F(Collections, RecordingsStayWhereTheyAreOrAreCopied) {
 
     // It gets its name back when the collection cannot be saved.
     folder.Write("new.cue", "PERFORMER Zoe\nFILE one.wav WAVE\nTRACK 01 AUDIO\nINDEX 01 00:00:00\n");
-    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", true), 0);
+    ASSERT_EQ(Foundation::SetReadOnly(folder / "c.mcf", true), 0);
     Json({"album", "set", "c.mcf", "1", "artist=Zoe"}, 1);
     Json({"cue", "read", "c.mcf", "1", "new.cue"}, 1);
     Json({"recording", "add", "c.mcf", "1", "--side", "3", "two.wav", "--copy"}, 1);
-    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", false), 0);
+    ASSERT_EQ(Foundation::SetReadOnly(folder / "c.mcf", false), 0);
     EXPECT_EQ(Json({"info", "c.mcf"})["missing"], nlohmann::json::array());
 
     nlohmann::json album = Json({"album", "show", "c.mcf", "1"});
@@ -132,7 +132,7 @@ TEST_F(Collections, ReadingLeavesFileAndSettingsAsTheyAre) {
 TEST_F(Collections, TheSecondCommandOnACollectionSaysWhoHoldsIt) {
     const std::string before = ReadBytes(folder / "c.mcf");
     {
-        Tesslib::FileLock lock;
+        Foundation::FileLock lock;
         std::string holder;
         ASSERT_TRUE(lock.Acquire(folder / "c.mcf", holder));
         for (const std::vector<std::string>& words :
@@ -142,10 +142,10 @@ TEST_F(Collections, TheSecondCommandOnACollectionSaysWhoHoldsIt) {
         }
     }
     // Nor is a read-only file written without asking.
-    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", true), 0);
+    ASSERT_EQ(Foundation::SetReadOnly(folder / "c.mcf", true), 0);
     EXPECT_NE(Json({"album", "set", "c.mcf", "1", "year=1980"}, 1)["error"], "");
     EXPECT_EQ(ReadBytes(folder / "c.mcf"), before);
-    ASSERT_EQ(Tesslib::SetReadOnly(folder / "c.mcf", false), 0);
+    ASSERT_EQ(Foundation::SetReadOnly(folder / "c.mcf", false), 0);
     Must({"album", "set", "c.mcf", "1", "year=1980"});
     EXPECT_FALSE(std::filesystem::exists(folder / "c.mcf.lock"));
 }

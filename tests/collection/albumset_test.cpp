@@ -9,6 +9,8 @@
 #include "foundation/settings.h"
 #include "live_collection.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

@@ -18,7 +18,7 @@ public:
         folder = std::make_unique<OrvaneTest::TempFolder>();
         setenv("ORVANE_CONFIG_HOME", (*folder / "config").c_str(), 1);
         setenv("XDG_DATA_HOME", (*folder / "data").c_str(), 1);
-        ASSERT_TRUE(Tesslib::OpenSettings(*folder / "config"));
+        ASSERT_TRUE(Foundation::OpenSettings(*folder / "config"));
     }
     void TearDown() override { folder.reset(); }
 

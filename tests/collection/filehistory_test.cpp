@@ -10,6 +10,8 @@
 #include "riff_builder.h"
 #include "scoped_environment.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -51,7 +53,7 @@ TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
     EXPECT_FALSE(entry.IsOpen());
     EXPECT_EQ(album->open_fhe_count, 0);
     EXPECT_EQ(entry.TotalSamples(), 1000);
-    ASSERT_EQ(DeleteFile(entry.GetPath()), 0);
+    ASSERT_EQ(RemoveFile(entry.GetPath()), 0);
     EXPECT_EQ(entry.Open(USER_PLAY, false), OPEN_MISSING);
     folder.Write("Mine/A+C~T- 1~side1.wav", "RIFF no wave");
     EXPECT_EQ(entry.Open(USER_PLAY, true), ERR_CONTENTS);
@@ -164,7 +166,7 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "deleted repairs would come back";
 
-    ASSERT_EQ(DeleteFile(entry.CorrectionsPath()), 0);
+    ASSERT_EQ(RemoveFile(entry.CorrectionsPath()), 0);
     folder.Write("Mine/A+C~T- 1~side1.flac", "another recording");
     folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
     EXPECT_TRUE(entry.CheckFile());
@@ -193,7 +195,7 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
     }
     FileHistoryEntry& entry = AddRecording(44100);
     folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
-    ASSERT_EQ(DeleteFile(entry.GetPath()), 0);
+    ASSERT_EQ(RemoveFile(entry.GetPath()), 0);
     EXPECT_FALSE(entry.CheckFile()) << "a missing file loses nothing";
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
 }

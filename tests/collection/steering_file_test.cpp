@@ -18,6 +18,8 @@
 #include "repairs.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -174,7 +176,7 @@ TEST(SuddenDeath, LeavesTheOldOrTheNewFile) {
     std::mt19937 random(1);
     int n_left_in_the_middle = 0;
     for (int round = 0; round < kRounds; ++round) {
-        DeleteFile(folder / "Mine_$$$.mcf");
+        RemoveFile(folder / "Mine_$$$.mcf");
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         for (int i = round; child == 0; ++i) {

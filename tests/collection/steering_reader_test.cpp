@@ -11,6 +11,8 @@
 #include "foundation/text.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

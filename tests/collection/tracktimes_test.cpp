@@ -10,11 +10,13 @@
 #include "fake_hosts.h"
 #include "foundation/muldiv.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
+using Foundation::Answer;
 using OrvaneTest::FakeMessageHost;
-using Tesslib::Answer;
 using Times = std::vector<std::pair<int64_t, int64_t>>;  // of each track, in tenths of a second
 
 TEST(TrackTime, IsWrittenAndReadAsRecordedHere) {
@@ -47,7 +49,7 @@ TEST(TrackTime, EveryTickComesBack) {
     }
 }
 
-constexpr int64_t kTenth = Tesslib::kTicksPerSecond / 10;
+constexpr int64_t kTenth = Foundation::kTicksPerSecond / 10;
 
 void Fill(AlbumInfo& album, const Times& times) {
     album.tracks.clear();

@@ -9,6 +9,8 @@
 #include "fake_hosts.h"
 #include "live_collection.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

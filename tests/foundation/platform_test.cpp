@@ -13,6 +13,8 @@
 #include "scoped_environment.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 
@@ -60,15 +62,15 @@ TEST(Trash, FilesOfAnotherVolumeStayOnIt) {
     std::ofstream(other) << "x";
     struct stat there {};
     if (stat(home.Path().c_str(), &here) != 0 || stat(other.c_str(), &there) != 0 || here.st_dev == there.st_dev) {
-        DeleteFile(other);
+        RemoveFile(other);
         GTEST_SKIP() << "no second volume";
     }
     ScopedEnvironment data("XDG_DATA_HOME", home / "data");
     EXPECT_EQ(MoveToTrash(other), 0);
     const std::string trash = "/dev/shm/.Trash-" + std::to_string(getuid());
     EXPECT_EQ(ReadBytes(trash + "/files/" + FileNameOf(other)), "x");
-    DeleteFile(trash + "/files/" + FileNameOf(other));
-    DeleteFile(trash + "/info/" + FileNameOf(other) + ".trashinfo");
+    RemoveFile(trash + "/files/" + FileNameOf(other));
+    RemoveFile(trash + "/info/" + FileNameOf(other) + ".trashinfo");
 }
 
 TEST(FileLockTest, NamesItsHolderAndEndsWithIt) {
@@ -96,11 +98,11 @@ TEST(SafeFile, TheNewFileStandsAndTheOldOneIsTheBackup) {
         for (const char* older : {"", "older"}) {
             for (OldFile keep : {OldFile::Keep, OldFile::Drop, OldFile::Trash}) {
                 const std::string temporary = folder.Write("a_$$$.mcf", "new");
-                DeleteFile(path);
-                DeleteFile(backup);
+                RemoveFile(path);
+                RemoveFile(backup);
                 if (*old) folder.Write("a.mcf", old);
                 if (*older) folder.Write("a.mcf_bak", older);
-                EXPECT_EQ(ReplaceFile(temporary, path, keep), 0);
+                EXPECT_EQ(PutInPlace(temporary, path, keep), 0);
                 EXPECT_EQ(ReadBytes(path), "new");
                 EXPECT_EQ(ReadBytes(backup), *old && keep == OldFile::Keep ? old : older);
                 EXPECT_FALSE(FileExists(temporary));
@@ -113,14 +115,14 @@ TEST(SafeFile, TheNewFileStandsAndTheOldOneIsTheBackup) {
 TEST(SafeFile, AFailureLeavesTheOldFile) {
     TempFolder folder;
     const std::string path = folder.Write("a.mcf", "old");
-    EXPECT_EQ(ReplaceFile(folder / "none.mcf", path, OldFile::Keep), -4);
+    EXPECT_EQ(PutInPlace(folder / "none.mcf", path, OldFile::Keep), -4);
     EXPECT_EQ(ReadBytes(path), "old");
 
     // A folder in the place of the backup cannot be replaced: the old file goes to the Trash.
     ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
-    DeleteFile(path + "_bak");
+    RemoveFile(path + "_bak");
     folder.Write("a.mcf_bak/inside", "");
-    EXPECT_EQ(ReplaceFile(folder.Write("a_$$$.mcf", "new"), path, OldFile::Keep), 0);
+    EXPECT_EQ(PutInPlace(folder.Write("a_$$$.mcf", "new"), path, OldFile::Keep), 0);
     EXPECT_EQ(ReadBytes(path), "new");
     EXPECT_EQ(ReadBytes(folder / "data/Trash/files/a.mcf"), "old");
 }

@@ -7,6 +7,8 @@
 #include "foundation/lasterror.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -11,6 +11,8 @@
 #include "foundation/textfile.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -12,6 +12,8 @@
 #include "foundation/workerthread.h"
 #include "temp_folder.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -7,7 +7,7 @@
 #include <numbers>
 #include <span>
 
-#include "cleanup/biquadfilter.h"
+#include "cleanup/filter/biquadfilter.h"
 
 namespace Orvane::Oracle {
 

@@ -10,8 +10,8 @@
 #include <span>
 #include <vector>
 
-#include "cleanup/biquadfilter.h"
-#include "cleanup/declick.h"
+#include "cleanup/declick/declick.h"
+#include "cleanup/filter/biquadfilter.h"
 
 namespace Orvane::Literal {
 

@@ -7,7 +7,7 @@
 #include <numbers>
 #include <vector>
 
-#include "cleanup/orvanefft.h"
+#include "cleanup/filter/orvanefft.h"
 #include "collection/corrections.h"
 
 namespace Orvane::Oracle {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cleanup/waveformwriter.h"
+#include "waveform/waveformwriter.h"
 
 namespace OrvaneOracle {
 

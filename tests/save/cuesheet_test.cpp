@@ -11,6 +11,8 @@
 #include "save/cuesheet_reader.h"
 #include "scoped_environment.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -383,7 +385,7 @@ TEST_F(CueSheetFiles, OnlyAnotherProgramsSheetGoesToTheTrash) {
     const std::string trashed = side.folder / "data/Trash/files/s.cue";
     Write();
     EXPECT_EQ(OrvaneTest::ReadBytes(trashed), "REM COMMENT \"another\"\n");
-    DeleteFile(trashed);
+    RemoveFile(trashed);
     for (const int encoding : {4, 2}) {  // UTF-8 with a mark and UTF-16
         SetSetting("Cue Sheet Type", encoding);
         Write();

@@ -17,17 +17,17 @@ inline TrackList Listing(const std::string& text) {
         track.title = std::string(1, static_cast<char>('A' + tracks.size()));
         if (word.front() == '<') {
             track.filter_flags |= TRACK_FADE_IN;
-            track.fade_in = kTicksPerSecond;
+            track.fade_in = Foundation::kTicksPerSecond;
             word.erase(0, 1);
         }
         if (word.back() == '>') {
             track.filter_flags |= TRACK_FADE_OUT;
-            track.fade_out = kTicksPerSecond;
+            track.fade_out = Foundation::kTicksPerSecond;
             word.pop_back();
         }
         const size_t dash = word.find('-');
-        track.start = std::stoll(word) * kTicksPerSecond;
-        track.end = dash == word.npos ? track.start : std::stoll(word.substr(dash + 1)) * kTicksPerSecond;
+        track.start = std::stoll(word) * Foundation::kTicksPerSecond;
+        track.end = dash == word.npos ? track.start : std::stoll(word.substr(dash + 1)) * Foundation::kTicksPerSecond;
         tracks.push_back(track);
     }
     return tracks;
@@ -36,7 +36,8 @@ inline TrackList Listing(const std::string& text) {
 // The reverse; positions that are no whole seconds are shown in ticks ("441001t").
 inline std::string Text(const TrackList& tracks) {
     const auto Place = [](int64_t ticks) {
-        return ticks % kTicksPerSecond ? std::to_string(ticks) + "t" : std::to_string(ticks / kTicksPerSecond);
+        return ticks % Foundation::kTicksPerSecond ? std::to_string(ticks) + "t"
+                                                   : std::to_string(ticks / Foundation::kTicksPerSecond);
     };
     std::string text;
     for (const ALBUMTRACK& track : tracks) {

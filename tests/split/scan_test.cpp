@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "audiosignals.h"
-#include "cleanup/waveformreader.h"
 #include "collection/steering_file.h"
 #include "collection/undo.h"
 #include "fake_hosts.h"
@@ -18,6 +17,9 @@
 #include "split/scan.h"
 #include "split/splitdialog.h"
 #include "temp_folder.h"
+#include "waveform/waveformreader.h"
+
+using namespace Foundation;
 
 namespace Orvane {
 namespace {

@@ -13,6 +13,8 @@
 #include "split/splitdialog.h"
 #include "split/trackbreaks.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 

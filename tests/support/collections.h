@@ -24,7 +24,7 @@ struct ReadCollectionText {
 
 inline ReadCollectionText ReadWhole(std::string_view text) {
     ReadCollectionText read;
-    const auto reader = Tesslib::ReadTextFrom(text);
+    const auto reader = Foundation::ReadTextFrom(text);
     read.result = Orvane::ReadCollection(*reader, *read.set, read.facts, [] { return true; });
     return read;
 }
@@ -35,7 +35,7 @@ inline ReadCollectionText ReadLines(std::string_view lines) {
 }
 
 // The twin of ReadTextFrom.
-class MemoryTextWriter : public Tesslib::TextFileWriter {
+class MemoryTextWriter : public Foundation::TextFileWriter {
 public:
     bool Write(std::string_view more) override {
         text += more;
@@ -64,8 +64,7 @@ public:
     }
 
     void AddAlbum(Orvane::AlbumSet& set, int n_tracks) {
-        using namespace Orvane;
-        auto* album = new AlbumInfo;
+        auto* album = new Orvane::AlbumInfo;
         set.albums.Append(album);
         album->set = &set;
         for (std::string* text : {&album->artist, &album->title, &album->genre, &album->label, &album->composer}) {
@@ -76,12 +75,12 @@ public:
         album->status = static_cast<uint8_t>(Number(8));
         if (Number(4) == 0) album->notes = "first line\nsecond\twith a tab and a \\ in it";
         if (Number(4) == 0) album->custom_tags = "\t\"MVNM\"\t\"Allegro\"\t\"CONTACT\"\t\"\"";
-        if (Number(8) == 0) album->record_eq = std::make_unique<RecordEq>(MakeRecordEq());
+        if (Number(8) == 0) album->record_eq = std::make_unique<Orvane::RecordEq>(MakeRecordEq());
         int64_t time = 0;
         for (int i = 0; i < n_tracks; ++i) album->tracks.push_back(Track(time));
         for (int i = 0; i < 2; ++i) {
             if (Number(6) == 0) album->sides.push_back(nullptr);
-            AlbumSide* side = album->GetSide(-1, true);
+            Orvane::AlbumSide* side = album->GetSide(-1, true);
             for (int n = Number(3); n >= 0; --n) side->AddRecording(Recording(album, side));
             side->newest = side->history[static_cast<size_t>(Number(static_cast<int>(side->history.size())))].get();
             side->latest_take = side->history.front().get();
@@ -136,36 +135,35 @@ private:
         return curve;
     }
 
-    Orvane::RefPtr<Orvane::FileHistoryEntry> Recording(Orvane::AlbumInfo* album, Orvane::AlbumSide* side) {
-        using namespace Orvane;
-        auto entry = MakeRef<FileHistoryEntry>(album, side);
+    Foundation::RefPtr<Orvane::FileHistoryEntry> Recording(Orvane::AlbumInfo* album, Orvane::AlbumSide* side) {
+        auto entry = Foundation::MakeRef<Orvane::FileHistoryEntry>(album, side);
         entry->extension = Number(2) ? ".flac" : ".wav";
         if (Number(3) == 0) {
-            entry->flags |= FHE_EXTERNAL_FILE;
+            entry->flags |= Orvane::FHE_EXTERNAL_FILE;
             entry->external_file = "/recordings/" + Text() + entry->extension;
         }
         if (Number(3) == 0) entry->name_suffix = "~2";
-        if (Number(4) == 0) entry->flags2 |= FHE_SWAP_CHANNELS;
+        if (Number(4) == 0) entry->flags2 |= Orvane::FHE_SWAP_CHANNELS;
         entry->file_time = 133000000000000000 + random();
         entry->samplerate = Number(2) ? 44100 : 96000;
         entry->file_size = int64_t{4} * random();
         entry->bits = 24;
         entry->comment = Number(3) ? "" : Text();
         entry->click_scan.sensitivity = static_cast<int8_t>(Number(8));
-        entry->click_scan.options = static_cast<uint8_t>(Number(2) ? SCAN_EQUALISE : SCAN_KEEP_MANUAL);
+        entry->click_scan.options = static_cast<uint8_t>(Number(2) ? Orvane::SCAN_EQUALISE : Orvane::SCAN_KEEP_MANUAL);
         int64_t time = 100000;
         for (int n = Number(4); n > 0; --n) {
             time += 300000;
             entry->cuts.Add(time, time + 50000, 2 * Number(500), 44100);
         }
         for (int n = Number(4); n > 0; --n) {
-            auto* marker = new MarkerCorrection;
+            auto* marker = new Orvane::MarkerCorrection;
             marker->start_time = marker->end_time = time += 300000;
             entry->markers.Append(marker);
             entry->side_breaks.push_back(time);
         }
         for (int n = Number(4); n > 0; --n) {
-            auto* filter = new FilterSetting;
+            auto* filter = new Orvane::FilterSetting;
             filter->absolute_start_time = Number(1000000);
             filter->absolute_end_time = filter->absolute_start_time + Number(1000000);
             filter->name = Text();
@@ -175,13 +173,13 @@ private:
             entry->filters.Append(filter);
         }
         if (Number(4) == 0) {
-            auto* eq = new FFTEq;
+            auto* eq = new Orvane::FFTEq;
             eq->name = "Bright, not loud";
             eq->gain = Number(100) - 50;
             eq->curve = Curve();
             entry->fft_eqs.Append(eq);
         }
-        if (Number(8) == 0) entry->record_eq_post = std::make_unique<RecordEq>(MakeRecordEq());
+        if (Number(8) == 0) entry->record_eq_post = std::make_unique<Orvane::RecordEq>(MakeRecordEq());
         entry->RecomputeTimes();
         return entry;
     }

@@ -13,20 +13,20 @@
 namespace OrvaneTest {
 
 // In use from its making to its end. Answers the scripted answers in order, then the button that changes nothing.
-class FakeMessageHost : public Tesslib::MessageHost {
+class FakeMessageHost : public Foundation::MessageHost {
 public:
-    explicit FakeMessageHost(std::deque<Tesslib::Answer> script = {})
-        : script(std::move(script)), before(Tesslib::SetMessageHost(this)) {}
-    ~FakeMessageHost() override { Tesslib::SetMessageHost(before); }
+    explicit FakeMessageHost(std::deque<Foundation::Answer> script = {})
+        : script(std::move(script)), before(Foundation::SetMessageHost(this)) {}
+    ~FakeMessageHost() override { Foundation::SetMessageHost(before); }
 
-    Tesslib::Answer Ask(const Tesslib::Message& message) override {
+    Foundation::Answer Ask(const Foundation::Message& message) override {
         asked.push_back(message);
         if (on_ask) on_ask(message);
         if (script.empty()) {
-            if (message.buttons == Tesslib::Buttons::Ok) return Tesslib::Answer::Ok;
-            return message.buttons == Tesslib::Buttons::YesNo ? Tesslib::Answer::No : Tesslib::Answer::Cancel;
+            if (message.buttons == Foundation::Buttons::Ok) return Foundation::Answer::Ok;
+            return message.buttons == Foundation::Buttons::YesNo ? Foundation::Answer::No : Foundation::Answer::Cancel;
         }
-        const Tesslib::Answer answer = script.front();
+        const Foundation::Answer answer = script.front();
         script.pop_front();
         return answer;
     }
@@ -34,23 +34,23 @@ public:
     // The messages shown, in plain words.
     std::vector<std::string> Texts() const {
         std::vector<std::string> texts;
-        for (const Tesslib::Message& message : asked) texts.push_back(Tesslib::PlainText(message.text));
+        for (const Foundation::Message& message : asked) texts.push_back(Foundation::PlainText(message.text));
         return texts;
     }
 
-    std::deque<Tesslib::Answer> script;
-    std::vector<Tesslib::Message> asked;
-    std::function<void(const Tesslib::Message&)> on_ask;
+    std::deque<Foundation::Answer> script;
+    std::vector<Foundation::Message> asked;
+    std::function<void(const Foundation::Message&)> on_ask;
 
 private:
-    Tesslib::MessageHost* before;
+    Foundation::MessageHost* before;
 };
 
 // In use from its making to its end. Read its fields when the job has ended.
-class FakeProgressHost : public Tesslib::ProgressHost {
+class FakeProgressHost : public Foundation::ProgressHost {
 public:
-    FakeProgressHost() : before(Tesslib::SetProgressHost(this)) {}
-    ~FakeProgressHost() override { Tesslib::SetProgressHost(before); }
+    FakeProgressHost() : before(Foundation::SetProgressHost(this)) {}
+    ~FakeProgressHost() override { Foundation::SetProgressHost(before); }
 
     void Begin(const std::string&, bool) override {}
     void Position(int) override {}
@@ -64,7 +64,7 @@ public:
     std::function<void(const std::string&)> on_log;
 
 private:
-    Tesslib::ProgressHost* before;
+    Foundation::ProgressHost* before;
 };
 
 }  // namespace OrvaneTest

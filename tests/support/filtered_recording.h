@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "cleanup/audiofilter.h"
+#include "cleanup/chain/audiofilter.h"
 #include "collection/filehistory.h"
 #include "collection/listchange.h"
 #include "memorystream.h"
@@ -16,7 +16,7 @@ namespace Orvane::Testing {
 class FilteredRecording {
 public:
     explicit FilteredRecording(std::vector<float> pairs, int rate = 44100,
-                               uint32_t flags = PCM_NO_CLICK_REPAIR | PCM_NO_FADERS)
+                               uint32_t flags = Tesslib::PCM_NO_CLICK_REPAIR | Tesslib::PCM_NO_FADERS)
         : source(rate, std::move(pairs)), stack(&entry, &source, flags, 0) {
         entry.samplerate = rate;
     }

@@ -32,7 +32,7 @@ struct LiveCollection {
     Orvane::FileHistoryEntry& AddRecording(Orvane::AlbumInfo& album, int side_index, std::string_view bytes,
                                            const std::string& suffix = {}) {
         Orvane::AlbumSide* side = album.GetSide(side_index, true);
-        side->AddRecording(Orvane::MakeRef<Orvane::FileHistoryEntry>(&album, side));
+        side->AddRecording(Foundation::MakeRef<Orvane::FileHistoryEntry>(&album, side));
         side->newest->extension = ".wav";
         side->newest->name_suffix = suffix;
         folder.Write(side->newest->GetPath(), bytes);

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "audiosignals.h"
-#include "cleanup/generatewaveform.h"
 #include "collection/crd_file.h"
 #include "foundation/mainloop.h"
 #include "live_collection.h"
 #include "tesslib/wavfile.h"
+#include "waveform/generatewaveform.h"
 
 namespace OrvaneTest {
 
@@ -46,7 +46,7 @@ struct RecordedAlbum : LiveCollection {
     }
     // Until all waveform files are made.
     static void Wait() {
-        while (!Orvane::NoBackgroundJobs(0)) Tesslib::GetMainLoop().RunOne(50);
+        while (!Orvane::NoBackgroundJobs(0)) Foundation::GetMainLoop().RunOne(50);
     }
 
     Orvane::AlbumInfo* album = Add("Art", "Blue");

@@ -11,6 +11,8 @@
 #include "tesslib/oggfile.h"
 #include "tesslib/wavfile.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -15,6 +15,8 @@
 #include "tesslib/fileformats.h"
 #include "tesslib/wavfile.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

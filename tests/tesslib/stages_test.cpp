@@ -16,6 +16,8 @@
 #include "tesslib/josconvert.h"
 #include "tesslib/stages.h"
 
+using namespace Foundation;
+
 namespace Tesslib {
 namespace {
 

@@ -1,0 +1,81 @@
+#include "cleanup/chain/clickrepair.h"
+
+#include <algorithm>
+
+using namespace Foundation;
+using namespace Tesslib;
+
+namespace Orvane {
+
+PCMClickRepair::PCMClickRepair(PCMStream* source, FileHistoryEntry* entry, CriticalSection& lock)
+    : PCMStream(source, 0), ListWatcher(lock), entry(entry), lock(lock) {}
+
+bool PCMClickRepair::Watches(const void* list) const {
+    return list == &entry->click_repairs[0] || list == &entry->click_repairs[1];
+}
+
+void PCMClickRepair::Load() {
+    if (load_failed || (entry->flags & FHE_CORRECTIONS_LOADED)) return;
+    load_failed = entry->LoadCorrections(true) < 0;
+    list_changed = true;
+}
+
+// The first repair of the channel that ends after `position`, null when there is none. Looks from where the last
+// search ended, so that reading on costs nothing and jumps cost the way between.
+const ClickRepair* PCMClickRepair::FirstEndingAfter(int channel, int64_t position) {
+    const ClickRepairList& list = entry->click_repairs[channel];
+    const ClickRepair*& cursor = next_repair[channel];
+    if (list_changed || Changing()) cursor = nullptr;
+    if (!cursor) cursor = list.First();
+    if (!cursor) return nullptr;
+    while (cursor->absolute_end_time > position) {
+        const ClickRepair* previous = ClickRepairList::Previous(cursor);
+        if (!previous) break;
+        cursor = previous;
+    }
+    while (cursor->absolute_end_time <= position) {
+        const ClickRepair* next = ClickRepairList::Next(cursor);
+        if (!next) return nullptr;
+        cursor = next;
+    }
+    return cursor;
+}
+
+int32_t PCMClickRepair::Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) {
+    if (flags & (PCM_NO_CLICK_REPAIR | PCM_RAW_DOP)) return source->Read(position, buffer, n_samples, flags);
+    Load();
+    int32_t count = source->Read(position, buffer, n_samples, flags);
+    if (count <= 0) return count;
+    Locked guard(lock);
+    int64_t end = position + count;
+    for (int channel = 0; channel < 2; ++channel) {
+        const ClickRepair* repair = FirstEndingAfter(channel, position);
+        for (; repair && repair->absolute_start_time < end; repair = ClickRepairList::Next(repair)) {
+            if (!repair->Applied()) continue;
+            int64_t from = std::max(position, repair->absolute_start_time);
+            int64_t available = std::min(end, repair->absolute_end_time) - from;
+            ORVANE_ASSERT(available >= 0);
+            const int16_t* sample = repair->samples.get() + (from - repair->absolute_start_time);
+            float* out = buffer + 2 * (from - position) + channel;
+            for (int64_t i = 0; i < available; ++i) out[2 * i] = static_cast<float>(sample[i] * 3.051850947599719e-05);
+        }
+    }
+    list_changed = false;
+    return count;
+}
+
+bool PCMClickRepair::AltersAudio(int64_t position, int64_t n_samples, uint32_t flags) {
+    if (flags & (PCM_NO_CLICK_REPAIR | PCM_RAW_DOP)) return false;
+    Load();
+    Locked guard(lock);
+    bool alters = false;
+    for (int channel = 0; channel < 2 && !alters; ++channel) {
+        const ClickRepair* repair = FirstEndingAfter(channel, position);
+        while (repair && !repair->Applied()) repair = ClickRepairList::Next(repair);
+        alters = repair && repair->absolute_start_time < position + n_samples;
+    }
+    if (!alters) list_changed = false;  // both cursors have been searched anew
+    return alters;
+}
+
+}  // namespace Orvane

@@ -1,0 +1,61 @@
+#include "cleanup/edit/editaccess.h"
+
+#include "collection/dataobjects.h"
+#include "foundation/host.h"
+#include "foundation/messages.h"
+
+using namespace Foundation;
+
+namespace Orvane {
+namespace {
+
+int n_bars = 0;
+
+void MarkEdited(FileHistoryEntry& entry) {
+    entry.flags |= FHE_CORRECTIONS_CHANGED;
+    MarkDirty();
+}
+
+}  // namespace
+
+EditAccess::EditAccess(FileHistoryEntry& entry) : entry(entry), opened(!entry.shared_stack) {
+    if (n_bars) {
+        ShowMessage(FormatMsg(Msg::PatchDialogOpen), Severity::Information);
+        return;
+    }
+    FileToPCM* chain = GetFileToPCM(&entry);
+    if (chain && entry.LoadCorrections(true) == 0) stream = chain;
+}
+
+EditAccess::~EditAccess() {
+    if (opened) ReleaseFileToPCM(&entry);
+}
+
+EditsBarred::EditsBarred() {
+    ++n_bars;
+}
+
+EditsBarred::~EditsBarred() {
+    --n_bars;
+}
+
+RepairsChange::RepairsChange(FileHistoryEntry& entry, int channels) : entry(entry) {
+    if (channels & CHANNEL_LEFT) left.emplace(&entry.click_repairs[0]);
+    if (channels & CHANNEL_RIGHT) right.emplace(&entry.click_repairs[1]);
+}
+
+RepairsChange::~RepairsChange() {
+    if (left) entry.click_repairs[0].dirty = true;
+    if (right) entry.click_repairs[1].dirty = true;
+    MarkEdited(entry);
+}
+
+TimelineChange::TimelineChange(FileHistoryEntry& entry)
+    : entry(entry), cuts(&entry.cuts), filters(&entry.filters), curves(&entry.fft_eqs), markers(&entry.markers) {}
+
+TimelineChange::~TimelineChange() {
+    entry.RecomputeTimes();
+    MarkEdited(entry);
+}
+
+}  // namespace Orvane

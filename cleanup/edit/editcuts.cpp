@@ -1,0 +1,108 @@
+#include "cleanup/edit/editcuts.h"
+
+#include <algorithm>
+
+#include "cleanup/edit/undo_corrections.h"
+#include "collection/albumset.h"
+#include "collection/recordingplaces.h"
+#include "collection/undo_records.h"
+#include "foundation/host.h"
+#include "foundation/messages.h"
+
+using namespace Foundation;
+
+namespace Orvane {
+namespace {
+
+constexpr const char* kTakesTrack = "The cut would take all of the track <b>%s</b>.  Please delete the track first.";
+
+// Where the recording begins on the time line of its album; -1 for one that is not in use, and behind one that is
+// missing, since its length is not known.
+int64_t StartOnTimeLine(FileHistoryEntry& entry) {
+    if (entry.album->tracks.empty()) return -1;
+    for (const RecordingPlace& place : PlaceRecordings(*entry.album)) {
+        if (place.entry == &entry) return place.start;
+        if (!place.found) break;
+    }
+    return -1;
+}
+
+// What lies behind `position` plays `shift` ticks later; nothing moves to before it.
+int64_t Moved(int64_t time, int64_t position, int64_t shift) {
+    return time > position ? std::max(position, time + shift) : time;
+}
+
+// Changes the cuts at the edited frame `position` so that the recording is `shift` frames longer, as one action. Tracks
+// keep their music, on later sides too. False when a track would lose all of it, which is shown; then nothing has
+// changed.
+template <class Undo, class Edit>
+bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t position, int64_t shift, Msg description,
+                Edit edit) {
+    const int64_t side_start = StartOnTimeLine(entry);
+    const int32_t rate = entry.SampleRate();
+    const int64_t from = side_start + to_ticks(rate, position);
+    const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.cuts.TotalLength() + shift);
+    const int64_t by = to_ticks(rate, length) - to_ticks(rate, access.EditedLength());
+    const auto move = [&](ALBUMTRACK& track) {
+        track.start = Moved(track.start, from, by);
+        track.end = Moved(track.end, from, by);
+    };
+    simple_vector<ALBUMTRACK>& tracks = entry.album->tracks;
+    for (ALBUMTRACK track : tracks) {
+        if (side_start < 0 || track.IsEmpty()) continue;
+        move(track);
+        if (!track.IsEmpty()) continue;
+        ShowMessage(fmt::sprintf(kTakesTrack, track.title), Severity::Information);
+        return false;
+    }
+
+    auto undo = std::make_unique<UndoGroup>(FormatMsg(description));
+    undo->Add(std::make_unique<Undo>(entry, undo->description));
+    {
+        const TimelineChange change(entry);
+        edit();
+    }
+    if (side_start >= 0) {
+        undo->Add(std::make_unique<UndoUpdateTrackInfo>(*entry.album, undo->description, 0, tracks.size() - 1));
+        const Change change(CHANGE_TRACK_TIMES, entry.album);
+        for (ALBUMTRACK& track : tracks) move(track);
+    }
+    AddUndo(std::move(undo));
+    return true;
+}
+
+bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_length, Msg description) {
+    const EditAccess access(entry);
+    if (!access) return false;
+    start = std::max<int64_t>(start, 0);
+    end = std::min(end, access.EditedLength());
+    if (end - start <= splice_length) {
+        ShowMessage(FormatMsg(Msg::SelectionTooShortToCut), Severity::Information);
+        return false;
+    }
+    // More goes than was selected: the splice, and what lies between the new cut and others near to it.
+    CutList after;
+    for (const CutAndSpliceCorrection& cut : entry.cuts) after.Append(new CutAndSpliceCorrection(cut));
+    after.Add(start, end, splice_length, entry.SampleRate());
+    const int64_t shift = entry.cuts.TotalLength() - after.TotalLength();
+    return ChangeCuts<UndoCut>(entry, access, start, shift, description, [&] { entry.cuts.Swap(after); });
+}
+
+}  // namespace
+
+bool CutSelection(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_ms) {
+    return Cut(entry, start, end, MulDiv(splice_ms, entry.SampleRate(), 1000) & ~1, Msg::CutSelection);
+}
+
+bool TruncateRecording(FileHistoryEntry& entry, int64_t position) {
+    return Cut(entry, position, INT64_MAX, 0, Msg::TruncateRecording);
+}
+
+bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
+    const EditAccess access(entry);
+    if (!access) return false;
+    return ChangeCuts<UndoDeleteCut>(entry, access, cut.start_time, cut.Length(), Msg::DeleteCut,
+                                     [&] { entry.cuts.Take(&cut); });
+}
+
+}  // namespace Orvane

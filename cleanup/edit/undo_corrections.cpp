@@ -1,0 +1,193 @@
+#include "cleanup/edit/undo_corrections.h"
+
+#include <algorithm>
+
+#include "foundation/messages.h"
+
+using namespace Foundation;
+
+namespace Orvane {
+namespace {
+
+template <class T>
+void CopyTo(const LinkedList<T>& from, LinkedList<T>& to) {
+    for (const T& e : from) to.Append(new T(e));
+}
+
+template <class T>
+std::vector<T> Copies(const LinkedList<T>& list) {
+    std::vector<T> copies;
+    for (const T& e : list) copies.push_back(e);
+    return copies;
+}
+
+template <class T>
+void Replace(LinkedList<T>& list, const std::vector<T>& contents) {
+    list.Clear();
+    for (const T& e : contents) list.Append(new T(e));
+}
+
+}  // namespace
+
+std::unique_ptr<UndoEntry> UndoCorrections::Apply() {
+    FileHistoryEntry* entry = ref.GoTo();
+    if (!entry) return nullptr;
+    const EditAccess access(*entry);
+    return access ? Exchange(*entry) : nullptr;
+}
+
+UndoRepairs::UndoRepairs(const FileHistoryEntry& entry, RepairStretch stretch, std::string description)
+    : UndoCorrections(entry, std::move(description)), stretch(std::move(stretch)) {
+    size = this->stretch.Bytes();
+}
+
+std::unique_ptr<UndoEntry> UndoRepairs::Exchange(FileHistoryEntry& entry) {
+    stretch.Exchange(entry);
+    return std::make_unique<UndoRepairs>(entry, std::move(stretch), description);
+}
+
+UndoAdjustClickRepair::UndoAdjustClickRepair(const FileHistoryEntry& entry, int channel, const ClickRepair& repair,
+                                             int64_t start, int64_t end, std::string description)
+    : UndoRepairs(entry,
+                  RepairStretch(entry, 1 << channel, std::min(start, repair.absolute_start_time),
+                                std::max(end, repair.absolute_end_time)),
+                  std::move(description)) {}
+
+UndoPatch::UndoPatch(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end)
+    : UndoRepairs(entry, RepairStretch(entry, channels, start, end), FormatMsg(Msg::PatchSelection)) {}
+
+UndoCuts::UndoCuts(const FileHistoryEntry& entry, std::string description)
+    : UndoCorrections(entry, std::move(description)), cuts(Copies(entry.cuts)) {}
+
+std::unique_ptr<UndoEntry> UndoCuts::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoCuts>(entry, description);
+    const TimelineChange change(entry);
+    Replace(entry.cuts, cuts);
+    return opposite;
+}
+
+struct UndoUpdateCorrections::Lists {
+    ClickRepairList repairs[2];
+    CutList cuts;
+    LinkedList<MarkerCorrection> markers;
+    LinkedList<FilterSetting> filters;
+    LinkedList<FFTEq> curves;
+    ScanSettings scan;
+};
+
+UndoUpdateCorrections::UndoUpdateCorrections(const FileHistoryEntry& entry, std::string description)
+    : UndoCorrections(entry, std::move(description)), lists(std::make_unique<Lists>()) {
+    for (int channel : {0, 1}) CopyTo(entry.click_repairs[channel], lists->repairs[channel]);
+    CopyTo(entry.cuts, lists->cuts);
+    CopyTo(entry.markers, lists->markers);
+    CopyTo(entry.filters, lists->filters);
+    CopyTo(entry.fft_eqs, lists->curves);
+    lists->scan = entry.click_scan;
+    size = RepairStretch(entry, CHANNELS_BOTH, 0, INT64_MAX).Bytes();
+}
+
+UndoUpdateCorrections::~UndoUpdateCorrections() = default;
+
+std::unique_ptr<UndoEntry> UndoUpdateCorrections::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoUpdateCorrections>(entry, description);
+    const RepairsChange repairs_change(entry, CHANNELS_BOTH);
+    const TimelineChange timeline_change(entry);
+    for (int channel : {0, 1}) entry.click_repairs[channel].Swap(lists->repairs[channel]);
+    entry.cuts.Swap(lists->cuts);
+    entry.markers.Swap(lists->markers);
+    entry.filters.Swap(lists->filters);
+    entry.fft_eqs.Swap(lists->curves);
+    entry.click_scan = lists->scan;
+    return opposite;
+}
+
+template <>
+LinkedList<FilterSetting>& SettingsOf(FileHistoryEntry& entry) {
+    return entry.filters;
+}
+
+template <>
+LinkedList<FFTEq>& SettingsOf(FileHistoryEntry& entry) {
+    return entry.fft_eqs;
+}
+
+template <class T>
+T* SettingAt(LinkedList<T>& list, int index) {
+    ORVANE_ASSERT(index >= 0 && index < list.size());
+    T* e = list.First();
+    while (index-- > 0) e = LinkedList<T>::Next(e);
+    return e;
+}
+
+template <class T>
+void Reorder(LinkedList<T>& list, const std::vector<int>& order) {
+    ORVANE_ASSERT(static_cast<int>(order.size()) == list.size());
+    std::vector<T*> entries;
+    while (T* e = list.First()) entries.push_back(list.Remove(e));
+    for (const int from : order) list.Append(entries[static_cast<size_t>(from)]);
+}
+
+template <class T>
+UndoSetting<T>::UndoSetting(FileHistoryEntry& entry, int index, std::string description)
+    : UndoCorrections(entry, std::move(description)), index(index), setting(*SettingAt(SettingsOf<T>(entry), index)) {}
+
+template <class T>
+std::unique_ptr<UndoEntry> UndoSetting<T>::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoSetting<T>>(entry, index, description);
+    const TimelineChange change(entry);
+    *SettingAt(SettingsOf<T>(entry), index) = setting;
+    return opposite;
+}
+
+template <class T>
+UndoOrder<T>::UndoOrder(const FileHistoryEntry& entry, const std::vector<int>& order, std::string description)
+    : UndoCorrections(entry, std::move(description)), back(order.size()) {
+    for (size_t i = 0; i < order.size(); ++i) back[static_cast<size_t>(order[i])] = static_cast<int>(i);
+}
+
+template <class T>
+std::unique_ptr<UndoEntry> UndoOrder<T>::Exchange(FileHistoryEntry& entry) {
+    const TimelineChange change(entry);
+    Reorder(SettingsOf<T>(entry), back);
+    return std::make_unique<UndoOrder<T>>(entry, back, description);
+}
+
+template <class T>
+UndoSettings<T>::UndoSettings(FileHistoryEntry& entry, std::string description)
+    : UndoCorrections(entry, std::move(description)), settings(Copies(SettingsOf<T>(entry))) {}
+
+template <class T>
+std::unique_ptr<UndoEntry> UndoSettings<T>::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoSettings<T>>(entry, description);
+    const TimelineChange change(entry);
+    Replace(SettingsOf<T>(entry), settings);
+    return opposite;
+}
+
+UndoNoiseSample::UndoNoiseSample(const FileHistoryEntry& entry, std::string description)
+    : UndoCorrections(entry, std::move(description)), stretch{entry.view_position[0], entry.view_position[1]} {}
+
+std::unique_ptr<UndoEntry> UndoNoiseSample::Exchange(FileHistoryEntry& entry) {
+    auto opposite = std::make_unique<UndoNoiseSample>(entry, description);
+    const TimelineChange change(entry);
+    SetNoiseSample(entry, stretch);
+    return opposite;
+}
+
+void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch) {
+    std::copy(stretch.begin(), stretch.end(), entry.view_position);
+    entry.noise_sample_changed = true;
+}
+
+template FilterSetting* SettingAt(LinkedList<FilterSetting>&, int);
+template FFTEq* SettingAt(LinkedList<FFTEq>&, int);
+template void Reorder(LinkedList<FilterSetting>&, const std::vector<int>&);
+template void Reorder(LinkedList<FFTEq>&, const std::vector<int>&);
+template class UndoSetting<FilterSetting>;
+template class UndoSetting<FFTEq>;
+template class UndoOrder<FilterSetting>;
+template class UndoOrder<FFTEq>;
+template class UndoSettings<FilterSetting>;
+template class UndoSettings<FFTEq>;
+
+}  // namespace Orvane

@@ -1,0 +1,179 @@
+// What can be undone about the corrections of a recording. Main thread.
+//
+// Each record is made before the change, when it notes what the change can touch, and added after it. Putting back
+// happens inside the bracket of the lists concerned, so that readers see one version or the other.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cleanup/edit/repairstretch.h"
+#include "collection/undo.h"
+#include "collection/undo_refs.h"
+
+namespace Orvane {
+
+// What they share: going to the recording and opening it for the edit.
+class UndoCorrections : public UndoEntry {
+public:
+    std::unique_ptr<UndoEntry> Apply() final;
+
+protected:
+    UndoCorrections(const FileHistoryEntry& entry, std::string description)
+        : UndoEntry(std::move(description)), ref(entry) {}
+    // Puts the record's data into the recording and returns what does the opposite.
+    virtual std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) = 0;
+
+private:
+    RecordingRef ref;
+};
+
+// The repairs of a stretch. The classes below say what to note for each kind of change.
+class UndoRepairs : public UndoCorrections {
+public:
+    UndoRepairs(const FileHistoryEntry& entry, RepairStretch stretch, std::string description);
+
+    // Takes the change back without asking anybody: it was not finished.
+    void PutBack(FileHistoryEntry& entry) { stretch.Exchange(entry); }
+    // The channels whose lists the change may touch.
+    int TouchedChannels() const { return stretch.NotedChannels(); }
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    RepairStretch stretch;
+};
+
+// Repairs are entered from `start` to `end`: those that stand there give way.
+class UndoInsertClickRepair : public UndoRepairs {
+public:
+    UndoInsertClickRepair(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end,
+                          std::string description)
+        : UndoRepairs(entry, RepairStretch(entry, channels, start, end), std::move(description)) {}
+};
+
+// All repairs from `start` to `end` are deleted, with their twins.
+class UndoDeleteClickRepair : public UndoRepairs {
+public:
+    UndoDeleteClickRepair(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end,
+                          std::string description)
+        : UndoRepairs(entry, RepairStretch(entry, channels, start, end), std::move(description)) {}
+};
+
+// `repair` gets new samples and goes from `start` to `end`.
+class UndoAdjustClickRepair : public UndoRepairs {
+public:
+    UndoAdjustClickRepair(const FileHistoryEntry& entry, int channel, const ClickRepair& repair, int64_t start,
+                          int64_t end, std::string description);
+};
+
+// A patch is entered in each of `channels`.
+class UndoPatch : public UndoRepairs {
+public:
+    UndoPatch(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end);
+};
+
+// The list of cuts with the times of all of them.
+class UndoCuts : public UndoCorrections {
+public:
+    UndoCuts(const FileHistoryEntry& entry, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::vector<CutAndSpliceCorrection> cuts;
+};
+
+class UndoCut : public UndoCuts {
+    using UndoCuts::UndoCuts;
+};
+
+class UndoDeleteCut : public UndoCuts {
+    using UndoCuts::UndoCuts;
+};
+
+// All corrections of a recording, and what the last scan was: for changes of any kind and extent, as by a scan.
+class UndoUpdateCorrections : public UndoCorrections {
+public:
+    UndoUpdateCorrections(const FileHistoryEntry& entry, std::string description);
+    ~UndoUpdateCorrections() override;
+
+private:
+    struct Lists;
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::unique_ptr<Lists> lists;
+};
+
+// Cleanup settings and curves alike: T is FilterSetting or FFTEq.
+template <class T>
+Foundation::LinkedList<T>& SettingsOf(FileHistoryEntry& entry);
+
+// One setting, by its place in the list.
+template <class T>
+class UndoSetting : public UndoCorrections {
+public:
+    UndoSetting(FileHistoryEntry& entry, int index, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    int index;
+    T setting;
+};
+
+// The order of the settings, of which only places change.
+template <class T>
+class UndoOrder : public UndoCorrections {
+public:
+    // Before settings are moved so that the one now at order[i] comes to place i.
+    UndoOrder(const FileHistoryEntry& entry, const std::vector<int>& order, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::vector<int> back;
+};
+
+// All settings.
+template <class T>
+class UndoSettings : public UndoCorrections {
+public:
+    UndoSettings(FileHistoryEntry& entry, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::vector<T> settings;
+};
+
+// The stretch of the noise sample.
+class UndoNoiseSample : public UndoCorrections {
+public:
+    UndoNoiseSample(const FileHistoryEntry& entry, std::string description);
+
+private:
+    std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+
+    std::array<int64_t, 2> stretch;
+};
+
+using UndoUpdateFSL = UndoSetting<FilterSetting>;
+using UndoUpdateFFTCurve = UndoSetting<FFTEq>;
+using UndoShuffleFilterList = UndoOrder<FilterSetting>;
+using UndoUpdateFSLArray = UndoSettings<FilterSetting>;
+
+// Puts the settings in the order that `order` says as above; each place appears once.
+template <class T>
+void Reorder(Foundation::LinkedList<T>& list, const std::vector<int>& order);
+
+// Start and end of the noise sample, frames in the file. Inside the bracket of the filter list, which readers of the
+// noise sample watch.
+void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch);
+
+template <class T>
+T* SettingAt(Foundation::LinkedList<T>& list, int index);
+
+}  // namespace Orvane
