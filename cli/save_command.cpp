@@ -33,11 +33,21 @@ int ChooseAlbums(CommandContext& context, const std::vector<int>& numbers, std::
 // Why the tracks of these albums cannot be saved, one and all; empty where there is something.
 std::string NothingToSave(const CommandContext& context, const std::vector<AlbumInfo*>& albums) {
     const auto any = [&](auto&& has) { return std::any_of(albums.begin(), albums.end(), has); };
-    const bool tracks = any([](const AlbumInfo* album) { return !album->tracks.empty(); });
-    if (tracks && any([](const AlbumInfo* album) { return !album->Recordings().empty(); })) return {};
-    const std::string whose = albums.size() == 1 ? context.AlbumName(*albums[0]) + " has" : "no album has";
-    return fmt::format("There is nothing to save: {} {}{} yet", whose, albums.size() == 1 ? "no " : "",
-                       tracks ? "recordings" : "tracks");
+    const auto has_break = [](const AlbumInfo* album) {
+        return std::any_of(album->tracks.begin(), album->tracks.end(), [](const auto& t) { return !t.IsEmpty(); });
+    };
+    const char* missing = nullptr;
+    if (!any([](const AlbumInfo* album) { return !album->tracks.empty(); })) {
+        missing = "tracks";
+    } else if (!any([](const AlbumInfo* album) { return !album->Recordings().empty(); })) {
+        missing = "recordings";
+    } else if (!any(has_break)) {
+        missing = "track breaks";
+    } else {
+        return {};
+    }
+    if (albums.size() > 1) return fmt::format("There is nothing to save: no album has {} yet", missing);
+    return fmt::format("There is nothing to save: {} has no {} yet", context.AlbumName(*albums[0]), missing);
 }
 
 void PrintResults(CommandContext& context, const SaveResult& result) {

@@ -169,6 +169,7 @@ void Count(const SavedTrack& saved, SaveResult& result) {
             ++result.n_partially_saved;
             break;
         case SAVE_SKIPPED:
+        case SAVE_NO_BREAK:
             ++result.n_skipped;
             break;
         case SAVE_NEEDED:
@@ -179,12 +180,36 @@ void Count(const SavedTrack& saved, SaveResult& result) {
     }
 }
 
+// Whether everything that the album's listing has times for is saved, and there is such a thing.
+bool IsWhole(const AlbumInfo& album, const std::vector<SavedTrack>& tracks) {
+    const auto is_done = [](const SavedTrack& saved) {
+        return saved.status == SAVE_DONE || saved.status == SAVE_ALREADY;
+    };
+    const auto is_fine = [&](const SavedTrack& saved) {
+        return is_done(saved) || saved.status == SAVE_SKIPPED || album.tracks[saved.track].IsEmpty();
+    };
+    return static_cast<int>(tracks.size()) == album.tracks.size() &&
+           std::all_of(tracks.begin(), tracks.end(), is_fine) && std::any_of(tracks.begin(), tracks.end(), is_done);
+}
+
 }  // namespace
+
+std::string SummaryText(const SaveResult& result) {
+    std::string text = fmt::sprintf("<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
+                                    result.n_saved, ClockText(result.duration), result.n_already_saved,
+                                    result.n_partially_saved, result.n_skipped);
+    if (result.n_failed) text += fmt::sprintf("<fg color=#ff0000>%d failed.</fg> ", result.n_failed);
+    return text + fmt::sprintf(
+                      "Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in "
+                      "File Explorer</l>",
+                      result.folder, result.folder);
+}
 
 SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings& settings, int n_threads,
                       const std::vector<int>& only_tracks) {
     if (n_threads <= 0) n_threads = MaxThreads();
     SaveResult result;
+    result.folder = settings.output_folder;
     int64_t started = MonotonicNs();
     const KeptFiles kept(albums);
     const auto names = TrackFileNames(albums, settings);
@@ -210,33 +235,20 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         WorkerThread::LaunchAll(running);
         --album->running_jobs;
 
-        SaveResult of_album;
         for (SavedTrack& saved : job.results) {
             if (saved.status == SAVE_NEEDED) saved.status = SAVE_CANCELLED;
-            Count(saved, of_album);
             Count(saved, result);
             result.tracks.push_back(saved);
         }
-        bool all_well = of_album.n_failed == 0 && of_album.n_partially_saved == 0 && !Progress::Cancelled() &&
-                        only_tracks.empty() && of_album.n_saved + of_album.n_already_saved > 0;
-        if (all_well && GetSetting("Update Status On Save", 1)) {
+        if (IsWhole(*album, job.results) && GetSetting("Update Status On Save", 1)) {
             bool burned = album->status == STATUS_BURNED || album->status == STATUS_BURNED_AND_SAVED;
             SetStatus(*album, burned ? STATUS_BURNED_AND_SAVED : STATUS_SAVED, true);
         }
     }
     result.cancelled = Progress::Cancelled();
-    if (result.cancelled) {
-        Progress::Log(std::string(MessageText(Msg::Cancelled)) + "\n");
-        return result;
-    }
-    Progress::Log(fmt::sprintf("\n<b>%d tracks saved in %s (%d already saved, %d partially saved, %d skipped).</b> ",
-                               result.n_saved,
-                               ClockText(MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000)),
-                               result.n_already_saved, result.n_partially_saved, result.n_skipped + result.n_failed));
-    Progress::Log(
-        fmt::sprintf("Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in File "
-                     "Explorer</l>\n",
-                     settings.output_folder, settings.output_folder));
+    result.duration = MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000);
+    Progress::Log(result.cancelled ? std::string(MessageText(Msg::Cancelled)) + "\n"
+                                   : "\n" + SummaryText(result) + "\n");
     return result;
 }
 

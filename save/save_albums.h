@@ -21,10 +21,15 @@ struct SaveResult {
     int n_saved = 0;
     int n_already_saved = 0;
     int n_partially_saved = 0;
-    int n_skipped = 0;
+    int n_skipped = 0;  // left out by the user, or without audio yet
     int n_failed = 0;
     bool cancelled = false;
+    int64_t duration = 0;  // ticks
+    std::string folder;    // the tracks lie below it
 };
+
+// How many tracks were saved, and where, in mark-up: what the log ends with.
+std::string SummaryText(const SaveResult& result);
 
 // Saves the tracks of `albums` as one job, album by album, with its lines in the progress log, and moves the status of
 // albums that went well. `only_tracks` limits it to some tracks (indices) of a single album; empty means all.

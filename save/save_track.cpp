@@ -209,6 +209,7 @@ const char* SaveStatusText(SaveTrackStatus status) {
         case SAVE_PARTIAL:
             return "partially saved";
         case SAVE_SKIPPED:
+        case SAVE_NO_BREAK:
             return "skipped";
         case SAVE_CANCELLED:
             return "cancelled";

@@ -231,7 +231,10 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
         EXPECT_NE(result.tracks[i].message.find(expected[i].message), std::string::npos) << result.tracks[i].message;
     }
     EXPECT_NE(log.find("<fg color=#ff0000>"), std::string::npos);
-    EXPECT_EQ(result.n_failed, 3);
+    EXPECT_EQ(result.n_failed, 1);
+    EXPECT_NE(log.find("(0 already saved, 1 partially saved, 3 skipped).</b> <fg color=#ff0000>1 failed.</fg>"),
+              std::string::npos)
+        << log;
     EXPECT_NE(album.status, STATUS_SAVED);
 
     AddSide(40000);
@@ -241,6 +244,26 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
     EXPECT_EQ(result.tracks[0].status, SAVE_DONE);
     EXPECT_EQ(result.tracks[2].status, SAVE_FAILED);
     EXPECT_NE(result.tracks[2].message.find("side2.wav"), std::string::npos);
+}
+
+TEST_F(SavedAlbum, AnAlbumIsSavedWhenAllThatWasRecordedIs) {
+    AddSide(30000);
+    AddTrack(0, 10000);
+    AddTrack(10000, 10000, "No break yet");
+    struct Case {
+        int64_t start, end;  // of a third track
+        AlbumStatus status;
+    };
+    for (const Case& c : {Case{10000, 10000, STATUS_SAVED},
+                          {10000, 20000, STATUS_SAVED},
+                          {20000, 40000, STATUS_NONE},     // runs out
+                          {40000, 50000, STATUS_NONE}}) {  // lies behind the recording
+        album.status = STATUS_NONE;
+        album.tracks.resize(2);
+        AddTrack(c.start, c.end);
+        EXPECT_EQ(Save().n_failed, 0);
+        EXPECT_EQ(album.status, c.status) << c.start;
+    }
 }
 
 TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
