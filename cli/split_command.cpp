@@ -56,10 +56,13 @@ int Split(CommandContext& context, const SplitArguments& arguments) {
     WaveformOverview overview;
     if (int code = ReadOverview(context, *album, overview)) return code;
     InterruptibleScan host;
-    const int n_set = SplitDialog(*album).ScanForTrackBreaks(arguments.adjust ? BREAK_SCAN_ADJUST : 0, overview, host);
-    if (Interrupted()) return context.Cancelled();
-    if (n_set == 0) return context.Fail(MessageText(Msg::NoTrackBreaksFound));
-    context.result["found"] = n_set;
+    const BreakScanResult scan =
+        SplitDialog(*album).ScanForTrackBreaks(arguments.adjust ? BREAK_SCAN_ADJUST : 0, overview, host);
+    if (scan.outcome.Is(Kind::Cancelled)) return context.Cancelled();
+    if (!scan.outcome) return context.Fail(scan.outcome.Text());
+    if (scan.n_set == 0) return context.Fail(MessageText(Msg::NoTrackBreaksFound));
+    if (scan.advice) context.Remark(FormatMsg(*scan.advice));
+    context.result["found"] = scan.n_set;
     context.result["seconds"] = static_cast<double>(MonotonicNs() - started) * 1e-9;
     const TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
     if (int code = Report(context, *album)) return code;
@@ -72,12 +75,11 @@ int Insert(CommandContext& context, const SplitArguments& arguments) {
     if (int code = OpenAlbum(context, arguments, album)) return code;
     SplitDialog dialog(*album);
     dialog.end = EndOfRecordings(*album);
-    const std::string problem = PastEndProblem(arguments.at, dialog.end);
-    if (!problem.empty()) return context.Fail(problem);
+    Outcome outcome = CheckWithin(arguments.at, dialog.end);
+    if (!outcome) return context.Fail(outcome.Text());
     dialog.SelectAt(arguments.at);
-    if (!dialog.InsertTrackBreak(arguments.at, arguments.alt ? Alt::Down : Alt::Up)) {
-        return context.Fail(FormatMsg(Msg::NoRoomForTrackBreak, FormatTime(arguments.at)));
-    }
+    outcome = dialog.InsertTrackBreak(arguments.at, arguments.alt ? Alt::Down : Alt::Up);
+    if (!outcome) return context.Fail(outcome.Text());
     return Report(context, *album);
 }
 
@@ -108,13 +110,10 @@ int Clear(CommandContext& context, const SplitArguments& arguments) {
 }  // namespace
 
 int ReadOverview(CommandContext& context, const AlbumInfo& album, WaveformOverview& overview) {
-    bool read;
-    {
-        ProgressJob job("Looking for track breaks");
-        read = ReadAlbumOverview(album, overview);
-    }
+    const ProgressJob job("Looking for track breaks");
+    const Outcome read = ReadAlbumOverview(album, overview);
     if (read) return CLI_DONE;
-    return Interrupted() ? context.Cancelled() : context.FailLastError();
+    return read.Is(Kind::Cancelled) ? context.Cancelled() : context.Fail(read.Text());
 }
 
 void ReportLeftOut(CommandContext& context, const std::vector<TrackScanner::Stretch>& left_out, Json& figures) {

@@ -9,6 +9,8 @@
 #include "split/splitdialog.h"
 #include "split/trackorder.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -67,13 +69,13 @@ int Add(CommandContext& context, const TrackArguments& arguments) {
     track.start = timed ? arguments.start : n_set ? album->tracks[n_set - 1].end : 0;
     track.end = timed ? arguments.end : track.start + arguments.length;
     // The lengths of a listing need only be near the truth.
-    std::string problem = PastEndProblem(timed ? track.end : track.start + kShortestTrack, EndOfRecordings(*album));
-    if (!problem.empty()) return context.Usage(problem);
+    Outcome outcome = CheckWithin(timed ? track.end : track.start + kShortestTrack, EndOfRecordings(*album));
+    if (!outcome) return context.Usage(outcome.Text());
     int index = PlaceForTrack(album->tracks, track);
     InsertTrack(*album, index, track, false);
     SettleUnsetTracks(album->tracks);
-    problem = ListingProblem(album->tracks);
-    if (!problem.empty()) return context.Usage(problem);
+    outcome = CheckListing(album->tracks);
+    if (!outcome) return context.Usage(outcome.Text());
     return ReportTrack(context, *album, index, "Added");
 }
 
@@ -87,8 +89,8 @@ int ChangeTrack(CommandContext& context, const TrackArguments& arguments, const 
     std::string problem = Assign(track, assignments);
     SplitDialog dialog(*album);
     dialog.end = EndOfRecordings(*album);
-    if (problem.empty()) problem = dialog.EditTrack(index, track);
     if (!problem.empty()) return context.Usage(problem);
+    if (const Outcome edited = dialog.EditTrack(index, track); !edited) return context.Usage(edited.Text());
     return ReportTrack(context, *album, dialog.Selected(), "Changed");
 }
 

@@ -102,7 +102,7 @@ int DrawPicture(CommandContext& context, const WaveformArguments& arguments, con
             return context.FailLastError();
     }
     const Canvas canvas = DrawSide(picture);
-    if (canvas.WritePng(arguments.png) < 0) return context.FailLastError();
+    if (const Outcome written = canvas.WritePng(arguments.png); !written) return context.Fail(written.Text());
     context.result["png"] = AbsolutePath(arguments.png);
     context.result["width"] = canvas.width;
     context.result["height"] = canvas.height;

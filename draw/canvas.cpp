@@ -80,19 +80,19 @@ bool Encode(FILE* file, int width, int height, const uint8_t* bytes) {
 
 }  // namespace
 
-int Canvas::WritePng(const std::string& path) const {
+Outcome Canvas::WritePng(const std::string& path) const {
     static_assert(sizeof(Colour) == 3);
     const std::string temporary = TemporaryName(path);
     int error = 0;
     FILE* file = OpenFile(temporary, "wb", error);
-    if (!file) return FailOpenForWriting(path, error);
+    if (!file) return Outcome::OfLastError(FailOpenForWriting(path, error));
     errno = 0;
     if (!Encode(file, width, height, &pixels.front().red)) error = errno ? errno : EIO;
     if (!error) error = FlushToDisk(file);
     if (std::fclose(file) != 0 && !error) error = errno;
-    if (!error) return PutInPlace(temporary, path, OldFile::Drop);
+    if (!error) return Outcome::OfLastError(PutInPlace(temporary, path, OldFile::Drop));
     RemoveFile(temporary);
-    return FailWrite(path, error);
+    return Outcome::OfLastError(FailWrite(path, error));
 }
 
 }  // namespace Orvane

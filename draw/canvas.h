@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/outcome.h"
+
 namespace Orvane {
 
 struct Colour {
@@ -26,8 +28,8 @@ public:
     void Text(int left, int top, std::string_view text, Colour colour, int room, Weight weight = Weight::Normal);
     static int TextWidth(std::string_view text);
 
-    // Replaces the file. 0, or a StreamError with its reason as last error.
-    int WritePng(const std::string& path) const;
+    // Replaces the file, at every moment of which the old or the new one is there.
+    Foundation::Outcome WritePng(const std::string& path) const;
 
     Colour At(int x, int y) const { return pixels[static_cast<size_t>(y) * width + x]; }
 

@@ -34,7 +34,7 @@ private:
 
 }  // namespace
 
-bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
+Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     overview = {};
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
     // The length is known only once the recording has been open, which also drops a waveform of an older file.
@@ -45,20 +45,21 @@ bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     };
     if (std::all_of(recordings.begin(), recordings.end(), is_drawn)) {
         ReadSideOverview(overview, recordings, 0);
-        if (overview.loaded) return true;
+        if (overview.loaded) return {};
         overview = {};
     }
     const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
     for (size_t i = 0; i < recordings.size(); ++i) {
         FileHistoryEntry& recording = *recordings[i];
-        if (recording.Open(USER_SCAN, false) != OPEN_GOOD) return false;
+        if (const int status = recording.Open(USER_SCAN, false)) return Outcome::OfLastError(status);
         const auto stream = MakeRef<ReportingPCMStream>(recording.open_file.get(), static_cast<int>(i) * share, share);
         const int failure = overview.AddRecording(*stream);
         recording.Close(USER_SCAN);
-        if (failure || Progress::Cancelled()) return false;
+        if (Progress::Cancelled()) return Outcome::Cancelled();
+        if (failure) return Outcome::OfLastError(failure);
     }
     overview.loaded = true;
-    return true;
+    return {};
 }
 
 }  // namespace Orvane

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 #include "waveform/waveformdata.h"
 
 namespace Orvane {
 
-// Reads the recordings in use, end to end. The progress display shows how far it is, and may cancel. False then, and
-// when a recording cannot be read, with the reason as last error; the overview is only usable on true. Main thread.
-bool ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview);
+// Reads the recordings in use, end to end. The progress display shows how far it is, and may cancel. The overview is
+// only usable when all could be read. Main thread.
+Foundation::Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview);
 
 }  // namespace Orvane

@@ -2,17 +2,12 @@
 
 #include <algorithm>
 
-#include "foundation/host.h"
-#include "foundation/messages.h"
-
 using namespace Foundation;
 
 namespace Orvane {
 
-bool FixSideBreaks::CheckAny() const {
-    if (!before.empty()) return true;
-    ShowMessage(FormatMsg(Msg::NoSideBreaks), Severity::Information);
-    return false;
+Outcome FixSideBreaks::CheckAny() const {
+    return before.empty() ? Outcome::Fail(Kind::Refused, Msg::NoSideBreaks) : Outcome();
 }
 
 void FixSideBreaks::MoveRight() {

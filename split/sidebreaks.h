@@ -3,6 +3,7 @@
 #pragma once
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -11,8 +12,8 @@ class FixSideBreaks {
 public:
     explicit FixSideBreaks(FileHistoryEntry& recording) : recording(recording), before(recording.side_breaks) {}
 
-    // False, with a message, when the recording has no side breaks.
-    bool CheckAny() const;
+    // Refused when the recording has no side breaks.
+    Foundation::Outcome CheckAny() const;
     void MoveRight();
     void MoveLeft();
     void Cancel();

@@ -6,7 +6,7 @@
 #include "collection/albumset.h"
 #include "collection/tracktime.h"
 #include "collection/undo_records.h"
-#include "foundation/host.h"
+#include "foundation/messages.h"
 #include "split/trackorder.h"
 
 using namespace Foundation;
@@ -58,15 +58,14 @@ bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) 
     return true;
 }
 
-bool SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
+Outcome SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
     EndFaderGesture();
     TrackList changed = album.tracks;
     if (position > end || !Orvane::InsertTrackBreak(changed, selected, position, alt)) {
-        ShowMessage(FormatMsg(Msg::NoRoomForTrackBreak, FormatTime(position)), Severity::Information);
-        return false;
+        return Outcome::Fail(Kind::Refused, Msg::NoRoomForTrackBreak, FormatTime(position));
     }
     Store(std::move(changed), Msg::InsertTrackBreak, MakeUndo::Yes);
-    return true;
+    return {};
 }
 
 // The track whose end is the break that was hit.
@@ -148,7 +147,7 @@ void SplitDialog::DeleteAllTrackBreaks() {
     if (Store(std::move(changed), Msg::DeleteAllTrackBreaks, MakeUndo::Yes)) album.sides_adjusted = 0;
 }
 
-std::string SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
+Outcome SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
     EndFaderGesture();
     TrackList changed = album.tracks;
     ALBUMTRACK& track = changed[index];
@@ -158,9 +157,8 @@ std::string SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
     if (stays && track.IsEmpty()) track.start = track.end = start;
     if (!stays) {
         index = MoveToItsPlace(changed, index);
-        std::string problem = PastEndProblem(edited.end, end);
-        if (problem.empty()) problem = ListingProblem(changed);
-        if (!problem.empty()) return problem;
+        if (Outcome within = CheckWithin(edited.end, end); !within) return within;
+        if (Outcome listing = CheckListing(changed); !listing) return listing;
     }
     Store(std::move(changed), Msg::EditTrackDetails, MakeUndo::Yes);
     Select(index);

@@ -1,5 +1,5 @@
-// The Split Tracks screen without its window: the rules of track breaks applied to an album, with undo, messages and
-// the announcement of changes.
+// The Split Tracks screen without its window: the rules of track breaks applied to an album, with undo and
+// the announcement of changes. What is refused leaves everything as it was.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 #include "collection/recordingplaces.h"
 #include "foundation/event.h"
-#include "foundation/messages.h"
+#include "foundation/outcome.h"
 #include "split/scan.h"
 #include "split/trackbreaks.h"
 
@@ -21,6 +21,13 @@ enum class MakeUndo { No, Yes };
 enum BreakScanFlags : int {
     BREAK_SCAN_ADJUST = 1,  // move the breaks that there are to the gaps near them
     BREAK_SCAN_UNDO = 2,    // one entry of undo for the whole run
+};
+
+struct BreakScanResult {
+    // Refused while the overview is not there; cancelled when the user ended it, which keeps the tracks found so far.
+    Foundation::Outcome outcome;
+    int n_set = 0;                          // tracks that have times now
+    std::optional<Foundation::Msg> advice;  // what the user can do about a result that is not as expected
 };
 
 // Main thread. The album outlives it; it is of the live collection or a working copy, whose changes cannot be undone.
@@ -37,8 +44,8 @@ public:
     void Select(int index);
     void SelectAt(int64_t position) { Select(FindNearestTrack(album.tracks, position)); }
 
-    // False when there was no room, which has been told.
-    bool InsertTrackBreak(int64_t position, Alt alt);
+    // Refused when there is no room.
+    Foundation::Outcome InsertTrackBreak(int64_t position, Alt alt);
     // A start stands for the end of the track before it. By position the nearest break within `hit_tolerance` counts,
     // and nothing happens when that is a start. `index` matters only for the other hits. True if a break went.
     bool DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt);
@@ -56,17 +63,16 @@ public:
     // Leaves the titles on their rows.
     void DeleteAllTrackBreaks();
     // Gives a row other texts, faders and times. With other times it goes to its place in the listing, which Selected
-    // then tells. What is wrong with the times, and nothing has changed; empty when it is done.
-    std::string EditTrack(int index, const ALBUMTRACK& edited);
+    // then tells. Refused when the times do not fit.
+    Foundation::Outcome EditTrack(int index, const ALBUMTRACK& edited);
     // With `close_gap` all later tracks move back by its length.
     ALBUMTRACK DeleteTrack(int index, bool close_gap);
     // Moves a title to another row; the times stay on theirs.
     void MoveTrackInList(int from, int to);
 
-    // Makes the breaks anew, titles staying, or adjusts them, and tells what to do when it did not go as expected. The
-    // overview is that of the album's recordings. Every track shows as soon as it has been found, but the change is
-    // announced as one. The number of set tracks.
-    int ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host);
+    // Makes the breaks anew, titles staying, or adjusts them. The overview is that of the album's recordings. Every
+    // track shows as soon as it has been found, but the change is announced as one.
+    BreakScanResult ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host);
     bool IsBusy() const { return busy; }  // a scan runs: no other command may
 
     int64_t end = kUnknownEnd;           // of the album's time line, in ticks; no break may come behind it

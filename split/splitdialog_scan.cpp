@@ -1,21 +1,20 @@
 #include <algorithm>
 
 #include "collection/albumset.h"
-#include "foundation/host.h"
+#include "foundation/messages.h"
 #include "split/splitdialog.h"
 
 using namespace Foundation;
 
 namespace Orvane {
 
-int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host) {
+BreakScanResult SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host) {
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
-    if (recordings.empty()) return 0;
+    if (recordings.empty()) return {};
     const bool generating =
         std::any_of(recordings.begin(), recordings.end(), [](const auto* entry) { return entry->generating.load(); });
     if (generating || overview.total_bytes == 0) {
-        ShowMessage(FormatMsg(Msg::ScanNeedsWaveform), Severity::Information);
-        return 0;
+        return {Outcome::Fail(Kind::Refused, Msg::ScanNeedsWaveform), 0, {}};
     }
     EndFaderGesture();
     const bool adjust = (flags & BREAK_SCAN_ADJUST) != 0;
@@ -38,16 +37,16 @@ int SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview,
     busy = false;
     Select(0);
 
-    const int n_found = FirstUnsetTrack(album.tracks);
-    if (adjust || scanner.Escaped()) return n_found;
-    if (n_found == 0) {
-        ShowMessage(FormatMsg(Msg::NoTrackBreaksFound), Severity::Information);
-    } else if (n_before > 0 && n_found != n_before) {
-        const bool more = n_found > n_before;
-        ShowMessage(FormatMsg(more ? Msg::MoreTrackBreaksThanTracks : Msg::FewerTrackBreaksThanTracks),
-                    Severity::Information);
+    BreakScanResult result;
+    result.n_set = FirstUnsetTrack(album.tracks);
+    if (scanner.Escaped()) {
+        result.outcome = Outcome::Cancelled();
+    } else if (!adjust && result.n_set == 0) {
+        result.advice = Msg::NoTrackBreaksFound;
+    } else if (!adjust && n_before > 0 && result.n_set != n_before) {
+        result.advice = result.n_set > n_before ? Msg::MoreTrackBreaksThanTracks : Msg::FewerTrackBreaksThanTracks;
     }
-    return n_found;
+    return result;
 }
 
 }  // namespace Orvane

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "collection/tracktime.h"
+#include "foundation/markup.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -13,28 +14,32 @@ namespace {
 constexpr int64_t kSlack = 20;  // ticks by which tracks may overlap
 
 std::string NameOf(const TrackList& tracks, int index) {
-    return fmt::format("{} (\"{}\")", index + 1, tracks[index].title);
+    return fmt::format("{} (\"{}\")", index + 1, LiteralMarkup(tracks[index].title));
 }
 
-// What is wrong with a track that has times, seen from the one before it.
-std::string TrackProblem(const TrackList& tracks, int index) {
+Outcome Refuse(std::string text) {
+    return Outcome::FailText(Kind::Refused, std::move(text));
+}
+
+// A track that has times, seen from the one before it.
+Outcome CheckTrack(const TrackList& tracks, int index) {
     const ALBUMTRACK& track = tracks[index];
     if (track.end < track.start) {
-        return fmt::format("Track {} would end at {}, before it starts at {}", NameOf(tracks, index),
-                           FormatTime(track.end), FormatTime(track.start));
+        return Refuse(fmt::format("Track {} would end at {}, before it starts at {}", NameOf(tracks, index),
+                                  FormatTime(track.end), FormatTime(track.start)));
     }
     if (track.end - track.start < kShortestTrack) {
-        return FormatMsg(Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond);
+        return Outcome::Fail(Kind::Refused, Msg::TracksHaveALength, kShortestTrack / kTicksPerSecond);
     }
     if (index == 0) return {};
     const ALBUMTRACK& before = tracks[index - 1];
     if (before.IsEmpty()) {
-        return fmt::format("Track {} would stand behind track {}, which has no times yet", NameOf(tracks, index),
-                           NameOf(tracks, index - 1));
+        return Refuse(fmt::format("Track {} would stand behind track {}, which has no times yet", NameOf(tracks, index),
+                                  NameOf(tracks, index - 1)));
     }
     if (track.start < before.end - kSlack) {
-        return fmt::format("Track {} would start at {}, before track {} ends at {}", NameOf(tracks, index),
-                           FormatTime(track.start), NameOf(tracks, index - 1), FormatTime(before.end));
+        return Refuse(fmt::format("Track {} would start at {}, before track {} ends at {}", NameOf(tracks, index),
+                                  FormatTime(track.start), NameOf(tracks, index - 1), FormatTime(before.end)));
     }
     return {};
 }
@@ -66,17 +71,17 @@ int MoveToItsPlace(TrackList& tracks, int index) {
     return index;
 }
 
-std::string ListingProblem(const TrackList& tracks) {
+Outcome CheckListing(const TrackList& tracks) {
     for (int i = 0; i < tracks.size(); ++i) {
         if (tracks[i].IsEmpty()) continue;
-        if (std::string problem = TrackProblem(tracks, i); !problem.empty()) return problem;
+        if (Outcome checked = CheckTrack(tracks, i); !checked) return checked;
     }
     return {};
 }
 
-std::string PastEndProblem(int64_t position, int64_t end) {
+Outcome CheckWithin(int64_t position, int64_t end) {
     if (position <= end) return {};
-    return fmt::format("The recordings end at {} already", FormatTime(end));
+    return Refuse(fmt::format("The recordings end at {} already", FormatTime(end)));
 }
 
 }  // namespace Orvane

@@ -2,8 +2,7 @@
 // overlapping, then those that have none yet.
 #pragma once
 
-#include <string>
-
+#include "foundation/outcome.h"
 #include "split/trackbreaks.h"
 
 namespace Orvane {
@@ -17,10 +16,10 @@ void SettleUnsetTracks(TrackList& tracks);
 // Puts a track whose times have changed at its place in the listing; its new index.
 int MoveToItsPlace(TrackList& tracks, int index);
 
-// What is wrong with the times of a listing; empty when it is nothing. An overlap too short to be heard is none.
-std::string ListingProblem(const TrackList& tracks);
+// Refused when the times of a listing do not go together. An overlap too short to be heard is let through.
+Foundation::Outcome CheckListing(const TrackList& tracks);
 
-// The same of a position on a time line that ends at `end`.
-std::string PastEndProblem(int64_t position, int64_t end);
+// Refused when a position lies behind `end`, that of the time line.
+Foundation::Outcome CheckWithin(int64_t position, int64_t end);
 
 }  // namespace Orvane

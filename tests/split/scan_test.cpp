@@ -8,7 +8,6 @@
 #include "audiosignals.h"
 #include "collection/steering_file.h"
 #include "collection/undo.h"
-#include "fake_hosts.h"
 #include "foundation/settings.h"
 #include "listing.h"
 #include "recorded_side.h"
@@ -75,7 +74,6 @@ protected:
     }
 
     OrvaneTest::TempFolder folder;
-    OrvaneTest::FakeMessageHost messages;
     ScanHost host;
 };
 
@@ -190,9 +188,10 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
         for (const int flags : {0, int{BREAK_SCAN_ADJUST}}) {
             side.album.tracks = Listing(flags ? "6-90 90-100 100-190 190-300" : "");
             StoppingHost stopping(looks);
-            const int n = SplitDialog(side.album).ScanForTrackBreaks(flags, side.overview, stopping);
-            EXPECT_TRUE(stopping.looks > 0 || messages.asked.empty()) << "of a scan that was not finished";
-            messages.asked.clear();
+            const BreakScanResult scan = SplitDialog(side.album).ScanForTrackBreaks(flags, side.overview, stopping);
+            const int n = scan.n_set;
+            EXPECT_EQ(scan.outcome.Is(Kind::Cancelled), stopping.looks <= 0);
+            EXPECT_FALSE(scan.advice) << "of a scan that was not finished, or without titles to compare with";
             EXPECT_EQ(side.album.sides_adjusted, flags && stopping.looks > 0 ? 1 : 0);
             if (!flags) {
                 EXPECT_EQ(n, stopping.n_found);
@@ -207,6 +206,22 @@ TEST_F(ScanTest, EscapeKeepsWhatHasBeenFoundAndTheTracksInOrder) {
     }
 }
 
+TEST_F(ScanTest, AdviceComparesWithTheTitles) {
+    LevelAlbum side, silent;
+    side.AddSide({{6, 0}, {100, 100}, {4, 0}, {100, 100}, {80, 0}});
+    silent.AddSide({{60, 0}});
+    for (const auto& [album, titles, advice] :
+         {std::tuple(&side, "0 0 0", std::optional(Msg::FewerTrackBreaksThanTracks)),
+          {&side, "0 0", std::nullopt},
+          {&side, "0", Msg::MoreTrackBreaksThanTracks},
+          {&silent, "0", Msg::NoTrackBreaksFound}}) {
+        album->album.tracks = Listing(titles);
+        const BreakScanResult scan = SplitDialog(album->album).ScanForTrackBreaks(0, album->overview, host);
+        EXPECT_TRUE(scan.outcome.Ok());
+        EXPECT_EQ(scan.advice, advice) << titles;
+    }
+}
+
 TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     OrvaneTest::RecordedAlbum sides;
     for (const int frames : {50000, 60000}) sides.AddSide(OrvaneTest::NoisePairs(frames));
@@ -214,11 +229,11 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     WaveformReader drawing(*sides.album->sides[0]->newest);
     std::vector<WaveformRecord> columns;
     EXPECT_EQ(drawing.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
-    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_audio));
+    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_audio).Ok());
     EXPECT_EQ(drawing.Read({40000, 1000, 100, false}, columns), WaveformResult::Drawn) << "its file has been closed";
     for (FileHistoryEntry* entry : sides.album->Recordings()) RequestWaveformData(*entry);
     OrvaneTest::RecordedAlbum::Wait();
-    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files));
+    ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files).Ok());
     EXPECT_EQ(from_files.bytes, from_audio.bytes);
     EXPECT_EQ(from_files.total_samples, 110000);
     sides.folder.Write(sides.album->sides[0]->newest->WaveformPath(".wft"), std::string(43, '\1'));
@@ -226,7 +241,7 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     ASSERT_TRUE(SaveCollection(sides.set.path, sides.set, false));
     std::unique_ptr<AlbumSet> reloaded;
     OpenCollection(sides.set.path, &reloaded);
-    ASSERT_TRUE(ReadAlbumOverview(*reloaded->albums.First(), spoilt));
+    ASSERT_TRUE(ReadAlbumOverview(*reloaded->albums.First(), spoilt).Ok());
     EXPECT_EQ(spoilt.bytes[5], 1);
 }
 
