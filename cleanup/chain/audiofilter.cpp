@@ -46,21 +46,39 @@ int64_t PCMStreamToFilter::GetTotalSamples(uint32_t flags) {
 }
 
 PCMFilterToStream::PCMFilterToStream(PCMStream* source, PCMFilter* filter, PCMStreamToFilter* bottom,
-                                     CriticalSection& lock)
-    : PCMStream(source, 0), filter(filter), bottom(bottom), lock(lock) {}
+                                     CriticalSection& lock, int32_t samplerate)
+    : PCMStream(source, samplerate), filter(filter), bottom(bottom), lock(lock) {}
+
+int32_t PCMFilterToStream::ReadChunk(int64_t position, int32_t n_samples, uint32_t flags) {
+    if (left.size() < static_cast<size_t>(n_samples)) {
+        left.resize(n_samples);
+        right.resize(n_samples);
+    }
+    const int32_t n = filter->Read(position, left.data(), right.data(), n_samples, flags);
+    next_position = n < 0 ? -1 : position + n;
+    last_flags = flags;
+    return n;
+}
+
+// What cannot be read here is none of what was asked for: the filters then start where it ends.
+void PCMFilterToStream::Settle(int64_t position, uint32_t flags) {
+    int64_t at = std::max<int64_t>(0, position - MulDiv64(kSettlingMs, samplerate, 1000));
+    if (filter->PassesThrough(at, position - at, flags)) return;
+    while (at < position) {
+        const int32_t n = ReadChunk(at, static_cast<int32_t>(std::min<int64_t>(position - at, kChainChunk)), flags);
+        if (n <= 0) return;
+        at += n;
+    }
+}
 
 int32_t PCMFilterToStream::Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) {
     if (flags & PCM_NO_FILTERS) return source->Read(position, buffer, n_samples, flags);
     Locked guard(lock);
     if (filter->PassesThrough(position, n_samples, flags)) return source->Read(position, buffer, n_samples, flags);
+    if (position != next_position || flags != last_flags) Settle(position, flags);
     int32_t total = 0;
     while (total < n_samples) {
-        int32_t chunk = std::min(n_samples - total, kChainChunk);
-        if (left.size() < static_cast<size_t>(chunk)) {
-            left.resize(chunk);
-            right.resize(chunk);
-        }
-        int32_t n = filter->Read(position + total, left.data(), right.data(), chunk, flags);
+        const int32_t n = ReadChunk(position + total, std::min(n_samples - total, kChainChunk), flags);
         if (n < 0) return n;
         if (n == 0) break;
         float* pair = buffer + 2 * static_cast<int64_t>(total);
@@ -139,7 +157,7 @@ struct PCMStack::PCMStackData {
         PCMFilter* last = AddFilter<HumRumbleFilter>(bottom, entry, cs, rate);
         if (!(flags & (PCM_NO_DENOISE | PCM_DENOISE_OFF))) last = AddFilter<Denoise>(last, entry, cs, rate);
         if (!(flags & PCM_NO_EQUALISER)) last = AddFilter<Equaliser>(last, entry, cs, rate);
-        Add<PCMFilterToStream>(top, last, bottom, cs);
+        Add<PCMFilterToStream>(top, last, bottom, cs, rate);
     }
 };
 

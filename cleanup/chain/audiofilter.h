@@ -13,6 +13,10 @@ namespace Orvane {
 
 inline constexpr int32_t kChainChunk = 32768;  // longest piece the filter section works on at once
 
+// How much audio before a jump the filters hear first, so that they give what a straight read gives to within -100 dB of
+// full scale. The notches at 50 Hz remember longest.
+inline constexpr int32_t kSettlingMs = 2500;
+
 // A filter of the section between the two adaptors: separate left and right floats, changed in place. Read calls the
 // input filter's Read on the same buffers first; its contract is that of PCMStream::Read. It runs under the stack's
 // lock.
@@ -51,22 +55,28 @@ private:
     std::vector<float> scratch;
 };
 
-// Filters to streams: the top of the section. `bottom` is the adaptor at the other end; `source` stays its input.
+// Filters to streams: the top of the section. `bottom` is the adaptor at the other end; `source` stays its input. After
+// a jump the filters first hear kSettlingMs of what lies before it.
 class PCMFilterToStream : public Tesslib::PCMStream {
 public:
     PCMFilterToStream(Tesslib::PCMStream* source, PCMFilter* filter, PCMStreamToFilter* bottom,
-                      Foundation::CriticalSection& lock);
+                      Foundation::CriticalSection& lock, int32_t samplerate);
 
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t GetTotalSamples(uint32_t flags) override;
     void SetSource(Tesslib::PCMStream* new_source) override;
 
 private:
+    void Settle(int64_t position, uint32_t flags);
+    int32_t ReadChunk(int64_t position, int32_t n_samples, uint32_t flags);
+
     PCMFilter* filter;
     PCMStreamToFilter* bottom;
     Foundation::CriticalSection& lock;
     std::vector<float> left;
     std::vector<float> right;
+    int64_t next_position = -1;  // where the filters' last read ended
+    uint32_t last_flags = 0;     // of that read
 };
 
 // The whole chain above one open file. Which stages exist is decided once, by the flags given here; Read's flags then

@@ -77,10 +77,8 @@ int32_t BiQuadEngine::StartStretch(int64_t position, uint32_t flags) {
     active = IsActive(values, flags);
     if (change_over_left > 0) chain = pending_chain;
     change_over_left = 0;
-    if (!active) {
-        chain = FilterChain();
-        return 0;
-    }
+    if (!active || !goes_on) chain = FilterChain();
+    if (!active) return 0;
     const FilterChain built = BuildChain(values);
     if (position == 0) {
         chain = built;

@@ -7,7 +7,7 @@ namespace Orvane {
 
 // A shelf at each end and eight peaking bands between; a step is 14 / 12 dB in a shelf and 11 / 12 dB in a peak. The
 // preamp follows the bands, or with PCM_NORMALISE the recording's normalise_gain in its place. There is no warm-up:
-// after a jump or a change the bands are heard from sample kChangeOver on.
+// where a setting begins or changes the bands are heard from sample kChangeOver on.
 class Equaliser : public BiQuadEngine {
 public:
     Equaliser(PCMFilter* input, FileHistoryEntry* entry, Foundation::CriticalSection& lock, int32_t samplerate);
