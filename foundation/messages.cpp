@@ -317,6 +317,19 @@ std::string_view MessageText(Msg id) {
         case Msg::CrdOfOtherFileKept:
             return "Click repair file:\n\n<b>%s</b>\n\nis of an older version of the recording and could not be moved "
                    "to the Trash.  It has been kept as:\n\n<b>%s</b>";
+        case Msg::NoAudioDevices:
+            return "There are no audio drivers installed on this machine, or all audio devices are disabled.";
+        case Msg::DeviceInUse:
+            return "Device <b>%s</b> is in use by another application.";
+        case Msg::DeviceDisconnected:
+            return "Device <b>%s</b> was disconnected.";
+        case Msg::DeviceError:
+            return "Device <b>%s</b> reported error %s calling %s.\n\nPlease check that the drivers for your sound "
+                   "card are correctly installed.  Restarting the application might also help.";
+        case Msg::NoConversion:
+            return "no conversion";
+        case Msg::ServerConversion:
+            return "%s to %s kHz by the sound server";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

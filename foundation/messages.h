@@ -153,6 +153,12 @@ enum class Msg : int {
     DefineNoiseSample,
     CrdOfOtherFile,      // file
     CrdOfOtherFileKept,  // file, name it is kept under
+    NoAudioDevices,
+    DeviceInUse,         // device
+    DeviceDisconnected,  // device
+    DeviceError,         // device, error, function
+    NoConversion,
+    ServerConversion,  // kHz of the device, kHz of the stream
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -98,6 +98,12 @@ using ThreadHandle = uintptr_t;
 int StartThread(size_t stack_size, std::function<void()> run, ThreadHandle& handle);
 void JoinThread(ThreadHandle handle);
 
+// A library that the program can do without, opened while it runs. It stays open until the process ends, since threads
+// of its own may still run in it. Null when it is not installed; `reason` then has the system's words.
+void* OpenLibrary(const char* name, std::string& reason);
+// A function or variable of it, or null.
+void* LibrarySymbol(void* library, const char* name);
+
 // Keeps the machine awake while it lives, where the system lets us; without a word where it does not.
 class WakeLock {
 public:

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/clock.h"
 #include "foundation/event.h"
 #include "foundation/mainloop.h"
 #include "foundation/progress.h"
@@ -34,6 +35,19 @@ TEST(ThreadTest, StopWakesASleeperAndTheEndIsPosted) {
         EXPECT_FALSE(thread.IsRunning());
         thread.Wait();
     }
+}
+
+TEST(SignalTest, IsTakenOnceHoweverOftenItWasSet) {
+    Signal signal;
+    EXPECT_FALSE(signal.WaitUntil(MonotonicNs() + 1000000)) << "the time was up";
+    signal.Set();
+    signal.Set();
+    EXPECT_TRUE(signal.WaitUntil(MonotonicNs() + 60 * kNsPerSecond));
+    EXPECT_FALSE(signal.Take());
+    std::thread setter([&] { signal.Set(); });
+    signal.Wait();
+    setter.join();
+    EXPECT_FALSE(signal.Take());
 }
 
 // Remembers the events it was called for, and can do something from inside.
