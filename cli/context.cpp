@@ -86,6 +86,26 @@ int CommandContext::Cancelled() {
     return CLI_CANCELLED;
 }
 
+int CommandContext::End(const Outcome& outcome) {
+    switch (outcome.GetKind()) {
+        case Kind::Done:
+            return CLI_DONE;
+        case Kind::Cancelled:
+            return Cancelled();
+        case Kind::WrongOptions:
+            return Usage(outcome.Text());
+        default:
+            return Fail(outcome.Text());
+    }
+}
+
+bool CommandContext::Agreed(const Outcome& question, const std::string& hide_key) {
+    messages.remark = [this](const std::string& text) { Remark(text); };
+    const Answer answer = messages.Ask({question.Text(), Buttons::OkCancel, Severity::Warning, hide_key});
+    messages.remark = nullptr;
+    return answer == Answer::Ok;
+}
+
 bool CommandContext::Wanted(FunctionRef<bool()> edit) {
     messages.remark = [this](const std::string& text) { Remark(text); };
     const bool done = edit();

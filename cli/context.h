@@ -13,6 +13,7 @@
 #include "cli/console.h"
 #include "collection/dataobjects.h"
 #include "foundation/functionref.h"
+#include "foundation/outcome.h"
 #include "foundation/platform.h"
 
 namespace Orvane {
@@ -57,9 +58,15 @@ public:
     int FailShown();  // for what the engine has told the user already
     int Usage(std::string_view reason);
     int Cancelled();
+    // The exit code of what the engine has done, its reason noted.
+    int End(const Foundation::Outcome& outcome);
 
     // Somebody sits at a terminal who can be asked.
     bool CanAsk() const { return messages.may_ask; }
+
+    // Puts the engine's question (Kind::NeedsAnswer) about something that the command itself asks for. Where nobody can
+    // be asked it is agreed to, and what it warns of becomes a remark. True to go on.
+    bool Agreed(const Foundation::Outcome& question, const std::string& hide_key = {});
 
     // Runs an edit that the command itself asks for: where nobody can be asked, what would be asked becomes a remark.
     // What the edit gives.

@@ -25,7 +25,7 @@ bool IsInUse(int error) {
 }
 
 int Fail(int code, int error, std::string text, bool denied = false) {
-    if (denied) text += "\n\n" + FormatMsg(Msg::ControlledAccess, kProgramName);
+    if (denied) text += "\n\n" + FormatMsg(Msg::NoPermission, kProgramName);
     SetLastError({error, std::move(text)});
     if (const FileErrorHook hook = file_error_hook.load()) hook(GetLastError());
     return code;

@@ -130,7 +130,7 @@ std::string_view MessageText(Msg id) {
         case Msg::Autosaving:
             return "Autosaving...";
         case Msg::AlbumsDeleted:
-            return "%d albums or album components deleted.\n\nEmpty the recycle bin to recover lost disk space.";
+            return "%d albums or album components deleted.\n\nEmpty the Trash to recover lost disk space.";
         case Msg::ScanningSide:
             return "<u>Scanning: %s - %s for clicks (album %d of %d, side %d)</u>\n";
         case Msg::HissWithoutRumble:
@@ -175,9 +175,10 @@ std::string_view MessageText(Msg id) {
             return "Cannot open file:\n\n<b>%s</b>\n\nerror %d (%s)";
         case Msg::CannotOpenForWriting:
             return "Cannot open file:\n\n<b>%s</b>\n\nfor writing, error %d (%s)";
-        case Msg::ControlledAccess:
-            return "Is Controlled Folder Access enabled?  If so, please either turn it off or add %s to the list of "
-                   "allowed apps.";
+        case Msg::NoPermission:
+            return "Please check the permissions of the file and of its folder, and whether %s may use that folder if "
+                   "it "
+                   "runs in a sandbox.";
         case Msg::BadChunk:
             return "Bad or missing chunk '%s' in file:\n\n<b>%s</b>";
         case Msg::UnexpectedEnd:
@@ -330,6 +331,14 @@ std::string_view MessageText(Msg id) {
             return "no conversion";
         case Msg::ServerConversion:
             return "%s to %s kHz by the sound server";
+        case Msg::JobInProgress:
+            return "Another job is in progress.\n\nPlease wait until it has ended, or cancel it, and try again.";
+        case Msg::CollectionExists:
+            return "%s exists already";
+        case Msg::CollectionInUse:
+            return "%s is in use by %s";
+        case Msg::TitlesAndTracksDiffer:
+            return "The sides have %s, but %s has %s";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -90,27 +90,27 @@ enum class Msg : int {
     CannotOpenFile = 20068,        // file, error, its text
     CannotOpenForWriting = 20071,  // file, error, its text
 
-    ControlledAccess = 30000,  // program
-    BadChunk,                  // chunk, file
-    UnexpectedEnd,             // file
-    FileIsEmpty,               // file
-    UnsupportedRiff,           // file
-    FileSizeLimit,             // gigabytes, file
-    UnsupportedBitDepth,       // bits, file
-    UnsupportedChannels,       // channels, file
-    CrdUnreadable,             // file
-    CrdUnreadableKept,         // file, name it is kept under
-    DamagedAudio,              // file, what is wrong
-    LibraryError,              // error, function, file
-    FormatNotHandled,          // format
-    NotAudio,                  // file
-    NegativeTrackStart,        // track, time
-    NegativeTrackLength,       // track, time
-    OrphanedEmptyTrack,        // track, time
-    EmbeddedEmptyTrack,        // track, time
-    TrackTooShort,             // track, time
-    OverlappingTrack,          // track, time
-    NoRoomForTrackBreak,       // time
+    NoPermission = 30000,  // program
+    BadChunk,              // chunk, file
+    UnexpectedEnd,         // file
+    FileIsEmpty,           // file
+    UnsupportedRiff,       // file
+    FileSizeLimit,         // gigabytes, file
+    UnsupportedBitDepth,   // bits, file
+    UnsupportedChannels,   // channels, file
+    CrdUnreadable,         // file
+    CrdUnreadableKept,     // file, name it is kept under
+    DamagedAudio,          // file, what is wrong
+    LibraryError,          // error, function, file
+    FormatNotHandled,      // format
+    NotAudio,              // file
+    NegativeTrackStart,    // track, time
+    NegativeTrackLength,   // track, time
+    OrphanedEmptyTrack,    // track, time
+    EmbeddedEmptyTrack,    // track, time
+    TrackTooShort,         // track, time
+    OverlappingTrack,      // track, time
+    NoRoomForTrackBreak,   // time
     NoSideBreaks,
     ScanForTrackBreaks,
     ScanNeedsWaveform,
@@ -159,6 +159,10 @@ enum class Msg : int {
     DeviceError,         // device, error, function
     NoConversion,
     ServerConversion,  // kHz of the device, kHz of the stream
+    JobInProgress,
+    CollectionInUse,        // file, who has it
+    CollectionExists,       // file
+    TitlesAndTracksDiffer,  // number of tracks, file of titles, number of titles; numbers in words
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -38,6 +38,7 @@ int StreamErrorOf(Kind kind) {
             return ERR_LIMIT;
         case Kind::Contents:
         case Kind::Refused:
+        case Kind::WrongOptions:
         case Kind::NeedsAnswer:
             return ERR_CONTENTS;
         case Kind::ReadWrite:

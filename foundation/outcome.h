@@ -18,15 +18,16 @@ namespace Foundation {
 // What a caller may want to tell apart. Everything else about a failure is in its text.
 enum class Kind : uint8_t {
     Done,
-    CannotOpen,   // a file or folder that is missing, or that the system refuses
-    InUse,        // another program, or another user of ours, has it
-    ReadWrite,    // the system failed to read or write
-    Contents,     // what is in the file is not what it should be
-    Limit,        // a limit was reached
-    Refused,      // the request makes no sense as things stand; nothing has changed
-    Busy,         // something else works on the same thing
-    NeedsAnswer,  // the user has to be asked first; the text is the question
-    Cancelled,    // the user ended it
+    CannotOpen,    // a file or folder that is missing, or that the system refuses
+    InUse,         // another program, or another user of ours, has it
+    ReadWrite,     // the system failed to read or write
+    Contents,      // what is in the file is not what it should be
+    Limit,         // a limit was reached
+    Refused,       // the request makes no sense as things stand; nothing has changed
+    WrongOptions,  // what was asked for is wrong in itself: an option, a name, a template
+    Busy,          // something else works on the same thing
+    NeedsAnswer,   // the user has to be asked first; the text is the question
+    Cancelled,     // the user ended it
 };
 
 // One argument of a message's text.
@@ -95,6 +96,9 @@ private:
 
     std::shared_ptr<const Failure> failure;
 };
+
+// Whether what a call would ask (Kind::NeedsAnswer) has been asked and agreed to.
+enum class Answered : uint8_t { No, Yes };
 
 // A value, or the reason why there is none.
 template <class T>

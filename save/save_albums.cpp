@@ -201,7 +201,7 @@ std::string SummaryText(const SaveResult& result) {
     if (result.n_failed) text += fmt::sprintf("<fg color=#ff0000>%d failed.</fg> ", result.n_failed);
     return text + fmt::sprintf(
                       "Tracks were saved to folder:\n\n<b>%s</b> \n\n<l><h>{browse_folder:%s}</h>View in "
-                      "File Explorer</l>",
+                      "File Manager</l>",
                       result.folder, result.folder);
 }
 

@@ -106,7 +106,7 @@ SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_
     } else if (status == SAVE_DONE) {
         ShowMessage(
             fmt::sprintf("File:\n\n<b>%s</b>\n\nsaved successfully.  The saved file is in folder:\n\n<b>%s</b>\n\n"
-                         "<l><h>{browse_file:%s}</h>View in File Explorer</l>",
+                         "<l><h>{browse_file:%s}</h>View in File Manager</l>",
                          filename, folder, filename),
             Severity::Information);
     }
