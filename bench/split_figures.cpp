@@ -106,7 +106,9 @@ TrackList Scan(PCMStream& stream) {
     AlbumInfo album;
     AlbumSide* side = album.GetSide(0, true);
     side->AddRecording(MakeRef<FileHistoryEntry>(&album, side));
-    const WaveformOverview overview = BuildOverview(stream);
+    const Result<WaveformOverview> read = BuildOverview(stream);
+    if (!read) std::abort();
+    const WaveformOverview& overview = *read;
     side->newest->samplerate = overview.samplerate;
     ScanHost host;
     TrackList tracks;

@@ -76,9 +76,9 @@ void Generation(benchmark::State& state) {
     for (auto _ : state) {
         WAVFile file;
         file.Open(path, OM_READ);
-        WaveformWriter writer(kRate, false);
+        WaveformWriter writer(kRate);
         if (!writer.Open(path)) std::abort();
-        ReadWhole(file, [&](float* pairs, int32_t n) { writer.Write(pairs, n); });
+        ReadWhole(file, [&](float* pairs, int32_t n) { (void)writer.Write(pairs, n); });
         if (!writer.Close(true, file.Time())) std::abort();
         file.Close();
     }
@@ -95,7 +95,7 @@ FileHistoryEntry& HourOfMusic() {
     entry->external_file = SideOf(60);
     entry->extension = ".wav";
     entry->flags |= FHE_EXTERNAL_FILE | FHE_CORRECTIONS_LOADED;
-    RequestWaveformData(*entry);
+    if (!RequestWaveformData(*entry)) std::abort();
     while (entry->generating) GetMainLoop().RunOne(100);
     for (int64_t minute = 1; minute <= 30; ++minute) {
         entry->cuts.Add(minute * 60 * kRate, minute * 60 * kRate + 3 * kRate, 220, kRate);
@@ -112,17 +112,18 @@ FileHistoryEntry& HourOfMusic() {
 
 void Columns(benchmark::State& state) {
     WaveformReader reader(HourOfMusic());
+    if (!reader.Open()) std::abort();
     WaveformView view;
     view.width = 4000;
-    view.n_samples = state.range(0) * view.width;
-    view.corrected = state.range(1) != 0;
-    const int64_t total = 57 * 60 * kRate;
-    std::vector<WaveformRecord> columns;
+    view.frames_per_column = static_cast<double>(state.range(0));
+    view.audio = state.range(1) ? WaveformAudio::Corrected : WaveformAudio::Uncorrected;
+    const int64_t n_columns = 57 * 60 * kRate / state.range(0);
+    WaveformPicture picture;
     for (auto _ : state) {
         // A window that scrolls.
-        view.first = (view.first + view.n_samples / 3) % std::max<int64_t>(1, total - view.n_samples);
-        if (reader.Read(view, columns) != WaveformResult::Drawn) state.SkipWithError("not drawn");
-        benchmark::DoNotOptimize(columns.data());
+        view.first_column = (view.first_column + view.width / 3) % std::max<int64_t>(1, n_columns - view.width);
+        if (!reader.Read(view, picture) || picture.n_known < view.width) state.SkipWithError("not drawn");
+        benchmark::DoNotOptimize(picture.columns.data());
     }
 }
 BENCHMARK(Columns)

@@ -31,23 +31,27 @@ public:
     Outcomes(const Outcomes&) = delete;
     Outcomes& operator=(const Outcomes&) = delete;
 
-    bool IsWhole(const FileHistoryEntry* entry) const {
+    // Null for one that has not been made.
+    const Outcome* Of(const FileHistoryEntry* entry) const {
         const auto found = ended.find(event::Arg(entry));
-        return found != ended.end() && found->second == static_cast<EventArg>(WaveformOutcome::Whole);
+        return found != ended.end() ? &found->second : nullptr;
     }
+    void Note(const FileHistoryEntry* entry, const Outcome& outcome) { ended[event::Arg(entry)] = outcome; }
 
 private:
     static intptr_t OnProgress(void* context, int, EventArg entry, EventArg has_ended, EventArg outcome) {
-        if (has_ended) static_cast<Outcomes*>(context)->ended[entry] = outcome;
+        if (has_ended) static_cast<Outcomes*>(context)->ended[entry] = *reinterpret_cast<const Outcome*>(outcome);
         return 0;
     }
-    std::map<EventArg, EventArg> ended;
+    std::map<EventArg, Outcome> ended;
 };
 
 // Makes the waveforms of all these, several at a time. False when it was cancelled.
-bool MakeWaveforms(const std::vector<FileHistoryEntry*>& entries) {
+bool MakeWaveforms(const std::vector<FileHistoryEntry*>& entries, Outcomes& outcomes) {
     const ProgressJob job("Making the waveforms");
-    for (FileHistoryEntry* entry : entries) RequestWaveformData(*entry);
+    for (FileHistoryEntry* entry : entries) {
+        if (const Outcome started = RequestWaveformData(*entry); !started) outcomes.Note(entry, started);
+    }
     while (!NoBackgroundJobs(0)) {
         if (!Progress::Tick()) {
             WaitForWaveformThreads();
@@ -80,27 +84,25 @@ int DrawPicture(CommandContext& context, const WaveformArguments& arguments, con
     picture.title = fmt::format("{}, side {}", AlbumTitleText(album), place.side);
     picture.format = ClockText(place.end - place.start) + "  " + FormatText(entry);
     const OpenSide side{nullptr, &entry, entry.TotalSamples() - entry.cuts.TotalLength()};
-    WaveformView view;
-    int64_t end = 0;
-    if (int code = RangeOf(context, arguments, side, view.first, end)) return code;
+    int64_t first = 0, end = 0;
+    if (int code = RangeOf(context, arguments, side, first, end)) return code;
     if (end == 0) end = side.total;
-    view.n_samples = end - view.first;
-    if (view.n_samples < 1) return context.Fail("There is nothing to draw: the side is empty");
-    view.width = ColumnsIn(arguments.width);
-    picture.from = to_ticks(rate, view.first);
+    if (end <= first) return context.Fail("There is nothing to draw: the side is empty");
+    picture.from = to_ticks(rate, first);
     picture.to = std::max(picture.from + 1, to_ticks(rate, end));
     picture.album_start = place.start;
     picture.tracks = TracksOn(album, place);
     for (const CutAndSpliceCorrection& cut : entry.cuts) picture.cuts.push_back(to_ticks(rate, cut.start_time));
     WaveformReader reader(entry);
-    switch (reader.Read(view, picture.columns)) {
-        case WaveformResult::Drawn:
-            break;
-        case WaveformResult::NotReady:
-            return context.Fail("The waveform is missing or older than its recording: " + entry.GetPath());
-        case WaveformResult::Failed:
-            return context.FailLastError();
+    WaveformPicture waveform;
+    Outcome drawn = reader.Open();
+    const WaveformView view = WaveformView::Over(first, end - first, ColumnsIn(arguments.width));
+    if (drawn) drawn = reader.Read(view, waveform);
+    if (!drawn) return context.Fail(drawn.Text());
+    if (waveform.n_known < view.width) {
+        return context.Fail("The waveform is missing or older than its recording: " + entry.GetPath());
     }
+    picture.columns = std::move(waveform.columns);
     const Canvas canvas = DrawSide(picture);
     if (const Outcome written = canvas.WritePng(arguments.png); !written) return context.Fail(written.Text());
     context.result["png"] = AbsolutePath(arguments.png);
@@ -139,17 +141,19 @@ int Waveform(CommandContext& context, const WaveformArguments& arguments) {
         wanted.push_back(place.entry);
         ticks += to_ticks(place.entry->SampleRate(), place.entry->TotalSamples());
     }
-    const Outcomes outcomes;
-    const bool cancelled = !wanted.empty() && !MakeWaveforms(wanted);
+    Outcomes outcomes;
+    const bool cancelled = !wanted.empty() && !MakeWaveforms(wanted, outcomes);
     const double seconds = static_cast<double>(MonotonicNs() - started) * 1e-9;
 
     int code = cancelled ? context.Cancelled() : CLI_DONE;
     context.result["sides"] = Json::array();
     for (const RecordingPlace& place : places) {
-        const bool made = outcomes.IsWhole(place.entry);
+        const Outcome* outcome = outcomes.Of(place.entry);
+        const bool made = outcome && outcome->Ok();
         const bool there = std::find(wanted.begin(), wanted.end(), place.entry) == wanted.end();
         if (!made && !there && !code)
-            code = context.Fail(fmt::format("The waveform of side {} could not be made", place.side));
+            code = context.Fail(fmt::format("The waveform of side {} could not be made: {}", place.side,
+                                            outcome ? outcome->Plain() : ""));
         const char* status = made ? "made" : there ? "already there" : cancelled ? "cancelled" : "failed";
         context.result["sides"].push_back({{"side", place.side}, {"status", status}, {"path", place.entry->GetPath()}});
         context.Line("Side {}: {}", place.side, status);

@@ -25,7 +25,7 @@ enum EventId : int {
     EVENT_UNDO_QUESTION = 43,     // a: 1 before, 0 after
     EVENT_CANCEL_WAVEFORMS = 50,  // a: kind (0 all, 1 one entry, 2 one collection), b: which
     EVENT_INPUT_FILES_REFRESHED = 55,
-    EVENT_WAVEFORM_PROGRESS = 0x8230,  // a: FileHistoryEntry, b: 0 under way, 1 ended, c: then a WaveformOutcome
+    EVENT_WAVEFORM_PROGRESS = 0x8230,  // a: FileHistoryEntry, b: 0 under way, 1 ended, c: then its Outcome
 };
 
 using EventArg = intptr_t;

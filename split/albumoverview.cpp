@@ -41,11 +41,10 @@ Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     const auto is_drawn = [](FileHistoryEntry* recording) {
         if (recording->Open(USER_PROBE, false) != OPEN_GOOD) return false;
         recording->Close(USER_PROBE);
-        return IsWaveformFileFresh(*recording, ".wft");
+        return IsWaveformFileFresh(recording->GetPath(), ".wft");
     };
     if (std::all_of(recordings.begin(), recordings.end(), is_drawn)) {
-        ReadSideOverview(overview, recordings, 0);
-        if (overview.loaded) return {};
+        if (ReadSideOverview(overview, recordings, 0) && overview.loaded) return {};
         overview = {};
     }
     const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
@@ -53,10 +52,10 @@ Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
         FileHistoryEntry& recording = *recordings[i];
         if (const int status = recording.Open(USER_SCAN, false)) return Outcome::OfLastError(status);
         const auto stream = MakeRef<ReportingPCMStream>(recording.open_file.get(), static_cast<int>(i) * share, share);
-        const int failure = overview.AddRecording(*stream);
+        const Outcome added = overview.AddRecording(*stream);
         recording.Close(USER_SCAN);
         if (Progress::Cancelled()) return Outcome::Cancelled();
-        if (failure) return Outcome::OfLastError(failure);
+        if (!added) return added;
     }
     overview.loaded = true;
     return {};

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "foundation/event.h"
-#include "foundation/host.h"
 #include "foundation/mainloop.h"
 #include "foundation/messages.h"
 #include "foundation/workerthread.h"
@@ -48,7 +47,7 @@ public:
     ~GenerateWaveformDataThread() override { event::Unsubscribe(EVENT_CANCEL_WAVEFORMS, OnCancel, this); }
 
     bool HasEnded() const { return ended; }
-    WaveformOutcome Outcome() const { return outcome; }
+    const Outcome& HowItEnded() const { return outcome; }
 
     const RefPtr<FileHistoryEntry> entry;  // the thread touches nothing of it but its two atomics
     const std::string path;
@@ -73,20 +72,17 @@ private:
         return 0;
     }
 
-    WaveformOutcome Generate() {
+    Outcome Generate() {
         FileStream& file = *copy->open_file;
         const int32_t chunk = OverviewBlock(copy->SampleRate());
         std::vector<float> pairs(2 * static_cast<size_t>(chunk));
-        bool ok = true, written = true;
+        Outcome read, written;
         int64_t position = 0;
         int64_t next_report = MonotonicNs();
         int32_t interval = 0;  // ms; not asked for in a short run, which needs none
         while (!Stopped() && written) {
             const int32_t n = file.Read(position, pairs.data(), chunk, kWaveformFlags);
-            if (n < 0) {
-                GetMainLoop().Post([text = GetLastError().text] { ShowMessage(text); });
-                ok = false;
-            }
+            if (n < 0) read = Outcome::OfLastError(n);
             if (n < 1) break;
             written = writer->Write(pairs.data(), n);
             position += n;
@@ -97,10 +93,9 @@ private:
         }
         const bool cancelled = Stopped();
         // The time that the file had when it was opened: one that is written to meanwhile makes the files stale.
-        written &= writer->Close(ok, cancelled ? kFileTimeUnixEpoch : file.Time());
-        if (!written) return WaveformOutcome::WriteError;
-        if (cancelled) return WaveformOutcome::Cancelled;
-        return ok ? WaveformOutcome::Whole : WaveformOutcome::ReadError;
+        const Outcome closed = writer->Close(read.Ok(), cancelled ? kFileTimeUnixEpoch : file.Time());
+        if (!closed) return closed;
+        return cancelled ? Outcome::Cancelled() : read;
     }
 
     void Report(int64_t position, int64_t total) {
@@ -113,7 +108,7 @@ private:
     const AlbumSet* const set;
     const RefPtr<FileHistoryEntry> copy;
     const std::unique_ptr<WaveformWriter> writer;
-    WaveformOutcome outcome = WaveformOutcome::Whole;
+    Outcome outcome;
     std::atomic<bool> ended{false};
 };
 
@@ -169,29 +164,26 @@ void PostProgress(RefPtr<FileHistoryEntry> entry) {
     });
 }
 
-// False when the recording cannot be opened or the files cannot be made, which has been shown.
-bool StartGeneration(FileHistoryEntry& entry) {
+Outcome StartGeneration(FileHistoryEntry& entry) {
     // The recording before the files: one that is on a drive which is not there today keeps those it has.
     RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_SETTINGS);
-    const bool report_open = !(entry.flags & FHE_FAILURE_REPORTED);
-    entry.flags |= FHE_FAILURE_REPORTED;  // now, for a drawing behind the message will request it again
-    if (copy->Open(USER_WAVEFORM, report_open) != OPEN_GOOD) return false;
-    entry.flags &= ~FHE_FAILURE_REPORTED;
-    const bool report = !std::exchange(entry.waveform_failure_reported, true);  // likewise
-    auto writer = std::make_unique<WaveformWriter>(copy->SampleRate(), report);
-    if (!writer->Open(copy->GetPath())) {
+    if (const int status = copy->Open(USER_WAVEFORM, false)) return Outcome::OfLastError(status);
+    auto writer = std::make_unique<WaveformWriter>(copy->SampleRate());
+    if (Outcome opened = writer->Open(copy->GetPath()); !opened) {
         copy->Close(USER_WAVEFORM);
-        return false;
+        return opened;
     }
-    entry.waveform_failure_reported = false;
     event::Fire(EVENT_WAVEFORM_STARTING, event::Arg(&entry));
-    entry.LoadCorrections(true);
     entry.generating = true;
     auto& running = Jobs().running;
     running.push_back(std::make_unique<GenerateWaveformDataThread>(RefPtr<FileHistoryEntry>(&entry), std::move(copy),
                                                                    std::move(writer)));
     running.back()->Start();
-    return true;
+    return {};
+}
+
+void TellEnd(FileHistoryEntry& entry, const Outcome& outcome) {
+    event::Fire(EVENT_WAVEFORM_PROGRESS, event::Arg(&entry), 1, event::Arg(&outcome));
 }
 
 // Each one that has ended makes room for the next that can be started.
@@ -203,7 +195,9 @@ void StartNext() {
         if (next == queue.end()) return;
         const RefPtr<FileHistoryEntry> entry = *next;
         queue.erase(next);
-        if (StartGeneration(*entry)) return;
+        const Outcome started = StartGeneration(*entry);
+        if (started) return;
+        TellEnd(*entry, started);
     }
 }
 
@@ -224,7 +218,7 @@ void HandleEnded() {
         job->Wait();
         job->entry->waveform_ready = true;
         StartNext();
-        event::Fire(EVENT_WAVEFORM_PROGRESS, event::Arg(job->entry.get()), 1, static_cast<EventArg>(job->Outcome()));
+        TellEnd(*job->entry, job->HowItEnded());
     }
     DropJobsWhenDone();
 }
@@ -241,49 +235,42 @@ void CancelAndWait(CancelKind kind, const void* which, const std::function<bool(
 
 }  // namespace
 
-bool IsWaveformFileFresh(const FileHistoryEntry& entry, std::string_view extension) {
+bool IsWaveformFileFresh(std::string_view recording_path, std::string_view extension) {
     FileInfo side_file, recording;
-    if (GetFileInfo(entry.WaveformPath(extension), side_file) != 0) return false;
-    GetFileInfo(entry.GetPath(), recording);  // one that is not there is not newer either
+    if (GetFileInfo(FileHistoryEntry::WaveformPathFor(recording_path, extension), side_file) != 0) return false;
+    GetFileInfo(recording_path, recording);  // one that is not there is not newer either
     return side_file.time >= recording.time - kStaleAfter;
 }
 
 bool IsWaveformReady(const FileHistoryEntry& entry) {
+    const std::string path = entry.GetPath();
     return std::all_of(std::begin(kExtensions), std::end(kExtensions),
-                       [&](const char* extension) { return IsWaveformFileFresh(entry, extension); });
+                       [&](const char* extension) { return IsWaveformFileFresh(path, extension); });
 }
 
-bool OpenWaveformFile(FileHistoryEntry& entry, std::string_view extension, FilePtr& pf_wfx, FilePtr* sibling_1,
-                      FilePtr* sibling_2, MayRegenerate may_regenerate) {
-    ORVANE_ASSERT(pf_wfx == nullptr);
-    if (IsWaveformFileFresh(entry, extension)) {
+Result<FilePtr> OpenWaveformFile(FileHistoryEntry& entry, std::string_view extension, MayRegenerate may_regenerate) {
+    if (IsWaveformFileFresh(entry.GetPath(), extension)) {
         const std::string path = entry.WaveformPath(extension);
         int error = 0;
-        pf_wfx.reset(OpenFile(path, "rb", error));
-        if (!pf_wfx) {
-            FailOpen(path, error);
-            ShowLastError();
-        }
-        return true;
+        FilePtr file(OpenFile(path, "rb", error));
+        if (!file) return Outcome::OfLastError(FailOpen(path, error));
+        return file;
     }
-    if (may_regenerate == MayRegenerate::Yes && IsMainThread()) {
-        for (FilePtr* sibling : {sibling_1, sibling_2}) {
-            if (sibling) sibling->reset();
-        }
-        RequestWaveformData(entry);
+    if (may_regenerate == MayRegenerate::Yes) {
+        if (Outcome requested = RequestWaveformData(entry); !requested) return requested;
     }
-    return false;
+    return FilePtr();
 }
 
-void RequestWaveformData(FileHistoryEntry& entry) {
-    if (entry.generating || (jobs && jobs->IsQueued(entry))) return;
+Outcome RequestWaveformData(FileHistoryEntry& entry) {
+    if (entry.generating || (jobs && jobs->IsQueued(entry))) return {};
     entry.progress = 0;
     entry.waveform_ready = false;
     if (jobs && (static_cast<int>(jobs->running.size()) >= MaxThreads() || jobs->WouldMeet(entry))) {
         jobs->queue.push_back(RefPtr<FileHistoryEntry>(&entry));
-    } else {
-        StartGeneration(entry);
+        return {};
     }
+    return StartGeneration(entry);
 }
 
 void WaitForWaveformThreads() {
@@ -311,12 +298,9 @@ void SetWaveformReportInterval(int32_t (*interval_ms)()) {
     report_interval = interval_ms;
 }
 
-bool NoBackgroundJobs(int message) {
-    if (!jobs) return true;
-    if (message == 0) return false;
-    if (message < 0 || message == static_cast<int>(Msg::BusyHibernate)) return true;
-    const Message question{std::string(MessageText(Msg::BackgroundJobs)), Buttons::YesNo, Severity::Warning, {}};
-    return Messages().Ask(question) == Answer::Yes;
+Outcome NoBackgroundJobs(int message) {
+    if (!jobs || message < 0 || message == static_cast<int>(Msg::BusyHibernate)) return {};
+    return Outcome::Fail(message == 0 ? Kind::Busy : Kind::NeedsAnswer, Msg::BackgroundJobs);
 }
 
 }  // namespace Orvane

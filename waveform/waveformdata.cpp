@@ -5,7 +5,6 @@
 #include <cerrno>
 
 #include "foundation/assert.h"
-#include "foundation/host.h"
 #include "waveform/generatewaveform.h"
 
 using namespace Foundation;
@@ -26,6 +25,15 @@ uint8_t ByteOf(int32_t magnitude) {
     const int b = peak * 254 / 32767;
     ORVANE_ASSERT(b < 255);
     return static_cast<uint8_t>(b);
+}
+
+// From the waveform file; what it does not have stays as it is.
+Outcome ReadLevels(FileHistoryEntry& entry, std::span<uint8_t> room, MayRegenerate may_regenerate) {
+    Result<FilePtr> wft = OpenWaveformFile(entry, ".wft", may_regenerate);
+    if (!wft || !*wft) return wft.GetOutcome();
+    const bool whole = std::fread(room.data(), 1, room.size(), wft->get()) == room.size();
+    if (whole || !std::ferror(wft->get())) return {};
+    return Outcome::OfLastError(FailRead(entry.WaveformPath(".wft"), errno));
 }
 
 }  // namespace
@@ -72,7 +80,7 @@ std::span<uint8_t> WaveformOverview::AddRecording(int64_t n_samples, int32_t rat
     return std::span(bytes).subspan(static_cast<size_t>(recording.first_byte), static_cast<size_t>(recording.n_bytes));
 }
 
-int WaveformOverview::AddRecording(PCMStream& file) {
+Outcome WaveformOverview::AddRecording(PCMStream& file) {
     const int32_t rate = file.GetSampleRate(kWaveformFlags);
     const int32_t frames = OverviewBlock(rate);
     const int32_t chunk = frames * kBlocksPerRead;
@@ -85,34 +93,33 @@ int WaveformOverview::AddRecording(PCMStream& file) {
         peaks.Add(pairs.data(), n, made);
         position += n;
     }
-    if (n < 0) return n;
+    if (n < 0) return Outcome::OfLastError(n);
     peaks.Flush(made);
     const std::span<uint8_t> room = AddRecording(position, rate);
     std::copy_n(made.begin(), std::min(made.size(), room.size()), room.begin());
-    return 0;
+    return {};
 }
 
-void ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings, int flags) {
-    if (overview.loaded) return;
+Outcome ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings, int flags) {
+    if (overview.loaded) return {};
     overview = {};
+    Outcome outcome;
     const MayRegenerate may_regenerate = flags & OVERVIEW_GENERATE ? MayRegenerate::Yes : MayRegenerate::No;
     for (FileHistoryEntry* entry : recordings) {
         if (entry->TotalSamples() == 0 && entry->Open(USER_PROBE, false) == OPEN_GOOD) entry->Close(USER_PROBE);
         const std::span<uint8_t> room = overview.AddRecording(entry->TotalSamples(), entry->SampleRate());
-        FilePtr wft;
-        OpenWaveformFile(*entry, ".wft", wft, nullptr, nullptr, may_regenerate);
-        if (wft && std::fread(room.data(), 1, room.size(), wft.get()) < room.size() && std::ferror(wft.get())) {
-            FailRead(entry->WaveformPath(".wft"), errno);
-            ShowLastError();
-        }
+        Outcome read = ReadLevels(*entry, room, may_regenerate);
+        if (outcome) outcome = std::move(read);
     }
     const bool has_audio = overview.total_samples > 0 || overview.total_bytes > 0;
     overview.loaded = has_audio && !(flags & OVERVIEW_READ_AGAIN);
+    return outcome;
 }
 
-WaveformOverview BuildOverview(PCMStream& file) {
+Result<WaveformOverview> BuildOverview(PCMStream& file) {
     WaveformOverview overview;
-    overview.loaded = overview.AddRecording(file) == 0;
+    if (Outcome added = overview.AddRecording(file); !added) return added;
+    overview.loaded = true;
     return overview;
 }
 

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "foundation/outcome.h"
 #include "tesslib/audiostream.h"
 
 namespace Orvane {
@@ -46,8 +47,8 @@ struct WaveformOverview {
     // Adds a recording that is silent until the bytes returned are filled. Their number is that of its blocks, a last
     // partial one counting from half a block on. They are valid until the next call.
     std::span<uint8_t> AddRecording(int64_t n_samples, int32_t samplerate);
-    // Reads a recording from its file's stream and adds it. 0 or a StreamError, with which nothing is added.
-    int AddRecording(Tesslib::PCMStream& file);
+    // Reads a recording from its file's stream and adds it. After a failure nothing has been added.
+    Foundation::Outcome AddRecording(Tesslib::PCMStream& file);
 
     std::vector<uint8_t> bytes;         // total_bytes, and some slack behind them
     std::vector<Recording> recordings;  // in the order of the bytes
@@ -63,10 +64,12 @@ enum OverviewFlags : int {
     OVERVIEW_READ_AGAIN = 4,  // leaves `loaded` false, so that the next call reads again
 };
 // Fills the overview, unless it is loaded, from the waveform files of an album's recordings. One whose file is missing
-// or stale is silent. A recording that has not been open before is opened for a moment. Main thread.
-void ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings, int flags);
+// or stale is silent, and so is one whose file cannot be read: the first of those is the outcome. A recording that has
+// not been open before is opened for a moment. Main thread.
+Foundation::Outcome ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry* const> recordings,
+                                     int flags);
 
-// The overview of a single recording; empty and not loaded when it cannot be read.
-WaveformOverview BuildOverview(Tesslib::PCMStream& file);
+// The overview of a single recording.
+Foundation::Result<WaveformOverview> BuildOverview(Tesslib::PCMStream& file);
 
 }  // namespace Orvane

@@ -6,9 +6,6 @@
 
 #include "collection/filehistory.h"
 #include "foundation/assert.h"
-#include "foundation/host.h"
-#include "foundation/lasterror.h"
-#include "foundation/mainloop.h"
 #include "foundation/multiversion.h"
 #include "foundation/path.h"
 #include "foundation/safefile.h"
@@ -93,31 +90,19 @@ void WaveformBlockState::Flush(std::vector<uint8_t>& bytes) {
     if (remaining < block_size) Put(bytes);
 }
 
-WaveformWriter::WaveformWriter(int32_t samplerate, bool report_errors)
-    : report_errors(report_errors), wft_peaks(OverviewBlock(samplerate)) {}
+WaveformWriter::WaveformWriter(int32_t samplerate) : wft_peaks(OverviewBlock(samplerate)) {}
 
 WaveformWriter::~WaveformWriter() {
     ORVANE_ASSERT(this->wft_file == nullptr && this->wfs_file == nullptr && this->wfo_file == nullptr &&
                   this->wfd_file == nullptr);
 }
 
-// A thread has no one to talk to, so the main thread shows it when it comes to it.
-void WaveformWriter::Report() const {
-    if (!report_errors) return;
-    if (IsMainThread()) return ShowLastError();
-    GetMainLoop().Post([text = GetLastError().text] { ShowMessage(text); });
-}
-
-bool WaveformWriter::Open(const std::string& recording_path) {
+Outcome WaveformWriter::Open(const std::string& recording_path) {
     constexpr const char* kExtensions[] = {".wft", ".wfs", ".wfo", ".wfd"};
     ORVANE_ASSERT(this->wft_file == nullptr);
-    failed = false;
+    so_far = {};
     const std::string folder = FolderOf(FileHistoryEntry::WaveformPathFor(recording_path, kExtensions[0]));
-    if (const int error = CreateFolders(folder)) {
-        FailCreateFolder(folder, error);
-        Report();
-        return false;
-    }
+    if (const int error = CreateFolders(folder)) return Outcome::OfLastError(FailCreateFolder(folder, error));
     for (size_t i = 0; i < Files().size(); ++i) {
         WaveformFile& out = *Files()[i];
         out.name = FileHistoryEntry::WaveformPathFor(recording_path, kExtensions[i]);
@@ -127,31 +112,26 @@ bool WaveformWriter::Open(const std::string& recording_path) {
         int error = 0;
         out.file = OpenFile(TemporaryName(out.name), "wb", error);
         if (out.file) continue;
-        FailOpenForWriting(out.name, error);
         Discard();
-        Report();
-        return false;
+        return Outcome::OfLastError(FailOpenForWriting(out.name, error));
     }
-    return true;
+    return {};
 }
 
-bool WaveformWriter::WriteBytes(WaveformFile& out) {
+Outcome WaveformWriter::WriteBytes(WaveformFile& out) {
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), out.file) == bytes.size();
     bytes.clear();
-    if (written) return true;
-    FailWrite(out.name, errno);
-    failed = true;
-    Report();
-    return false;
+    if (!written) so_far = Outcome::OfLastError(FailWrite(out.name, errno));
+    return so_far;
 }
 
-bool WaveformWriter::Write(const float* pairs, int32_t n_samples) {
+Outcome WaveformWriter::Write(const float* pairs, int32_t n_samples) {
     wft_peaks.Add(pairs, n_samples, bytes);
-    if (!WriteBytes(wft_file)) return false;
+    if (!WriteBytes(wft_file)) return so_far;
     wfs.Add(pairs, n_samples, bytes);
-    if (!WriteBytes(wfs_file)) return false;
+    if (!WriteBytes(wfs_file)) return so_far;
     wfo.Add(pairs, n_samples, bytes);
-    if (!WriteBytes(wfo_file)) return false;
+    if (!WriteBytes(wfo_file)) return so_far;
     wfd.Add(pairs, n_samples, bytes);
     return WriteBytes(wfd_file);
 }
@@ -165,32 +145,28 @@ void WaveformWriter::Discard() {
     }
 }
 
-bool WaveformWriter::Finish(WaveformFile& out, bool ok, FileTime file_time) {
+Outcome WaveformWriter::Finish(WaveformFile& out, bool ok, FileTime file_time) {
     const std::string temporary = TemporaryName(out.name);
     int error = ok ? FlushToDisk(out.file) : 0;
     if (std::fclose(out.file) != 0 && error == 0) error = errno;
     out.file = nullptr;
     if (ok && error) {
-        FailWrite(out.name, error);
-        Report();
         RemoveFile(temporary);
-        return false;
+        return Outcome::OfLastError(FailWrite(out.name, error));
     }
     // Before the file has its name, so that it never stands there with another time.
     if (ok && file_time) SetFileTime(temporary, file_time);
     if ((error = RenameFile(temporary, out.name)) != 0) {
-        FailRename(temporary, out.name, error);
-        Report();
         RemoveFile(temporary);
-        return false;
+        return Outcome::OfLastError(FailRename(temporary, out.name, error));
     }
-    return true;
+    return {};
 }
 
-bool WaveformWriter::Close(bool ok, FileTime file_time) {
-    if (ok && !failed) {
+Outcome WaveformWriter::Close(bool ok, FileTime file_time) {
+    if (ok && so_far) {
         wft_peaks.Flush(bytes);
-        bool written = WriteBytes(wft_file);
+        bool written = WriteBytes(wft_file).Ok();
         wfs.Flush(bytes);
         written = written && WriteBytes(wfs_file);
         wfo.Flush(bytes);
@@ -198,12 +174,15 @@ bool WaveformWriter::Close(bool ok, FileTime file_time) {
         wfd.Flush(bytes);
         written = written && WriteBytes(wfd_file);
     }
-    if (failed) {
+    if (!so_far) {
         Discard();
-        return false;
+        return so_far;
     }
-    bool all_stand = true;
-    for (WaveformFile* out : Files()) all_stand &= Finish(*out, ok, file_time);
+    Outcome all_stand;
+    for (WaveformFile* out : Files()) {
+        Outcome finished = Finish(*out, ok, file_time);
+        if (all_stand) all_stand = std::move(finished);
+    }
     return all_stand;
 }
 

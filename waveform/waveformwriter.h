@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/outcome.h"
 #include "foundation/platform.h"
 #include "waveform/waveformdata.h"
 
@@ -48,21 +49,21 @@ private:
 
 // Writes the four files in one run over a recording, and is done with it then. They are made under temporary names and
 // take their own at Close, so that a run that was cut off leaves nothing that could be taken for a waveform. Any
-// thread, one at a time. Every failure leaves its reason as last error; with `report_errors` it is shown as well.
+// thread, one at a time.
 class WaveformWriter {
 public:
-    WaveformWriter(int32_t samplerate, bool report_errors);
+    explicit WaveformWriter(int32_t samplerate);
     ~WaveformWriter();
     WaveformWriter(const WaveformWriter&) = delete;
     WaveformWriter& operator=(const WaveformWriter&) = delete;
 
     // Makes the folder and the files, or none.
-    bool Open(const std::string& recording_path);
+    Foundation::Outcome Open(const std::string& recording_path);
     // After a failure nothing that was written will be kept.
-    bool Write(const float* pairs, int32_t n_samples);
+    Foundation::Outcome Write(const float* pairs, int32_t n_samples);
     // Gives the files their names, and with `ok` first what is left of the last blocks, and the time `file_time` (0:
-    // that of now). True if all four stand.
-    bool Close(bool ok, Foundation::FileTime file_time = 0);
+    // that of now). Done if all four stand.
+    Foundation::Outcome Close(bool ok, Foundation::FileTime file_time = 0);
 
 private:
     struct WaveformFile {
@@ -72,17 +73,15 @@ private:
     };
 
     std::array<WaveformFile*, 4> Files() { return {&wft_file, &wfs_file, &wfo_file, &wfd_file}; }
-    bool WriteBytes(WaveformFile& out);
-    bool Finish(WaveformFile& out, bool ok, Foundation::FileTime file_time);
+    Foundation::Outcome WriteBytes(WaveformFile& out);
+    Foundation::Outcome Finish(WaveformFile& out, bool ok, Foundation::FileTime file_time);
     void Discard();
-    void Report() const;
 
-    const bool report_errors;
     WaveformFile wft_file, wfs_file, wfo_file, wfd_file;
     OverviewPeaks wft_peaks;
     WaveformBlockState wfs{kWfsBlock}, wfo{kWfoBlock}, wfd{kWfdBlock};
     std::vector<uint8_t> bytes;
-    bool failed = false;
+    Foundation::Outcome so_far;  // the first failure
 };
 
 }  // namespace Orvane

@@ -24,15 +24,18 @@ inline std::vector<uint8_t> Overview(const std::vector<float>& pairs, size_t blo
     return bytes;
 }
 
-// The record of the frames from `first` to `end`, of which those behind the recording are silence.
+// The record of the frames from `first` to `end`, of which those outside of the recording are silence.
 inline Orvane::WaveformRecord Record(const std::vector<float>& pairs, int64_t first, int64_t end) {
     int16_t low[2] = {32767, 32767}, high[2] = {-32767, -32767};
-    for (auto at = static_cast<size_t>(2 * first); at < static_cast<size_t>(2 * end); ++at) {
-        const float sample = at < pairs.size() ? pairs[at] : 0.0f;
+    for (int64_t at = 2 * first; at < 2 * end; ++at) {
+        const bool inside = at >= 0 && at < static_cast<int64_t>(pairs.size());
+        const float sample = inside ? pairs[static_cast<size_t>(at)] : 0.0f;
         int value = sample > 0 ? 32767 : -32767;
         if (std::abs(sample) < 1) value = static_cast<int>(std::nearbyint(static_cast<double>(sample) * 32767.0));
-        low[at % 2] = static_cast<int16_t>(std::min<int>(low[at % 2], value));
-        high[at % 2] = static_cast<int16_t>(std::max<int>(high[at % 2], value));
+        int16_t& lowest = low[at & 1];
+        lowest = static_cast<int16_t>(std::min<int>(lowest, value));
+        int16_t& highest = high[at & 1];
+        highest = static_cast<int16_t>(std::max<int>(highest, value));
     }
     return {low[0], high[0], low[1], high[1]};
 }

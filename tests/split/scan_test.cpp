@@ -227,11 +227,11 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     for (const int frames : {50000, 60000}) sides.AddSide(OrvaneTest::NoisePairs(frames));
     WaveformOverview from_audio, from_files, spoilt;
     WaveformReader drawing(*sides.album->sides[0]->newest);
-    std::vector<WaveformRecord> columns;
-    EXPECT_EQ(drawing.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
+    WaveformPicture picture;
+    ASSERT_TRUE(drawing.Open().Ok());
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_audio).Ok());
-    EXPECT_EQ(drawing.Read({40000, 1000, 100, false}, columns), WaveformResult::Drawn) << "its file has been closed";
-    for (FileHistoryEntry* entry : sides.album->Recordings()) RequestWaveformData(*entry);
+    EXPECT_TRUE(drawing.Read(WaveformView::Over(40000, 1000, 100), picture).Ok()) << "its file has been closed";
+    for (FileHistoryEntry* entry : sides.album->Recordings()) ASSERT_TRUE(RequestWaveformData(*entry).Ok());
     OrvaneTest::RecordedAlbum::Wait();
     ASSERT_TRUE(ReadAlbumOverview(*sides.album, from_files).Ok());
     EXPECT_EQ(from_files.bytes, from_audio.bytes);

@@ -42,13 +42,13 @@ TEST(WaveformWriter, FilesEqualThePlainModelInAnyChunks) {
          {Row{1, 44100, 1152}, {1152, 44100, 1152}, {8192, 24000, 576}, {8193, 44100, 1152}, {30000, 50000, 2304}}) {
         std::vector<float> pairs = OrvaneTest::NoisePairs(frames);
         for (size_t i = 0; i < std::size(odd) && 70 * i < pairs.size(); ++i) pairs[70 * i] = odd[i];
-        WaveformWriter writer(rate, false);
-        ASSERT_TRUE(writer.Open(folder / "side.wav"));
+        WaveformWriter writer(rate);
+        ASSERT_TRUE(writer.Open(folder / "side.wav").Ok());
         for (int at = 0, n; at < frames; at += n) {
             n = std::min(frames - at, 1 + noise.Below(3000));
-            ASSERT_TRUE(writer.Write(pairs.data() + 2 * static_cast<size_t>(at), n));
+            ASSERT_TRUE(writer.Write(pairs.data() + 2 * static_cast<size_t>(at), n).Ok());
         }
-        ASSERT_TRUE(writer.Close(true));
+        ASSERT_TRUE(writer.Close(true).Ok());
         const std::vector<uint8_t> overview = OrvaneOracle::Overview(pairs, overview_block);
         EXPECT_EQ(ReadBytes(folder / "orvfiles/side.wav.wft"), std::string(overview.begin(), overview.end()));
         for (const auto& [name, block] : {std::pair("wfs", 8192), {"wfo", 1024}, {"wfd", 64}}) {
@@ -59,19 +59,18 @@ TEST(WaveformWriter, FilesEqualThePlainModelInAnyChunks) {
     EXPECT_EQ(ExtremesOf(no_number, 1), (WaveformRecord{-32767, -32767, 0, 0}));
 }
 
-TEST(WaveformWriter, AFullDiskIsToldOnceAndLeavesNoFiles) {
+TEST(WaveformWriter, AFullDiskLeavesNoFiles) {
     const OrvaneTest::TempFolder folder;
-    OrvaneTest::FakeMessageHost messages;
     std::filesystem::create_directory(folder / "orvfiles");
     std::filesystem::create_symlink("/dev/full", folder / "orvfiles/side.wav_$$$.wfd");
-    WaveformWriter writer(44100, true);
-    ASSERT_TRUE(writer.Open(folder / "side.wav"));
+    WaveformWriter writer(44100);
+    ASSERT_TRUE(writer.Open(folder / "side.wav").Ok());
     const std::vector<float> pairs(2 * 50000);
     while (writer.Write(pairs.data(), 50000)) {
     }
-    EXPECT_FALSE(writer.Close(true, kFileTimeUnixEpoch));
-    ASSERT_EQ(messages.asked.size(), 1u);
-    EXPECT_NE(messages.Texts()[0].find("side.wav.wfd"), std::string::npos) << messages.Texts()[0];
+    const Outcome closed = writer.Close(true, kFileTimeUnixEpoch);
+    EXPECT_TRUE(closed.Is(Kind::ReadWrite));
+    EXPECT_NE(closed.Plain().find("side.wav.wfd"), std::string::npos) << closed.Plain();
     EXPECT_TRUE(std::filesystem::is_empty(folder / "orvfiles"));
 }
 
@@ -102,11 +101,10 @@ TEST(GenerateWaveform, AStaleFileIsNeverOpenedAndMadeAnew) {
                         info.time - row.older_by * kFileTimeSecond);
         }
         if (!row.recording_there) RemoveFile(entry.GetPath());
-        FilePtr file, sibling(std::fopen("/dev/null", "rb"));
-        EXPECT_EQ(OpenWaveformFile(entry, ".wfo", file, &sibling, nullptr, MayRegenerate::Yes), row.fresh);
-        EXPECT_EQ(file != nullptr, row.fresh);
-        EXPECT_EQ(sibling != nullptr, row.fresh);
-        EXPECT_EQ(NoBackgroundJobs(0), row.fresh) << row.older_by;
+        const Result<FilePtr> file = OpenWaveformFile(entry, ".wfo", MayRegenerate::Yes);
+        ASSERT_TRUE(file.Ok());
+        EXPECT_EQ(*file != nullptr, row.fresh);
+        EXPECT_EQ(NoBackgroundJobs(0).Ok(), row.fresh) << row.older_by;
         RecordedAlbum::Wait();
         EXPECT_EQ(IsWaveformReady(entry), !row.fresh);
     }
@@ -127,8 +125,8 @@ TEST(GenerateWaveform, AsManyRunAsMayAndTheOthersFollowInTheirOrder) {
             return 0;
         };
         event::Subscribe(EVENT_WAVEFORM_STARTING, 0, on_start, &started);
-        for (FileHistoryEntry* entry : entries) RequestWaveformData(*entry);
-        RequestWaveformData(*entries[4]);
+        for (FileHistoryEntry* entry : entries) ASSERT_TRUE(RequestWaveformData(*entry).Ok());
+        ASSERT_TRUE(RequestWaveformData(*entries[4]).Ok());
         EXPECT_EQ(started.size(), static_cast<size_t>(std::min(5, MaxThreads())));
         RecordedAlbum::Wait();
         event::Unsubscribe(EVENT_WAVEFORM_STARTING, on_start, &started);
@@ -154,7 +152,7 @@ TEST(GenerateWaveform, WhatWasCancelledIsMadeAgain) {
         FileHistoryEntry& second = sides.AddSide(NoisePairs(40000));
         for (FileHistoryEntry* entry : {&first, &second}) {
             Lengthen(*entry);
-            RequestWaveformData(*entry);
+            ASSERT_TRUE(RequestWaveformData(*entry).Ok());
         }
         EXPECT_TRUE(first.generating);
         EXPECT_FALSE(FileExists(first.WaveformPath(".wfd"))) << "half a file stands there";
@@ -166,179 +164,265 @@ TEST(GenerateWaveform, WhatWasCancelledIsMadeAgain) {
         EXPECT_EQ(info.time, kFileTimeUnixEpoch) << i;
         WaitForWaveformThreads();
         std::filesystem::resize_file(first.GetPath(), 8 * 20000);
-        RequestWaveformData(first);
+        ASSERT_TRUE(RequestWaveformData(first).Ok());
         RecordedAlbum::Wait();
         EXPECT_TRUE(IsWaveformReady(first)) << i;
     }
 }
 
-TEST(GenerateWaveform, EachReasonToFailIsShownOnce) {
-    OrvaneTest::FakeMessageHost host;
+TEST(GenerateWaveform, AFailureIsThatOfTheRequestOrOfItsEnd) {
     RecordedAlbum sides;
+    OverrideSetting("Max Threads", "1");
+    FileHistoryEntry& busy = sides.AddSide(NoisePairs(100));
     FileHistoryEntry& entry = sides.AddSide(NoisePairs(100));
+    const auto on_end = [](void* context, int, EventArg, EventArg ended, EventArg outcome) -> intptr_t {
+        if (ended) *static_cast<Outcome*>(context) = *reinterpret_cast<const Outcome*>(outcome);
+        return 0;
+    };
+    Outcome end;
+    event::Subscribe(EVENT_WAVEFORM_PROGRESS, event::Arg(&entry), on_end, &end);
+    RemoveFile(entry.GetPath());
+    const Outcome at_once = RequestWaveformData(entry);
+    EXPECT_TRUE(at_once.Is(Kind::CannotOpen));
+    EXPECT_NE(at_once.Plain().find("side2.wav"), std::string::npos) << at_once.Plain();
+    EXPECT_TRUE(RequestWaveformData(busy).Ok());
+    EXPECT_TRUE(RequestWaveformData(entry).Ok()) << "it waits for its turn";
+    RecordedAlbum::Wait();
+    EXPECT_EQ(end.Text(), at_once.Text());
+    std::filesystem::remove_all(sides.folder / "Mine/orvfiles");
     sides.folder.Write("Mine/orvfiles", "in the way of the folder");
-    for (const char* reason : {"orvfiles", "side1.wav"}) {
-        host.asked.clear();
-        for (int i = 0; i < 2; ++i) RequestWaveformData(entry);
-        ASSERT_EQ(host.asked.size(), 1u) << reason;
-        EXPECT_NE(host.Texts()[0].find(reason), std::string::npos) << host.Texts()[0];
-        RemoveFile(entry.GetPath());
-    }
+    EXPECT_NE(RequestWaveformData(busy).Plain().find("orvfiles"), std::string::npos);
+    event::Unsubscribe(EVENT_WAVEFORM_PROGRESS, on_end, &end);
+    OverrideSetting("Max Threads", "4");
 }
 
-int32_t BlockFor(int64_t frames) {
+int32_t BlockFor(double frames) {
     if (frames < 64) return 1;
     return frames < 2048 ? 64 : frames < 16384 ? 1024 : 8192;
 }
 
-// Column i is made of as many blocks as bring their number up to the nearest to i + 1 columns; behind a cut those of
-// the file behind it.
+// A recording whose waveform is there, and a reader of it.
+struct DrawnSide : RecordedAlbum {
+    explicit DrawnSide(const std::vector<float>& pairs) : entry(AddSide(pairs)), reader(entry) {
+        EXPECT_TRUE(RequestWaveformData(entry).Ok());
+        Wait();
+        EXPECT_TRUE(reader.Open().Ok());
+    }
+    const std::vector<WaveformRecord>& Columns(const WaveformView& view) {
+        const Outcome outcome = reader.Read(view, picture);
+        EXPECT_TRUE(outcome.Ok()) << outcome.Plain();
+        EXPECT_EQ(picture.n_known, view.width);
+        return picture.columns;
+    }
+    std::vector<WaveformRecord> CopyOfColumns(const WaveformView& view) { return Columns(view); }
+
+    FileHistoryEntry& entry;
+    WaveformReader reader;
+    WaveformPicture picture;
+};
+
+WaveformView With(WaveformView view, WaveformAudio audio, WaveformCuts cuts = WaveformCuts::Removed) {
+    view.audio = audio;
+    view.cuts = cuts;
+    return view;
+}
+
+// The columns of whole blocks that come nearest to their edges; behind a cut those of the file behind it.
 std::vector<WaveformRecord> PlainColumns(const std::vector<float>& file, const CutList& cuts,
                                          const WaveformView& view) {
-    const int32_t block = BlockFor(view.n_samples / view.width);
-    const double frames = static_cast<double>(view.n_samples) / view.width;
-    const auto blocks_before = [&](int column) {
-        return static_cast<int64_t>(std::ceil(column * (frames / block) - 0.5));
-    };
+    const int32_t block = BlockFor(view.frames_per_column);
     std::vector<WaveformRecord> columns;
     for (int column = 0; column < view.width; ++column) {
-        int64_t start = view.first;
+        double start = view.PositionOf(column), end = view.PositionOf(column + 1);
+        double removed = 0;
         for (const auto& cut : cuts) {
-            if (cut.start_time <= view.first + static_cast<int64_t>(column * frames)) start += cut.Length();
+            if (static_cast<double>(cut.start_time) <= start) removed += static_cast<double>(cut.Length());
         }
-        start = start / block * block;
-        columns.push_back(OrvaneOracle::Record(file, start + blocks_before(column) * block,
-                                               start + blocks_before(column + 1) * block));
+        const auto edge = [&](double at) {
+            return static_cast<int64_t>(std::ceil((at + removed) / block - 0.5)) * block;
+        };
+        columns.push_back(OrvaneOracle::Record(file, edge(start), edge(end)));
     }
     return columns;
 }
 
-TEST(WaveformReader, ColumnsEqualThePlainModelAtEveryZoom) {
+TEST(WaveformReader, ColumnsEqualThePlainModelAtEveryZoomAndPlace) {
     const std::vector<float> pairs = OrvaneTest::NoisePairs(400000);
-    RecordedAlbum sides;
-    FileHistoryEntry& entry = sides.AddSide(pairs);
-    RequestWaveformData(entry);
-    RecordedAlbum::Wait();
-    WaveformReader reader(entry);
+    DrawnSide side(pairs);
     OrvaneTest::Noise noise(3);
-    std::vector<WaveformRecord> columns;
     const CutList none;
     for (int i = 0; i < 300; ++i) {
         if (i == 100) {
-            for (const int64_t at : {0, 50000, 50100, 200000}) entry.cuts.Add(at, at + 7000 + at / 9, 0, 44100);
+            for (const int64_t at : {0, 50000, 50100, 200000}) {
+                side.entry.cuts.Add(at, at + 7000 + at / 9, 0, 44100);
+            }
         }
         WaveformView view;
-        // So that no column ends on the middle of a block but for a reason: it would be rounding errors that decide.
-        view.width = i % 2 ? 1 << noise.Below(13) : 1 + 2 * noise.Below(15);
-        view.n_samples = (view.width + static_cast<int64_t>(std::pow(2, 18 * noise.Even()))) | 1;
-        if (i < 12) {
-            view.width = 4;
-            view.n_samples = 4 * std::vector<int64_t>{63, 64, 2047, 2048, 16383, 16384}[static_cast<size_t>(i / 2)];
-        }
-        view.first = noise.Below(399000);
-        ASSERT_EQ(reader.Read(view, columns), WaveformResult::Drawn);
-        std::vector<WaveformRecord> wanted = PlainColumns(pairs, entry.cuts, view);
-        if (BlockFor(view.n_samples / view.width) == 1) {
+        // Half a block is as near to the one edge as to the other, and rounding errors would decide.
+        view.frames_per_column = std::pow(2, 15 * noise.Even()) + 0.01;
+        view.width = 1 + noise.Below(static_cast<int>(1e6 / (500 + view.frames_per_column)));
+        if (i < 6)
+            view.frames_per_column = std::vector<double>{63, 64, 2047, 2048, 16383, 16384}[static_cast<size_t>(i)];
+        view.origin = noise.Even() * 400000 + 0.003;
+        view.first_column = noise.Below(4000) - 2000;
+        if (i % 2) view.cuts = WaveformCuts::InPlace;
+        const CutList& cuts = i % 2 ? none : side.entry.cuts;
+        std::vector<WaveformRecord> wanted = PlainColumns(pairs, cuts, view);
+        if (BlockFor(view.frames_per_column) == 1 && i % 2 == 0) {
             // The columns of the audio itself come from the chain, which knows the cuts.
             Tesslib::Testing::MemoryStream file(44100, pairs);
-            PCMStack chain(&entry, &file, PCM_NO_FADERS | PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR, 0);
+            PCMStack chain(&side.entry, &file, PCM_NO_FADERS | PCM_NO_FILTERS | PCM_NO_CLICK_REPAIR, 0);
             wanted = PlainColumns(Tesslib::Testing::ReadAll(chain), none, view);
         }
-        EXPECT_EQ(columns, wanted) << i << ": " << view.first << " " << view.n_samples << " in " << view.width;
+        const std::vector<WaveformRecord> columns = side.CopyOfColumns(view);
+        ASSERT_EQ(columns, wanted) << i << ": " << view.origin << " by " << view.frames_per_column;
+        // Scrolled by some columns, what stays in sight does not change.
+        const int32_t scrolled = noise.Below(view.width);
+        view.first_column += scrolled;
+        side.Columns(view);
+        ASSERT_TRUE(std::equal(columns.begin() + scrolled, columns.end(), side.picture.columns.begin())) << i;
     }
 }
 
-TEST(WaveformReader, BetweenFramesColumnsGoInSteps) {
-    RecordedAlbum sides;
-    WaveformReader reader(sides.AddSide({0.0f, 1.0f, 0.5f, -1.0f, 0.1f, 0.1f}));
-    std::vector<WaveformRecord> columns;
-    ASSERT_EQ(reader.Read({0, 2, 8, false}, columns), WaveformResult::Drawn);
+TEST(WaveformReader, BelowAFrameAColumnSamplesStandAtTheirPlaces) {
+    DrawnSide side({0.0f, 1.0f, 0.5f, -1.0f, 0.1f, 0.1f});
+    WaveformView view{-1.25, 0.25, 5, 8};  // from frame 0 on
     std::vector<int> left;
-    for (const WaveformRecord& column : columns) left.push_back(column.min_left);
-    EXPECT_EQ(left, (std::vector<int>{0, 0, 0, 4096, 8192, 12288, 16384, 16384}));
+    for (const WaveformRecord& column : side.Columns(view)) left.push_back(column.min_left);
+    EXPECT_EQ(left, (std::vector<int>{0, 0, 0, 4096, 8192, 12288, 16384, 13107}));
+    EXPECT_EQ(side.picture.samples, (std::vector<WaveformSample>{{0, 0.0f, 1.0f}, {4, 0.5f, -1.0f}, {8, 0.1f, 0.1f}}));
+    view = {-1.5, 2.0 / 3.0, 0, 3};  // frame 2 lies at the place 5.25
+    side.Columns(view);
+    EXPECT_EQ(side.picture.samples, (std::vector<WaveformSample>{{2.25f, 0.0f, 1.0f}, {3.75f, 0.5f, -1.0f}}));
 }
 
-TEST(WaveformReader, TheCorrectedViewHoldsBlocksToTheirRepairs) {
-    RecordedAlbum sides;
-    FileHistoryEntry& entry = sides.AddSide(std::vector<float>(2 * 64 * 50, 0.5f));
-    RequestWaveformData(entry);
-    RecordedAlbum::Wait();
+TEST(WaveformReader, CutsStandWhereTheyAreSeen) {
+    DrawnSide side(NoisePairs(30000));
+    side.entry.cuts.Add(10000, 12000, 0, 44100);
+    side.entry.cuts.Add(20000, 21000, 0, 44100);
+    const WaveformView all = WaveformView::Over(0, 30000, 300);
+    const auto places = [&](WaveformCuts cuts) {
+        side.Columns(With(all, WaveformAudio::Uncorrected, cuts));
+        std::vector<double> found;
+        for (const WaveformCut& cut : side.picture.cuts) {
+            found.insert(found.end(), {cut.left, cut.right, static_cast<double>(cut.n_frames)});
+        }
+        return found;
+    };
+    EXPECT_EQ(places(WaveformCuts::Removed), (std::vector<double>{100, 100, 2000, 200, 200, 1000}));
+    EXPECT_EQ(places(WaveformCuts::InPlace), (std::vector<double>{100, 120, 2000, 220, 230, 1000}));
+}
+
+TEST(WaveformReader, RepairedAndRemovedAudioAtEveryZoom) {
+    DrawnSide side(std::vector<float>(2 * 64 * 50, 0.5f));
     const auto add = [&](int channel, int16_t type, int64_t start, const std::vector<int16_t>& samples) {
-        entry.click_repairs[channel].Append(OrvaneTest::MakeRepair(type, start, samples).release());
+        side.entry.click_repairs[channel].Append(OrvaneTest::MakeRepair(type, start, samples).release());
     };
     add(0, REPAIR_SCANNER, 64 * 10 + 60, {-5, 100, 7, 8, 9, 10});  // lies in two blocks
     add(0, REPAIR_RECOMPUTED, 64 * 20, {1, 2, 3});                 // not applied
     add(1, REPAIR_PATCH, 64 * 30 + 62, {-3, 4, -20, 30});
-    std::vector<WaveformRecord> columns, wanted(50, {16384, 16384, 16384, 16384});
-    WaveformReader reader(entry);
-    ASSERT_EQ(reader.Read({0, 3200, 50, false}, columns), WaveformResult::Drawn);
-    EXPECT_EQ(columns, wanted);
+    const WaveformView blocks = WaveformView::Over(0, 3200, 50);
+    std::vector<WaveformRecord> wanted(50, {16384, 16384, 16384, 16384});
+    EXPECT_EQ(side.Columns(With(blocks, WaveformAudio::Uncorrected)), wanted);
     // The range of the first two blocks, all at 16384, and that of the repair do not meet.
     wanted[10].min_left = wanted[11].min_left = 100;
     wanted[30] = {16384, 16384, -3, 4};
     wanted[31] = {16384, 16384, -20, 30};
-    ASSERT_EQ(reader.Read({0, 3200, 50, true}, columns), WaveformResult::Drawn);
-    EXPECT_EQ(columns, wanted);
+    EXPECT_EQ(side.Columns(With(blocks, WaveformAudio::Corrected)), wanted);
+    wanted.assign(50, {});
+    wanted[10].max_left = wanted[11].max_left = 16384 - 100;
+    wanted[30].max_right = 16384 + 3;
+    wanted[31].max_right = 16384 + 20;
+    EXPECT_EQ(side.Columns(With(blocks, WaveformAudio::Difference)), wanted);
+
+    const WaveformView frames = WaveformView::Over(64 * 10 + 58, 10, 10);
+    const auto left = [&](WaveformAudio audio) {
+        std::vector<int> found;
+        for (const WaveformRecord& column : side.Columns(With(frames, audio))) found.push_back(column.max_left);
+        return found;
+    };
+    EXPECT_EQ(left(WaveformAudio::Corrected), (std::vector<int>{16384, 16384, -5, 100, 7, 8, 9, 10, 16384, 16384}));
+    EXPECT_EQ(left(WaveformAudio::Difference),
+              (std::vector<int>{0, 0, 16388, 16284, 16377, 16376, 16375, 16374, 0, 0}));
 }
 
 TEST(WaveformReader, TheCorrectedViewIsOfOneListWhileAScanEntersAnother) {
-    RecordedAlbum sides;
-    FileHistoryEntry& entry = sides.AddSide(std::vector<float>(2 * 64 * 2000));
-    RequestWaveformData(entry);
-    RecordedAlbum::Wait();
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    DrawnSide side(std::vector<float>(2 * 64 * 2000));
     std::atomic<bool> ended{false};
-    const std::jthread scan([&] {
-        for (int16_t version = 1; version < 300; ++version) {
-            ClickRepairList found(0);
-            for (int64_t block = 0; block < 2000; ++block) {
-                found.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 64 * block, {version}).release());
+    std::atomic<int> last_drawn{0};
+    const auto draw = [&](WaveformReader& reader) {
+        WaveformPicture picture;
+        for (bool last = false; !last;) {
+            last = ended;
+            ASSERT_TRUE(reader.Read(With(WaveformView::Over(0, 64 * 2000, 2000), WaveformAudio::Corrected), picture));
+            for (const WaveformRecord& column : picture.columns) {
+                ASSERT_EQ(column.max_left, picture.columns[0].max_left);
             }
-            const ListChange change(&entry.click_repairs[0]);
-            entry.click_repairs[0].Swap(found);
         }
-        ended = true;
-    });
-    WaveformReader reader(entry);
-    std::vector<WaveformRecord> columns;
-    for (bool last = false; !last;) {
-        last = ended;
-        ASSERT_EQ(reader.Read({0, 64 * 2000, 2000, true}, columns), WaveformResult::Drawn);
-        for (const WaveformRecord& column : columns) ASSERT_EQ(column.max_left, columns[0].max_left);
+        last_drawn = picture.columns[0].max_left;
+    };
+    std::jthread drawing([&] { draw(side.reader); });
+    for (int16_t version = 1; version < 300; ++version) {
+        ClickRepairList found(0);
+        for (int64_t block = 0; block < 2000; ++block) {
+            found.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 64 * block, {version}).release());
+        }
+        const ListChange change(&side.entry.click_repairs[0]);
+        side.entry.click_repairs[0].Swap(found);
     }
-    EXPECT_EQ(columns[0].max_left, 299);
+    ended = true;
+    drawing.join();
+    EXPECT_EQ(last_drawn, 299);
 }
 
 TEST(WaveformReader, LetsGoOfTheRecordingWhenItsAlbumOrCollectionCloses) {
-    RecordedAlbum sides;
-    FileHistoryEntry& entry = sides.AddSide(NoisePairs(2000));
-    WaveformReader reader(entry);
-    std::vector<WaveformRecord> columns;
-    const std::pair<int, EventArg> closings[] = {{EVENT_ALBUM_CLOSING, event::Arg(&entry)},  // another album
-                                                 {EVENT_ALBUM_CLOSING, event::Arg(sides.album)},
-                                                 {EVENT_COLLECTION_CLOSING, event::Arg(&sides.set)}};
+    DrawnSide side(NoisePairs(2000));
+    const WaveformView view = WaveformView::Over(0, 1000, 100);
+    const std::pair<int, EventArg> closings[] = {{EVENT_ALBUM_CLOSING, event::Arg(&side.entry)},  // another album
+                                                 {EVENT_ALBUM_CLOSING, event::Arg(side.album)},
+                                                 {EVENT_COLLECTION_CLOSING, event::Arg(&side.set)}};
     for (const auto& [closing, which] : closings) {
-        EXPECT_EQ(reader.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
+        const bool stays = which == event::Arg(&side.entry);
+        ASSERT_TRUE(side.reader.Open().Ok());
+        side.Columns(view);
         event::Fire(closing, which);
-        EXPECT_EQ(entry.IsOpen(), which == event::Arg(&entry));
+        EXPECT_EQ(side.entry.IsOpen(), stays);
+        EXPECT_EQ(side.reader.Read(view, side.picture).Ok(), stays);
     }
-    EXPECT_EQ(reader.Read({0, 1000, 100, false}, columns), WaveformResult::Drawn);
-    EXPECT_TRUE(RenameAlbumFiles(*sides.album, "Other", "Name"));
+    ASSERT_TRUE(side.reader.Open().Ok());
+    side.Columns(view);
+    EXPECT_TRUE(RenameAlbumFiles(*side.album, "Other", "Name"));
+    side.album->artist = "Other";
+    side.album->title = "Name";
+    ASSERT_TRUE(side.reader.Open().Ok());
+    side.Columns(view);
 }
 
-TEST(WaveformReader, OnlyFreshFilesAreDrawnAlsoWhileTheyAreOpen) {
+TEST(WaveformReader, OnlyFreshFilesAreKnownAlsoWhileTheyAreOpen) {
     RecordedAlbum sides;
     FileHistoryEntry& entry = sides.AddSide(OrvaneTest::NoisePairs(300000));
     WaveformReader reader(entry);
-    std::vector<WaveformRecord> columns;
+    ASSERT_TRUE(reader.Open().Ok());
+    const WaveformView view = WaveformView::Over(0, 300000, 10);
+    WaveformPicture picture;
     FileInfo info;
     ASSERT_EQ(GetFileInfo(entry.GetPath(), info), 0);
     for (int i = 0; i < 2; ++i) {
         SetFileTime(entry.GetPath(), info.time + i * 60 * kFileTimeSecond);
-        EXPECT_EQ(reader.Read({0, 300000, 10, false}, columns), WaveformResult::NotReady);
+        EXPECT_TRUE(reader.Read(view, picture).Ok());
+        EXPECT_EQ(picture.n_known, 0);
+        ASSERT_TRUE(RequestWaveformData(entry).Ok());
         RecordedAlbum::Wait();
-        EXPECT_EQ(reader.Read({0, 300000, 10, false}, columns), WaveformResult::Drawn);
+        EXPECT_TRUE(reader.Read(view, picture).Ok());
+        EXPECT_EQ(picture.n_known, 10);
     }
+    // Files in the making are known as far as they have been written.
+    SetFileTime(entry.GetPath(), info.time + 120 * kFileTimeSecond);
+    sides.folder.Write("Mine/orvfiles/Art~Blue~side1.wav_$$$.wfs", std::string(8 * 11, '\0'));
+    entry.generating = true;
+    EXPECT_TRUE(reader.Read(view, picture).Ok());
+    EXPECT_EQ(picture.n_known, 3) << "11 blocks of 8192, in columns of 30000";
+    entry.generating = false;
 }
 
 }  // namespace
