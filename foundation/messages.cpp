@@ -2,6 +2,9 @@
 
 #include "foundation/assert.h"
 
+template void fmt::detail::vprintf<char, fmt::printf_context>(fmt::detail::buffer<char>&, fmt::basic_string_view<char>,
+                                                              fmt::basic_format_args<fmt::printf_context>);
+
 namespace Foundation {
 
 std::string_view MessageText(Msg id) {

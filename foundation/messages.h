@@ -6,6 +6,12 @@
 #include <string>
 #include <string_view>
 
+// One copy of the formatter for the whole program, in messages.cpp. Otherwise every file that formats a text compiles
+// its own, which takes longer than the rest of the file.
+extern template void fmt::detail::vprintf<char, fmt::printf_context>(fmt::detail::buffer<char>&,
+                                                                     fmt::basic_string_view<char>,
+                                                                     fmt::basic_format_args<fmt::printf_context>);
+
 namespace Foundation {
 
 // Numbers below 30000 are stable: users and logs know them. Texts that never had a number of their own follow from
