@@ -342,6 +342,10 @@ std::string_view MessageText(Msg id) {
             return "%s is in use by %s";
         case Msg::TitlesAndTracksDiffer:
             return "The sides have %s, but %s has %s";
+        case Msg::DeviceNotOpen:
+            return "The playback device is not open.";
+        case Msg::BadTurntable:
+            return "<b>%s</b> is nothing that a simulated turntable can do (in %s).";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -165,6 +165,8 @@ enum class Msg : int {
     DeviceError,         // device, error, function
     NoConversion,
     ServerConversion,  // kHz of the device, kHz of the stream
+    DeviceNotOpen,
+    BadTurntable,  // word, the whole
     JobInProgress,
     CollectionInUse,        // file, who has it
     CollectionExists,       // file

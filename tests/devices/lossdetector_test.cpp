@@ -14,7 +14,7 @@ namespace {
 constexpr int kRate = 44100, kBlock = 1152;
 
 // A device that delivers a block about every 26 ms of its own clock.
-struct Device {
+struct DriftingDevice {
     double ppm = 0;        // its clock against ours
     double jitter_ms = 0;  // a delivery is late by up to so much
     int block = kBlock;
@@ -52,7 +52,7 @@ TEST(LossDetectorTest, ClocksThatDifferAndLateDeliveriesAreNoLoss) {
         for (double jitter : {0.0, 50.0}) {
             SCOPED_TRACE(testing::Message() << ppm << " ppm, " << jitter << " ms");
             LossDetector detector(kRate, kBlock);
-            Device device{ppm, jitter};
+            DriftingDevice device{ppm, jitter};
             device.Run(detector, 8 * 3600);
             EXPECT_TRUE(device.found.empty());
         }
@@ -61,7 +61,7 @@ TEST(LossDetectorTest, ClocksThatDifferAndLateDeliveriesAreNoLoss) {
 
 TEST(LossDetectorTest, AStallThatIsMadeUpForIsNoLoss) {
     LossDetector detector(kRate, kBlock);
-    Device device{20, 10};
+    DriftingDevice device{20, 10};
     for (int minute = 1; minute <= 30; ++minute) {
         device.Run(detector, 57);
         device.Run(detector, 2.9, false, device.at_ns / 1e9 + 2.9);
@@ -76,7 +76,7 @@ TEST(LossDetectorTest, ALostBlockIsToldWithinTwoSecondsAtItsPlace) {
             for (double ppm : {-200.0, 200.0}) {
                 SCOPED_TRACE(testing::Message() << block << ", " << jitter << " ms, " << ppm << " ppm");
                 LossDetector detector(kRate, kBlock);
-                Device device{ppm, jitter};
+                DriftingDevice device{ppm, jitter};
                 device.block = block;
                 const int lost = (kBlock + block - 1) / block * block;
                 for (int i = 0; i < 20; ++i) {
@@ -104,7 +104,7 @@ TEST(LossDetectorTest, ALostBlockIsToldWithinTwoSecondsAtItsPlace) {
 
 TEST(LossDetectorTest, WhatIsKnownIsNotCountedTwice) {
     LossDetector detector(kRate, kBlock);
-    Device device;
+    DriftingDevice device;
     device.Run(detector, 10);
     device.Run(detector, 1.0, true);
     detector.AlreadyCounted(device.delivered - device.kept);

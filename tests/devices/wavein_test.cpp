@@ -54,7 +54,7 @@ private:
 constexpr int kBlock = 100;
 
 // A client that keeps what it is given until told otherwise.
-struct Client {
+struct KeepingClient {
     std::vector<WaveBuffer*> held;
     std::vector<float> heard;
     std::vector<uint32_t> sizes;
@@ -63,7 +63,7 @@ struct Client {
     AbstractWaveIn* device = nullptr;
     bool keeps = false;
 
-    static void Callback(void* client, WaveBuffer* buffer) { static_cast<Client*>(client)->Take(buffer); }
+    static void Callback(void* client, WaveBuffer* buffer) { static_cast<KeepingClient*>(client)->Take(buffer); }
     void Take(WaveBuffer* buffer) {
         if (!buffer) {
             ++failures;
@@ -88,7 +88,7 @@ protected:
         settings.n_buffers = n_buffers;
         settings.quad_dop = quad;
         settings.client = &client;
-        settings.callback = Client::Callback;
+        settings.callback = KeepingClient::Callback;
         in = std::make_unique<WaveIn>(std::make_unique<ScriptedDriver>(scripted), settings, clock);
         client.device = in.get();
     }
@@ -110,7 +110,7 @@ protected:
 
     FakeClock clock;
     ScriptedDevice scripted;
-    Client client;
+    KeepingClient client;
     std::unique_ptr<WaveIn> in;
     int fed = 0;
 };
