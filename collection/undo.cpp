@@ -3,8 +3,8 @@
 #include <array>
 
 #include "collection/dataobjects.h"
+#include "collection/gesture.h"
 #include "foundation/event.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -49,37 +49,47 @@ bool CanRedo() {
     return state.undo_highwater > state.undo_index && !state.redo_barred;
 }
 
-bool AskForScreen() {
-    event::Fire(EVENT_UNDO_QUESTION, 1);
-    const Message question{FormatMsg(Msg::UndoOtherWindow), Buttons::OkCancel, Severity::Information, {}};
-    const Answer answer = Messages().Ask(question);
-    event::Fire(EVENT_UNDO_QUESTION, 0);
-    return answer == Answer::Ok;
+Outcome CannotUndo(UndoDirection direction) {
+    return Outcome::Fail(Kind::Refused, direction == UndoDirection::Undo ? Msg::NothingToUndo : Msg::NothingToRedo);
 }
 
-// Applies the record in a slot and puts its opposite there. False leaves it in its place.
-bool Perform(int index) {
+// Applies the record in a slot and puts its opposite there. A failure leaves it in its place.
+Outcome Perform(int index, const UndoAnswers& answers) {
     const UndoEntry& entry = *Slot(index);
+    const Result<AlbumInfo*> target = entry.Target();
+    if (!target) return target.GetOutcome();
+    AlbumInfo* album = *target;
     const int screen = current_host->IsUsable(entry.screen) ? entry.screen : SCREEN_SPLIT;
-    if (entry.needs_screen && screen != current_host->CurrentScreen()) {
-        if (!AskForScreen() || !current_host->ShowScreen(screen)) return false;
+    const bool other_screen = entry.needs_screen && screen != current_host->CurrentScreen();
+    if (other_screen && !answers.other_window) return Outcome::Fail(Kind::NeedsAnswer, Msg::UndoOtherWindow);
+    const bool other_album = album && album != gAlbumSet->current_album;
+    if (other_album && !answers.other_album) {
+        return Outcome::Fail(Kind::NeedsAnswer, Msg::UndoOtherAlbum, album->artist, album->title);
     }
-    std::unique_ptr<UndoEntry> opposite = Slot(index)->Apply();
-    if (!opposite) return false;
-    opposite->description = entry.description;
-    opposite->needs_screen = entry.needs_screen;
+    if (other_screen) {
+        if (Outcome shown = current_host->ShowScreen(screen); !shown) return shown;
+    }
+    if (other_album) current_host->ShowAlbum(album);
+    UndoResult opposite = Slot(index)->Apply();
+    if (!opposite) return opposite.GetOutcome();
+    (*opposite)->description = entry.description;
+    (*opposite)->needs_screen = entry.needs_screen;
+    (*opposite)->Show();
     Free(index);
-    Put(index, std::move(opposite));
+    Put(index, std::move(*opposite));
     MarkDirty();
-    return true;
+    return {};
 }
 
-bool Go(UndoDirection direction) {
+Outcome Go(UndoDirection direction, const UndoAnswers& answers) {
     event::Fire(EVENT_UNDO);
+    ORVANE_ASSERT(!state.in_undo);
+    Gesture::KeepRunning();
     const bool undo = direction == UndoDirection::Undo;
-    if (state.in_undo || !(undo ? CanUndo() : CanRedo()) || !current_host->CanGoOn(direction)) return false;
+    if (!(undo ? CanUndo() : CanRedo())) return CannotUndo(direction);
+    if (Outcome free = current_host->CanGoOn(direction); !free) return free;
     state.in_undo = true;
-    const bool done = Perform(undo ? state.undo_index - 1 : state.undo_index);
+    Outcome done = Perform(undo ? state.undo_index - 1 : state.undo_index, answers);
     state.in_undo = false;
     if (done) state.undo_index += undo ? -1 : 1;
     current_host->CatchUp();
@@ -107,6 +117,8 @@ UndoEntry::UndoEntry(std::string description)
 void AddUndo(std::unique_ptr<UndoEntry> entry, UndoTop top) {
     ORVANE_ASSERT(!state.in_undo);
     if (!entry) return;
+    if (Gesture* gesture = Gesture::Moving()) return gesture->Add(std::move(entry));
+    Gesture::KeepRunning();
     if (top == UndoTop::Replace) {
         ORVANE_ASSERT(state.undo_index > 0 && state.undo_index == state.undo_highwater);
         Free(--state.undo_index);
@@ -125,16 +137,17 @@ void AddUndo(std::unique_ptr<UndoEntry> entry, UndoTop top) {
     current_host->MenusChanged();
 }
 
-bool Undo() {
-    return Go(UndoDirection::Undo);
+Outcome Undo(const UndoAnswers& answers) {
+    return Go(UndoDirection::Undo, answers);
 }
 
-bool Redo() {
-    return Go(UndoDirection::Redo);
+Outcome Redo(const UndoAnswers& answers) {
+    return Go(UndoDirection::Redo, answers);
 }
 
 void ClearUndo() {
     ORVANE_ASSERT(!state.in_undo);
+    Gesture::ForgetRunning();
     while (state.undo_highwater > 0) Free(--state.undo_highwater);
     ORVANE_ASSERT(state.undo_size == 0);
     state = {};
@@ -142,6 +155,7 @@ void ClearUndo() {
 }
 
 void SetUndoFloor() {
+    Gesture::KeepRunning();
     state.floor = state.undo_index;
     state.redo_barred = true;
     current_host->MenusChanged();
@@ -155,9 +169,12 @@ void ClearUndoFloor() {
 
 UndoMenu GetUndoMenu(UndoDirection direction) {
     const bool undo = direction == UndoDirection::Undo;
+    const UndoEntry* running = Gesture::Steps();  // kept, it is the last action
     UndoMenu menu;
-    menu.enabled = undo ? CanUndo() : CanRedo();
-    const std::string what = menu.enabled ? Slot(undo ? state.undo_index - 1 : state.undo_index)->description : "";
+    menu.enabled = running ? undo : undo ? CanUndo() : CanRedo();
+    std::string what;
+    if (menu.enabled)
+        what = (running ? running : Slot(undo ? state.undo_index - 1 : state.undo_index).get())->description;
     menu.text = FormatMsg(undo ? Msg::UndoMenu : Msg::RedoMenu, what);
     menu.tip = FormatMsg(undo ? Msg::UndoTip : Msg::RedoTip, what);
     return menu;

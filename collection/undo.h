@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "foundation/outcome.h"
+
 namespace Orvane {
 
 struct AlbumInfo;
@@ -28,9 +30,10 @@ public:
     virtual int CurrentScreen() const { return SCREEN_NONE; }
     // False when the album that the screen worked on is gone: Split Tracks then stands in for it.
     virtual bool IsUsable(int /*screen*/) { return true; }
-    virtual bool ShowScreen(int /*screen*/) { return true; }  // false: it could not be left or entered
-    // False while the current screen is busy or has something open that an undo would disturb.
-    virtual bool CanGoOn(UndoDirection) { return true; }
+    // A failure: the screen shown cannot be left, or the other not be entered.
+    virtual Foundation::Outcome ShowScreen(int /*screen*/) { return {}; }
+    // A failure while the current screen is busy or has something open that an undo would disturb.
+    virtual Foundation::Outcome CanGoOn(UndoDirection) { return {}; }
     virtual void ShowAlbum(AlbumInfo* album);                                            // makes it the current one
     virtual void ShowTracks(const AlbumInfo& /*album*/, int /*first*/, int /*last*/) {}  // whose data have come back
     virtual void CatchUp() {}       // the waveform displays of the current screen are out of date
@@ -41,6 +44,9 @@ public:
 UndoHost* SetUndoHost(UndoHost* host);
 UndoHost& GetUndoHost();
 
+class UndoEntry;
+using UndoResult = Foundation::Result<std::unique_ptr<UndoEntry>>;
+
 // One action of the user. It remembers the screen that was shown when it was made.
 class UndoEntry {
 public:
@@ -49,9 +55,14 @@ public:
     UndoEntry& operator=(const UndoEntry&) = delete;
     virtual ~UndoEntry() = default;
 
-    // Puts the data back as they were and returns the record that does the opposite. Null when it could not be done or
-    // the user did not want it, which has been said: then nothing has changed.
-    virtual std::unique_ptr<UndoEntry> Apply() = 0;
+    // The album that it changes, null for none. A failure when that, or the recording meant, has been deleted.
+    virtual Foundation::Result<AlbumInfo*> Target() const { return nullptr; }
+    // Puts the data back as they were and returns the record that does the opposite. A failure has changed nothing.
+    virtual UndoResult Apply() = 0;
+    // Points out to the user what has been put back in exchange for what this record holds now.
+    virtual void Show() const {}
+    // Whether putting back what this record holds also undoes `later`, the action right after it.
+    virtual bool Covers(const UndoEntry& /*later*/) const { return false; }
 
     std::string description;  // what the menu shows
     int screen;
@@ -67,12 +78,19 @@ enum class UndoTop { Keep, Replace };
 
 // Enters a record of what has just been done; null is ignored. It ends what could be redone, and the oldest records go
 // when there are too many or too large ones. With Replace it takes the place of the last one, which must be there with
-// nothing to redo behind it: a run of changes then undoes in one step. Not while an undo runs.
+// nothing to redo behind it. Inside the move of a gesture (gesture.h) it becomes part of that. Not while an undo runs.
 void AddUndo(std::unique_ptr<UndoEntry> entry, UndoTop top = UndoTop::Keep);
 
-// True when something was done. Otherwise the stack is as it was.
-bool Undo();
-bool Redo();
+// What the user has agreed to.
+struct UndoAnswers {
+    bool other_window = false;
+    bool other_album = false;
+};
+
+// A failure leaves everything as it is. With NeedsAnswer, UndoOtherWindow or UndoOtherAlbum, the user has to be asked
+// before it is called again with that answer; a question may follow another. A gesture that runs is kept first.
+Foundation::Outcome Undo(const UndoAnswers& answers = {});
+Foundation::Outcome Redo(const UndoAnswers& answers = {});
 
 // Forgets everything.
 void ClearUndo();

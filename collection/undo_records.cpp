@@ -4,7 +4,7 @@
 
 #include "collection/albumset.h"
 #include "collection/renames.h"
-#include "foundation/host.h"
+#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -12,12 +12,11 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-// The album of a record, if it can be changed now; else it has been said why not.
-AlbumInfo* GoToUnused(const AlbumRef& ref) {
-    AlbumInfo* album = ref.GoTo();
-    if (!album || album->running_jobs == 0) return album;
-    ShowMessage(FormatMsg(Msg::AlbumInUse, album->artist, album->title));
-    return nullptr;
+// The album of a record, if it can be changed now.
+Result<AlbumInfo*> FindUnused(const AlbumRef& ref) {
+    Result<AlbumInfo*> found = ref.Find();
+    if (!found || (*found)->running_jobs == 0) return found;
+    return Outcome::Fail(Kind::Busy, Msg::AlbumInUse, (*found)->artist, (*found)->title);
 }
 
 }  // namespace
@@ -31,15 +30,13 @@ std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album) {
 UndoEditAlbumDetails::UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details)
     : UndoEntry(FormatMsg(Msg::EditAlbumDetails)), ref(album), details(std::move(details)) {}
 
-std::unique_ptr<UndoEntry> UndoEditAlbumDetails::Apply() {
-    AlbumInfo* album = GoToUnused(ref);
-    if (!album) return nullptr;
-    std::unique_ptr<AlbumInfo> before = CopyDetails(*album);
-    if (!ChangeDetails(*album, *details)) {
-        ShowLastError();
-        return nullptr;
-    }
-    return std::make_unique<UndoEditAlbumDetails>(*album, std::move(before));
+UndoResult UndoEditAlbumDetails::Apply() {
+    const Result<AlbumInfo*> found = FindUnused(ref);
+    if (!found) return found.GetOutcome();
+    AlbumInfo& album = **found;
+    std::unique_ptr<AlbumInfo> before = CopyDetails(album);
+    if (!ChangeDetails(album, *details)) return Outcome::OfLastError(ERR_IO);
+    return UndoResult(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
 }
 
 UndoUpdateTrackInfo::UndoUpdateTrackInfo(const AlbumInfo& album, std::string description, int first_track,
@@ -51,37 +48,29 @@ UndoUpdateTrackInfo::UndoUpdateTrackInfo(const AlbumInfo& album, std::string des
       first_track(first_track),
       last_track(last_track) {}
 
-std::unique_ptr<UndoEntry> UndoUpdateTrackInfo::Apply() {
-    AlbumInfo* album = GoToUnused(ref);
-    if (!album) return nullptr;
-    auto opposite = std::make_unique<UndoUpdateTrackInfo>(*album, description, first_track, last_track);
+UndoResult UndoUpdateTrackInfo::Apply() {
+    const Result<AlbumInfo*> found = FindUnused(ref);
+    if (!found) return found.GetOutcome();
+    AlbumInfo& album = **found;
+    auto opposite = std::make_unique<UndoUpdateTrackInfo>(album, description, first_track, last_track);
     {
-        const bool other_count = album->tracks.size() != tracks.size();
-        const Change change(other_count ? CHANGE_TRACK_INSERTED : CHANGE_TRACK_TIMES, album);
-        album->tracks = tracks;
-        album->sides_adjusted = sides_adjusted;
+        const bool other_count = album.tracks.size() != tracks.size();
+        const Change change(other_count ? CHANGE_TRACK_INSERTED : CHANGE_TRACK_TIMES, &album);
+        album.tracks = tracks;
+        album.sides_adjusted = sides_adjusted;
     }
-    GetUndoHost().ShowTracks(*album, first_track, std::min(last_track, album->tracks.size() - 1));
-    return opposite;
+    return UndoResult(std::move(opposite));
 }
 
-void UndoGroup::Add(std::unique_ptr<UndoEntry> entry) {
-    size += entry->size;
-    entries.push_back(std::move(entry));
+void UndoUpdateTrackInfo::Show() const {
+    const Result<AlbumInfo*> album = ref.Find();
+    if (album) GetUndoHost().ShowTracks(**album, first_track, std::min(last_track, (*album)->tracks.size() - 1));
 }
 
-// The last change goes first. What has been put back before one that cannot be is done again.
-std::unique_ptr<UndoEntry> UndoGroup::Apply() {
-    auto opposite = std::make_unique<UndoGroup>(description);
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        std::unique_ptr<UndoEntry> undone = (*entry)->Apply();
-        if (!undone) {
-            opposite->Apply();
-            return nullptr;
-        }
-        opposite->Add(std::move(undone));
-    }
-    return opposite;
+// All of the listing is put back, whatever has changed in it.
+bool UndoUpdateTrackInfo::Covers(const UndoEntry& later) const {
+    const auto* other = dynamic_cast<const UndoUpdateTrackInfo*>(&later);
+    return other && other->ref == ref;
 }
 
 RecordingName::RecordingName(const FileHistoryEntry& entry)
@@ -109,16 +98,14 @@ bool RecordingName::GiveTo(FileHistoryEntry& entry) const {
 UndoRenameAlbumSide::UndoRenameAlbumSide(const FileHistoryEntry& entry, RecordingName name, std::string description)
     : UndoEntry(std::move(description)), ref(entry), name(std::move(name)) {}
 
-std::unique_ptr<UndoEntry> UndoRenameAlbumSide::Apply() {
-    FileHistoryEntry* entry = ref.GoTo();
-    if (!entry) return nullptr;
-    RecordingName before(*entry);
-    const Change change(CHANGE_DETAILS, entry->album);
-    if (!name.GiveTo(*entry)) {
-        ShowLastError();
-        return nullptr;
-    }
-    return std::make_unique<UndoRenameAlbumSide>(*entry, std::move(before), description);
+UndoResult UndoRenameAlbumSide::Apply() {
+    const Result<FileHistoryEntry*> found = ref.Find();
+    if (!found) return found.GetOutcome();
+    FileHistoryEntry& entry = **found;
+    RecordingName before(entry);
+    const Change change(CHANGE_DETAILS, entry.album);
+    if (!name.GiveTo(entry)) return Outcome::OfLastError(ERR_IO);
+    return UndoResult(std::make_unique<UndoRenameAlbumSide>(entry, std::move(before), description));
 }
 
 }  // namespace Orvane

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "collection/gesture.h"
 #include "collection/undo.h"
 #include "collection/undo_refs.h"
 
@@ -21,7 +22,8 @@ class UndoEditAlbumDetails : public UndoEntry {
 public:
     // `album` as it is called now.
     UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details);
-    std::unique_ptr<UndoEntry> Apply() override;
+    Foundation::Result<AlbumInfo*> Target() const override { return ref.Find(); }
+    UndoResult Apply() override;
 
 private:
     AlbumRef ref;
@@ -33,7 +35,10 @@ class UndoUpdateTrackInfo : public UndoEntry {
 public:
     // Made before the change, of which the tracks `first_track` to `last_track` are to be shown when it is undone.
     UndoUpdateTrackInfo(const AlbumInfo& album, std::string description, int first_track, int last_track);
-    std::unique_ptr<UndoEntry> Apply() override;
+    Foundation::Result<AlbumInfo*> Target() const override { return ref.Find(); }
+    UndoResult Apply() override;
+    void Show() const override;
+    bool Covers(const UndoEntry& later) const override;
 
 private:
     AlbumRef ref;
@@ -41,18 +46,6 @@ private:
     uint16_t sides_adjusted;
     int first_track;
     int last_track;
-};
-
-// Several records of one action, in the order of their changes.
-class UndoGroup : public UndoEntry {
-public:
-    using UndoEntry::UndoEntry;
-    void Add(std::unique_ptr<UndoEntry> entry);
-    bool Empty() const { return entries.empty(); }
-    std::unique_ptr<UndoEntry> Apply() override;
-
-private:
-    std::vector<std::unique_ptr<UndoEntry>> entries;
 };
 
 // The part of a recording's name that is its own, not its album's.
@@ -71,7 +64,8 @@ struct RecordingName {
 class UndoRenameAlbumSide : public UndoEntry {
 public:
     UndoRenameAlbumSide(const FileHistoryEntry& entry, RecordingName name, std::string description);
-    std::unique_ptr<UndoEntry> Apply() override;
+    Foundation::Result<AlbumInfo*> Target() const override { return ref.FindAlbum(); }
+    UndoResult Apply() override;
 
 private:
     RecordingRef ref;

@@ -1,8 +1,6 @@
 #include "collection/undo_refs.h"
 
 #include "collection/recordingplaces.h"
-#include "collection/undo.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -10,7 +8,7 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-AlbumInfo* FindAlbum(const std::string& artist, const std::string& title) {
+AlbumInfo* FindNamed(const std::string& artist, const std::string& title) {
     if (!gAlbumSet) return nullptr;
     const auto is_it = [&](const AlbumInfo& album) { return album.artist == artist && album.title == title; };
     // Of several albums of one name the one on the screen is meant.
@@ -22,7 +20,7 @@ AlbumInfo* FindAlbum(const std::string& artist, const std::string& title) {
     return nullptr;
 }
 
-FileHistoryEntry* FindRecording(uint32_t id) {
+FileHistoryEntry* FindEntry(uint32_t id) {
     if (!gAlbumSet) return nullptr;
     for (const AlbumInfo& album : gAlbumSet->albums) {
         for (FileHistoryEntry* entry : AllRecordings(album)) {
@@ -32,26 +30,28 @@ FileHistoryEntry* FindRecording(uint32_t id) {
     return nullptr;
 }
 
-bool GoToAlbum(AlbumInfo* album) {
-    if (album == gAlbumSet->current_album) return true;
-    const std::string text = FormatMsg(Msg::UndoOtherAlbum, album->artist, album->title);
-    if (Messages().Ask({text, Buttons::OkCancel, Severity::Information, {}}) != Answer::Ok) return false;
-    GetUndoHost().ShowAlbum(album);
-    return true;
+Outcome Deleted(const std::string& what) {
+    return Outcome::Fail(Kind::Refused, Msg::UndoTargetDeleted, what);
 }
 
 }  // namespace
 
-AlbumInfo* AlbumRef::GoTo() const {
-    AlbumInfo* album = FindAlbum(artist, title);
-    if (!album) ShowMessage(FormatMsg(Msg::UndoTargetDeleted, artist + " - " + title));
-    return album && GoToAlbum(album) ? album : nullptr;
+Result<AlbumInfo*> AlbumRef::Find() const {
+    AlbumInfo* album = FindNamed(artist, title);
+    if (!album) return Deleted(artist + " - " + title);
+    return album;
 }
 
-FileHistoryEntry* RecordingRef::GoTo() const {
-    FileHistoryEntry* entry = FindRecording(id);
-    if (!entry) ShowMessage(FormatMsg(Msg::UndoTargetDeleted, path));
-    return entry && GoToAlbum(entry->album) ? entry : nullptr;
+Result<FileHistoryEntry*> RecordingRef::Find() const {
+    FileHistoryEntry* entry = FindEntry(id);
+    if (!entry) return Deleted(path);
+    return entry;
+}
+
+Result<AlbumInfo*> RecordingRef::FindAlbum() const {
+    const Result<FileHistoryEntry*> entry = Find();
+    if (!entry) return entry.GetOutcome();
+    return (*entry)->album;
 }
 
 }  // namespace Orvane

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -14,9 +15,9 @@ class AlbumRef {
 public:
     explicit AlbumRef(const AlbumInfo& album) : artist(album.artist), title(album.title) {}
 
-    // The album, made the current one if it is not; the user is asked before. Null when the album is gone, which has
-    // been shown, or the user does not want it.
-    AlbumInfo* GoTo() const;
+    // A failure when the album is gone.
+    Foundation::Result<AlbumInfo*> Find() const;
+    bool operator==(const AlbumRef&) const = default;
 
 private:
     std::string artist;
@@ -28,8 +29,10 @@ class RecordingRef {
 public:
     explicit RecordingRef(const FileHistoryEntry& entry) : id(entry.id), path(entry.GetPath()) {}
 
-    // As above, with the recording's album.
-    FileHistoryEntry* GoTo() const;
+    // A failure when the recording is gone.
+    Foundation::Result<FileHistoryEntry*> Find() const;
+    Foundation::Result<AlbumInfo*> FindAlbum() const;  // the one that it belongs to
+    bool operator==(const RecordingRef& other) const { return id == other.id; }
 
 private:
     uint32_t id;

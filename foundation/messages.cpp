@@ -256,6 +256,10 @@ std::string_view MessageText(Msg id) {
             return "Undo %s (Ctrl+Z)";
         case Msg::RedoTip:
             return "Redo %s (Ctrl+Y)";
+        case Msg::NothingToUndo:
+            return "There is nothing to undo";
+        case Msg::NothingToRedo:
+            return "There is nothing to redo";
         case Msg::AlbumInUse:
             return "Album:\n\n<b>%s - %s</b>\n\nis being worked on and cannot be changed at the moment.";
         case Msg::RepairNotMade:

@@ -127,7 +127,9 @@ enum class Msg : int {
     TracksHaveALength,  // seconds
     UndoTip,            // description
     RedoTip,            // description
-    AlbumInUse,         // artist, title
+    NothingToUndo,
+    NothingToRedo,
+    AlbumInUse,  // artist, title
     RepairNotMade,
     RepairMarkers,
     PatchSelection,

@@ -13,18 +13,7 @@ using namespace Foundation;
 
 namespace Orvane {
 
-SplitDialog::SplitDialog(AlbumInfo& album) : album(album) {
-    event::Subscribe(EVENT_UNDO, 0, OnUndo, this);
-}
-
-SplitDialog::~SplitDialog() {
-    event::Unsubscribe(EVENT_UNDO, OnUndo, this);
-}
-
-intptr_t SplitDialog::OnUndo(void* dialog, int, EventArg, EventArg, EventArg) {
-    static_cast<SplitDialog*>(dialog)->EndFaderGesture();
-    return 0;
-}
+SplitDialog::SplitDialog(AlbumInfo& album) : album(album) {}
 
 void SplitDialog::Select(int index) {
     selected = std::clamp(index, 0, album.tracks.size());
@@ -59,7 +48,6 @@ bool SplitDialog::Store(TrackList changed, Msg description, MakeUndo make_undo) 
 }
 
 Outcome SplitDialog::InsertTrackBreak(int64_t position, Alt alt) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     if (position > end || !Orvane::InsertTrackBreak(changed, selected, position, alt)) {
         return Outcome::Fail(Kind::Refused, Msg::NoRoomForTrackBreak, FormatTime(position));
@@ -90,7 +78,6 @@ std::optional<int> SplitDialog::FindBreakEnd(BreakHit hit, int index, int64_t po
 }
 
 bool SplitDialog::DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt) {
-    EndFaderGesture();
     const std::optional<int> track = FindBreakEnd(hit, index, position);
     if (!track) return false;
     TrackList changed = album.tracks;
@@ -107,7 +94,6 @@ int64_t SplitDialog::RoomBehind() const {
 }
 
 void SplitDialog::MoveTrackStart(int index, int64_t position, Alt alt) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     const ALBUMTRACK& track = changed[index];
     const int64_t first = index > 0 ? changed[index - 1].end : 0;
@@ -118,7 +104,6 @@ void SplitDialog::MoveTrackStart(int index, int64_t position, Alt alt) {
 }
 
 void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     const ALBUMTRACK& track = changed[index];
     // Only the first of the unset rows may become a track: the others have to stand behind it.
@@ -141,14 +126,12 @@ void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
 }
 
 void SplitDialog::DeleteAllTrackBreaks() {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     Orvane::DeleteAllTrackBreaks(changed);
     if (Store(std::move(changed), Msg::DeleteAllTrackBreaks, MakeUndo::Yes)) album.sides_adjusted = 0;
 }
 
 Outcome SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     ALBUMTRACK& track = changed[index];
     const int64_t start = track.start;
@@ -166,7 +149,6 @@ Outcome SplitDialog::EditTrack(int index, const ALBUMTRACK& edited) {
 }
 
 ALBUMTRACK SplitDialog::DeleteTrack(int index, bool close_gap) {
-    EndFaderGesture();
     EnterUndo(Msg::DeleteTrack, index, index);
     const ALBUMTRACK deleted = Orvane::DeleteTrack(album, index, close_gap);
     Select(selected);
@@ -174,7 +156,6 @@ ALBUMTRACK SplitDialog::DeleteTrack(int index, bool close_gap) {
 }
 
 void SplitDialog::MoveTrackInList(int from, int to) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     MoveTitle(changed, from, to);
     Store(std::move(changed), Msg::MoveTrackInList, MakeUndo::Yes);
@@ -182,18 +163,15 @@ void SplitDialog::MoveTrackInList(int from, int to) {
 }
 
 void SplitDialog::EnableFader(int index, Fader fader, bool on) {
-    EndFaderGesture();
     TrackList changed = album.tracks;
     Orvane::EnableFader(changed[index], fader, on);
     Store(std::move(changed), Msg::EnableFader, MakeUndo::Yes);
 }
 
 void SplitDialog::AdjustFader(int index, Fader fader, int hundredths) {
-    const std::pair<int, Fader> which(index, fader);
     TrackList changed = album.tracks;
     SetFaderLength(changed[index], fader, hundredths);
-    const MakeUndo make_undo = fader_gesture == which ? MakeUndo::No : MakeUndo::Yes;
-    if (Store(std::move(changed), Msg::AdjustFader, make_undo)) fader_gesture = which;
+    Store(std::move(changed), Msg::AdjustFader, MakeUndo::Yes);
 }
 
 }  // namespace Orvane

@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "collection/recordingplaces.h"
 #include "foundation/event.h"
@@ -35,7 +34,6 @@ struct BreakScanResult {
 class SplitDialog {
 public:
     explicit SplitDialog(AlbumInfo& album);
-    ~SplitDialog();
     SplitDialog(const SplitDialog&) = delete;
     SplitDialog& operator=(const SplitDialog&) = delete;
 
@@ -50,15 +48,14 @@ public:
     // and nothing happens when that is a start. `index` matters only for the other hits. True if a break went.
     bool DeleteTrackBreak(BreakHit hit, int index, int64_t position, MakeUndo make_undo, Alt alt);
 
-    // Drags. The position is held to where tracks stay in order, a second long and before `end`; with Alt the following
-    // tracks go along. The end of a track and the start of the next move together when they are at one place.
+    // One step of a drag (Gesture::MoveAfresh). The position is held to where tracks stay in order, a second long and
+    // before `end`; with Alt the following tracks go along. The end of a track and the start of the next move together
+    // when they are at one place.
     void MoveTrackStart(int index, int64_t position, Alt alt);
     void MoveTrackEnd(int index, int64_t position, Alt alt);
 
     void EnableFader(int index, Fader fader, bool on);
-    // Calls up to EndFaderGesture, or an undo, are one entry of undo.
     void AdjustFader(int index, Fader fader, int hundredths);
-    void EndFaderGesture() { fader_gesture.reset(); }
 
     // Leaves the titles on their rows.
     void DeleteAllTrackBreaks();
@@ -85,12 +82,9 @@ private:
     void EnterUndo(Foundation::Msg description, int first_track, int last_track);
     bool Store(TrackList changed, Foundation::Msg description, MakeUndo make_undo);
 
-    static intptr_t OnUndo(void* dialog, int, Foundation::EventArg, Foundation::EventArg, Foundation::EventArg);
-
     AlbumInfo& album;
     int selected = 0;
     bool busy = false;
-    std::optional<std::pair<int, Fader>> fader_gesture;
 };
 
 }  // namespace Orvane

@@ -16,7 +16,6 @@ BreakScanResult SplitDialog::ScanForTrackBreaks(int flags, const WaveformOvervie
     if (generating || overview.total_bytes == 0) {
         return {Outcome::Fail(Kind::Refused, Msg::ScanNeedsWaveform), 0, {}};
     }
-    EndFaderGesture();
     const bool adjust = (flags & BREAK_SCAN_ADJUST) != 0;
     if (flags & BREAK_SCAN_UNDO) {
         EnterUndo(adjust ? Msg::AdjustTrackBreaks : Msg::ScanForTrackBreaks, 0, std::max(0, album.tracks.size() - 1));

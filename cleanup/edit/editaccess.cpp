@@ -1,7 +1,7 @@
 #include "cleanup/edit/editaccess.h"
 
 #include "collection/dataobjects.h"
-#include "foundation/host.h"
+#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -20,11 +20,15 @@ void MarkEdited(FileHistoryEntry& entry) {
 
 EditAccess::EditAccess(FileHistoryEntry& entry) : entry(entry), opened(!entry.shared_stack) {
     if (n_bars) {
-        ShowMessage(FormatMsg(Msg::PatchDialogOpen), Severity::Information);
+        outcome = Outcome::Fail(Kind::Busy, Msg::PatchDialogOpen);
         return;
     }
     FileToPCM* chain = GetFileToPCM(&entry);
-    if (chain && entry.LoadCorrections(true) == 0) stream = chain;
+    if (chain && entry.LoadCorrections(true) == 0) {
+        stream = chain;
+    } else {
+        outcome = Outcome::OfLastError(ERR_IO);
+    }
 }
 
 EditAccess::~EditAccess() {

@@ -7,6 +7,7 @@
 #include "cleanup/chain/audiofilter.h"
 #include "collection/filehistory.h"
 #include "collection/listchange.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -16,13 +17,13 @@ enum Channels : int { CHANNEL_LEFT = 1, CHANNEL_RIGHT = 2, CHANNELS_BOTH = 3 };
 // Holds a recording open for an edit. What was not open before is closed again, and its repairs saved, at the end.
 class EditAccess {
 public:
-    // Without success the reason has been shown.
     explicit EditAccess(FileHistoryEntry& entry);
     ~EditAccess();
     EditAccess(const EditAccess&) = delete;
     EditAccess& operator=(const EditAccess&) = delete;
 
     explicit operator bool() const { return stream != nullptr; }
+    const Foundation::Outcome& GetOutcome() const { return outcome; }  // why the edit cannot be made
     // The entry's shared chain.
     FileToPCM* Stream() const { return stream; }
     int64_t EditedLength() const { return stream->GetTotalSamples(Tesslib::PCM_NO_FILTERS); }
@@ -32,9 +33,10 @@ private:
     FileHistoryEntry& entry;
     const bool opened;
     FileToPCM* stream = nullptr;
+    Foundation::Outcome outcome;
 };
 
-// While one lives, an EditAccess is refused with a message: the "Patch Selection" dialog is open.
+// While one lives, an EditAccess is refused: the "Patch Selection" dialog is open.
 class EditsBarred {
 public:
     EditsBarred();

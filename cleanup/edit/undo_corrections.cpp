@@ -29,11 +29,12 @@ void Replace(LinkedList<T>& list, const std::vector<T>& contents) {
 
 }  // namespace
 
-std::unique_ptr<UndoEntry> UndoCorrections::Apply() {
-    FileHistoryEntry* entry = ref.GoTo();
-    if (!entry) return nullptr;
-    const EditAccess access(*entry);
-    return access ? Exchange(*entry) : nullptr;
+UndoResult UndoCorrections::Apply() {
+    const Result<FileHistoryEntry*> entry = ref.Find();
+    if (!entry) return entry.GetOutcome();
+    const EditAccess access(**entry);
+    if (!access) return access.GetOutcome();
+    return Exchange(**entry);
 }
 
 UndoRepairs::UndoRepairs(const FileHistoryEntry& entry, RepairStretch stretch, std::string description)
@@ -130,6 +131,12 @@ void Reorder(LinkedList<T>& list, const std::vector<int>& order) {
 template <class T>
 UndoSetting<T>::UndoSetting(FileHistoryEntry& entry, int index, std::string description)
     : UndoCorrections(entry, std::move(description)), index(index), setting(*SettingAt(SettingsOf<T>(entry), index)) {}
+
+template <class T>
+bool UndoSetting<T>::Covers(const UndoEntry& later) const {
+    const auto* other = dynamic_cast<const UndoSetting*>(&later);
+    return other && other->ref == this->ref && other->index == index;
+}
 
 template <class T>
 std::unique_ptr<UndoEntry> UndoSetting<T>::Exchange(FileHistoryEntry& entry) {

@@ -18,16 +18,15 @@ namespace Orvane {
 // What they share: going to the recording and opening it for the edit.
 class UndoCorrections : public UndoEntry {
 public:
-    std::unique_ptr<UndoEntry> Apply() final;
+    Foundation::Result<AlbumInfo*> Target() const final { return ref.FindAlbum(); }
+    UndoResult Apply() final;
 
 protected:
     UndoCorrections(const FileHistoryEntry& entry, std::string description)
         : UndoEntry(std::move(description)), ref(entry) {}
     // Puts the record's data into the recording and returns what does the opposite.
     virtual std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) = 0;
-
-private:
-    RecordingRef ref;
+    const RecordingRef ref;
 };
 
 // The repairs of a stretch. The classes below say what to note for each kind of change.
@@ -116,6 +115,7 @@ template <class T>
 class UndoSetting : public UndoCorrections {
 public:
     UndoSetting(FileHistoryEntry& entry, int index, std::string description);
+    bool Covers(const UndoEntry& later) const override;
 
 private:
     std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;

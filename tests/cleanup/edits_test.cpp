@@ -189,7 +189,7 @@ TEST_F(Edits, WhatIsTakenBackLeavesTheNeighboursAlone) {
     };
     for (size_t i = 0; i < std::size(edits); ++i) {
         EXPECT_TRUE(edits[i]()) << i;
-        EXPECT_EQ(Undo(), i < 3) << i;
+        EXPECT_EQ(Undo().Ok(), i < 3) << i;
         EXPECT_EQ(Serialised(entry), before) << i;
     }
 }

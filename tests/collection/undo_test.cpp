@@ -14,8 +14,6 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-using OrvaneTest::FakeMessageHost;
-
 // Sets a number; the opposite sets it back.
 class SetNumber : public UndoEntry {
 public:
@@ -24,13 +22,16 @@ public:
         ++n_alive;
     }
     ~SetNumber() override { --n_alive; }
-    std::unique_ptr<UndoEntry> Apply() override {
+    UndoResult Apply() override {
+        if (fails) return Outcome::FailText(Kind::Busy, "in use");
         auto opposite = std::make_unique<SetNumber>(number, number, size);
         number = value;
-        return opposite;
+        return UndoResult(std::move(opposite));
     }
+    bool Covers(const UndoEntry&) const override { return true; }
 
     static inline int n_alive = 0;
+    static inline bool fails = false;
 
 private:
     int& number;
@@ -43,8 +44,8 @@ public:
     ~FakeScreens() override { SetUndoHost(before); }
     int CurrentScreen() const override { return current; }
     bool IsUsable(int screen) override { return screen != unusable; }
-    bool ShowScreen(int screen) override { return current = screen, true; }
-    bool CanGoOn(UndoDirection) override { return !busy; }
+    Outcome ShowScreen(int screen) override { return current = screen, Outcome(); }
+    Outcome CanGoOn(UndoDirection) override { return busy ? Outcome::FailText(Kind::Busy, "busy") : Outcome(); }
 
     int current = SCREEN_CLEANUP;
     int unusable = SCREEN_NONE;  // the album that it showed is gone
@@ -111,60 +112,120 @@ TEST_F(UndoTest, AnActionIsUndoneOnItsOwnScreen) {
     const struct {
         const char* name;
         int now_on, unusable;
-        bool busy;
-        Answer answer;
-        bool asks, done;
+        bool busy, agreed;
+        Kind ends_with;
         int ends_on;
     } rows[] = {
-        {"the same", SCREEN_CLEANUP, SCREEN_NONE, false, Answer::Cancel, false, true, SCREEN_CLEANUP},
-        {"busy", SCREEN_CLEANUP, SCREEN_NONE, true, Answer::Ok, false, false, SCREEN_CLEANUP},
-        {"another", SCREEN_BURN, SCREEN_NONE, false, Answer::Ok, true, true, SCREEN_CLEANUP},
-        {"declined", SCREEN_BURN, SCREEN_NONE, false, Answer::Cancel, true, false, SCREEN_BURN},
-        {"album gone", SCREEN_BURN, SCREEN_CLEANUP, false, Answer::Ok, true, true, SCREEN_SPLIT},
-        {"stand-in is shown", SCREEN_SPLIT, SCREEN_CLEANUP, false, Answer::Ok, false, true, SCREEN_SPLIT},
+        {"the same", SCREEN_CLEANUP, SCREEN_NONE, false, false, Kind::Done, SCREEN_CLEANUP},
+        {"busy", SCREEN_CLEANUP, SCREEN_NONE, true, true, Kind::Busy, SCREEN_CLEANUP},
+        {"another", SCREEN_BURN, SCREEN_NONE, false, true, Kind::Done, SCREEN_CLEANUP},
+        {"to be asked", SCREEN_BURN, SCREEN_NONE, false, false, Kind::NeedsAnswer, SCREEN_BURN},
+        {"album gone", SCREEN_BURN, SCREEN_CLEANUP, false, true, Kind::Done, SCREEN_SPLIT},
+        {"stand-in is shown", SCREEN_SPLIT, SCREEN_CLEANUP, false, false, Kind::Done, SCREEN_SPLIT},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         ClearUndo();
         FakeScreens screens;
-        OrvaneTest::FakeMessageHost messages({row.answer});
         Act(1);
         screens.current = row.now_on;
         screens.unusable = row.unusable;
         screens.busy = row.busy;
-        EXPECT_EQ(Undo(), row.done);
-        EXPECT_EQ(GetUndoState().undo_index, row.done ? 0 : 1);
+        EXPECT_EQ(Undo({.other_window = row.agreed}).GetKind(), row.ends_with);
+        EXPECT_EQ(GetUndoState().undo_index, row.ends_with == Kind::Done ? 0 : 1);
         EXPECT_EQ(screens.current, row.ends_on);
-        EXPECT_EQ(messages.asked.size(), row.asks ? 1u : 0u);
     }
 }
 
-// Against a list of all states and a place in it.
-TEST_F(UndoTest, RandomActionsGoBackAndForth) {
+// Against a list of all states and a place in it. What a gesture does counts when it is kept.
+TEST_F(UndoTest, RandomActionsAndGesturesGoBackAndForth) {
     std::mt19937 random(3);
     std::vector<int> states = {0};
     size_t at = 0, oldest = 0;
-    for (int i = 0; i < 20000; ++i) {
-        switch (random() % 5) {
+    bool moved = false;
+    auto gesture = std::make_unique<Gesture>();
+    const auto enter = [&](int value) {
+        states.resize(++at);
+        states.push_back(value);
+        if (at - oldest > kMostUndo) ++oldest;
+    };
+    const auto keep = [&] {
+        if (moved) enter(number);
+        moved = false;
+    };
+    for (int i = 1; i < 40000; ++i) {
+        const int before = number;
+        switch (random() % 13) {
             case 0:
             case 1:
-                states.resize(++at);
-                states.push_back(i);
-                if (at - oldest > kMostUndo) ++oldest;
+                keep();
+                enter(i);
                 Act(i);
                 break;
             case 2:
             case 3:
-                EXPECT_EQ(Undo(), at > oldest);
+                keep();
+                EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).enabled, at > oldest);
+                EXPECT_EQ(Undo().Ok(), at > oldest);
                 if (at > oldest) --at;
                 break;
-            default:
-                EXPECT_EQ(Redo(), at + 1 < states.size());
+            case 4:
+                EXPECT_EQ(GetUndoMenu(UndoDirection::Redo).enabled, !moved && at + 1 < states.size());
+                keep();
+                EXPECT_EQ(Redo().Ok(), at + 1 < states.size());
                 if (at + 1 < states.size()) ++at;
+                break;
+            case 5:
+            case 6:
+                gesture->Move([&] { Act(i); });
+                moved = true;
+                break;
+            case 7:
+                gesture->MoveAfresh([&] { Act(number + 7); });
+                moved = true;
+                ASSERT_EQ(number, states[at] + 7);
+                break;
+            case 8:
+                gesture->MoveAfresh([] {});  // back where it was
+                moved = false;
+                break;
+            case 9:
+                gesture->Keep();
+                keep();
+                break;
+            case 10:
+                gesture->Abandon();
+                moved = false;
+                break;
+            case 11: {
+                auto next = std::make_unique<Gesture>();
+                next->Move([&] { Act(i); });
+                if (moved) enter(before);
+                moved = true;
+                gesture = std::move(next);
+                break;
+            }
+            default:
+                gesture = std::make_unique<Gesture>();
+                moved = false;
         }
-        ASSERT_EQ(number, states[at]);
-        ASSERT_EQ(SetNumber::n_alive, static_cast<int>(states.size() - 1 - oldest));
+        ASSERT_TRUE(moved || number == states[at]) << i;
+        ASSERT_EQ(gesture->Running(), moved) << i;
+        ASSERT_EQ(SetNumber::n_alive, static_cast<int>(states.size() - 1 - oldest) + moved) << i;
     }
+}
+
+TEST_F(UndoTest, AGestureThatCannotBeTakenBackIsKept) {
+    {
+        Gesture gesture;
+        gesture.Move([&] { Act(1); });
+        SetNumber::fails = true;
+        EXPECT_TRUE(gesture.MoveAfresh([&] { return Act(2), Outcome(); }).Is(Kind::Busy));
+        EXPECT_EQ(number, 1);
+    }
+    SetNumber::fails = false;
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(number, 0);
 }
 
 class UndoRecords : public ::testing::Test, protected OrvaneTest::LiveCollection {
@@ -189,6 +250,10 @@ protected:
         details->title = title;
         return std::make_unique<UndoEditAlbumDetails>(album, std::move(details));
     }
+    static void Rename(const AlbumInfo& album, const char* artist) {
+        UndoResult back = Renaming(album, artist, "Blue")->Apply();
+        AddUndo(std::move(*back));
+    }
 
     bool HasFiles(const std::string& name) const {
         return OrvaneTest::ReadBytes(folder / ("Mine/" + name)) == "audio" &&
@@ -204,7 +269,7 @@ TEST_F(UndoRecords, AlbumDetailsComeBackWithFilesAndOrder) {
     album->record_eq = std::make_unique<RecordEq>();
     album->record_eq->name = "Early";
     album->notes = "good";
-    AddUndo(Renaming(*album, "Zoe", "Blue")->Apply());
+    Rename(*album, "Zoe");
     EXPECT_EQ(set.albums.Last(), album);
     EXPECT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
     album->notes = "changed meanwhile";
@@ -219,21 +284,17 @@ TEST_F(UndoRecords, AlbumDetailsComeBackWithFilesAndOrder) {
 
 TEST_F(UndoRecords, ARenameThatFailsLeavesEverything) {
     AlbumInfo* album = Add("Art", "Blue");
-    AddUndo(Renaming(*album, "Zoe", "Blue")->Apply());
+    Rename(*album, "Zoe");
     ASSERT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
     // Another file has taken one of the old names: what had moved by then moves back.
     folder.Write("Mine/orvfiles/Art~Blue~side1.wav.wfd", "of another");
-    FakeMessageHost messages;
-    EXPECT_FALSE(Undo());
-    ASSERT_EQ(messages.asked.size(), 1u);
-    EXPECT_NE(messages.Texts()[0].find("Cannot rename file"), std::string::npos);
+    EXPECT_EQ(Undo().Plain().find("Cannot rename file"), 0u);
     EXPECT_EQ(album->artist, "Zoe");
     EXPECT_TRUE(HasFiles("Zoe~Blue~side1.wav"));
     EXPECT_EQ(GetUndoState().undo_index, 1);
 
     album->running_jobs = 1;
-    EXPECT_FALSE(Undo());
-    EXPECT_EQ(messages.Texts()[1], "Album: Zoe - Blue is being worked on and cannot be changed at the moment.");
+    EXPECT_TRUE(Undo().Is(Msg::AlbumInUse));
     album->running_jobs = 0;
 }
 
@@ -244,20 +305,16 @@ TEST_F(UndoRecords, TheAlbumIsFoundByItsName) {
     AddUndo(std::make_unique<UndoUpdateTrackInfo>(*album, "Delete track", 1, 1));
     DeleteTrack(*album, 1, true);
     std::unique_ptr<AlbumInfo> removed = RemoveAlbum(album);
-    FakeMessageHost messages({Answer::Ok, Answer::Cancel, Answer::Ok});
-    EXPECT_FALSE(Undo());
-    EXPECT_EQ(messages.Texts()[0], "Can't undo/redo - file or album: Art - Blue has been deleted");
+    EXPECT_EQ(Undo().Plain(), "Can't undo/redo - file or album: Art - Blue has been deleted");
 
     // It comes back as another object, as it does when the list is read again.
     auto again = MakeAlbum();
     again->TakeDetails(*removed);
     AlbumInfo* back = AddAlbum(std::move(again));
     set.current_album = other;
-    EXPECT_FALSE(Undo());
-    EXPECT_EQ(messages.Texts()[1],
-              "This undo/redo operation will take you to a different album (Art - Blue). Proceed?");
+    EXPECT_EQ(Undo().Plain(), "This undo/redo operation will take you to a different album (Art - Blue). Proceed?");
     EXPECT_EQ(set.current_album, other);
-    EXPECT_TRUE(Undo());
+    EXPECT_TRUE(Undo({.other_album = true}));
     EXPECT_EQ(set.current_album, back);
     EXPECT_EQ(back->tracks.size(), 2);
 }
@@ -266,12 +323,11 @@ TEST_F(UndoRecords, ARecordingGetsItsNameBack) {
     FileHistoryEntry* entry = Add("Art", "Blue")->sides[0]->newest;
     RecordingName wanted(*entry);
     wanted.suffix = "~take2";
-    AddUndo(UndoRenameAlbumSide(*entry, wanted, "Rename side").Apply());
+    AddUndo(std::move(*UndoRenameAlbumSide(*entry, wanted, "Rename side").Apply()));
     EXPECT_TRUE(HasFiles("Art~Blue~side1~take2.wav"));
     EXPECT_TRUE(Undo());
     EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
     folder.Write("Mine/Art~Blue~side1~take2.wav", "a new take");
-    FakeMessageHost messages;
     EXPECT_FALSE(Redo());
     EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
     EXPECT_EQ(entry->name_suffix, "");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "audiosignals.h"
+#include "collection/gesture.h"
 #include "foundation/settings.h"
 #include "listing.h"
 #include "live_collection.h"
@@ -159,15 +160,49 @@ TEST_F(SplitDialogTest, ClicksAndGesturesAreOneEntryOfUndoEach) {
     EXPECT_EQ(Text(album.tracks), "0-100 100-200");
     dialog.EnableFader(0, Fader::Out, true);
     const int32_t length = album.tracks[0].fade_out;
-    dialog.AdjustFader(0, Fader::Out, 100);
-    dialog.AdjustFader(0, Fader::Out, 200);
-    EXPECT_EQ(album.tracks[0].fade_out, 2 * kSecond);
-    EXPECT_TRUE(Undo());
+    Gesture spin;
+    for (int i = 0; i < 2 * kMostUndo; ++i) spin.Move([&] { dialog.AdjustFader(0, Fader::Out, 100 + i); });
+    EXPECT_EQ(CanUndo(), 1);
+    EXPECT_TRUE(Undo()) << "keeps it first";
     EXPECT_EQ(album.tracks[0].fade_out, length);
-    dialog.AdjustFader(0, Fader::Out, 300);
-    EXPECT_FALSE(Redo()) << "what comes after an undo is another gesture";
-    EXPECT_TRUE(Undo());
-    EXPECT_EQ(album.tracks[0].fade_out, length);
+    EXPECT_EQ(CanUndo(), 1);
+    EXPECT_TRUE(Redo());
+    EXPECT_EQ(album.tracks[0].fade_out, (99 + 2 * kMostUndo) * kSecond / 100);
+}
+
+// Dragged past other breaks and back: the end of a track that comes to stand on the next start takes nothing along.
+TEST_F(SplitDialogTest, ADragDependsOnlyOnWhereItEnds) {
+    OrvaneTest::Noise noise(5);
+    dialog.end = 400 * kSecond;
+    for (const char* listing : {"0-100 150-200 200-300", "0-100 100-200 200-300 300", "10-20 30 30"}) {
+        for (int round = 0; round < 200; ++round) {
+            const int row = noise.Below(3);
+            const bool start = noise.Below(2);
+            const Alt alt = noise.Below(2) ? Alt::Up : Alt::Down;
+            const auto move = [&](int64_t position) {
+                start ? dialog.MoveTrackStart(row, position, alt) : dialog.MoveTrackEnd(row, position, alt);
+            };
+            Start(listing);
+            Gesture drag;
+            int64_t position = 0;
+            for (int i = 0; i < 5; ++i) {
+                position = static_cast<int64_t>(noise.Even() * 450 * kSecond);
+                drag.MoveAfresh([&] { move(position); });
+            }
+            const std::string dragged = Text(album.tracks);
+            drag.Keep();
+            EXPECT_LE(CanUndo(), 1);
+            EXPECT_EQ(Undo().Ok(), dragged != listing);
+            EXPECT_EQ(Text(album.tracks), listing);
+            drag.MoveAfresh([&] { move(position / 2); });
+            drag.Abandon();
+            EXPECT_EQ(Text(album.tracks), listing);
+            EXPECT_EQ(Redo().Ok(), dragged != listing) << "given up, the drag leaves the stack alone";
+            Start(listing);
+            move(position);
+            EXPECT_EQ(Text(album.tracks), dragged) << listing << " row " << row;
+        }
+    }
 }
 
 TEST_F(SplitDialogTest, EditedTracksKeepTheListingInOrder) {
@@ -256,7 +291,6 @@ TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth)
                 if (what == 1) dialog.MoveTrackEnd(row, position, alt);
                 if (what == 2) dialog.EnableFader(row, fader, noise.Below(2));
                 if (what == 3) dialog.AdjustFader(row, fader, noise.Below(2500));
-                dialog.EndFaderGesture();
             }
             ASSERT_EQ(CanUndo() - n_undo, album.tracks == before ? 0 : 1) << i + k;
             ASSERT_TRUE(InOrder(album.tracks) && (album.tracks.empty() || album.tracks.back().end <= dialog.end))
