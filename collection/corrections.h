@@ -172,6 +172,8 @@ struct FFTCurve {
     struct Point {
         float freq;  // Hz
         float gain;  // dB
+
+        bool operator==(const Point&) const = default;
     };
     int32_t interpolation = 102;
     std::string name;

@@ -167,7 +167,6 @@ public:
     std::string original_name;  // source file of an import
     std::unique_ptr<RecordEq> record_eq_post;
     int64_t view_position[2] = {0, 0};             // the stretch that holds the noise sample, start and end in the file
-    std::atomic<bool> noise_sample_changed{true};  // the next read builds the noise spectrum; any thread
     Foundation::simple_vector<int64_t> side_breaks;  // sorted recording times of breaks between sides
     int64_t file_size = 0;                           // of the file when last checked, which the corrections are of
     int64_t total_samples = 0;                       // when last open

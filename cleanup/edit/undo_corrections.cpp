@@ -183,7 +183,6 @@ std::unique_ptr<UndoEntry> UndoNoiseSample::Exchange(FileHistoryEntry& entry) {
 
 void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch) {
     std::copy(stretch.begin(), stretch.end(), entry.view_position);
-    entry.noise_sample_changed = true;
 }
 
 template FilterSetting* SettingAt(LinkedList<FilterSetting>&, int);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cleanup/filter/orvanefft.h"
+#include "foundation/muldiv.h"
 
 using namespace Foundation;
 using namespace Tesslib;
@@ -33,14 +34,14 @@ Denoise::Denoise(PCMFilter* input_filter, FileHistoryEntry* recording, CriticalS
       frame_filter(FFTBlockSize(rate)) {}
 
 bool Denoise::Watches(const void* list) const {
-    return list == &entry->filters || list == &entry->fft_eqs || list == &entry->cuts;
+    return list == &entry->filters || list == &entry->fft_eqs || list == &entry->cuts ||
+           list == &entry->click_repairs[0] || list == &entry->click_repairs[1];
 }
 
 void Denoise::ListChanged() {
     settings_memo.Forget();
     curves_memo.Forget();
-    curves_stale = true;
-    next_position = -1;
+    lists_changed = true;
 }
 
 const SettingsAt& Denoise::SettingsFor(int64_t position, uint32_t flags) {
@@ -80,10 +81,12 @@ int32_t Denoise::Read(int64_t position, float* left, float* right, int32_t n_sam
     int32_t total = 0;
     while (total < n_samples) {
         const int64_t at = position + total;
-        if (at != next_position || at >= wanted.next_change || flags != last_flags) {
-            next_position = -1;
+        if (at != next_position || at >= wanted.next_change || flags != last_flags || lists_changed) {
             const int32_t error = FetchSettings(at, flags);
-            if (error < 0) return error;
+            if (error < 0) {
+                next_position = -1;
+                return error;
+            }
         }
         const auto chunk = static_cast<int32_t>(std::min<int64_t>(n_samples - total, wanted.next_change - at));
         const int32_t n = wanted.Any() ? ReadFrames(at, left + total, right + total, chunk, flags)
@@ -96,68 +99,106 @@ int32_t Denoise::Read(int64_t position, float* left, float* right, int32_t n_sam
     return total;
 }
 
+// Looks up what is in force from `position` on. Where a straight run goes on as before, the frames do too.
 int32_t Denoise::FetchSettings(int64_t position, uint32_t flags) {
+    const bool goes_on = position == next_position && flags == last_flags;
+    const Wanted before = wanted;
     wanted = WantedAt(position, flags);
     last_flags = flags;
+    lists_changed = false;
+    bool other_frames = !goes_on || input_end != kNoChange;
     if (wanted.hiss) {
         const SettingsAt& settings = SettingsFor(position, flags);
-        hiss_settings = MakeHissSettings(settings.values.hiss_reduction, settings.values.hiss_quality);
-        NoiseSource source{settings.noise_file, -1, -1};
-        if (source.file.empty()) source.start = entry->view_position[0], source.end = entry->view_position[1];
-        const int32_t error = UpdateNoise(source, flags);
+        const HissSettings hiss = MakeHissSettings(settings.values.hiss_reduction, settings.values.hiss_quality);
+        const NoiseSource source = FindNoiseSource(*entry, settings);
+        other_frames = other_frames || hiss != hiss_settings || source != noise_source;
+        hiss_settings = hiss;
+        const int32_t error = UpdateNoise(source);
         if (error < 0) return error;
         wanted.hiss = frame_filter.HasNoise();
     }
-    if (wanted.curves) {
-        const CurvesAt& curves = CurvesFor(position, flags);
-        if (curves_stale || curves.curves != curves_in_gains) {
-            std::vector<const FFTCurve*> list;
-            for (const FFTEq* eq : curves.curves) list.push_back(&eq->curve);
-            curve_gains.SetCurves(list, curves.Level());
-            curves_in_gains = curves.curves;
-            curves_stale = false;
-        }
+    if (wanted.curves && UpdateCurves(CurvesFor(position, flags))) other_frames = true;
+    if (wanted.hiss != before.hiss || wanted.curves != before.curves) other_frames = true;
+    if (!other_frames || !(wanted.Any() || before.Any())) return 0;
+    for (int channel = 0; channel < 2; channel++) {
+        frame[channel].resize(static_cast<size_t>(frame_filter.Block()));
+        output[channel].resize(static_cast<size_t>(frame_filter.Hop()));
     }
-    return wanted.Any() ? FillFrom(position, flags) : 0;
+    const int32_t error = goes_on ? SettleInput(wanted.Any() ? FirstFrame(position) : position, flags) : 0;
+    return error < 0 || !wanted.Any() ? error : FillFrom(position, flags);
 }
 
-int32_t Denoise::UpdateNoise(const NoiseSource& source, uint32_t flags) {
-    if (!entry->noise_sample_changed && source == noise_source) return 0;
-    int32_t error = 0;
-    if (source.file.empty()) {
-        error = MeasureRecording(source, flags);
-    } else {
-        error = ReadNoiseFile(source.file, noise);
+// True when the gains have become others.
+bool Denoise::UpdateCurves(const CurvesAt& curves) {
+    const auto same = [](const FFTEq* eq, const FFTCurve& curve) {
+        return std::equal(eq->curve.points.begin(), eq->curve.points.end(), curve.points.begin(), curve.points.end());
+    };
+    const double level = curves.Level();
+    if (level == level_in_gains &&
+        std::equal(curves.curves.begin(), curves.curves.end(), curves_in_gains.begin(), curves_in_gains.end(), same)) {
+        return false;
     }
-    if (error < 0) return error;
+    std::vector<const FFTCurve*> list;
+    curves_in_gains.clear();
+    for (const FFTEq* eq : curves.curves) {
+        list.push_back(&eq->curve);
+        curves_in_gains.push_back(eq->curve);
+    }
+    level_in_gains = level;
+    curve_gains.SetCurves(list, level);
+    return true;
+}
+
+int32_t Denoise::UpdateNoise(const NoiseSource& source) {
+    if (source == noise_source) return 0;
+    const int32_t error = source.file.empty() ? MeasureRecording(source) : ReadNoiseFile(source.file, noise);
+    if (error < 0) {
+        noise_source = {};
+        return error;
+    }
     for (int channel = 0; channel < 2; channel++) frame_filter.SetNoise(channel, noise.power[channel]);
     noise_source = source;
-    entry->noise_sample_changed = false;
     return 0;
 }
 
-int32_t Denoise::MeasureRecording(const NoiseSource& source, uint32_t flags) {
-    const uint32_t file_flags = flags | PCM_NO_CUTS;  // the stretch is a place in the file
+// The same whatever the flags of the Read that needs it: with repairs, and at places of the file.
+int32_t Denoise::MeasureRecording(const NoiseSource& source) {
     const auto read = [&](int64_t position, float* left, float* right, int32_t n) {
-        return input->Read(position, left, right, n, file_flags);
+        return input->Read(position, left, right, n, PCM_NO_CUTS);
     };
-    return MeasureNoise(source.start, source.end, input->GetTotalSamples(file_flags), read, noise);
+    return MeasureNoise(source.start, source.end, input->GetTotalSamples(PCM_NO_CUTS), read, noise);
+}
+
+// Where the frames begin that are run over silently before `position`.
+int64_t Denoise::FirstFrame(int64_t position) const {
+    const int64_t hop = frame_filter.Hop();
+    return std::max(position / hop * hop - 2 * frame_filter.Block(), -hop);
+}
+
+// Frames lie ahead of what is handed out, so where they begin or end in a straight run the filters below are sent back.
+// They first hear what lies before `end`, from where they go on.
+int32_t Denoise::SettleInput(int64_t end, uint32_t flags) {
+    int64_t at = std::max<int64_t>(0, end - MulDiv64(kSettlingMs, samplerate, 1000));
+    if (end <= at || input->PassesThrough(at, end - at, flags)) return 0;
+    while (at < end) {
+        const auto wanted_now = static_cast<int32_t>(std::min<int64_t>(end - at, frame_filter.Block()));
+        const int32_t n = input->Read(at, frame[0].data(), frame[1].data(), wanted_now, flags);
+        if (n <= 0) return n;
+        at += n;
+    }
+    return 0;
 }
 
 // Makes the frame that `position` lies in. Two blocks before it are run over silently, so that the overlap and the hiss
 // filter's memory are those of a continuous run; the first frame of a recording overlaps with one that is half before
 // its start.
 int32_t Denoise::FillFrom(int64_t position, uint32_t flags) {
-    const int64_t hop = frame_filter.Hop(), block = frame_filter.Block();
-    for (int channel = 0; channel < 2; channel++) {
-        frame[channel].resize(static_cast<size_t>(block));
-        output[channel].resize(static_cast<size_t>(hop));
-    }
+    const int64_t hop = frame_filter.Hop();
     frame_filter.Reset();
     high_pass = MakeHighPass(samplerate);
     input_end = kNoChange;
     const int64_t target = position / hop * hop;
-    const int64_t first = std::max(target - 2 * block, -hop);
+    const int64_t first = FirstFrame(position);
     frame_start = first - hop;
     int32_t error = LoadHop(first, flags);
     while (error == 0 && frame_start < target) error = NextFrame(flags);

@@ -1,8 +1,6 @@
 // The stage that works on spectra: hiss suppression against a noise sample, and equalisation curves.
 #pragma once
 
-#include <span>
-#include <string>
 #include <vector>
 
 #include "cleanup/chain/audiofilter.h"
@@ -11,13 +9,14 @@
 #include "cleanup/filter/filterchain.h"
 #include "cleanup/filter/filtersettings.h"
 #include "cleanup/filter/noisesample.h"
+#include "cleanup/filter/noisesource.h"
 
 namespace Orvane {
 
 // The output has no delay and the input's length. Frames lie on multiples of half a block from the recording's start,
 // whatever was read before, so that after a jump the same samples come as in a straight run, but for what the
 // hiss filter remembers from more than two blocks back. With neither hiss nor curves in force audio passes through
-// untouched.
+// untouched. A noise sample is measured anew whenever what it was taken from has changed.
 class Denoise : public PCMFilter, private ListWatcher {
 public:
     // `input` and `entry` outlive the stage; `lock` is the chain's.
@@ -39,13 +38,6 @@ private:
         int64_t next_change = kNoChange;
         bool Any() const { return hiss || curves; }
     };
-    // Where a noise sample was taken from.
-    struct NoiseSource {
-        std::string file;
-        int64_t start = -1, end = -1;
-        bool operator==(const NoiseSource&) const = default;
-    };
-
     bool Watches(const void* list) const override;
     void ListChanged() override;
     const SettingsAt& SettingsFor(int64_t position, uint32_t flags);
@@ -53,8 +45,11 @@ private:
     Wanted WantedAt(int64_t position, uint32_t flags);
 
     int32_t FetchSettings(int64_t position, uint32_t flags);
-    int32_t UpdateNoise(const NoiseSource& source, uint32_t flags);
-    int32_t MeasureRecording(const NoiseSource& source, uint32_t flags);
+    bool UpdateCurves(const CurvesAt& curves);
+    int32_t UpdateNoise(const NoiseSource& source);
+    int32_t MeasureRecording(const NoiseSource& source);
+    int64_t FirstFrame(int64_t position) const;
+    int32_t SettleInput(int64_t end, uint32_t flags);
     int32_t FillFrom(int64_t position, uint32_t flags);
     int32_t NextFrame(uint32_t flags);
     int32_t LoadHop(int64_t position, uint32_t flags);
@@ -69,13 +64,14 @@ private:
     Wanted wanted;               // in the stretch being read
     int64_t next_position = -1;  // where the last read ended
     uint32_t last_flags = 0;
+    bool lists_changed = true;  // since settings were fetched
 
     HissSettings hiss_settings{2.0, 0.85};
     NoiseSource noise_source;
     NoiseSample noise;
     CurveGains curve_gains;
-    bool curves_stale = true;
-    std::vector<const FFTEq*> curves_in_gains;
+    std::vector<FFTCurve> curves_in_gains;
+    double level_in_gains = 0;
 
     DenoiseFrame frame_filter;
     FilterChain high_pass;          // below the curves, which would lift what no loudspeaker gives

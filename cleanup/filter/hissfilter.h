@@ -13,6 +13,8 @@ double OverSubtraction(double x);
 struct HissSettings {
     double strength;   // how much of the calculated attenuation is applied
     double smoothing;  // how much of the estimate of the frame before is kept, 0 to 1
+
+    bool operator==(const HissSettings&) const = default;
 };
 
 // Settings of the user: reduction 0 to 8, quality 0 ("Quietest background") to 4 ("Better cymbals"); held to these.

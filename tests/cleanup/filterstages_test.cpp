@@ -10,12 +10,14 @@
 
 #include "analog_biquad.h"
 #include "audiosignals.h"
+#include "cleanup/edit/undo_corrections.h"
 #include "cleanup/filter/denoise.h"
 #include "cleanup/filter/equaliser.h"
 #include "cleanup/filter/filterchain.h"
 #include "cleanup/filter/humrumblefilter.h"
 #include "cleanup/filter/recordeq.h"
 #include "filtered_recording.h"
+#include "repairs.h"
 
 using namespace Tesslib;
 
@@ -188,6 +190,79 @@ TEST(FilterStages, ReadingAfterAJumpAgreesWithAStraightRun) {
             ASSERT_NEAR(once[i], straight[2 * position + i], 1e-5) << position << " + " << i / 2;
         }
     }
+}
+
+// A while after a change the running chain gives what a chain gives that is made now.
+TEST(FilterStages, AChangeIsHeardWhilePlayingAsItWillBeSaved) {
+    constexpr int64_t kChangeAt = 3 * kRate, kTotal = 8 * kRate;
+    constexpr int32_t kBlock = 2205;
+    std::vector<float> audio = Noise(kTotal, 0.01, 7);
+    for (int64_t i = 0; i < kTotal; i++) {
+        const auto hum = float(0.05 * std::sin(2 * std::numbers::pi * 60 * double(i) / kRate));
+        const auto music = i < kChangeAt ? 0.f : float(0.2 * std::sin(2 * std::numbers::pi * 75 * double(i) / kRate));
+        for (int channel : {0, 1}) audio[2 * i + channel] += hum + music;
+    }
+    const std::function<void(Recording&)> hiss = [](Recording& r) {
+        r.entry.view_position[1] = 2 * kRate;
+        r.AddFilter() = {.hiss_mode = FILTER_ON, .hiss_reduction = 8};
+    };
+    const std::function<void(Recording&)> hum = [](Recording& r) { r.AddFilter() = kHumAndRumble; };
+    const std::function<void(Recording&)> equaliser = [](Recording& r) { r.AddFilter() = kEqualiser; };
+    const std::function<void(Recording&)> curve = [](Recording& r) { r.AddCurve({{50, 6}, {1000, 0}, {8000, -8}}); };
+    const std::function<void(Recording&)> no_hum = [](Recording& r) { r.AddFilter().hum_mode = FILTER_OFF; };
+    const std::function<void(Recording&)> no_curve = [](Recording& r) { r.AddCurve({}, 0, 0, CURVE_OFF); };
+    const std::function<void(Recording&)> noise_elsewhere = [](Recording& r) {
+        const ListChange change(&r.entry.filters);
+        SetNoiseSample(r.entry, {kRate, 2 * kRate});
+    };
+    const std::function<void(Recording&)> repaired = [](Recording& r) {
+        const ListChange change(&r.entry.click_repairs[0]);
+        r.entry.click_repairs[0].Append(
+            OrvaneTest::MakeRepair(REPAIR_PATCH, kRate, std::vector<int16_t>(kRate / 4, 20000)).release());
+    };
+    struct Case {
+        const char* name;
+        std::vector<std::function<void(Recording&)>> before;
+        std::function<void(Recording&)> change;
+    };
+    for (const Case& c : {Case{"hum on", {equaliser}, hum},
+                          {"hum off", {hum}, no_hum},
+                          {"equaliser on", {hum}, equaliser},
+                          {"curve on", {}, curve},
+                          {"hiss on", {hum}, hiss},
+                          {"hum on under hiss", {hiss}, hum},
+                          {"hum off under hiss", {hum, hiss}, no_hum},
+                          {"another noise sample", {hum, hiss}, noise_elsewhere},
+                          {"a repair in the noise sample", {hiss}, repaired},
+                          {"curve off under repaired noise", {repaired, hiss, curve}, no_curve}}) {
+        SCOPED_TRACE(c.name);
+        Recording playing(audio, kRate, PCM_NO_FADERS), saved(audio, kRate, PCM_NO_FADERS);
+        for (Recording* r : {&playing, &saved}) {
+            r->entry.flags |= FHE_CORRECTIONS_LOADED;
+            for (const auto& set : c.before) set(*r);
+        }
+        c.change(saved);
+        for (int64_t at = 0; at < kTotal - kBlock; at += kBlock) {
+            if (at == kChangeAt) c.change(playing);
+            // What is read first without repairs must not stay in the noise sample.
+            const std::vector<float> heard = playing.Read(at, kBlock, at == 0 ? PCM_NO_CLICK_REPAIR : 0u);
+            if (at < kTotal - 4 * kBlock) continue;
+            const std::vector<float> expected = saved.Read(at, kBlock);
+            for (size_t i = 0; i < heard.size(); i++) ASSERT_NEAR(heard[i], expected[i], 1e-5) << at + int64_t(i / 2);
+        }
+    }
+}
+
+TEST(FilterStages, HumStaysOutWhereAnotherFilterBegins) {
+    std::vector<float> hum(2 * 9 * kRate);
+    for (size_t i = 0; i < hum.size(); i++) {
+        hum[i] = float(0.1 * std::sin(2 * std::numbers::pi * 50 * double(i / 2) / kRate));
+    }
+    Recording recording(hum);
+    recording.AddFilter() = {.hum_mode = FILTER_ON, .mains_frequency = 50};
+    recording.AddFilter(4 * kRate, 5 * kRate) = kEqualiser;
+    recording.AddCurve({{50, 6}, {1000, 0}, {8000, -8}}, 6 * kRate, 7 * kRate);
+    EXPECT_LT(RmsDb(recording.ReadAll(), 3 * kRate, 9 * kRate), -120);
 }
 
 TEST(Denoise, ACurveIsHeardBehindAHighPass) {
