@@ -76,17 +76,7 @@ bool NeedsVersion3(const ClickRepairList& list) {
 }
 
 void AppendList(std::string& bytes, size_t time_size, const ClickRepairList& list) {
-    for (const ClickRepair& repair : list) {
-        const bool has_samples = repair.repair_type < kFirstTypeWithoutSamples;
-        if (has_samples && !repair.samples) continue;  // never computed: nothing to apply
-        AppendInt16(bytes, repair.repair_type);
-        AppendInt16(bytes, repair.cross_fade);
-        AppendNumber(bytes, static_cast<uint64_t>(repair.absolute_start_time), time_size);
-        AppendNumber(bytes, static_cast<uint64_t>(repair.absolute_end_time), time_size);
-        AppendInt16(bytes, repair.wiggles);
-        const int64_t n = has_samples ? repair.Length() : 0;
-        for (int64_t i = 0; i < n; ++i) AppendInt16(bytes, repair.samples[static_cast<size_t>(i)]);
-    }
+    for (const ClickRepair& repair : list) AppendRepair(bytes, repair, time_size);
     AppendInt16(bytes, 0);
 }
 
@@ -102,6 +92,18 @@ CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairList (&lists)[2]) {
     if (ReadList(reader, time_size, lists[0]) && ReadList(reader, time_size, lists[1])) return CrdResult::Good;
     for (ClickRepairList& list : lists) list.Clear();
     return CrdResult::Damaged;
+}
+
+void AppendRepair(std::string& bytes, const ClickRepair& repair, size_t time_size) {
+    const bool has_samples = repair.repair_type < kFirstTypeWithoutSamples;
+    if (has_samples && !repair.samples) return;
+    AppendInt16(bytes, repair.repair_type);
+    AppendInt16(bytes, repair.cross_fade);
+    AppendNumber(bytes, static_cast<uint64_t>(repair.absolute_start_time), time_size);
+    AppendNumber(bytes, static_cast<uint64_t>(repair.absolute_end_time), time_size);
+    AppendInt16(bytes, repair.wiggles);
+    const int64_t n = has_samples ? repair.Length() : 0;
+    for (int64_t i = 0; i < n; ++i) AppendInt16(bytes, repair.samples[static_cast<size_t>(i)]);
 }
 
 std::string WriteCrd(const ClickRepairList (&lists)[2]) {

@@ -19,6 +19,9 @@ enum class CrdResult { Good, BadHeader, NewerVersion, Damaged };
 // the file's size, whatever it holds.
 CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairList (&lists)[2]);
 
+// Appends what a file holds of one repair, with times of `time_size` bytes; nothing of a repair that has never been
+// computed.
+void AppendRepair(std::string& bytes, const ClickRepair& repair, size_t time_size = 8);
 // The bytes of a file that holds both lists.
 std::string WriteCrd(const ClickRepairList (&lists)[2]);
 

@@ -76,6 +76,14 @@ public:
     uint32_t pending = 0;
 };
 
+// A file that a track was saved as.
+struct SavedFile {
+    std::string path;       // full
+    std::string signature;  // of the track as it was saved, which the file carries
+
+    bool operator==(const SavedFile&) const = default;
+};
+
 enum ChannelMode : uint8_t { CHANNELS_MONO = 1, CHANNELS_STEREO = 2, CHANNELS_LEFT_ONLY = 4, CHANNELS_RIGHT_ONLY = 8 };
 
 enum AlbumFlags : uint8_t {
@@ -136,6 +144,7 @@ struct AlbumInfo : Foundation::LinkedListEntry {
     Foundation::simple_vector<ALBUMTRACK> tracks{16};
     std::unique_ptr<RecordEq> record_eq;
     Foundation::simple_vector<AlbumSide*> sides{16};  // owned; an entry may be null: a side that was skipped
+    std::vector<SavedFile> saved_files;               // what is known of earlier saves
     int32_t running_jobs = 0;
     std::atomic<int32_t> open_fhe_count{0};
     int32_t samplerate = 44100;

@@ -42,6 +42,7 @@ private:
     void AlbumCustomTags() { album->custom_tags = fields.Behind(1); }
     void TrackCustomTags();
     void Notes() { album->notes = UnescapeNotes(fields[2]); }
+    void SavedTrack() { album->saved_files.push_back({std::string(fields[2]), std::string(fields[3])}); }
     void RecordEqPre() { ReadRecordEq(fields, 2, *(album->record_eq = std::make_unique<RecordEq>())); }
     void Side();
     void Recording();
@@ -223,6 +224,7 @@ ReadResult Reader::ExtLine() {
         {"TrackCustomTags", &Reader::TrackCustomTags, false},
         {"AlbumCustomTags", &Reader::AlbumCustomTags, false},
         {"Notes", &Reader::Notes, false},
+        {"SavedTrack", &Reader::SavedTrack, false},
         {"RecordEqPre", &Reader::RecordEqPre, false},
         {"Markers", &Reader::Markers, true},
         {"SideBreaks", &Reader::SideBreaks, true},

@@ -205,6 +205,12 @@ int32_t ToInteger(double value) {
     return static_cast<int32_t>(std::clamp(value + (value > 0 ? 0.01 : -0.01), -kLimit, kLimit));
 }
 
+void WriteCut(LineBuilder& line, const CutAndSpliceCorrection& cut) {
+    line.Int(cut.start_time);
+    line.Int(cut.end_time);
+    line.Int(cut.splice_length);
+}
+
 void WriteFilterSetting(LineBuilder& line, const FilterSetting& setting) {
     const FilterValues& values = setting.values;
     line.Int(setting.absolute_start_time);

@@ -83,6 +83,7 @@ int32_t ToInteger(double value);
 
 // The records below begin at field `first`. The readers return true for a record in an older form, which a save will
 // rewrite.
+void WriteCut(LineBuilder& line, const CutAndSpliceCorrection& cut);
 void WriteFilterSetting(LineBuilder& line, const FilterSetting& setting);
 bool ReadFilterSetting(const Fields& fields, int first, FilterSetting& setting);
 void WriteFFTEq(LineBuilder& line, const FFTEq& eq);

@@ -149,6 +149,12 @@ void Writer::AlbumDetails(const AlbumInfo& album) {
         line.Text(EscapeNotes(album.notes));
         line.EndLine();
     }
+    for (const SavedFile& saved : album.saved_files) {
+        BeginExt("SavedTrack");
+        line.Text(saved.path);
+        line.Text(saved.signature);
+        line.EndLine();
+    }
     if (album.record_eq) {
         BeginExt("RecordEqPre");
         WriteRecordEq(line, *album.record_eq);
@@ -224,9 +230,7 @@ void Writer::Corrections(const FileHistoryEntry& entry) {
     }
     for (const CutAndSpliceCorrection& cut : entry.cuts) {
         BeginExt("CutAndSplice");
-        line.Int(cut.start_time);
-        line.Int(cut.end_time);
-        line.Int(cut.splice_length);
+        WriteCut(line, cut);
         line.EndLine();
     }
     for (const FilterSetting& filter : entry.filters) {

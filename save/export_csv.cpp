@@ -4,7 +4,7 @@
 
 #include "foundation/settings.h"
 #include "foundation/text.h"
-#include "save/save_track.h"
+#include "save/savesettings.h"
 #include "save/tracknames.h"
 
 using namespace Foundation;

@@ -9,18 +9,18 @@ using namespace Foundation;
 using namespace Tesslib;
 
 namespace Orvane {
-namespace {
 
 bool LiesIn(const ALBUMTRACK& track, const RecordingPlace& place) {
-    return !track.IsEmpty() && !track.excluded && track.FadeStart() < place.end && track.FadeEnd() > place.start;
+    return !track.IsEmpty() && track.FadeStart() < place.end && track.FadeEnd() > place.start;
 }
 
-}  // namespace
-
-HeldRepairs::HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags) : album(album) {
+HeldRepairs::HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags)
+    : album(album), places(PlaceRecordings(album)) {
     if (flags & PCM_NO_CLICK_REPAIR) return;
-    for (const RecordingPlace& place : PlaceRecordings(album)) {
-        const auto needs = [&](int track) { return LiesIn(album.tracks[track], place); };
+    for (const RecordingPlace& place : places) {
+        const auto needs = [&](int track) {
+            return !album.tracks[track].excluded && LiesIn(album.tracks[track], place);
+        };
         if (std::none_of(tracks.begin(), tracks.end(), needs)) continue;
         if (place.entry->Open(USER_SAVE, false) != OPEN_GOOD) continue;  // the track's stream says why
         Held& held = recordings.emplace_back(Held{place, {}});

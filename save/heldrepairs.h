@@ -9,6 +9,9 @@
 
 namespace Orvane {
 
+// Whether any of the track, its fades included, is heard from there.
+bool LiesIn(const ALBUMTRACK& track, const RecordingPlace& place);
+
 // Holds the recordings in which `tracks` (indices) lie open, with their repairs loaded, so that the private copies of
 // a job have them. What cannot be used has been shown. With PCM_NO_CLICK_REPAIR in `flags` nothing is needed. Main
 // thread; FailureOf on any.
@@ -21,6 +24,7 @@ public:
 
     // Why there are repairs in the track that cannot be used, in mark-up; empty when there are none.
     std::string FailureOf(int track) const;
+    const std::vector<RecordingPlace>& Places() const { return places; }  // of the album's recordings
 
 private:
     struct Held {
@@ -28,6 +32,7 @@ private:
         std::string failure;
     };
     const AlbumInfo& album;
+    const std::vector<RecordingPlace> places;
     std::vector<Held> recordings;
 };
 

@@ -12,7 +12,7 @@
 #include "foundation/progress.h"
 #include "foundation/safefile.h"
 #include "foundation/text.h"
-#include "save/save_track.h"
+#include "save/filenames.h"
 
 using namespace Foundation;
 

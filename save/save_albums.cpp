@@ -15,8 +15,11 @@
 #include "foundation/safefile.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "save/filenames.h"
 #include "save/heldrepairs.h"
 #include "save/keptfiles.h"
+#include "save/savedfiles.h"
+#include "save/signature.h"
 #include "save/tracknames.h"
 
 using namespace Foundation;
@@ -36,6 +39,7 @@ public:
         : album(album), settings(settings), kept(kept), repairs(album, tracks, SaveFlags(settings.options)) {
         for (int track : tracks) {
             results.push_back({&album, track, names[static_cast<size_t>(track)], SAVE_NEEDED, {}});
+            signatures.push_back(TrackFileSignature(album, track, repairs.Places(), settings));
             total_ticks += Ticks(track);
         }
     }
@@ -43,15 +47,25 @@ public:
     // Saves tracks until none is left or the user has cancelled.
     void Work() {
         for (;;) {
-            SavedTrack* next;
+            size_t next;
             {
                 Locked guard(lock);
                 if (Progress::Cancelled() || next_result == results.size()) return;
-                next = &results[next_result++];
+                next = next_result++;
             }
-            Save(*next);
-            std::string line = Line(*next);
+            SavedTrack& saved = results[next];
+            Save({album, saved.track, saved.file, signatures[next]}, saved);
+            std::string line = Line(saved);
             if (!line.empty()) Progress::Log(line);
+        }
+    }
+
+    // Enters the files that are there now in the collection. Main thread.
+    void NoteFiles() {
+        for (size_t i = 0; i < results.size(); ++i) {
+            const SaveTrackStatus status = results[i].status;
+            if (status != SAVE_DONE && status != SAVE_PARTIAL && status != SAVE_ALREADY) continue;
+            NoteSavedFile(album, results[i].file, signatures[i]);
         }
     }
 
@@ -60,15 +74,17 @@ public:
 private:
     int64_t Ticks(int track) const { return album.tracks[track].FadeEnd() - album.tracks[track].FadeStart(); }
 
-    SaveTrackStatus Check(SavedTrack& saved) const {
-        SaveTrackStatus status = CheckTrack(album, saved.track, settings, saved.file, saved.message);
-        if (status != SAVE_NEEDED) return status;
-        saved.message = kept.Has(saved.file) ? fmt::sprintf(kNeverChanged, saved.file) : repairs.FailureOf(saved.track);
+    SaveTrackStatus Check(const TrackToSave& job, SavedTrack& saved) const {
+        SaveTrackStatus status = CheckTrack(job, settings, saved.message);
+        if (status != SAVE_NEEDED && status != SAVE_ALREADY) return status;
+        saved.message = repairs.FailureOf(saved.track);  // what cannot be read is not in the signature
+        if (saved.message.empty() && status == SAVE_ALREADY) return status;
+        if (saved.message.empty() && kept.Has(saved.file)) saved.message = fmt::sprintf(kNeverChanged, saved.file);
         return saved.message.empty() ? SAVE_NEEDED : SAVE_FAILED;
     }
 
-    void Save(SavedTrack& saved) {
-        saved.status = Check(saved);
+    void Save(const TrackToSave& job, SavedTrack& saved) {
+        saved.status = Check(job, saved);
         int64_t told = 0;  // of this track, in ticks
         auto Tell = [&](int64_t ticks) {
             Locked guard(lock);
@@ -81,7 +97,7 @@ private:
                 Tell(total > 0 ? MulDiv64(Ticks(saved.track), done, total) : 0);
                 return Progress::Tick();
             };
-            saved.status = WriteTrack(album, saved.track, settings, saved.file, OnProgress, saved.message);
+            saved.status = WriteTrack(job, settings, OnProgress, saved.message);
         }
         Tell(Ticks(saved.track));
     }
@@ -111,6 +127,7 @@ private:
     const SaveSettings& settings;
     const KeptFiles& kept;
     const HeldRepairs repairs;
+    std::vector<std::string> signatures;  // of the results
     CriticalSection lock;
     size_t next_result = 0;
     int64_t total_ticks = 0;
@@ -234,6 +251,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         }
         WorkerThread::LaunchAll(running);
         --album->running_jobs;
+        job.NoteFiles();
 
         for (SavedTrack& saved : job.results) {
             if (saved.status == SAVE_NEEDED) saved.status = SAVE_CANCELLED;

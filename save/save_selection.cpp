@@ -9,6 +9,7 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
+#include "save/filenames.h"
 #include "save/keptfiles.h"
 #include "save/write_stream.h"
 

@@ -9,6 +9,8 @@
 #include "foundation/progress.h"
 #include "foundation/settings.h"
 #include "recorded_side.h"
+#include "repairs.h"
+#include "save/filenames.h"
 #include "save/save_albums.h"
 #include "save/save_selection.h"
 #include "save/tracknames.h"
@@ -183,22 +185,20 @@ TEST_F(SavedAlbum, OnlyWhatIsHeardOtherwiseIsSavedAgain) {
     EXPECT_EQ(Save().n_already_saved, 3);
     settings.options.Row(FF_OGG).samplerate = 5;
     EXPECT_EQ(Save().n_saved, 3);
+}
 
-    auto* filter = new FilterSetting;
-    album.sides[0]->newest->filters.Append(filter);
-    const auto changed_by = [&](const auto& change) {
-        const std::string before = TrackFileSignature(album, 0, settings);
-        change();
-        return TrackFileSignature(album, 0, settings) != before;
-    };
-    for (const int own : {60, -1}) {
-        filter->values = {.hum_mode = FILTER_ON, .mains_frequency = own, .filter_harmonics = own};
-        EXPECT_EQ(changed_by([&] { SetSetting("Mains Frequency", 50 + own); }), own < 0);
-        EXPECT_EQ(changed_by([&] { SetSetting("Filter Harmonics", own < 0); }), own < 0);
-    }
-    filter->values = {.hiss_mode = FILTER_ON};
-    filter->extra = folder.Write("room.vns", "noise");
-    EXPECT_TRUE(changed_by([&] { folder.Write("room.vns", "other noise"); }));
+TEST_F(SavedAlbum, ARepairMadeByHandMakesTheTracksThatItTouchesStale) {
+    AddSide(90000);
+    for (int i = 0; i < 3; ++i) AddTrack(i * 30000, (i + 1) * 30000);
+    ASSERT_EQ(Save().n_saved, 3);
+    FileHistoryEntry& entry = *album.sides[0]->newest;
+    ASSERT_EQ(entry.Open(USER_EDIT, false), OPEN_GOOD);
+    ASSERT_EQ(entry.LoadCorrections(false), 0);
+    entry.click_repairs[1].Append(OrvaneTest::MakeRepair(REPAIR_MANUAL, 29998, {1, 2, 3}).release());
+    const SaveResult result = Save();
+    EXPECT_EQ(result.n_saved, 2);
+    EXPECT_EQ(result.tracks[2].status, SAVE_ALREADY);
+    entry.Close(USER_EDIT);
 }
 
 TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
@@ -241,7 +241,7 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
     album.tracks[2].start = 55000;
     fs::remove(PathOfSide(1));
     result = Save();
-    EXPECT_EQ(result.tracks[0].status, SAVE_DONE);
+    EXPECT_EQ(result.tracks[0].status, SAVE_ALREADY) << "it does not need the side that is missing";
     EXPECT_EQ(result.tracks[2].status, SAVE_FAILED);
     EXPECT_NE(result.tracks[2].message.find("side2.wav"), std::string::npos);
 }
@@ -275,7 +275,7 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     album.tracks[0].end -= 1000;
     std::string message;
     const auto cancel = [](int64_t, int64_t) { return false; };
-    EXPECT_EQ(WriteTrack(album, 0, settings, file, cancel, message), SAVE_CANCELLED);
+    EXPECT_EQ(WriteTrack({album, 0, file, "x"}, settings, cancel, message), SAVE_CANCELLED);
     EXPECT_TRUE(ReadBytes(file) == before);
     EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(file).parent_path()), {}), 1);
     // What somebody else put there goes to the Trash.

@@ -74,6 +74,7 @@ public:
         album->year = static_cast<int16_t>(1950 + Number(70));
         album->status = static_cast<uint8_t>(Number(8));
         if (Number(4) == 0) album->notes = "first line\nsecond\twith a tab and a \\ in it";
+        if (Number(4) == 0) album->saved_files = {{"/music/\"A\"/01.flac", "0f"}, {"/music/B, C/02.flac", "a1"}};
         if (Number(4) == 0) album->custom_tags = "\t\"MVNM\"\t\"Allegro\"\t\"CONTACT\"\t\"\"";
         if (Number(8) == 0) album->record_eq = std::make_unique<Orvane::RecordEq>(MakeRecordEq());
         int64_t time = 0;

@@ -1,0 +1,76 @@
+#include "save/savesettings.h"
+
+#include <algorithm>
+
+#include "foundation/path.h"
+#include "foundation/settings.h"
+#include "save/tracknames.h"
+#include "tesslib/flacfile.h"
+#include "tesslib/oggfile.h"
+#include "tesslib/wavfile.h"
+
+using namespace Foundation;
+using namespace Tesslib;
+
+namespace Orvane {
+namespace {
+
+int32_t Channels(const AlbumInfo& album) {
+    if (album.channel_mode & CHANNELS_MONO) return 1;
+    std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    bool mono = std::all_of(recordings.begin(), recordings.end(), [](auto* entry) { return entry->channels == 1; });
+    return !recordings.empty() && mono ? 1 : 2;
+}
+
+}  // namespace
+
+uint32_t SaveFlags(const FileOptions& options) {
+    return PCM_BEST_QUALITY | (options.save_corrections ? 0 : PCM_NO_CLICK_REPAIR | PCM_NO_FILTERS);
+}
+
+SaveSettings SaveSettings::FromStore() {
+    SaveSettings settings;
+    settings.options = FileOptions::Load(OptionsContext::SaveTracks);
+    // The usual choice is MP3; what this build cannot write becomes FLAC.
+    int format = GetSetting("Save Track As File Format", FF_MP3);
+    bool known = format > FF_NONE && format < kFileFormats && MakeFileStream(format);
+    settings.options.file_format = known ? format : FF_FLAC;
+    settings.output_folder = GetStringSetting("Output Directory", MusicFolder());
+    return settings;
+}
+
+void SaveSettings::AppendCollection(const AlbumSet& set) {
+    if (!GetSetting("Append Collection Output", 1)) return;
+    output_folder = JoinPath(output_folder, FileNameOf(WithoutExtension(set.path)));
+}
+
+RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
+    if (format == FF_WAV) return RefPtr<FileStream>(new WAVFile(options.wav_options));
+    RefPtr<FileStream> writer = MakeFileStream(format);
+    if (auto* flac = dynamic_cast<FLACFile*>(writer.get())) flac->SetCompressionLevel(options.Row(FF_FLAC).level);
+    if (auto* ogg = dynamic_cast<OggFile*>(writer.get())) ogg->SetQuality(options.Row(FF_OGG).level);
+    return writer;
+}
+
+std::string SaveSettings::TemplateOf(const AlbumInfo& album) const {
+    return name_template.empty() ? TemplateFor(album) : name_template;
+}
+
+TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, const FileStream& writer) {
+    FileOptions options = settings.options;
+    TrackFormat format{0, 0, Channels(album)};
+    options.Resolve(settings.Format(), format.samplerate, format.bit_depth);
+    if (settings.samplerate) format.samplerate = settings.samplerate;
+    if (settings.bit_depth) format.bit_depth = settings.bit_depth;
+    std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    if (!format.samplerate)
+        format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
+    if (!format.bit_depth) {
+        for (const FileHistoryEntry* entry : recordings)
+            format.bit_depth = std::max<int32_t>(format.bit_depth, entry->bits);
+    }
+    writer.AdjustFormat(format.samplerate, format.bit_depth, format.n_channels);
+    return format;
+}
+
+}  // namespace Orvane
