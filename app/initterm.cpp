@@ -122,7 +122,7 @@ bool InitApplication() {
     InstallFatalErrorHooks();
     SetWaveformReportInterval(ReportIntervalMs);
     LogLine(fmt::sprintf("%s started (%d bit)", kProgramName, 8 * sizeof(void*)));
-    if (!OpenSettings()) return false;
+    if (OpenSettings().ToStreamError() < 0) return false;
     gApp.documents_folder = DocumentsFolder();
     gApp.music_folder = MusicFolder();
     gApp.recordings_folder = JoinPath(gApp.documents_folder, "Recordings");
@@ -135,7 +135,10 @@ bool InitApplication() {
 }
 
 void StartAutosave() {
-    GetMainLoop().StartTimer(kAutosaveTestMs, true, [] { AutosaveTest(); });
+    GetMainLoop().StartTimer(kAutosaveTestMs, true, [] {
+        RefreshSettings();
+        AutosaveTest();
+    });
 }
 
 bool AutosaveTest() {

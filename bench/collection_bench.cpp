@@ -26,7 +26,7 @@ double AllocatedMegabytes() {
 
 struct Files {
     Files() : path(folder / "Large.mcf") {
-        OpenSettings(folder / "config");
+        ORVANE_ASSERT(OpenSettings(folder / "config"));
         AlbumSet set(path);
         OrvaneTest::CollectionMaker(1).AddAlbums(set, kAlbums, kTracks);
         SaveCopy(path, set, false);

@@ -41,7 +41,7 @@ double CpuSeconds() {
 struct Side {
     Side() : folder(fs::temp_directory_path() / "orvane-save-bench") {
         fs::create_directories(folder / "config");
-        OpenSettings((folder / "config").string());
+        ORVANE_ASSERT(OpenSettings((folder / "config").string()));
         path = (folder / "side.wav").string();
         std::mt19937 random(5);
         std::normal_distribution<float> noise(0.0f, 0.003f);

@@ -71,7 +71,7 @@ void ShowText(CommandContext& context, AlbumInfo& album) {
     Table sides({Table::Align::Right});
     for (const RecordingPlace& place : PlaceRecordings(album)) {
         sides.Add({std::to_string(place.side), FileNameOf(place.entry->GetPath()), ClockText(place.end - place.start),
-                   place.found ? FormatText(*place.entry) : OpenStatusText(place.entry->open_status)});
+                   place.opened ? FormatText(*place.entry) : OpenStatusText(place.entry->open_status)});
     }
     if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));
 

@@ -129,9 +129,8 @@ int CommandContext::Finish(int code) {
 }
 
 int CommandContext::Lock(const std::string& path) {
-    std::string holder;
-    if (lock.Acquire(path, holder)) return CLI_DONE;
-    return Fail(fmt::format("{} is in use by {}", path, holder));
+    const Outcome outcome = lock.Acquire(path);
+    return outcome.Ok() ? CLI_DONE : Fail(outcome.Text());
 }
 
 int CommandContext::Open(const std::string& path, Access access) {

@@ -12,6 +12,7 @@
 
 #include "cli/console.h"
 #include "collection/dataobjects.h"
+#include "foundation/filelock.h"
 #include "foundation/functionref.h"
 #include "foundation/outcome.h"
 #include "foundation/platform.h"

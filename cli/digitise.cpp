@@ -115,7 +115,7 @@ int Digitise::EnterSides() {
     }
     places = PlaceRecordings(*album);
     for (const RecordingPlace& place : places) {
-        if (place.found) continue;
+        if (place.opened) continue;
         if (place.entry->Open(USER_PROBE, false) != OPEN_GOOD) return context.FailLastError();
         place.entry->Close(USER_PROBE);
     }

@@ -36,7 +36,7 @@ int Set(CommandContext& context, const std::vector<std::string>& words) {
     std::string key = words.size() == 2 ? words[0] : words[0].substr(0, equals);
     std::string value = words.size() == 2 ? words[1] : words[0].substr(equals + 1);
     if (key.empty() || key.find('=') != std::string::npos) return context.Usage(fmt::format("\"{}\" is no key", key));
-    if (!SetStringSetting(key, value)) return context.FailLastError();
+    if (const Outcome outcome = WriteSettings({{key, value}}); !outcome) return context.Fail(outcome.Text());
     context.result["key"] = key;
     context.result["value"] = value;
     context.Line("{} = {}", key, value);

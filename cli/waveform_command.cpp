@@ -130,7 +130,7 @@ int Waveform(CommandContext& context, const WaveformArguments& arguments) {
     if (places.empty()) return context.Fail(context.AlbumName(*album) + " has no recordings");
     if (places.size() > 1 && !arguments.png.empty()) return context.Usage("--png draws one side: --side says which");
     for (const RecordingPlace& place : places) {
-        if (!place.found) return context.Fail("Cannot find file: " + place.entry->GetPath());
+        if (!place.opened) return context.Fail(place.opened.Text());
     }
 
     const int64_t started = MonotonicNs();

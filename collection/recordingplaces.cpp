@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "foundation/fileerror.h"
+
 using namespace Foundation;
 
 namespace Orvane {
@@ -21,9 +23,12 @@ std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
     for (int side = 1; side <= album.sides.size(); ++side) {
         FileHistoryEntry* entry = album.sides[side - 1] ? album.sides[side - 1]->newest : nullptr;
         if (!entry) continue;
-        RecordingPlace place{entry, side, start, start};
-        place.found = entry->Open(USER_PROBE, false) == OPEN_GOOD;
-        if (place.found) {
+        RecordingPlace place{entry, side, start, start, {}};
+        if (entry->Open(USER_PROBE, false) != OPEN_GOOD) {
+            const std::string path = entry->GetPath();
+            place.opened = FileExists(path) ? Outcome::OfLastError(ERR_CANNOT_OPEN)
+                                            : Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, path).About(path);
+        } else {
             place.end = start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->cuts.TotalLength());
             entry->Close(USER_PROBE);
         }
@@ -35,7 +40,8 @@ std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
 
 int64_t EndOfRecordings(AlbumInfo& album) {
     const std::vector<RecordingPlace> places = PlaceRecordings(album);
-    const bool all_found = std::all_of(places.begin(), places.end(), [](const auto& place) { return place.found; });
+    const bool all_found =
+        std::all_of(places.begin(), places.end(), [](const auto& place) { return place.opened.Ok(); });
     return !places.empty() && all_found ? places.back().end : kUnknownEnd;
 }
 

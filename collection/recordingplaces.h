@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -16,7 +17,7 @@ struct RecordingPlace {
     int side;           // from 1
     int64_t start = 0;  // ticks
     int64_t end = 0;
-    bool found = false;  // it could be opened; otherwise its length counts as 0
+    Foundation::Outcome opened;  // where it could not be, its length counts as 0
 };
 
 // Opens each recording in use for a moment, so that its length and rate are known from here on, and lays them end to

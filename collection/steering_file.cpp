@@ -28,9 +28,10 @@ namespace {
 
 constexpr size_t kBufferSize = 1 << 20;
 
-// A write of the store reaches the disk before it returns, so that what is there already is not written again.
-void StoreSetting(std::string_view key, std::string_view value) {
-    if (GetStringSetting(key) != value) SetStringSetting(key, value);
+// A write of the store reaches the disk before it returns, so what is there already is not written again.
+void StoreSettings(SettingChanges changes) {
+    std::erase_if(changes, [](const SettingChange& change) { return GetStringSetting(change.key) == *change.value; });
+    if (!changes.empty()) SetSettings(changes);
 }
 
 std::string RecentKey(int n) {
@@ -38,11 +39,11 @@ std::string RecentKey(int n) {
 }
 
 // Puts `path` first in the list of recent collections.
-void RememberRecent(const std::string& path) {
+void RememberRecent(const std::string& path, SettingChanges& changes) {
     std::string moved = path;
     for (int n = 1; n <= kRecentFiles && !moved.empty(); ++n) {
         std::string here = GetStringSetting(RecentKey(n));
-        StoreSetting(RecentKey(n), moved);
+        changes.emplace_back(RecentKey(n), moved);
         moved = here == path ? std::string() : std::move(here);
     }
 }
@@ -56,12 +57,12 @@ int IndexOf(const AlbumSet& set, const AlbumInfo* wanted) {
     return -1;
 }
 
-void StoreCurrentAlbum() {
+void RememberCurrentAlbum(SettingChanges& changes) {
     const AlbumInfo* album = gAlbumSet->current_album;
     if (!album) return;
-    StoreSetting("Current Album", std::to_string(IndexOf(*gAlbumSet, album)));
-    StoreSetting("Current Artist", album->artist);
-    StoreSetting("Current Album Title", album->title);
+    changes.emplace_back("Current Album", IndexOf(*gAlbumSet, album));
+    changes.emplace_back("Current Artist", album->artist);
+    changes.emplace_back("Current Album Title", album->title);
 }
 
 // By its names, else by its index, else the last one. Of several albums of one name that at the index is meant.
@@ -128,10 +129,10 @@ void MakeLive(std::unique_ptr<AlbumSet> set, const CollectionFacts& facts) {
 
     // A collection on a medium that cannot be written is for reading only.
     CreateFolders(gAlbumSet->recordings_folder);
-    StoreSetting("Steering File", gAlbumSet->path);
-    StoreSetting("Last Steering File", gAlbumSet->path);
-    StoreCurrentAlbum();
-    RememberRecent(gAlbumSet->path);
+    SettingChanges changes = {{"Steering File", gAlbumSet->path}, {"Last Steering File", gAlbumSet->path}};
+    RememberCurrentAlbum(changes);
+    RememberRecent(gAlbumSet->path, changes);
+    StoreSettings(std::move(changes));
     RefreshInputFiles();
     gLastSavedTick = TickMs();
     gAutosaveAllowed = true;
@@ -192,7 +193,7 @@ bool Save(const std::string& path, const AlbumSet& set, bool report_errors, bool
 AlbumSet* OpenCollection(std::string_view path, std::unique_ptr<AlbumSet>* second_set_out) {
     const std::string full_path = AbsolutePath(path);
     const bool live = second_set_out == nullptr;
-    if (live) StoreSetting("Collections Directory", FolderOf(full_path));
+    if (live) StoreSettings({{"Collections Directory", FolderOf(full_path)}});
     CollectionFacts facts;
     ReadResult result{};
     std::unique_ptr<AlbumSet> set = ReadSet(full_path, live, facts, result);
@@ -217,7 +218,7 @@ bool SaveCollection(std::string_view path, AlbumSet& set, bool report_errors) {
     bool saved = false;
     const bool result = Save(full_path, set, report_errors, saved);
     if (saved && &set == gAlbumSet) {
-        StoreSetting("Steering File", full_path);
+        StoreSettings({{"Steering File", full_path}});
         gLastSavedTick = TickMs();
         ClearDirty();
     }
@@ -232,7 +233,9 @@ bool SaveCopy(std::string_view path, const AlbumSet& set, bool report_errors) {
 void CloseCollection() {
     if (!gAlbumSet) return;
     gAutosaveAllowed = false;
-    StoreCurrentAlbum();
+    SettingChanges changes;
+    RememberCurrentAlbum(changes);
+    StoreSettings(std::move(changes));
     event::Fire(EVENT_COLLECTION_CLOSING, event::Arg(gAlbumSet));
     delete std::exchange(gAlbumSet, nullptr);
     ClearUndo();

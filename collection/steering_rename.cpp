@@ -49,12 +49,12 @@ bool RenameCollection(std::string_view new_name) {
     }
     renames.Keep();
 
+    SettingChanges changes = {{"Steering File", new_path}, {"Last Steering File", new_path}};
     for (int n = 1; n <= kRecentFiles; ++n) {
         const std::string key = "Recent Files #" + std::to_string(n);
-        if (GetStringSetting(key) == old_path) SetStringSetting(key, new_path);
+        if (GetStringSetting(key) == old_path) changes.emplace_back(key, new_path);
     }
-    SetStringSetting("Steering File", new_path);
-    SetStringSetting("Last Steering File", new_path);
+    SetSettings(changes);
     const Change change(CHANGE_SETTLED);
     set.SetPath(new_path);
     MoveExternalFiles(set, old_folder);

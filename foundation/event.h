@@ -26,6 +26,7 @@ enum EventId : int {
     EVENT_CANCEL_WAVEFORMS = 50,  // a: kind (0 all, 1 one entry, 2 one collection), b: which
     EVENT_INPUT_FILES_REFRESHED = 55,
     EVENT_WAVEFORM_PROGRESS = 0x8230,  // a: FileHistoryEntry, b: 0 under way, 1 ended, c: then its Outcome
+    EVENT_SETTING_CHANGED = 0x8231,    // a: the key, a const std::string*; on the thread that changed it
 };
 
 using EventArg = intptr_t;

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "foundation/lasterror.h"
+#include "foundation/outcome.h"
 
 namespace Foundation {
 
@@ -18,17 +19,26 @@ enum StreamError : int {
     ERR_LIMIT = -8,  // no more frames, or the size limit of a growing file
 };
 
-// Each stores its message for `path` with the system's `error` (an errno value) and returns the code that goes with it.
-int FailOpen(std::string_view path, int error);  // ERR_CANNOT_OPEN or ERR_IN_USE
-int FailOpenForWriting(std::string_view path, int error);
-int FailRead(std::string_view path, int error);                         // ERR_IO
-int FailWrite(std::string_view path, int error);                        // ERR_IO
-int FailRename(std::string_view from, std::string_view to, int error);  // ERR_IO
-int FailDelete(std::string_view path, int error);                       // ERR_IO
-int FailCreateFolder(std::string_view path, int error);                 // ERR_CANNOT_OPEN
-int FailContents(std::string text);                                     // ERR_CONTENTS, with a text of the caller's
+// What went wrong with the file or folder `path`, from the system's `error` (an errno value).
+Outcome CannotOpen(std::string_view path, int error);  // Kind::InUse, else Kind::CannotOpen
+Outcome CannotOpenForWriting(std::string_view path, int error);
+Outcome CannotRead(std::string_view path, int error);  // this and the next three: Kind::ReadWrite
+Outcome CannotWrite(std::string_view path, int error);
+Outcome CannotRename(std::string_view from, std::string_view to, int error);
+Outcome CannotDelete(std::string_view path, int error);
+Outcome CannotCreateFolder(std::string_view path, int error);  // Kind::CannotOpen
 
-// Called with every failure of the functions above, as the last error that it has become, on the thread that met it.
+// The same for streams, which report by codes: each makes it the thread's last error and returns its StreamError.
+int FailOpen(std::string_view path, int error);
+int FailOpenForWriting(std::string_view path, int error);
+int FailRead(std::string_view path, int error);
+int FailWrite(std::string_view path, int error);
+int FailRename(std::string_view from, std::string_view to, int error);
+int FailDelete(std::string_view path, int error);
+int FailCreateFolder(std::string_view path, int error);
+int FailContents(std::string text);  // ERR_CONTENTS, with a text of the caller's
+
+// Called with every failure that the functions above make, as an error number and a text, on the thread that met it.
 using FileErrorHook = void (*)(const LastError& error);
 void SetFileErrorHook(FileErrorHook hook);  // null: none. Any thread.
 

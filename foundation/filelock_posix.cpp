@@ -3,8 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <thread>
 
+#include "foundation/filelock.h"
 #include "foundation/platform.h"
 #include "foundation/text.h"
 
@@ -38,31 +42,22 @@ std::string OwnName() {
 
 }  // namespace
 
-bool FileLock::Acquire(std::string_view path, std::string& holder) {
-    return Lock(path, false, holder);
-}
-
-void FileLock::AcquireWaiting(std::string_view path) {
-    std::string holder;
-    Lock(path, true, holder);
-}
-
-bool FileLock::Lock(std::string_view path, bool waits, std::string& holder) {
+Outcome FileLock::Acquire(std::string_view path) {
     Release();
     lock_path = std::string(path) + ".lock";
     for (;;) {
         const int opened = OpenLockFile(lock_path.c_str());
-        // Where no lock file can be made, no other process can write the file either.
-        if (opened < 0) return true;
+        if (opened < 0) return {};
         int result;
         do {
-            result = flock(opened, waits ? LOCK_EX : LOCK_EX | LOCK_NB);
+            result = flock(opened, LOCK_EX | LOCK_NB);
         } while (result != 0 && errno == EINTR);
         if (result != 0) {
             const bool held = errno == EWOULDBLOCK;
-            if (held) holder = ReadHolder(opened);
+            const std::string holder = held ? ReadHolder(opened) : std::string();
             close(opened);
-            return !held;
+            if (!held) return {};
+            return Outcome::Fail(Kind::InUse, Msg::InUseBy, path, holder).About(path);
         }
         // The holder before us may have removed the file between our open and our lock.
         if (IsStillTheFile(opened, lock_path.c_str())) {
@@ -75,7 +70,17 @@ bool FileLock::Lock(std::string_view path, bool waits, std::string& holder) {
     if (ftruncate(descriptor, 0) != 0 || pwrite(descriptor, name.data(), name.size(), 0) < 0) {
         LogLine("The lock file cannot be given a name: " + lock_path);
     }
-    return true;
+    return {};
+}
+
+Outcome FileLock::AcquireWaiting(std::string_view path, FunctionRef<bool()> go_on) {
+    using std::chrono::milliseconds;
+    for (milliseconds pause(1);; pause = std::min(pause * 2, milliseconds(50))) {
+        Outcome outcome = Acquire(path);
+        if (!outcome.Is(Kind::InUse)) return outcome;
+        if (!go_on()) return Outcome::Cancelled();
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 void FileLock::Release() {

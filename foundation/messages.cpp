@@ -188,6 +188,8 @@ std::string_view MessageText(Msg id) {
             return "Unexpected end of file in file:\n\n<b>%s</b>";
         case Msg::FileIsEmpty:
             return "File:\n\n<b>%s</b>\n\nis empty";
+        case Msg::InUseBy:
+            return "<b>%s</b> is in use by %s";
         case Msg::UnsupportedRiff:
             return "Unrecognised or unsupported RIFF / AIFF chunk in file:\n\n<b>%s</b>";
         case Msg::FileSizeLimit:

@@ -100,6 +100,7 @@ enum class Msg : int {
     BadChunk,              // chunk, file
     UnexpectedEnd,         // file
     FileIsEmpty,           // file
+    InUseBy,               // file, who has it
     UnsupportedRiff,       // file
     FileSizeLimit,         // gigabytes, file
     UnsupportedBitDepth,   // bits, file

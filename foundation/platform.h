@@ -54,28 +54,6 @@ int CreateFolders(std::string_view path);  // with parents; there already is suc
 int MoveToTrash(std::string_view path);
 int64_t FreeDiskSpace(std::string_view path);  // bytes for this user, -1 when it cannot be told
 
-// Holds an exclusive lock named by a path until destroyed, so that two processes do not work on one file at once.
-// The lock file is `path` + ".lock" and is removed with the lock; it names its holder.
-class FileLock {
-public:
-    FileLock() = default;
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-    ~FileLock() { Release(); }
-    // False when another process, or another FileLock of this one, holds it: `holder` then says who ("process 1234 on
-    // host"). A lock file left behind is no obstacle, and where none can be made the answer is true.
-    bool Acquire(std::string_view path, std::string& holder);
-    // Waits until it is free.
-    void AcquireWaiting(std::string_view path);
-    void Release();
-
-private:
-    bool Lock(std::string_view path, bool waits, std::string& holder);
-
-    int descriptor = -1;
-    std::string lock_path;
-};
-
 // --- Folders of the user. Made absolute, without a separator at the end. ---
 std::string ConfigFolder();         // ORVANE_CONFIG_HOME, else XDG_CONFIG_HOME/orvane
 std::string MachineConfigFolder();  // the first of XDG_CONFIG_DIRS that has an orvane folder, or empty

@@ -76,6 +76,20 @@ int PutInPlace(std::string_view temporary, std::string_view path, OldFile old_fi
     return 0;
 }
 
+Outcome ReplaceContents(std::string_view path, std::string_view bytes) {
+    const std::string temporary = TemporaryName(path);
+    int error = 0;
+    FILE* file = OpenFile(temporary, "wb", error);
+    if (!file) return CannotOpenForWriting(temporary, error);
+    if (fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size()) error = errno;
+    if (!error) error = FlushToDisk(file);
+    if (fclose(file) != 0 && !error) error = errno;
+    if (!error) error = RenameFile(temporary, path);
+    if (!error) return {};
+    RemoveFile(temporary);
+    return CannotWrite(path, error);
+}
+
 int CopyContents(std::string_view from, std::string_view to, const std::function<bool(int64_t)>& progress) {
     int error = 0;
     FILE* source = OpenFile(from, "rb", error);

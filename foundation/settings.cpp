@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <limits>
 #include <map>
 #include <mutex>
-#include <optional>
 
 #include "foundation/assert.h"
+#include "foundation/event.h"
 #include "foundation/fileerror.h"
+#include "foundation/filelock.h"
 #include "foundation/path.h"
 #include "foundation/platform.h"
+#include "foundation/progress.h"
+#include "foundation/safefile.h"
 #include "foundation/text.h"
 
 namespace Foundation {
@@ -22,13 +26,11 @@ using Values = std::map<std::string, std::string, std::less<>>;
 int ReadWhole(const std::string& path, std::string& bytes) {
     bytes.clear();
     int error = 0;
-    FILE* file = OpenFile(path, "rb", error);
+    const FilePtr file(OpenFile(path, "rb", error));
     if (!file) return error == ENOENT ? 0 : error;
     char piece[16384];
-    while (const size_t n_read = std::fread(piece, 1, sizeof piece, file)) bytes.append(piece, n_read);
-    if (std::ferror(file)) error = errno;
-    std::fclose(file);
-    return error;
+    while (const size_t n_read = std::fread(piece, 1, sizeof piece, file.get())) bytes.append(piece, n_read);
+    return std::ferror(file.get()) ? errno : 0;
 }
 
 Values ParseStore(const std::string& path, std::string_view text) {
@@ -40,149 +42,182 @@ Values ParseStore(const std::string& path, std::string_view text) {
     return values;
 }
 
+Values ReadMachineStore() {
+    const std::string folder = MachineConfigFolder();
+    std::string text;
+    const std::string path = JoinPath(folder, "settings");
+    return folder.empty() || ReadWhole(path, text) != 0 ? Values() : ParseStore(path, text);
+}
+
+// Tells two contents of the store apart without reading them: every write makes another file.
+struct Stamp {
+    std::string identity;
+    int64_t size = 0;
+    FileTime time = 0;
+
+    bool operator==(const Stamp&) const = default;
+};
+
+Stamp StampOf(const std::string& path) {
+    FileInfo info;
+    GetFileInfo(path, info);
+    return {FileIdentity(path), info.size, info.time};
+}
+
+// The keys whose values differ.
+std::vector<std::string> Differences(const Values& before, const Values& after) {
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : before) {
+        if (const auto found = after.find(key); found == after.end() || found->second != value) keys.push_back(key);
+    }
+    for (const auto& [key, value] : after) {
+        if (!before.contains(key)) keys.push_back(key);
+    }
+    return keys;
+}
+
+// The number that a value holds; the default when it is no number.
+int32_t ToNumber(std::string_view value, int32_t default_value) {
+    const std::string_view text = Trim(value);
+    const size_t first_digit = text.find_first_not_of("+-");
+    if (first_digit == text.npos || text[first_digit] < '0' || text[first_digit] > '9') return default_value;
+    using Limits = std::numeric_limits<int32_t>;
+    return static_cast<int32_t>(std::clamp<int64_t>(ParseInt(text), Limits::min(), Limits::max()));
+}
+
 class Store {
 public:
-    bool Open(std::string_view new_folder) {
-        std::lock_guard hold(lock);
-        if (is_open) overrides.clear();
-        return OpenLocked(new_folder.empty() ? ConfigFolder() : AbsolutePath(new_folder));
+    Outcome Open(std::string_view new_folder) {
+        Outcome outcome;
+        Update([&] {
+            if (is_open) overrides.clear();
+            outcome = OpenLocked(new_folder.empty() ? ConfigFolder() : AbsolutePath(new_folder));
+        });
+        return outcome;
     }
 
-    // The value that holds for this run.
-    std::optional<std::string> Find(std::string_view key) {
-        std::lock_guard hold(lock);
-        OpenOnce();
-        const std::string* value = FindLocked(key);
-        return value ? std::optional(*value) : std::nullopt;
-    }
-
-    std::optional<std::string> FindInMachine(std::string_view key) {
-        std::lock_guard hold(lock);
-        OpenOnce();
-        if (const std::string* value = FindLocked(key)) return *value;
-        const auto found = machine_values.find(key);
-        return found == machine_values.end() ? std::nullopt : std::optional(found->second);
-    }
-
-    // Without a value the key is deleted.
-    bool Change(std::string_view key, const std::string* value) {
-        ORVANE_ASSERT(!key.empty());
-        std::lock_guard hold(lock);
-        OpenOnce();
-        const std::string name(key);
-        const bool written = WriteBack(name, value);
-        if (written) {
-            unwritten.erase(name);
-        } else {
-            unwritten[name] = value ? std::optional(*value) : std::nullopt;
-        }
-        return written;
+    Outcome Write(const SettingChanges& changes) {
+        Outcome outcome;
+        Update([&] {
+            if (!is_open) outcome = OpenLocked(ConfigFolder());
+            for (const SettingChange& change : changes) {
+                ORVANE_ASSERT(!change.key.empty());
+                std::erase_if(unwritten, [&](const SettingChange& older) { return older.key == change.key; });
+                unwritten.push_back(change);
+            }
+            if (outcome.Ok()) outcome = WriteBack();
+        });
+        return outcome;
     }
 
     void Override(std::string_view key, std::string_view value) {
-        std::lock_guard hold(lock);
-        overrides[std::string(key)] = value;
+        Update([&] { overrides[std::string(key)] = value; });
+    }
+
+    void Refresh() {
+        std::unique_lock hold(writing, std::try_to_lock);
+        if (!hold) return;  // a write looks at the file too
+        Update(std::move(hold), [&] {
+            if (!is_open || StampOf(Path()) == stamp) return;
+            const Stamp now = StampOf(Path());
+            std::string text;
+            if (ReadWhole(Path(), text) != 0) return;
+            file_values = ParseStore(Path(), text);
+            stamp = now;
+        });
+    }
+
+    // Calls `take` with the value, if there is one, while it stays as it is. `take` must not wait for anything.
+    template <class Take>
+    bool Read(std::string_view key, bool or_of_machine, const Take& take) {
+        std::lock_guard hold(reading);
+        const Values* all = &in_force;
+        auto found = all->find(key);
+        if (found == all->end() && or_of_machine) found = (all = &machine_values)->find(key);
+        if (found == all->end()) return false;
+        take(found->second);
+        return true;
     }
 
     Values List() {
-        std::lock_guard hold(lock);
-        OpenOnce();
-        Values all = overrides;
-        for (const auto& [key, value] : unwritten) {
-            if (value) all.emplace(key, *value);
-        }
-        for (const auto& [key, value] : values) {
-            if (!unwritten.count(key)) all.emplace(key, value);
-        }
-        return all;
+        std::lock_guard hold(reading);
+        return in_force;
     }
 
 private:
     std::string Path() const { return JoinPath(folder, "settings"); }
 
-    void OpenOnce() {
-        if (!is_open) OpenLocked(ConfigFolder());
+    // Runs `change` with the writers' lock held, gives readers what has come of it, and tells who wants to know.
+    void Update(FunctionRef<void()> change) { Update(std::unique_lock(writing), change); }
+
+    void Update(std::unique_lock<std::mutex> hold, FunctionRef<void()> change) {
+        std::vector<std::string> changed;
+        {
+            change();
+            Values now = file_values;
+            for (const SettingChange& missing : unwritten) {
+                now.erase(missing.key);
+                if (missing.value) now.emplace(missing.key, *missing.value);
+            }
+            for (const auto& [key, value] : overrides) now[key] = value;
+            changed = Differences(in_force, now);
+            std::lock_guard swap(reading);
+            in_force.swap(now);
+        }
+        hold.unlock();
+        for (const std::string& key : changed) event::Fire(EVENT_SETTING_CHANGED, event::Arg(&key));
     }
 
-    bool OpenLocked(const std::string& new_folder) {
+    Outcome OpenLocked(const std::string& new_folder) {
         is_open = true;
         folder = new_folder;
-        values.clear();
+        file_values.clear();
         unwritten.clear();
-        const std::string machine_folder = MachineConfigFolder();
-        machine_values.clear();
-        if (!machine_folder.empty()) {
-            const std::string path = JoinPath(machine_folder, "settings");
-            std::string text;
-            if (ReadWhole(path, text) == 0) machine_values = ParseStore(path, text);
+        Values of_machine = ReadMachineStore();
+        {
+            std::lock_guard swap(reading);
+            machine_values.swap(of_machine);
         }
-        if (const int error = CreateFolders(folder)) {
-            FailCreateFolder(folder, error);
-            return false;
-        }
+        if (const int error = CreateFolders(folder)) return CannotCreateFolder(folder, error);
+        stamp = StampOf(Path());
         std::string text;
-        if (const int error = ReadWhole(Path(), text)) {
-            FailOpen(Path(), error);
-            return false;
-        }
-        values = ParseStore(Path(), text);
-        return true;
+        if (const int error = ReadWhole(Path(), text)) return CannotOpen(Path(), error);
+        file_values = ParseStore(Path(), text);
+        return {};
     }
 
-    const std::string* FindLocked(std::string_view key) const {
-        if (const auto found = overrides.find(key); found != overrides.end()) return &found->second;
-        if (const auto found = unwritten.find(key); found != unwritten.end()) {
-            return found->second ? &*found->second : nullptr;
-        }
-        const auto found = values.find(key);
-        return found == values.end() ? nullptr : &found->second;
-    }
-
-    // Changes one key in the file as it is now, which another process may have written since we read it.
-    bool WriteBack(const std::string& key, const std::string* value) {
-        if (const int error = CreateFolders(folder)) {
-            FailCreateFolder(folder, error);
-            return false;
-        }
+    // Makes the changes in the file as it is now, which another process may have written since we read it.
+    Outcome WriteBack() {
+        if (const int error = CreateFolders(folder)) return CannotCreateFolder(folder, error);
         FileLock file_lock;
-        file_lock.AcquireWaiting(Path());
+        if (Outcome outcome = file_lock.AcquireWaiting(Path(), [] { return !Progress::Cancelled(); }); !outcome) {
+            return outcome;
+        }
         std::string text;
-        if (const int error = ReadWhole(Path(), text)) {
-            FailRead(Path(), error);
-            return false;
+        if (const int error = ReadWhole(Path(), text)) return CannotRead(Path(), error);
+        const std::string changed = ChangeSettingsText(text, unwritten);
+        if (changed != text) {
+            if (Outcome outcome = ReplaceContents(Path(), changed); !outcome) return outcome;
         }
-        const std::string changed = ChangeSettingsText(text, key, value);
-        if (changed != text && !Replace(changed)) return false;
-        values = ParseStore(Path(), changed);
-        return true;
+        file_values = ParseStore(Path(), changed);
+        stamp = StampOf(Path());
+        unwritten.clear();
+        return {};
     }
 
-    bool Replace(const std::string& text) const {
-        const std::string temporary = Path() + "_$$$";
-        int error = 0;
-        FILE* file = OpenFile(temporary, "wb", error);
-        if (!file) {
-            FailOpenForWriting(temporary, error);
-            return false;
-        }
-        if (std::fwrite(text.data(), 1, text.size(), file) != text.size()) error = errno;
-        if (!error) error = FlushToDisk(file);
-        if (std::fclose(file) != 0 && !error) error = errno;
-        if (!error) error = RenameFile(temporary, Path());
-        if (!error) return true;
-        RemoveFile(temporary);
-        FailWrite(Path(), error);
-        return false;
-    }
-
-    std::mutex lock;
+    // Held through reading and writing the file. Taken before `reading`, never while that is held.
+    std::mutex writing;
     bool is_open = false;
     std::string folder;
-    Values values;          // what the file says
-    Values machine_values;  // what the machine-wide file says
+    Stamp stamp;  // of the file that `file_values` are from
+    Values file_values;
+    SettingChanges unwritten;  // in force, but not on the disk yet
     Values overrides;
-    // Changes that could not be written back; nothing stands for a deleted key.
-    std::map<std::string, std::optional<std::string>, std::less<>> unwritten;
+
+    // Held for a look-up or a swap only. What readers see; writers change it with both locks held.
+    std::mutex reading;
+    Values in_force;
+    Values machine_values;
 };
 
 Store& TheStore() {
@@ -190,49 +225,32 @@ Store& TheStore() {
     return store;
 }
 
-// The number that a value holds; nothing when it is no number.
-int32_t ToNumber(const std::optional<std::string>& value, int32_t default_value) {
-    if (!value) return default_value;
-    const std::string_view text = Trim(*value);
-    const size_t first_digit = text.find_first_not_of("+-");
-    if (first_digit == text.npos || text[first_digit] < '0' || text[first_digit] > '9') return default_value;
-    using Limits = std::numeric_limits<int32_t>;
-    return static_cast<int32_t>(std::clamp<int64_t>(ParseInt(text), Limits::min(), Limits::max()));
-}
-
 }  // namespace
 
-bool OpenSettings(std::string_view folder) {
+Outcome OpenSettings(std::string_view folder) {
     return TheStore().Open(folder);
 }
 
 int32_t GetSetting(std::string_view key, int32_t default_value) {
-    return ToNumber(TheStore().Find(key), default_value);
+    int32_t number = default_value;
+    TheStore().Read(key, false, [&](const std::string& value) { number = ToNumber(value, default_value); });
+    return number;
 }
 
 std::string GetStringSetting(std::string_view key, std::string_view default_value) {
-    return TheStore().Find(key).value_or(std::string(default_value));
+    std::string text;
+    const bool found = TheStore().Read(key, false, [&](const std::string& value) { text = value; });
+    return found ? text : std::string(default_value);
 }
 
 bool HasSetting(std::string_view key) {
-    return TheStore().Find(key).has_value();
+    return TheStore().Read(key, false, [](const std::string&) {});
 }
 
-bool SetSetting(std::string_view key, int32_t value) {
-    return SetStringSetting(key, std::to_string(value));
-}
-
-bool SetStringSetting(std::string_view key, std::string_view value) {
-    const std::string text(value);
-    return TheStore().Change(key, &text);
-}
-
-bool DeleteSetting(std::string_view key) {
-    return TheStore().Change(key, nullptr);
-}
-
-void OverrideSetting(std::string_view key, std::string_view value) {
-    TheStore().Override(key, value);
+int32_t GetMachineSetting(std::string_view key, int32_t default_value) {
+    int32_t number = default_value;
+    TheStore().Read(key, true, [&](const std::string& value) { number = ToNumber(value, default_value); });
+    return number;
 }
 
 std::vector<std::pair<std::string, std::string>> ListSettings() {
@@ -240,8 +258,33 @@ std::vector<std::pair<std::string, std::string>> ListSettings() {
     return {all.begin(), all.end()};
 }
 
-int32_t GetMachineSetting(std::string_view key, int32_t default_value) {
-    return ToNumber(TheStore().FindInMachine(key), default_value);
+Outcome WriteSettings(const SettingChanges& changes) {
+    return TheStore().Write(changes);
+}
+
+void SetSettings(const SettingChanges& changes) {
+    const Outcome outcome = WriteSettings(changes);
+    if (!outcome) LogLine("A setting is kept for this run only. " + outcome.Plain());
+}
+
+void SetSetting(std::string_view key, int32_t value) {
+    SetSettings({{key, value}});
+}
+
+void SetStringSetting(std::string_view key, std::string_view value) {
+    SetSettings({{key, value}});
+}
+
+void DeleteSetting(std::string_view key) {
+    SetSettings({{key, std::nullopt}});
+}
+
+void OverrideSetting(std::string_view key, std::string_view value) {
+    TheStore().Override(key, value);
+}
+
+void RefreshSettings() {
+    TheStore().Refresh();
 }
 
 }  // namespace Foundation

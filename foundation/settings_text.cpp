@@ -1,4 +1,5 @@
 // The text form of a settings store: one line a key, with escapes, so that any text survives.
+#include <algorithm>
 #include <charconv>
 
 #include "foundation/settings.h"
@@ -109,20 +110,25 @@ std::vector<std::pair<std::string, std::string>> ParseSettings(std::string_view 
     return settings;
 }
 
-std::string ChangeSettingsText(std::string_view text, std::string_view key, const std::string* value) {
-    const std::string new_line =
-        value ? Escaped(key, Part::Key) + " = " + Escaped(*value, Part::Value) + "\n" : std::string();
+std::string ChangeSettingsText(std::string_view text, const SettingChanges& changes) {
+    std::vector<bool> placed(changes.size());
     std::string result;
-    bool placed = false;
-    ForEachLine(text, [&](std::string_view line, Line kind, const std::string& line_key, const std::string&) {
-        if (kind != Line::Setting || line_key != key) {
+    const auto place = [&](size_t i) {
+        const SettingChange& change = changes[i];
+        if (change.value && !placed[i]) {
+            result += Escaped(change.key, Part::Key) + " = " + Escaped(*change.value, Part::Value) + "\n";
+        }
+        placed[i] = true;
+    };
+    ForEachLine(text, [&](std::string_view line, Line kind, const std::string& key, const std::string&) {
+        const auto change = std::ranges::find(changes, key, &SettingChange::key);
+        if (kind == Line::Setting && change != changes.end()) {
+            place(static_cast<size_t>(change - changes.begin()));
+        } else {
             result.append(line) += '\n';
-        } else if (!placed) {
-            result += new_line;
-            placed = true;
         }
     });
-    if (!placed) result += new_line;
+    for (size_t i = 0; i < changes.size(); ++i) place(i);
     // A mark that belongs to the first line needs the file's own before it, or it would be taken for that.
     if (BeginsWithMark(text) || BeginsWithMark(result)) result.insert(0, kMark);
     return result;

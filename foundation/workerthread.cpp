@@ -70,6 +70,7 @@ int WorkerThread::Launch() {
 void WorkerThread::LaunchAll(const std::vector<WorkerThread*>& threads) {
     ORVANE_ASSERT(IsMainThread());
     ORVANE_ASSERT(gWorkerThreadPool == nullptr);
+    RefreshSettings();
     ThreadPool job_pool(static_cast<int>(threads.size()));
     job_pool.n_unfinished = static_cast<int>(threads.size());
     if (GetSetting("Nice", 0) != 0) job_pool.SetPriority(ThreadPriority::Lowest);

@@ -9,7 +9,7 @@ using namespace Orvane;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const OrvaneTest::TempFolder folder;
-    static const bool opened = OpenSettings(folder / "config");
+    static const bool opened = OpenSettings(folder / "config").Ok();
     ORVANE_ASSERT(opened);
 
     const auto read = OrvaneTest::ReadWhole({reinterpret_cast<const char*>(data), size});

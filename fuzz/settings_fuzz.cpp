@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     others.erase(std::remove_if(others.begin(), others.end(), is_ours), others.end());
 
     int n_damaged = 0;
-    const std::string changed = ChangeSettingsText(rest, key, &value);
+    const std::string changed = ChangeSettingsText(rest, {{key, value}});
     auto settings = ParseSettings(changed, &n_damaged);
     ORVANE_ASSERT(n_damaged == n_damaged_before);
     const auto ours = std::find_if(settings.begin(), settings.end(), is_ours);
@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     settings.erase(ours);
     ORVANE_ASSERT(settings == others);
 
-    ORVANE_ASSERT(ChangeSettingsText(changed, key, &value) == changed);
-    ORVANE_ASSERT(ParseSettings(ChangeSettingsText(changed, key, nullptr)) == others);
+    ORVANE_ASSERT(ChangeSettingsText(changed, {{key, value}}) == changed);
+    ORVANE_ASSERT(ParseSettings(ChangeSettingsText(changed, {{key, std::nullopt}})) == others);
     return 0;
 }

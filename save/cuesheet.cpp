@@ -30,20 +30,21 @@ enum CueSheetFolder : int { CUE_BESIDE_RECORDING = 0, CUE_IN_DIRECTORY = 1 };
 bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
     for (const RecordingPlace& place : PlaceRecordings(album)) {
         if (!files.empty() && files.back().end < 0) {
-            FailContents(FormatMsg(Msg::CannotFindFile, files.back().path));
+            files.back().opened.ToStreamError();
             return false;
         }
-        files.push_back({place.entry->GetPath(), place.start, place.found ? place.end : -1, &place.entry->cuts,
-                         place.entry->SampleRate()});
+        files.push_back({place.entry->GetPath(), place.start, place.opened ? place.end : -1, &place.entry->cuts,
+                         place.entry->SampleRate(), place.opened});
     }
     return true;
 }
 
-// The length of an audio file in ticks, -1 where it cannot be read.
-int64_t LengthOf(const std::string& path) {
+// The length of an audio file in ticks.
+Result<int64_t> LengthOf(const std::string& path) {
+    if (!FileExists(path)) return Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, path).About(path);
     int error = 0;
     const RefPtr<FileStream> stream = OpenForReading(path, error);
-    if (!stream) return -1;
+    if (!stream) return Outcome::OfLastError(error);
     const int64_t ticks = to_ticks(stream->GetSampleRate(0), stream->GetTotalSamples(0));
     stream->Close();
     return ticks;
@@ -94,14 +95,15 @@ bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& f
     for (const CueSheet::File& file : sheet.files) {
         const int64_t start = files.empty() ? 0 : files.back().end;
         if (start < 0) {
-            problem = {FormatMsg(Msg::CannotFindFile, files.back().path), file.line};
+            problem = {files.back().opened.Text(), file.line};
             return false;
         }
-        const int64_t length = LengthOf(file.path);
+        const Result<int64_t> length = LengthOf(file.path);
         CueFile& other = files.emplace_back();
         other.path = file.path;
         other.start = start;
-        if (length >= 0) other.end = start + length;
+        other.opened = length.GetOutcome();
+        if (length) other.end = start + *length;
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 #include "foundation/textfile.h"
 #include "save/listingfile.h"
 
@@ -27,6 +28,7 @@ struct CueFile {
     // What the album's time line is without; must outlive this. Null: nothing.
     const CutList* cuts = nullptr;
     int32_t samplerate = Foundation::kTicksPerSecond;  // of the cuts
+    Foundation::Outcome opened = {};                   // why `end` is not known
 
     // Between the album's time line and positions in the file as other programs see it, ticks from its beginning. A
     // position inside a cut is the place of the cut.

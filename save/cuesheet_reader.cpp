@@ -311,8 +311,7 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         int64_t start = std::max(starts[i], end_before);
         int64_t end = said.end < indexes[i] ? next : said.end;
         if (end < 0) {
-            const CueSheet::File& missing = sheet.files[static_cast<size_t>(said.file)];
-            return fail(missing.line, FormatMsg(Msg::CannotFindFile, missing.path));
+            return fail(sheet.files[static_cast<size_t>(said.file)].line, file.opened.Text());
         }
         // An end further behind the next start than a frame has been left over from before that was moved.
         if (!last && end >= indexes[i + 1] + kCueFrame) end = next;

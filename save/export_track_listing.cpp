@@ -207,9 +207,9 @@ ListingDialog ListingDialogFor(const AlbumInfo& album) {
 }
 
 void RememberListing(ListingFormat format, const std::string& path) {
-    SetSetting("Export Tracklisting Format", static_cast<int>(format));
-    SetStringSetting("Export Tracklisting Directory", FolderOf(path));
-    SetStringSetting("Export Tracklisting Filename", FileNameOf(path));
+    SetSettings({{"Export Tracklisting Format", static_cast<int>(format)},
+                 {"Export Tracklisting Directory", FolderOf(path)},
+                 {"Export Tracklisting Filename", FileNameOf(path)}});
 }
 
 }  // namespace Orvane

@@ -93,8 +93,7 @@ bool AcceptSelectionName(std::string& filename, int file_format) {
 SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_t end, const FileOptions& options,
                               const std::string& filename) {
     const std::string folder = FolderOf(filename);
-    SetStringSetting("Save Tracks Directory", folder);
-    SetSetting("Save Track As File Format", options.file_format);
+    SetSettings({{"Save Tracks Directory", folder}, {"Save Track As File Format", options.file_format}});
     if (KeptFiles({recording.album}).Has(filename)) {
         ShowMessage(fmt::sprintf(kNeverChanged, filename));
         return SAVE_FAILED;

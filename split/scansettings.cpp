@@ -34,18 +34,20 @@ BreakScanSettings BreakScanSettings::Load() {
 }
 
 void BreakScanSettings::RestoreDefaults() {
+    SettingChanges changes;
     for (const char* key : {"Scan Start Level", "Scan End Level", "Scan Minimum Gap", "Scan Leadin", "Scan Leadout",
                             "Scan Minimum Track Length", "Music Indent", "Scan Adjustment Range"}) {
-        DeleteSetting(key);
+        changes.emplace_back(key, std::nullopt);
     }
+    SetSettings(changes);
 }
 
 void BreakScanSettings::Migrate() {
     if (HasSetting("Scan Start Level")) return;
-    SetSetting("Scan Start Level", std::max(5, GetSetting("Scan End Level", 50) * 50 / 60));
-    SetSetting("Scan End Level", 30);
-    SetSetting("Scan Minimum Gap", 15);
-    DeleteSetting("Scan End Period");
+    SetSettings({{"Scan Start Level", std::max(5, GetSetting("Scan End Level", 50) * 50 / 60)},
+                 {"Scan End Level", 30},
+                 {"Scan Minimum Gap", 15},
+                 {"Scan End Period", std::nullopt}});
 }
 
 }  // namespace Orvane

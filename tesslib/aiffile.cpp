@@ -94,8 +94,12 @@ int AIFFile::ReadHeader(uint32_t) {
     if (bits == 32 && !is_float) format_flags |= FORMAT_INT32;
     common_offset = common.offset;
 
-    // The count of frames is taken at its word, as far as the file has them; the chunk's own size is not asked.
-    SetData(sound.offset + 8, int64_t{frames} * FrameSize(), frames);
+    // The count of frames is taken at its word, as far as the file has them. A recording whose end was never written
+    // has none yet: then the chunk's size counts, and where that is missing too, what the file has.
+    const int64_t offset = sound.offset + 8;
+    int64_t bytes = int64_t{frames} * FrameSize();
+    if (frames == 0) bytes = sound.size > 8 ? sound.size - 8 : file_size - offset;
+    SetData(offset, bytes, bytes / FrameSize());
     return 0;
 }
 

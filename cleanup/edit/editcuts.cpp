@@ -22,7 +22,7 @@ int64_t StartOnTimeLine(FileHistoryEntry& entry) {
     if (entry.album->tracks.empty()) return -1;
     for (const RecordingPlace& place : PlaceRecordings(*entry.album)) {
         if (place.entry == &entry) return place.start;
-        if (!place.found) break;
+        if (!place.opened) break;
     }
     return -1;
 }

@@ -55,8 +55,8 @@ PatchOptions LoadPatchOptions() {
 }
 
 void StorePatchOptions(const PatchOptions& options) {
-    SetSetting("Patch Method", options.method ? static_cast<int>(*options.method) : kBest);
-    SetSetting("Patch Preamp", options.preamp);
+    SetSettings({{"Patch Method", options.method ? static_cast<int>(*options.method) : kBest},
+                 {"Patch Preamp", options.preamp}});
 }
 
 PatchSelection::PatchSelection(FileHistoryEntry& entry, int64_t start, int64_t end)

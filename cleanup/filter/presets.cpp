@@ -175,7 +175,7 @@ bool ReplaceLine(std::string_view name, const std::string& line) {
     for (const std::string_view old : Split(text, '\n')) {
         if (!Trim(old).empty() && !IsLineOf<T>(old, name)) changed.append(old).append("\n");
     }
-    return SetStringSetting(kKey<T>, changed + line);
+    return WriteSettings({{kKey<T>, changed + line}}).ToStreamError() == 0;
 }
 
 }  // namespace
@@ -248,16 +248,15 @@ std::vector<FFTEq> ReadKeptCurves(KeptCurves kind) {
 }
 
 bool KeepCurves(KeptCurves kind, const LinkedList<FFTEq>& curves) {
+    SettingChanges changes;
     int i = 1;
     for (const FFTEq& eq : curves) {
         std::string line = PresetLine(eq.name, eq);
         line.pop_back();
-        if (!SetStringSetting(KeyOf(kind, i++), line)) return false;
+        changes.emplace_back(KeyOf(kind, i++), line);
     }
-    for (; HasSetting(KeyOf(kind, i)); ++i) {
-        if (!DeleteSetting(KeyOf(kind, i))) return false;
-    }
-    return true;
+    for (; HasSetting(KeyOf(kind, i)); ++i) changes.emplace_back(KeyOf(kind, i), std::nullopt);
+    return WriteSettings(changes).ToStreamError() == 0;
 }
 
 #define ORVANE_PRESETS_OF(T)                                           \

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "foundation/filelock.h"
 #include "foundation/platform.h"
 #include "run_cli.h"
 
@@ -133,8 +134,7 @@ TEST_F(Collections, TheSecondCommandOnACollectionSaysWhoHoldsIt) {
     const std::string before = ReadBytes(folder / "c.mcf");
     {
         Foundation::FileLock lock;
-        std::string holder;
-        ASSERT_TRUE(lock.Acquire(folder / "c.mcf", holder));
+        ASSERT_TRUE(lock.Acquire(folder / "c.mcf"));
         for (const std::vector<std::string>& words :
              {std::vector<std::string>{"album", "set", "c.mcf", "1", "year=1980"}, {"album", "list", "c.mcf"}}) {
             EXPECT_NE(std::string(Json(words, 1)["error"]).find("process " + std::to_string(getpid())),

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <vector>
 
+#include "foundation/filelock.h"
 #include "foundation/path.h"
 #include "foundation/safefile.h"
 #include "scoped_environment.h"
@@ -77,13 +78,14 @@ TEST(FileLockTest, NamesItsHolderAndEndsWithIt) {
     TempFolder folder;
     const std::string path = folder / "x.mcf";
     folder.Write("x.mcf.lock", "process 1 on nowhere\n");  // that a killed process left behind
-    std::string holder;
     {
         FileLock lock, second, elsewhere;
-        EXPECT_TRUE(lock.Acquire(path, holder));
-        EXPECT_FALSE(second.Acquire(path, holder));
-        EXPECT_EQ(holder.find("process " + std::to_string(getpid()) + " on "), 0u) << holder;
-        EXPECT_TRUE(elsewhere.Acquire(folder / "none/x.mcf", holder));  // a folder that takes none
+        EXPECT_TRUE(lock.Acquire(path));
+        const Outcome refused = second.Acquire(path);
+        EXPECT_TRUE(refused.Is(Kind::InUse));
+        const std::string text = path + " is in use by process " + std::to_string(getpid()) + " on ";
+        EXPECT_EQ(refused.Plain().find(text), 0u) << refused.Plain();
+        EXPECT_TRUE(elsewhere.Acquire(folder / "none/x.mcf"));  // a folder that takes none
     }
     EXPECT_EQ(folder.Listing(), Names{});
 }

@@ -118,7 +118,7 @@ private:
 
 class Workers : public testing::Test {
 protected:
-    Workers() { OpenSettings(folder.Path()); }
+    Workers() { EXPECT_TRUE(OpenSettings(folder.Path())); }
     OrvaneTest::TempFolder folder;
 };
 

@@ -227,7 +227,7 @@ TEST(CueSheetReaderTest, SaysWhatIsWrongAndWhere) {
 class CueSheetFiles : public testing::Test {
 protected:
     CueSheetFiles() : side(std::vector<float>(2 * 40 * 16000, 0.1f), 16000), album(*side.entry->album) {
-        OpenSettings(side.folder / "config");
+        EXPECT_TRUE(OpenSettings(side.folder / "config"));
         album.year = 1977;
         album.tracks = {Track("Say \"A\"", 1000, 20 * kSecond + 1), Track("B", 20 * kSecond + 1, 39 * kSecond + 333)};
         album.tracks[0].custom_tags = "\t\"X\"\t\"y\"";
@@ -349,6 +349,10 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
                                                "FILE \"b.wav\" WAVE\nTRACK 2 AUDIO\nINDEX 1 0:1:0\n");
     EXPECT_FALSE(ReadCueSheet(album, path));
     EXPECT_EQ(GetLastError().text, "Cannot find file:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nIn file:\n\n<b>" +
+                                       path + "</b>\n\nat line 5");
+    side.folder.Write("a.wav", "");
+    EXPECT_FALSE(ReadCueSheet(album, path));
+    EXPECT_EQ(GetLastError().text, "File:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nis empty\n\nIn file:\n\n<b>" +
                                        path + "</b>\n\nat line 5");
     EXPECT_EQ(album.title, "Blue");
     EXPECT_EQ(album.tracks.size(), 2);

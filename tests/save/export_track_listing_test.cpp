@@ -17,7 +17,7 @@ namespace {
 class Listings : public testing::Test {
 protected:
     Listings() {
-        OpenSettings(folder / "config");
+        EXPECT_TRUE(OpenSettings(folder / "config"));
         album.artist = "A & B";
         album.title = "\"First\"";
         album.tracks.resize(3);

@@ -39,7 +39,7 @@ constexpr int kRate = 44100;
 class SavedAlbum : public testing::Test {
 protected:
     SavedAlbum() {
-        OpenSettings(folder / "config");
+        EXPECT_TRUE(OpenSettings(folder / "config"));
         settings.options = FileOptions::Load(OptionsContext::SaveTracks);
         settings.output_folder = folder / "out";
     }

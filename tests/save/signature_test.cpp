@@ -20,7 +20,7 @@ constexpr int kTrack = 44100;  // frames, and ticks: a second
 class Signature : public testing::Test {
 protected:
     Signature() {
-        OpenSettings(recorded.folder / "config");
+        EXPECT_TRUE(OpenSettings(recorded.folder / "config"));
         settings.options = FileOptions::Load(OptionsContext::SaveTracks);
         for (int i = 0; i < 3; ++i) {
             ALBUMTRACK track;

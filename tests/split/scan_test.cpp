@@ -60,7 +60,7 @@ public:
 
 class ScanTest : public testing::Test {
 protected:
-    ScanTest() { OpenSettings(folder.Path()); }
+    ScanTest() { EXPECT_TRUE(OpenSettings(folder.Path())); }
 
     Times Scan(LevelAlbum& side, int flags = 0) {
         SplitDialog dialog(side.album);

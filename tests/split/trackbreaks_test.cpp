@@ -140,7 +140,7 @@ TEST(TrackBreaks, OverlappingTracksArePushedOn) {
 // A dialog over an album of the live collection.
 class SplitDialogTest : public testing::Test, protected OrvaneTest::LiveCollection {
 protected:
-    SplitDialogTest() { OpenSettings(folder.Path()); }
+    SplitDialogTest() { EXPECT_TRUE(OpenSettings(folder.Path())); }
 
     void Start(const std::string& listing) {
         album.tracks = Listing(listing);

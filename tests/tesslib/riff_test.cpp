@@ -100,6 +100,8 @@ TEST(RiffReading, OddFilesAreReadAllTheSame) {
           {"aifc-sowt", Form("AIFC", Comm(2, 120, 16, "sowt\x0bno compress"s) + sound), 16, le16},
           {"aifc-23lf", Form("AIFC", Comm(2, 60, 32, "23lf") + sound), 32, le32},
           {"aiff-sound-first", Form("AIFF", anno + sound + anno + comm), 16, be16},
+          {"aiff-left-by-a-crash", Form("AIFF", Comm(2, 0, 16) + Ssnd(pcm, 8)), 16, be16},
+          {"aiff-without-a-count", Form("AIFF", Comm(2, 0, 16) + sound + anno), 16, be16},
           {"aiff-count-beyond-the-file", Form("AIFF", Comm(2, 0xFFFFFFFF, 16) + Ssnd(pcm, 0xFFFFFFF0)), 16, be16}}) {
         SCOPED_TRACE(good.name);
         TempFolder folder;
