@@ -54,7 +54,7 @@ void FindFreeName(FileHistoryEntry& entry) {
         return std::any_of(paths.begin(), paths.end(), FileExists) ||
                (entry.album->set && HasRecording(*entry.album->set, paths[0]));
     };
-    for (int i = 2; is_taken(); ++i) entry.name_suffix = fmt::sprintf(" (%d)", i);
+    for (int i = 2; is_taken(); ++i) entry.name.suffix = fmt::sprintf(" (%d)", i);
 }
 
 }  // namespace
@@ -95,17 +95,16 @@ FileHistoryEntry* AddRecording(AlbumInfo& album, int side_number, const std::str
     };
 
     auto entry = MakeRef<FileHistoryEntry>(&album, side);
-    entry->extension = ExtensionOf(path);
-    entry->file_format = static_cast<uint8_t>(format);
-    entry->original_name = path;
+    entry->name.extension = ExtensionOf(path);
+    entry->facts.file_format = static_cast<uint8_t>(format);
+    entry->facts.original_name = path;
     if (place == PlaceOfFile::WhereItIs) {
         for (const auto& other : side->history) {
             if (other->GetPath() != path) continue;
             SetLastErrorText(fmt::sprintf("<b>%s</b> is a recording of side %d already", path, side_number));
             return GiveUp();
         }
-        entry->flags |= FHE_EXTERNAL_FILE;
-        entry->external_file = path;
+        entry->name.external_file = path;
     } else {
         FindFreeName(*entry);
         if (!CopyToRecordings(path, entry->GetPath(), progress)) return GiveUp();

@@ -31,9 +31,8 @@ public:
         file.Write(pairs.data(), kRate * kSeconds);
         file.Close();
         entry = new FileHistoryEntry(&album, nullptr);
-        entry->external_file = path;
-        entry->extension = ".wav";
-        entry->flags |= FHE_EXTERNAL_FILE;
+        entry->name.external_file = path;
+        entry->name.extension = ".wav";
         entry->Open(USER_EDIT, false);
     }
     ~Recording() {
@@ -49,17 +48,17 @@ public:
                 entry->click_repairs[channel].Append(repair);
             }
         }
-        entry->flags |= FHE_CORRECTIONS_LOADED;
-        entry->view_position[1] = 2 * kRate;
+        entry->corrections_file.loaded = true;
+        entry->decided.noise_stretch.end = 2 * kRate;
         auto* filter = new FilterSetting;
         filter->values.hum_mode = filter->values.rumble_mode = filter->values.hiss_mode = filter->values.eq_mode =
             FILTER_ON;
         filter->values.bands = {3, -2, 3, -2, 3, -2, 3, -2, 3, -2};
-        entry->filters.Append(filter);
+        entry->decided.filters.Append(filter);
         auto* curve = new FFTEq;
         curve->enable = CURVE_ON;
         curve->curve.points = {{20, 6}, {100, 2}, {1000, 0}, {10000, -6}, {20000, -9}};
-        entry->fft_eqs.Append(curve);
+        entry->decided.fft_eqs.Append(curve);
     }
 
     const std::string path;

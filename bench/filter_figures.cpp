@@ -218,7 +218,7 @@ void PrintHiss() {
             for (float& x : noisy) x += normal(generator);
             for (auto [reduction, quality] : {std::pair{0, 2}, {4, 0}, {4, 2}, {4, 4}, {8, 2}}) {
                 Recording recording(noisy);
-                recording.entry.view_position[1] = 2 * kRate;
+                recording.entry.decided.noise_stretch.end = 2 * kRate;
                 FilterValues& values = recording.AddFilter();
                 values.hiss_mode = FILTER_ON, values.hiss_reduction = reduction, values.hiss_quality = quality;
                 const std::vector<float> output = recording.ReadAll();

@@ -62,9 +62,8 @@ struct Side {
         file.Close();
         AlbumSide* side = album.GetSide(0, true);
         RefPtr<FileHistoryEntry> entry(new FileHistoryEntry(&album, side));
-        entry->external_file = path;
-        entry->extension = ".wav";
-        entry->flags |= FHE_EXTERNAL_FILE;
+        entry->name.external_file = path;
+        entry->name.extension = ".wav";
         side->AddRecording(entry);
         entry->Open(USER_PROBE, false);
         entry->Close(USER_PROBE);

@@ -66,9 +66,8 @@ std::string SideWith(int clicks_per_second) {
 RefPtr<FileHistoryEntry> Entry(AlbumInfo& album, const std::string& path) {
     fs::remove(path + ".crd");
     RefPtr<FileHistoryEntry> entry(new FileHistoryEntry(&album, nullptr));
-    entry->external_file = path;
-    entry->extension = ".wav";
-    entry->flags |= FHE_EXTERNAL_FILE;
+    entry->name.external_file = path;
+    entry->name.extension = ".wav";
     return entry;
 }
 

@@ -109,7 +109,7 @@ TrackList Scan(PCMStream& stream) {
     const Result<WaveformOverview> read = BuildOverview(stream);
     if (!read) std::abort();
     const WaveformOverview& overview = *read;
-    side->newest->samplerate = overview.samplerate;
+    side->newest->facts.samplerate = overview.samplerate;
     ScanHost host;
     TrackList tracks;
     TrackScanner(overview, album.Recordings(), {}, host).ScanAll(tracks);

@@ -92,13 +92,13 @@ FileHistoryEntry& HourOfMusic() {
     static RefPtr<FileHistoryEntry> entry;
     if (entry) return *entry;
     entry = MakeRef<FileHistoryEntry>(&album, nullptr);
-    entry->external_file = SideOf(60);
-    entry->extension = ".wav";
-    entry->flags |= FHE_EXTERNAL_FILE | FHE_CORRECTIONS_LOADED;
+    entry->name.external_file = SideOf(60);
+    entry->name.extension = ".wav";
+    entry->corrections_file.loaded = true;
     if (!RequestWaveformData(*entry)) std::abort();
-    while (entry->generating) GetMainLoop().RunOne(100);
+    while (entry->waveform.generating) GetMainLoop().RunOne(100);
     for (int64_t minute = 1; minute <= 30; ++minute) {
-        entry->cuts.Add(minute * 60 * kRate, minute * 60 * kRate + 3 * kRate, 220, kRate);
+        entry->decided.cuts.Add(minute * 60 * kRate, minute * 60 * kRate + 3 * kRate, 220, kRate);
     }
     for (ClickRepairList& list : entry->click_repairs) {
         for (int64_t i = 0; i < 10000; ++i) {

@@ -59,7 +59,7 @@ std::string TrackLengthText(const ALBUMTRACK& track) {
 void ShowText(CommandContext& context, AlbumInfo& album) {
     context.Line("{}", AlbumTitleText(album));
     Table details;
-    for (const Field<AlbumInfo>& field : AlbumFields()) {
+    for (const Field<AlbumDetails>& field : AlbumFields()) {
         Json value = field.get(album);
         bool shown_above = field.name == "artist" || field.name == "title" || field.name == "year";
         if (shown_above || !value.is_string() || value.get<std::string>().empty()) continue;
@@ -71,7 +71,7 @@ void ShowText(CommandContext& context, AlbumInfo& album) {
     Table sides({Table::Align::Right});
     for (const RecordingPlace& place : PlaceRecordings(album)) {
         sides.Add({std::to_string(place.side), FileNameOf(place.entry->GetPath()), ClockText(place.end - place.start),
-                   place.opened ? FormatText(*place.entry) : OpenStatusText(place.entry->open_status)});
+                   place.opened ? FormatText(*place.entry) : OpenStatusText(place.entry->facts.open_status)});
     }
     if (!sides.Empty()) context.Text("\nSides\n" + sides.Text(2));
 
@@ -118,12 +118,11 @@ int Add(CommandContext& context, const AlbumArguments& arguments) {
 int Set(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
-    std::unique_ptr<AlbumInfo> details = CopyDetails(*album);
-    details->flags |= ALBUM_WORKING_COPY;
-    if (std::string problem = Assign(*details, arguments.assignments); !problem.empty()) return context.Usage(problem);
+    AlbumDetails details = album->Details();
+    if (std::string problem = Assign(details, arguments.assignments); !problem.empty()) return context.Usage(problem);
     const auto change = [&] {
-        const bool other_names = album->title != details->title || album->IsSingle() != details->IsSingle();
-        if (!ChangeDetails(*album, *details)) return false;
+        const bool other_names = album->title != details.title || album->single != details.single;
+        if (!ChangeDetails(*album, details)) return false;
         if (other_names) CreateSingleTracks(*album);
         return true;
     };
@@ -134,8 +133,10 @@ int Set(CommandContext& context, const AlbumArguments& arguments) {
 int Status(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
-    std::string problem = SetField(*album, "status", arguments.status);
+    AlbumDetails details = album->Details();
+    std::string problem = SetField(details, "status", arguments.status);
     if (!problem.empty()) return context.Usage(problem);
+    SetStatus(*album, details.status, false);
     SortAlbums(true, album);
     if (int code = context.Save()) return code;
     context.result = AlbumHeadJson(*album, context.NumberOf(*album));
@@ -195,7 +196,7 @@ void AddAlbumCommands(CommandTree& tree) {
 
     command =
         Command("add", "enter a new album", "records.mcf --artist \"The Examples\" --title First --year 1977", Add);
-    for (const Field<AlbumInfo>& field : AlbumFields()) {
+    for (const Field<AlbumDetails>& field : AlbumFields()) {
         auto keep = [arguments, name = field.name](const std::string& value) { arguments->values[name] = value; };
         std::string option = "--" + field.name;
         command->add_option_function<std::string>(option, keep, "takes " + field.values)->option_text("VALUE");
@@ -204,7 +205,7 @@ void AddAlbumCommands(CommandTree& tree) {
     command = Command("set", "change details of an album", "records.mcf 1 year=1978 genre=Folk", Set);
     NumberArgument(command, "ALBUM", arguments->album, "its number in the list")->required();
     std::string keys;
-    for (const Field<AlbumInfo>& field : AlbumFields()) keys += "\n" + field.name + ": " + field.values;
+    for (const Field<AlbumDetails>& field : AlbumFields()) keys += "\n" + field.name + ": " + field.values;
     command->add_option("KEY=VALUE", arguments->assignments, "details, by these keys:" + keys)
         ->required()
         ->option_text(" ");

@@ -37,8 +37,8 @@ bool ReadNoiseStretch(const std::vector<std::string_view>& parts, const FileHist
         start >= end) {
         return false;
     }
-    noise->start = entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), start));
-    noise->end = std::min(entry->cuts.ToAbsolute(to_samples(entry->SampleRate(), end)), entry->TotalSamples());
+    noise->start = entry->decided.cuts.ToAbsolute(to_samples(entry->SampleRate(), start));
+    noise->end = std::min(entry->decided.cuts.ToAbsolute(to_samples(entry->SampleRate(), end)), entry->TotalSamples());
     return true;
 }
 
@@ -103,7 +103,7 @@ int SetFilterValues(CommandContext& context, const std::vector<std::string>& val
         }
     }
     if (noise && noise->start > 0 && noise->start >= noise->end) {
-        const int64_t end = to_ticks(entry->SampleRate(), entry->cuts.ToEdited(entry->TotalSamples()));
+        const int64_t end = to_ticks(entry->SampleRate(), entry->decided.cuts.ToEdited(entry->TotalSamples()));
         return context.Usage(fmt::format("The noise sample is empty: the side ends at {}", ClockText(end)));
     }
     if (!entry || setting.extra.empty()) return CLI_DONE;

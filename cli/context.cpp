@@ -191,10 +191,10 @@ int CommandContext::SaveAllTheSame() {
 
 int CommandContext::ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change) {
     if (Interrupted()) return Cancelled();
-    const std::unique_ptr<AlbumInfo> before = CopyDetails(album);
+    const AlbumDetails before = album.Details();
     if (!change()) return FailLastError();
     const int code = SaveAllTheSame();
-    if (code == CLI_DONE || ChangeDetails(album, *before)) return code;
+    if (code == CLI_DONE || ChangeDetails(album, before)) return code;
     return Fail(fmt::format("{}. The recordings have their new names: {}", error, GetLastError().text));
 }
 

@@ -34,7 +34,7 @@ int List(CommandContext& context, const CurveArguments& arguments) {
     context.result["curves"] = Json::array();
     Table table({Table::Align::Right});
     int number = 0;
-    for (const FFTEq& eq : side.entry->fft_eqs) {
+    for (const FFTEq& eq : side.entry->decided.fft_eqs) {
         context.result["curves"].push_back(CurveJson(*side.entry, eq));
         table.Add({std::to_string(++number), RangeText(*side.entry, eq), eq.name,
                    CountText(static_cast<int64_t>(eq.curve.points.size()), "point")});
@@ -68,13 +68,13 @@ int Add(CommandContext& context, const CurveArguments& arguments) {
     } else {
         FFTEq& eq = curves.emplace_back();
         if (int code = FindCurve(context, arguments.source, eq)) return code;
-        eq.enable = side.entry->fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
+        eq.enable = side.entry->decided.fft_eqs.empty() ? CURVE_ON : CURVE_ADD;
     }
     context.result["curves"] = Json::array();
     for (FFTEq& eq : curves) {
         SetRange(eq, *side.entry, start, end);
         if (!AddSetting(*side.entry, eq)) return context.FailShown();
-        const FFTEq& added = *side.entry->fft_eqs.Last();
+        const FFTEq& added = *side.entry->decided.fft_eqs.Last();
         context.result["curves"].push_back(CurveJson(*side.entry, added));
         context.Line("{}: {}", RangeText(*side.entry, added), added.name);
     }
@@ -86,8 +86,8 @@ int Add(CommandContext& context, const CurveArguments& arguments) {
 int Keep(CommandContext& context, const CurveArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Read, side)) return code;
-    if (!KeepCurves(arguments.Kept(), side.entry->fft_eqs)) return context.FailLastError();
-    const int n = side.entry->fft_eqs.size();
+    if (!KeepCurves(arguments.Kept(), side.entry->decided.fft_eqs)) return context.FailLastError();
+    const int n = side.entry->decided.fft_eqs.size();
     context.result["kept"] = n;
     context.Line("{} kept", CountText(n, "curve"));
     return CLI_DONE;
@@ -97,7 +97,7 @@ int Remove(CommandContext& context, const CurveArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
-    if (!FindNumbered(context, side.entry->fft_eqs, arguments.number, "curve", code)) return code;
+    if (!FindNumbered(context, side.entry->decided.fft_eqs, arguments.number, "curve", code)) return code;
     return RemoveSetting<FFTEq>(*side.entry, arguments.number - 1) ? context.Save() : context.FailShown();
 }
 

@@ -26,7 +26,7 @@ int List(CommandContext& context, const CutArguments& arguments) {
     context.result["cuts"] = Json::array();
     Table table({Table::Align::Right});
     int number = 0;
-    for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
+    for (const CutAndSpliceCorrection& cut : side.entry->decided.cuts) {
         context.result["cuts"].push_back(CutJson(*side.entry, cut));
         table.Add({std::to_string(++number), "at " + FormatTime(to_ticks(rate, cut.start_time)),
                    fmt::format("{:.3f} s", static_cast<double>(cut.Length()) / rate),
@@ -44,7 +44,7 @@ int Add(CommandContext& context, const CutArguments& arguments) {
     if (start == 0 && end == side.total) return context.Usage("The cut would leave nothing of the side");
     if (!CutSelection(*side.entry, start, end, arguments.splice_ms)) return context.FailShown();
     const CutAndSpliceCorrection* made = nullptr;
-    for (const CutAndSpliceCorrection& cut : side.entry->cuts) {
+    for (const CutAndSpliceCorrection& cut : side.entry->decided.cuts) {
         if (cut.start_time <= start) made = &cut;
     }
     const int32_t rate = side.entry->SampleRate();
@@ -58,7 +58,7 @@ int Remove(CommandContext& context, const CutArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
-    CutAndSpliceCorrection* cut = FindNumbered(context, side.entry->cuts, arguments.number, "cut", code);
+    CutAndSpliceCorrection* cut = FindNumbered(context, side.entry->decided.cuts, arguments.number, "cut", code);
     if (!cut) return code;
     return DeleteCut(*side.entry, *cut) ? context.Save() : context.FailShown();
 }

@@ -194,8 +194,8 @@ void Digitise::Report() {
                                    {"end", place.end},
                                    {"seconds", Seconds(place.end - place.start)},
                                    {"samplerate", place.entry->SampleRate()},
-                                   {"bits", place.entry->bits},
-                                   {"channels", place.entry->channels}});
+                                   {"bits", place.entry->facts.bits},
+                                   {"channels", place.entry->facts.channels}});
         std::vector<std::string> row = {std::to_string(place.side), FileNameOf(place.entry->GetPath()),
                                         ClockText(place.end - place.start), FormatText(*place.entry)};
         for (const DeclickedSide& done : declicked) {

@@ -55,7 +55,7 @@ bool IsStatus(int status) {
            (status >= STATUS_CUSTOM_1 && status <= STATUS_CUSTOM_5);
 }
 
-bool SetStatusField(AlbumInfo& album, const std::string& value) {
+bool SetStatusField(AlbumDetails& album, const std::string& value) {
     int status = -1;
     if (!ReadNumber(value, 0, STATUS_CUSTOM_5, status)) {
         for (int known = 0; known <= STATUS_CUSTOM_5; ++known) {
@@ -63,36 +63,37 @@ bool SetStatusField(AlbumInfo& album, const std::string& value) {
         }
     }
     if (!IsStatus(status)) return false;
-    SetStatus(album, static_cast<uint8_t>(status), false);
+    album.status = static_cast<uint8_t>(status);
     return true;
 }
 
-std::vector<Field<AlbumInfo>> MakeAlbumFields() {
-    std::vector<Field<AlbumInfo>> fields = {
-        TextField("artist", &AlbumInfo::artist),       TextField("title", &AlbumInfo::title),
-        TextField("genre", &AlbumInfo::genre),         TextField("label", &AlbumInfo::label),
-        TextField("grouping", &AlbumInfo::grouping),   TextField("composer", &AlbumInfo::composer),
-        TextField("conductor", &AlbumInfo::conductor), TextField("alias", &AlbumInfo::alias),
-        TextField("comment", &AlbumInfo::comment),     TextField("release_number", &AlbumInfo::release_number),
-        TextField("art_file", &AlbumInfo::art_file),   TextField("custom_tags", &AlbumInfo::custom_tags),
-        TextField("notes", &AlbumInfo::notes),
+std::vector<Field<AlbumDetails>> MakeAlbumFields() {
+    std::vector<Field<AlbumDetails>> fields = {
+        TextField("artist", &AlbumDetails::artist),       TextField("title", &AlbumDetails::title),
+        TextField("genre", &AlbumDetails::genre),         TextField("label", &AlbumDetails::label),
+        TextField("grouping", &AlbumDetails::grouping),   TextField("composer", &AlbumDetails::composer),
+        TextField("conductor", &AlbumDetails::conductor), TextField("alias", &AlbumDetails::alias),
+        TextField("comment", &AlbumDetails::comment),     TextField("release_number", &AlbumDetails::release_number),
+        TextField("art_file", &AlbumDetails::art_file),   TextField("custom_tags", &AlbumDetails::custom_tags),
+        TextField("notes", &AlbumDetails::notes),
     };
-    fields.push_back({"year", "0 (unknown) to 9999", [](const AlbumInfo& album) { return Json(album.year); },
-                      [](AlbumInfo& album, const std::string& value) {
+    fields.push_back({"year", "0 (unknown) to 9999", [](const AlbumDetails& album) { return Json(album.year); },
+                      [](AlbumDetails& album, const std::string& value) {
                           int year = 0;
                           if (!ReadNumber(value, 0, 9999, year)) return false;
                           album.year = static_cast<int16_t>(year);
                           return true;
                       }});
-    fields.push_back({"playing_speed", "33, 45 or 78", [](const AlbumInfo& album) { return Json(album.playing_speed); },
-                      [](AlbumInfo& album, const std::string& value) {
+    fields.push_back({"playing_speed", "33, 45 or 78",
+                      [](const AlbumDetails& album) { return Json(album.playing_speed); },
+                      [](AlbumDetails& album, const std::string& value) {
                           if (value != "33" && value != "45" && value != "78") return false;
                           album.playing_speed = static_cast<int16_t>(ParseInt(value));
                           return true;
                       }});
     fields.push_back({"channel_mode", "1 (mono) or 2 (stereo), and 4 (left channel only) or 8 (right) added to it",
-                      [](const AlbumInfo& album) { return Json(album.channel_mode); },
-                      [](AlbumInfo& album, const std::string& value) {
+                      [](const AlbumDetails& album) { return Json(album.channel_mode); },
+                      [](AlbumDetails& album, const std::string& value) {
                           int mode = 0;
                           if (!ReadNumber(value, CHANNELS_MONO, CHANNELS_STEREO + CHANNELS_RIGHT_ONLY, mode))
                               return false;
@@ -102,12 +103,11 @@ std::vector<Field<AlbumInfo>> MakeAlbumFields() {
                           return true;
                       }});
     fields.push_back({"status", "0 to 7, 10 to 14, or the name of a status",
-                      [](const AlbumInfo& album) { return Json(album.status); }, SetStatusField});
-    fields.push_back({"single", "0 or 1", [](const AlbumInfo& album) { return Json(album.IsSingle()); },
-                      [](AlbumInfo& album, const std::string& value) {
+                      [](const AlbumDetails& album) { return Json(album.status); }, SetStatusField});
+    fields.push_back({"single", "0 or 1", [](const AlbumDetails& album) { return Json(album.IsSingle()); },
+                      [](AlbumDetails& album, const std::string& value) {
                           if (value != "0" && value != "1") return false;
-                          int others = album.flags & ~ALBUM_SINGLE;
-                          album.flags = static_cast<uint8_t>(value == "1" ? others | ALBUM_SINGLE : others);
+                          album.single = value == "1";
                           return true;
                       }});
     return fields;
@@ -153,8 +153,8 @@ std::string SetNamedField(const std::vector<Field<Record>>& fields, Record& reco
 
 }  // namespace
 
-const std::vector<Field<AlbumInfo>>& AlbumFields() {
-    static const std::vector<Field<AlbumInfo>> fields = MakeAlbumFields();
+const std::vector<Field<AlbumDetails>>& AlbumFields() {
+    static const std::vector<Field<AlbumDetails>> fields = MakeAlbumFields();
     return fields;
 }
 
@@ -163,7 +163,7 @@ const std::vector<Field<ALBUMTRACK>>& TrackFields() {
     return fields;
 }
 
-std::string SetField(AlbumInfo& album, const std::string& name, const std::string& value) {
+std::string SetField(AlbumDetails& album, const std::string& name, const std::string& value) {
     return SetNamedField(AlbumFields(), album, name, value);
 }
 

@@ -20,11 +20,11 @@ struct Field {
     std::function<bool(Record&, const std::string&)> set;
 };
 
-const std::vector<Field<AlbumInfo>>& AlbumFields();
+const std::vector<Field<AlbumDetails>>& AlbumFields();
 const std::vector<Field<ALBUMTRACK>>& TrackFields();
 
 // Sets one field; the reason why not, or nothing.
-std::string SetField(AlbumInfo& album, const std::string& name, const std::string& value);
+std::string SetField(AlbumDetails& album, const std::string& name, const std::string& value);
 std::string SetField(ALBUMTRACK& track, const std::string& name, const std::string& value);
 
 // Sets fields from "key=value" texts; the reason why not, or nothing.

@@ -47,18 +47,19 @@ int List(CommandContext& context, const FilterArguments& arguments) {
     context.result["filters"] = Json::array();
     Table table({Table::Align::Right});
     int number = 0;
-    for (const FilterSetting& setting : side.entry->filters) {
+    for (const FilterSetting& setting : side.entry->decided.filters) {
         context.result["filters"].push_back(FilterJson(*side.entry, setting));
         table.Add({std::to_string(++number), RangeText(*side.entry, setting), FilterText(setting)});
     }
     context.Text(table.Empty() ? "No filters\n" : table.Text());
     const FileHistoryEntry& entry = *side.entry;
-    context.result["view_position"] = entry.view_position;
-    if (entry.view_position[0] < entry.view_position[1]) {
+    context.result["view_position"] = {entry.decided.noise_stretch.start, entry.decided.noise_stretch.end};
+    if (entry.decided.noise_stretch.start < entry.decided.noise_stretch.end) {
         auto Clock = [&](int64_t position) {
-            return ClockText(to_ticks(entry.SampleRate(), entry.cuts.ToEdited(position)));
+            return ClockText(to_ticks(entry.SampleRate(), entry.decided.cuts.ToEdited(position)));
         };
-        context.Line("Noise sample: {} - {}", Clock(entry.view_position[0]), Clock(entry.view_position[1]));
+        context.Line("Noise sample: {} - {}", Clock(entry.decided.noise_stretch.start),
+                     Clock(entry.decided.noise_stretch.end));
     }
     return CLI_DONE;
 }
@@ -80,7 +81,7 @@ int Add(CommandContext& context, const FilterArguments& arguments) {
     SetRange(setting, *side.entry, start, end);
     if (noise.end > 0 && !DefineNoiseSample(*side.entry, noise.start, noise.end)) return context.FailShown();
     if (!context.Wanted([&] { return AddSetting(*side.entry, setting); })) return context.FailShown();
-    const FilterSetting& added = *side.entry->filters.Last();
+    const FilterSetting& added = *side.entry->decided.filters.Last();
     context.result["filter"] = FilterJson(*side.entry, added);
     context.Line("{}: {}", RangeText(*side.entry, added), FilterText(added));
     if (added.values.hiss_mode == FILTER_ON && LacksNoiseSample(*side.entry)) {
@@ -93,7 +94,7 @@ int Remove(CommandContext& context, const FilterArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
-    if (!FindNumbered(context, side.entry->filters, arguments.number, "filter", code)) return code;
+    if (!FindNumbered(context, side.entry->decided.filters, arguments.number, "filter", code)) return code;
     const auto remove = [&] { return RemoveSetting<FilterSetting>(*side.entry, arguments.number - 1); };
     return context.Wanted(remove) ? context.Save() : context.FailShown();
 }
@@ -108,8 +109,8 @@ int Noise(CommandContext& context, const FilterArguments& arguments) {
         return context.Usage("The name of a noise sample file ends in .vns");
     const FileHistoryEntry& entry = *side.entry;
     const bool given = start < end;
-    start = given ? entry.cuts.ToAbsolute(start) : entry.view_position[0];
-    end = given ? entry.cuts.ToAbsolute(end) : entry.view_position[1];
+    start = given ? entry.decided.cuts.ToAbsolute(start) : entry.decided.noise_stretch.start;
+    end = given ? entry.decided.cuts.ToAbsolute(end) : entry.decided.noise_stretch.end;
     if (start >= end) return context.Usage("The side has no noise sample yet: give --from and --to");
     NoiseSample noise(entry.SampleRate());
     const std::string path = AbsolutePath(arguments.noise_file);

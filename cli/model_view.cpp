@@ -19,11 +19,11 @@ Json CorrectionsJson(FileHistoryEntry& entry, bool open, std::vector<std::string
     const bool loaded = !open || entry.LoadCorrections(false) == 0;
     if (!loaded) remarks.push_back(PlainText(GetLastError().text));
     Json counts;
-    counts["markers"] = entry.markers.size();
-    counts["side_breaks"] = entry.side_breaks.size();
-    counts["cuts"] = entry.cuts.size();
-    counts["filters"] = entry.filters.size();
-    counts["fft_eqs"] = entry.fft_eqs.size();
+    counts["markers"] = entry.decided.markers.size();
+    counts["side_breaks"] = entry.decided.side_breaks.size();
+    counts["cuts"] = entry.decided.cuts.size();
+    counts["filters"] = entry.decided.filters.size();
+    counts["fft_eqs"] = entry.decided.fft_eqs.size();
     counts["click_repairs"] = {entry.click_repairs[0].size(), entry.click_repairs[1].size()};
     if (!loaded) {
         counts["click_repairs"] = nullptr;
@@ -37,22 +37,22 @@ Json RecordingJson(FileHistoryEntry& entry, std::vector<std::string>& remarks) {
     int64_t ticks = to_ticks(entry.SampleRate(), entry.TotalSamples());
     Json json;
     json["path"] = entry.GetPath();
-    json["external"] = (entry.flags & FHE_EXTERNAL_FILE) != 0;
-    json["file_format"] = GetFileFormatInfo(entry.file_format).name;
-    json["extension"] = entry.extension;
-    json["name_suffix"] = entry.name_suffix;
-    json["file_time"] = entry.file_time;
-    json["file_size"] = entry.file_size;
-    json["samplerate"] = entry.samplerate;
-    json["bits"] = entry.bits;
-    json["channels"] = entry.channels;
-    json["bit_rate"] = entry.bit_rate;
+    json["external"] = entry.name.IsExternal();
+    json["file_format"] = GetFileFormatInfo(entry.facts.file_format).name;
+    json["extension"] = entry.name.extension;
+    json["name_suffix"] = entry.name.suffix;
+    json["file_time"] = entry.facts.file_time;
+    json["file_size"] = entry.facts.file_size;
+    json["samplerate"] = entry.facts.samplerate;
+    json["bits"] = entry.facts.bits;
+    json["channels"] = entry.facts.channels;
+    json["bit_rate"] = entry.facts.bit_rate;
     json["total_samples"] = entry.TotalSamples();
     json["seconds"] = Seconds(ticks);
-    json["open_status"] = entry.open_status;
-    json["open_status_text"] = open ? "" : OpenStatusText(entry.open_status);
-    json["comment"] = entry.comment;
-    json["original_name"] = entry.original_name;
+    json["open_status"] = entry.facts.open_status;
+    json["open_status_text"] = open ? "" : OpenStatusText(entry.facts.open_status);
+    json["comment"] = entry.decided.comment;
+    json["original_name"] = entry.facts.original_name;
     json["corrections"] = CorrectionsJson(entry, open, remarks);
     if (open) entry.Close(USER_PROBE);
     return json;
@@ -71,8 +71,8 @@ Json SideJson(const AlbumSide& side, int number, std::vector<std::string>& remar
 }  // namespace
 
 std::string FormatText(const FileHistoryEntry& entry) {
-    return fmt::format("{}, {} bits, {}", RateText(entry.SampleRate()), entry.bits,
-                       entry.channels == 1 ? "mono" : "stereo");
+    return fmt::format("{}, {} bits, {}", RateText(entry.SampleRate()), entry.facts.bits,
+                       entry.facts.channels == 1 ? "mono" : "stereo");
 }
 
 std::string AlbumTitleText(const AlbumInfo& album) {
@@ -114,7 +114,7 @@ void ReportTracks(CommandContext& context, const AlbumInfo& album) {
 Json AlbumHeadJson(const AlbumInfo& album, int number) {
     Json json;
     json["number"] = number;
-    for (const Field<AlbumInfo>& field : AlbumFields()) json[field.name] = field.get(album);
+    for (const Field<AlbumDetails>& field : AlbumFields()) json[field.name] = field.get(album);
     json["status_text"] = StatusText(album.status);
     json["samplerate"] = album.samplerate;
     json["sample_format"] = album.sample_format;

@@ -40,9 +40,9 @@ int Add(CommandContext& context, const RecordingArguments& arguments) {
     context.result["album"] = context.NumberOf(*album);
     context.result["side"] = arguments.side;
     context.result["path"] = entry->GetPath();
-    context.result["samplerate"] = entry->samplerate;
-    context.result["bits"] = entry->bits;
-    context.result["channels"] = entry->channels;
+    context.result["samplerate"] = entry->facts.samplerate;
+    context.result["bits"] = entry->facts.bits;
+    context.result["channels"] = entry->facts.channels;
     context.result["total_samples"] = entry->TotalSamples();
     context.result["seconds"] = Seconds(ticks);
     context.Line("Side {} of {}: {} ({})", arguments.side, context.AlbumName(*album), entry->GetPath(),

@@ -85,7 +85,7 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
 
     SampleForm source;
     for (const RecordingPlace& place : PlaceRecordings(*album)) {
-        source.bit_depth = std::max<int32_t>(source.bit_depth, place.entry->bits);
+        source.bit_depth = std::max<int32_t>(source.bit_depth, place.entry->facts.bits);
         if (!source.samplerate) source.samplerate = place.entry->SampleRate();
     }
     RefPtr<FileStream> writer;
@@ -95,7 +95,7 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
     int track = 0;
     if (arguments.side) {
         if (int code = context.FindRecording(*album, arguments.side, recording)) return code;
-        source = {recording->SampleRate(), recording->bits};
+        source = {recording->SampleRate(), recording->facts.bits};
     } else if (int code = context.FindTrack(*album, arguments.track, track)) {
         return code;
     }

@@ -41,13 +41,13 @@ const char* KindOf(const ClickRepair& repair) {
 }
 
 Json RepairJson(const FileHistoryEntry& entry, int channel, const ClickRepair& repair) {
-    const int64_t start = entry.cuts.ToEdited(repair.absolute_start_time);
+    const int64_t start = entry.decided.cuts.ToEdited(repair.absolute_start_time);
     return {{"channel", channel},
             {"kind", KindOf(repair)},
             {"absolute_start_time", repair.absolute_start_time},
             {"absolute_end_time", repair.absolute_end_time},
             {"start_time", start},
-            {"end_time", entry.cuts.ToEdited(repair.absolute_end_time)},
+            {"end_time", entry.decided.cuts.ToEdited(repair.absolute_end_time)},
             {"start_seconds", Seconds(to_ticks(entry.SampleRate(), start))},
             {"repair_type", repair.repair_type},
             {"cross_fade", repair.cross_fade},

@@ -37,7 +37,7 @@ int OpenTheSide(CommandContext& context, const SideArguments& arguments, Access 
     if (int code = context.FindRecording(*side.album, arguments.side, side.entry)) return code;
     PlaceRecordings(*side.album);
     if (side.entry->TotalSamples() <= 0) return context.Fail("Cannot find file: " + side.entry->GetPath());
-    side.total = side.entry->TotalSamples() - side.entry->cuts.TotalLength();
+    side.total = side.entry->TotalSamples() - side.entry->decided.cuts.TotalLength();
     return CLI_DONE;
 }
 
@@ -58,8 +58,8 @@ void SetRange(BaseCorrection& correction, const FileHistoryEntry& entry, int64_t
     correction.start_time = start;
     correction.end_time = end;
     if (start == 0 && end == 0) return;
-    correction.absolute_start_time = entry.cuts.ToAbsolute(start);
-    correction.absolute_end_time = entry.cuts.ToAbsolute(end);
+    correction.absolute_start_time = entry.decided.cuts.ToAbsolute(start);
+    correction.absolute_end_time = entry.decided.cuts.ToAbsolute(end);
 }
 
 std::string RangeText(const FileHistoryEntry& entry, const BaseCorrection& correction) {

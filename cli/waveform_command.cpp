@@ -59,7 +59,8 @@ bool MakeWaveforms(const std::vector<FileHistoryEntry*>& entries, Outcomes& outc
         }
         GetMainLoop().RunOne(20);
         int64_t percent = 0;
-        for (const FileHistoryEntry* entry : entries) percent += entry->waveform_ready ? 100 : entry->progress.load();
+        for (const FileHistoryEntry* entry : entries)
+            percent += entry->waveform.ready ? 100 : entry->waveform.progress.load();
         Progress::SetPosition(static_cast<int>(percent * 10 / static_cast<int64_t>(entries.size())));
     }
     return true;
@@ -83,7 +84,7 @@ int DrawPicture(CommandContext& context, const WaveformArguments& arguments, con
     SidePicture picture;
     picture.title = fmt::format("{}, side {}", AlbumTitleText(album), place.side);
     picture.format = ClockText(place.end - place.start) + "  " + FormatText(entry);
-    const OpenSide side{nullptr, &entry, entry.TotalSamples() - entry.cuts.TotalLength()};
+    const OpenSide side{nullptr, &entry, entry.TotalSamples() - entry.decided.cuts.TotalLength()};
     int64_t first = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, first, end)) return code;
     if (end == 0) end = side.total;
@@ -92,7 +93,7 @@ int DrawPicture(CommandContext& context, const WaveformArguments& arguments, con
     picture.to = std::max(picture.from + 1, to_ticks(rate, end));
     picture.album_start = place.start;
     picture.tracks = TracksOn(album, place);
-    for (const CutAndSpliceCorrection& cut : entry.cuts) picture.cuts.push_back(to_ticks(rate, cut.start_time));
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) picture.cuts.push_back(to_ticks(rate, cut.start_time));
     WaveformReader reader(entry);
     WaveformPicture waveform;
     Outcome drawn = reader.Open();

@@ -48,7 +48,7 @@ void MoveTracks(AlbumInfo& album, int first, int64_t ticks) {
     }
 }
 
-bool SameSortKey(const AlbumInfo& a, const AlbumInfo& b) {
+bool SameSortKey(const AlbumDetails& a, const AlbumDetails& b) {
     return a.artist == b.artist && a.title == b.title && a.year == b.year && a.status == b.status;
 }
 
@@ -75,7 +75,7 @@ void SetSortOrder(int order) {
 
 FileTime DateRecorded(const AlbumInfo& album) {
     FileTime latest = 0;
-    for (const FileHistoryEntry* entry : album.Recordings()) latest = std::max(latest, entry->file_time);
+    for (const FileHistoryEntry* entry : album.Recordings()) latest = std::max(latest, entry->facts.file_time);
     return latest;
 }
 
@@ -133,7 +133,7 @@ std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album) {
     return std::unique_ptr<AlbumInfo>(albums.Remove(album));
 }
 
-bool ChangeDetails(AlbumInfo& album, const AlbumInfo& details) {
+bool ChangeDetails(AlbumInfo& album, const AlbumDetails& details) {
     if (album.IsWorkingCopy()) {
         album.TakeDetails(details);
         return true;

@@ -154,6 +154,31 @@ ClickRepair* ClickRepairList::Twin(const ClickRepair& repair) const {
     return nullptr;
 }
 
+ClickRepairs::ClickRepairs(int32_t samplerate) : lists{ClickRepairList(0, samplerate), ClickRepairList(1, samplerate)} {
+    Pair();
+}
+
+ClickRepairs::ClickRepairs(const ClickRepairs& other) : lists{other.lists[0], other.lists[1]} {
+    Pair();
+}
+
+void ClickRepairs::Pair() {
+    lists[0].buddy = &lists[1];
+    lists[1].buddy = &lists[0];
+}
+
+void ClickRepairs::SetDirty(bool dirty) {
+    for (ClickRepairList& list : lists) list.dirty = dirty;
+}
+
+void ClickRepairs::SetSampleRate(int32_t samplerate) {
+    for (ClickRepairList& list : lists) list.samplerate = samplerate;
+}
+
+void ClickRepairs::Clear() {
+    for (ClickRepairList& list : lists) list.Clear();
+}
+
 int CheckRepairList(ClickRepairList& list, bool force) {
     if (!force && gDebugLevel < 2) return 0;
     const int64_t limit = MaxRepairLength(list.samplerate);
@@ -182,26 +207,6 @@ bool FFTCurve::SameAs(const FFTCurve& other) const {
     };
     return axis_max == other.axis_max && axis_min == other.axis_min &&
            std::equal(points.begin(), points.end(), other.points.begin(), other.points.end(), same_point);
-}
-
-RecordEq::RecordEq(const RecordEq& other) {
-    *this = other;
-}
-
-RecordEq& RecordEq::operator=(const RecordEq& other) {
-    name = other.name;
-    t1 = other.t1;
-    t2 = other.t2;
-    t3 = other.t3;
-    fft_curve = other.fft_curve ? std::make_unique<FFTCurve>(*other.fft_curve) : nullptr;
-    rolloff = other.rolloff;
-    enable = other.enable;
-    level_a = other.level_a;
-    level_b = other.level_b;
-    use_time_constants = other.use_time_constants;
-    turnover = other.turnover;
-    shelf = other.shelf;
-    return *this;
 }
 
 bool RecordEq::SameAs(const RecordEq& other, bool compare_levels) const {

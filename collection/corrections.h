@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -122,6 +123,32 @@ public:
     ClickRepairList* buddy = nullptr;
 };
 
+// The repairs of both channels, left and right.
+class ClickRepairs {
+public:
+    explicit ClickRepairs(int32_t samplerate = Foundation::kTicksPerSecond);
+    ClickRepairs(const ClickRepairs& other);
+    ClickRepairs& operator=(const ClickRepairs& other) = delete;
+
+    ClickRepairList& operator[](int channel) { return lists[channel]; }
+    const ClickRepairList& operator[](int channel) const { return lists[channel]; }
+    ClickRepairList* begin() { return lists; }
+    ClickRepairList* end() { return lists + 2; }
+    const ClickRepairList* begin() const { return lists; }
+    const ClickRepairList* end() const { return lists + 2; }
+
+    bool IsEmpty() const { return lists[0].empty() && lists[1].empty(); }
+    bool IsDirty() const { return lists[0].dirty || lists[1].dirty; }
+    void SetDirty(bool dirty);
+    void SetSampleRate(int32_t samplerate);
+    void Clear();
+
+private:
+    void Pair();
+
+    ClickRepairList lists[2];
+};
+
 // Removes entries that are empty, too long, or begin before the one before them ends; the number removed. Without
 // `force` it runs only at a debug level above 1. Sets `dirty` when anything went.
 int CheckRepairList(ClickRepairList& list, bool force);
@@ -202,23 +229,17 @@ struct FFTEq : BaseGenericFilterSetting {
 // The equalisation that a record was cut with.
 struct RecordEq {
     std::string name;
-    int32_t t1 = 3180;                    // time constants in microseconds: shelf,
-    int32_t t2 = 318;                     // turnover
-    int32_t t3 = 75;                      // and rolloff
-    std::unique_ptr<FFTCurve> fft_curve;  // a drawn curve instead of a formula
-    float rolloff = -13.7f;               // dB at 10 kHz
+    int32_t t1 = 3180;                  // time constants in microseconds: shelf,
+    int32_t t2 = 318;                   // turnover
+    int32_t t3 = 75;                    // and rolloff
+    std::optional<FFTCurve> fft_curve;  // a drawn curve instead of a formula
+    float rolloff = -13.7f;             // dB at 10 kHz
     int32_t enable = 1;
     int32_t level_a = 0;
     int32_t level_b = 0;
     int32_t use_time_constants = 1;  // 0: turnover, rolloff and shelf
     int32_t turnover = 500;          // Hz
     int32_t shelf = 50;              // Hz
-
-    RecordEq() = default;
-    RecordEq(const RecordEq& other);
-    RecordEq& operator=(const RecordEq& other);
-    RecordEq(RecordEq&&) = default;
-    RecordEq& operator=(RecordEq&&) = default;
 
     bool SameAs(const RecordEq& other, bool compare_levels = false) const;
 };

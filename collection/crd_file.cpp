@@ -82,7 +82,7 @@ void AppendList(std::string& bytes, size_t time_size, const ClickRepairList& lis
 
 }  // namespace
 
-CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairList (&lists)[2]) {
+CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairs& lists) {
     ByteReader reader(bytes);
     const std::span<const uint8_t> magic = reader.Take(sizeof kMagic);
     if (reader.failed || std::memcmp(magic.data(), kMagic, sizeof kMagic) != 0) return CrdResult::BadHeader;
@@ -106,7 +106,7 @@ void AppendRepair(std::string& bytes, const ClickRepair& repair, size_t time_siz
     for (int64_t i = 0; i < n; ++i) AppendInt16(bytes, repair.samples[static_cast<size_t>(i)]);
 }
 
-std::string WriteCrd(const ClickRepairList (&lists)[2]) {
+std::string WriteCrd(const ClickRepairs& lists) {
     const bool version_3 = NeedsVersion3(lists[0]) || NeedsVersion3(lists[1]);
     const size_t time_size = version_3 ? 8 : 4;
     std::string bytes(kMagic, sizeof kMagic);

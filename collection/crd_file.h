@@ -17,12 +17,12 @@ enum class CrdResult { Good, BadHeader, NewerVersion, Damaged };
 // Appends the repairs in `bytes` to the lists, left then right. They are as the file has them: the caller runs
 // CheckRepairList. With any result but Good the lists are left empty. Takes no more memory than a small multiple of
 // the file's size, whatever it holds.
-CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairList (&lists)[2]);
+CrdResult ReadCrd(std::span<const uint8_t> bytes, ClickRepairs& lists);
 
 // Appends what a file holds of one repair, with times of `time_size` bytes; nothing of a repair that has never been
 // computed.
 void AppendRepair(std::string& bytes, const ClickRepair& repair, size_t time_size = 8);
 // The bytes of a file that holds both lists.
-std::string WriteCrd(const ClickRepairList (&lists)[2]);
+std::string WriteCrd(const ClickRepairs& lists);
 
 }  // namespace Orvane

@@ -46,7 +46,7 @@ void AlbumSide::SortByTime(const FileHistoryEntry* entry) {
     const RefPtr<FileHistoryEntry> moved = history[static_cast<size_t>(position - 1)];
     history.erase(history.begin() + (position - 1));
     const auto later = std::find_if(history.begin(), history.end(),
-                                    [&](const auto& other) { return other->file_time > moved->file_time; });
+                                    [&](const auto& other) { return other->facts.file_time > moved->facts.file_time; });
     history.insert(later, moved);
 }
 
@@ -80,28 +80,6 @@ std::vector<FileHistoryEntry*> AlbumInfo::Recordings() const {
 std::string AlbumInfo::ArtPath() const {
     const std::string path = NativePath(art_file);
     return path.empty() || IsAbsolutePath(path) || !set ? path : JoinPath(set->side_folder, path);
-}
-
-void AlbumInfo::TakeDetails(const AlbumInfo& from) {
-    artist = from.artist;
-    title = from.title;
-    genre = from.genre;
-    label = from.label;
-    grouping = from.grouping;
-    composer = from.composer;
-    conductor = from.conductor;
-    alias = from.alias;
-    comment = from.comment;
-    release_number = from.release_number;
-    art_file = from.art_file;
-    custom_tags = from.custom_tags;
-    notes = from.notes;
-    record_eq = from.record_eq ? std::make_unique<RecordEq>(*from.record_eq) : nullptr;
-    playing_speed = from.playing_speed;
-    year = from.year;
-    channel_mode = from.channel_mode;
-    status = from.status;
-    flags = static_cast<uint8_t>((flags & ~ALBUM_SINGLE) | (from.flags & ALBUM_SINGLE));
 }
 
 AlbumSet::AlbumSet(std::string_view path) {

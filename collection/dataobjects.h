@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "collection/corrections.h"
+#include "collection/albumdetails.h"
 #include "collection/filehistory.h"
 #include "foundation/linked_list.h"
 #include "foundation/simple_vector.h"
@@ -84,34 +84,20 @@ struct SavedFile {
     bool operator==(const SavedFile&) const = default;
 };
 
-enum ChannelMode : uint8_t { CHANNELS_MONO = 1, CHANNELS_STEREO = 2, CHANNELS_LEFT_ONLY = 4, CHANNELS_RIGHT_ONLY = 8 };
-
 enum AlbumFlags : uint8_t {
-    ALBUM_SINGLE = 0x02,        // no track breaks of interest
     ALBUM_WORKING_COPY = 0x08,  // changes raise no events and do not mark the collection dirty
     ALBUM_LISTING_IMPORTED = 0x10,
 };
 
-enum AlbumStatus : uint8_t {
-    STATUS_NONE = 0,
-    STATUS_NEW = 1,
-    STATUS_RECORDED = 2,
-    STATUS_SPLIT = 3,
-    STATUS_CLEANED = 4,
-    STATUS_BURNED = 5,
-    STATUS_SAVED = 6,
-    STATUS_BURNED_AND_SAVED = 7,
-    STATUS_CUSTOM_1 = 10,
-    STATUS_CUSTOM_5 = 14,
-};
-
-struct AlbumInfo : Foundation::LinkedListEntry {
+// An album: its details, its tracks and the sides that they were recorded from.
+struct AlbumInfo : Foundation::LinkedListEntry, AlbumDetails {
     AlbumInfo();
     AlbumInfo(const AlbumInfo&) = delete;
     AlbumInfo& operator=(const AlbumInfo&) = delete;
     ~AlbumInfo() override;
 
-    bool IsSingle() const { return (flags & ALBUM_SINGLE) != 0; }
+    const AlbumDetails& Details() const { return *this; }
+    void TakeDetails(const AlbumDetails& details) { static_cast<AlbumDetails&>(*this) = details; }
     bool IsWorkingCopy() const { return (flags & ALBUM_WORKING_COPY) != 0; }
 
     // The side of `index` (0 is side 1). With `create` it is made when absent, the gap before it filled with null
@@ -124,35 +110,13 @@ struct AlbumInfo : Foundation::LinkedListEntry {
     // The full path of `art_file`; empty without one.
     std::string ArtPath() const;
 
-    // Takes over what the user fills in about an album as a whole: everything but tracks, sides and what follows from
-    // them.
-    void TakeDetails(const AlbumInfo& from);
-
-    std::string artist;
-    std::string title;
-    std::string genre;
-    std::string label;
-    std::string grouping;
-    std::string composer;
-    std::string conductor;
-    std::string alias;
-    std::string comment;
-    std::string release_number;
-    std::string art_file;  // full path, or relative to the collection's side folder
-    std::string custom_tags;
-    std::string notes;
     Foundation::simple_vector<ALBUMTRACK> tracks{16};
-    std::unique_ptr<RecordEq> record_eq;
     Foundation::simple_vector<AlbumSide*> sides{16};  // owned; an entry may be null: a side that was skipped
     std::vector<SavedFile> saved_files;               // what is known of earlier saves
     int32_t running_jobs = 0;
     std::atomic<int32_t> open_fhe_count{0};
     int32_t samplerate = 44100;
-    int16_t playing_speed = 33;
-    int16_t year = 0;
     uint16_t sides_adjusted = 0;
-    uint8_t channel_mode = CHANNELS_STEREO;
-    uint8_t status = STATUS_NONE;
     uint8_t lookup_state = 0;
     uint8_t sample_format = 0;
     uint8_t flags = 0;

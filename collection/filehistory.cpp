@@ -44,11 +44,6 @@ int StatusOfError(int error) {
     }
 }
 
-template <class T>
-void CopyList(const LinkedList<T>& from, LinkedList<T>& to) {
-    for (const T& e : from) to.Append(new T(e));
-}
-
 // True if that changed anything.
 template <class T>
 bool Assign(T& to, const T& from) {
@@ -64,101 +59,23 @@ CriticalSection& FileHistoryLock() {
     return lock;
 }
 
-const char* OpenStatusText(int status) {
-    switch (status) {
-        case 0:
-        case OPEN_MISSING:
-            return "(missing)";
-        case OPEN_IN_USE:
-            return "(in use)";
-        case OPEN_NO_MP3:
-            return "(no mp3)";
-        case OPEN_CANCELLED:
-            return "cancelled";
-        case OPEN_BAD_RATE:
-            return "(bad sr)";
-        default:
-            return "(bad file)";
-    }
-}
-
-ScanSettings ScanSettings::WithDefaults() const {
-    ScanSettings filled = *this;
-    if (sensitivity < 0) filled.sensitivity = 3;
-    if (percussion_protection < 0) filled.percussion_protection = 2;
-    if (brass_protection < 0) filled.brass_protection = 1;
-    if (passes < 0) filled.passes = 1;
-    return filled;
-}
-
-bool ScanSettings::SameScan(const ScanSettings& other) const {
-    constexpr int kWhenAndWhere = SCAN_SELECTION_ONLY | SCAN_BATCH_IF_NEW | SCAN_BATCH | SCAN_IF_NEW;
-    const ScanSettings a = WithDefaults();
-    const ScanSettings b = other.WithDefaults();
-    return a.sensitivity == b.sensitivity && a.percussion_protection == b.percussion_protection &&
-           a.brass_protection == b.brass_protection && a.passes == b.passes && a.channels == b.channels &&
-           (a.options & ~kWhenAndWhere) == (b.options & ~kWhenAndWhere);
-}
-
 FileHistoryEntry::FileHistoryEntry(AlbumInfo* album, AlbumSide* side)
-    : id(NewId()),
-      generation(++last_generation),
-      album(album),
-      side(side),
-      click_repairs{ClickRepairList(0), ClickRepairList(1)},
-      speed_from(static_cast<int16_t>(GetSetting("Turntable Speed", 45))),
-      speed_to(static_cast<int16_t>(GetSetting("Normal Playing Speed", 78))) {
-    click_repairs[0].buddy = &click_repairs[1];
-    click_repairs[1].buddy = &click_repairs[0];
+    : id(NewId()), generation(++last_generation), album(album), side(side) {
+    decided.speed.from = static_cast<int16_t>(GetSetting("Turntable Speed", 45));
+    decided.speed.to = static_cast<int16_t>(GetSetting("Normal Playing Speed", 78));
 }
 
-FileHistoryEntry::FileHistoryEntry(const FileHistoryEntry& original, uint32_t what)
+FileHistoryEntry::FileHistoryEntry(const FileHistoryEntry& original, const ClickRepairs& repairs)
     : id(original.id),
       generation(original.generation),
       album(original.album),
       side(original.side),
-      extension(original.extension),
-      name_suffix(original.name_suffix),
-      file_time(original.file_time),
-      click_scan(original.click_scan),
-      click_repairs{ClickRepairList(0, original.SampleRate()), ClickRepairList(1, original.SampleRate())},
-      comment(original.comment),
-      original_name(original.original_name),
-      view_position{original.view_position[0], original.view_position[1]},
-      side_breaks(original.side_breaks),
-      file_size(original.file_size),
-      total_samples(original.total_samples),
-      crd_time(original.crd_time),
-      samplerate(original.samplerate),
-      bit_rate(original.bit_rate),
-      stream_index(original.stream_index),
-      normalise_gain(original.normalise_gain),
-      open_status(original.open_status),
-      view_mode(original.view_mode),
-      speed_from(original.speed_from),
-      speed_to(original.speed_to),
-      file_format(original.file_format),
-      bits(original.bits),
-      channels(original.channels),
-      sample_format(original.sample_format),
-      flags(original.flags & ~(FHE_CORRECTIONS_LOADED | FHE_SHARED_LISTS)),
-      flags2(original.flags2 | FHE_PRIVATE_COPY),
-      external_file(original.external_file),
-      corrections_stale(original.corrections_stale),
-      fixed_path(original.GetPath()),
-      fixed_format(original.FormatOfOthers()) {
-    click_repairs[0].buddy = &click_repairs[1];
-    click_repairs[1].buddy = &click_repairs[0];
-    if (original.record_eq_post) record_eq_post = std::make_unique<RecordEq>(*original.record_eq_post);
-    if (!(what & COPY_CORRECTIONS)) return;
-    const Locked lists(ListChangeLock());
-    CopyList(original.markers, markers);
-    CopyList(original.cuts, cuts);
-    CopyList(original.filters, filters);
-    CopyList(original.fft_eqs, fft_eqs);
-    for (int channel : {0, 1}) CopyList(original.click_repairs[channel], click_repairs[channel]);
-    flags |= original.flags & FHE_CORRECTIONS_LOADED;
-}
+      name(original.name),
+      facts(original.facts),
+      decided(original.decided),
+      click_repairs(repairs),
+      corrections_file(original.corrections_file),
+      private_copy({original.GetPath(), original.FormatOfOthers()}) {}
 
 FileHistoryEntry::~FileHistoryEntry() {
     if (gClosing) Close(active_users);
@@ -166,7 +83,11 @@ FileHistoryEntry::~FileHistoryEntry() {
 }
 
 RefPtr<FileHistoryEntry> FileHistoryEntry::Copy(uint32_t what) {
-    return RefPtr<FileHistoryEntry>(new FileHistoryEntry(*this, what));
+    const Locked lists(ListChangeLock());
+    if (what & COPY_CORRECTIONS) return RefPtr<FileHistoryEntry>(new FileHistoryEntry(*this, click_repairs));
+    RefPtr<FileHistoryEntry> copy(new FileHistoryEntry(*this, ClickRepairs(SampleRate())));
+    copy->corrections_file.loaded = false;
+    return copy;
 }
 
 void FileHistoryEntry::SetGeneration() {
@@ -174,14 +95,14 @@ void FileHistoryEntry::SetGeneration() {
 }
 
 std::string FileHistoryEntry::GetPath() const {
-    if (IsPrivate()) return fixed_path;
-    if (flags & FHE_EXTERNAL_FILE) return external_file;
+    if (IsPrivate()) return private_copy->path;
+    if (name.IsExternal()) return name.external_file;
     const AlbumSet* set = album->set;
-    std::string name = album->artist + "~" + album->title;
+    std::string path = album->artist + "~" + album->title;
     for (int i = 0; side && i < album->sides.size(); ++i) {
-        if (album->sides[i] == side) name += "~side" + std::to_string(i + 1);
+        if (album->sides[i] == side) path += "~side" + std::to_string(i + 1);
     }
-    return JoinPath(set ? set->recordings_folder : std::string(), SafeFileName(name + name_suffix + extension));
+    return JoinPath(set ? set->recordings_folder : std::string(), SafeFileName(path + name.suffix + name.extension));
 }
 
 std::string FileHistoryEntry::WaveformPathFor(std::string_view recording_path, std::string_view waveform_extension) {
@@ -196,10 +117,10 @@ std::vector<std::string> FileHistoryEntry::AllPaths() const {
 }
 
 FileHistoryEntry::AlbumFormat FileHistoryEntry::FormatOfOthers() const {
-    if (IsPrivate()) return fixed_format;
+    if (IsPrivate()) return private_copy->format;
     for (const FileHistoryEntry* other : album->Recordings()) {
-        if (other->side == side || other->samplerate == 0 || other->open_status == OPEN_BAD_RATE) continue;
-        return {other->samplerate, other->sample_format};
+        if (other->side == side || other->facts.samplerate == 0 || other->facts.open_status == OPEN_BAD_RATE) continue;
+        return {other->facts.samplerate, other->facts.sample_format};
     }
     return {};
 }
@@ -213,14 +134,14 @@ void FileHistoryEntry::MarkChanged() const {
 }
 
 bool FileHistoryEntry::StoreFacts() {
-    bool changed = Assign(samplerate, open_file->GetSampleRate(0));
-    changed |= Assign(bit_rate, open_file->BitRate());
-    changed |= Assign(sample_format, static_cast<uint8_t>(open_file->SampleFormat()));
-    changed |= Assign(bits, static_cast<uint8_t>(open_file->BitDepth()));
-    changed |= Assign(channels, static_cast<uint8_t>(open_file->Channels()));
-    file_format = static_cast<uint8_t>(open_file->file_format);
-    total_samples = open_file->GetTotalSamples(0);
-    for (ClickRepairList& list : click_repairs) list.samplerate = SampleRate();
+    bool changed = Assign(facts.samplerate, open_file->GetSampleRate(0));
+    changed |= Assign(facts.bit_rate, open_file->BitRate());
+    changed |= Assign(facts.sample_format, static_cast<uint8_t>(open_file->SampleFormat()));
+    changed |= Assign(facts.bits, static_cast<uint8_t>(open_file->BitDepth()));
+    changed |= Assign(facts.channels, static_cast<uint8_t>(open_file->Channels()));
+    facts.file_format = static_cast<uint8_t>(open_file->file_format);
+    facts.total_samples = open_file->GetTotalSamples(0);
+    click_repairs.SetSampleRate(SampleRate());
     return changed;
 }
 
@@ -231,20 +152,21 @@ int FileHistoryEntry::OpenLocked() {
     int error = 0;
     open_file = OpenForReading(path, error);
     if (!open_file) {
-        return FormatOfExtension(extension) == FF_MP3 && !MakeFileStream(FF_MP3) ? OPEN_NO_MP3 : StatusOfError(error);
+        return FormatOfExtension(name.extension) == FF_MP3 && !MakeFileStream(FF_MP3) ? OPEN_NO_MP3
+                                                                                      : StatusOfError(error);
     }
     if (StoreFacts()) MarkChanged();
     const AlbumFormat wanted = FormatOfOthers();
-    if (wanted.samplerate != 0 &&
-        (samplerate != wanted.samplerate || (sample_format != 0 && sample_format != wanted.sample_format))) {
+    if (wanted.samplerate != 0 && (facts.samplerate != wanted.samplerate ||
+                                   (facts.sample_format != 0 && facts.sample_format != wanted.sample_format))) {
         open_file->Close();
         open_file = nullptr;
-        SetLastErrorText(FormatMsg(Msg::WrongSampleRate, path, samplerate, wanted.samplerate));
+        SetLastErrorText(FormatMsg(Msg::WrongSampleRate, path, facts.samplerate, wanted.samplerate));
         return OPEN_BAD_RATE;
     }
     if (!IsPrivate() && IsMainThread()) {
-        album->samplerate = samplerate;
-        album->sample_format = sample_format;
+        album->samplerate = facts.samplerate;
+        album->sample_format = facts.sample_format;
     }
     return 0;
 }
@@ -254,16 +176,16 @@ int FileHistoryEntry::Open(uint32_t user, bool report) {
     if (!IsPrivate()) lock.lock();
     if (!open_file) {
         const int status = OpenLocked();
-        open_status = static_cast<int16_t>(status);
+        facts.open_status = static_cast<int16_t>(status);
         if (status != 0) {
-            if (report && IsMainThread() && !(flags & FHE_FAILURE_REPORTED)) {
-                flags |= FHE_FAILURE_REPORTED;
+            if (report && IsMainThread() && !failure_reported) {
+                failure_reported = true;
                 lock = {};
                 ShowMessage(GetLastError().text + "\n\n" + FormatMsg(Msg::RecordingOpenNote));
             }
             return status;
         }
-        flags &= ~FHE_FAILURE_REPORTED;
+        failure_reported = false;
         ++album->open_fhe_count;
     }
     active_users.fetch_or(user);
@@ -276,12 +198,12 @@ void FileHistoryEntry::Close(uint32_t user) {
     active_users.fetch_and(~user);
     if (active_users != 0 || !open_file) return;
 
-    const bool save = !IsPrivate() && !(flags & FHE_SHARED_LISTS) && (click_repairs[0].dirty || click_repairs[1].dirty);
+    const bool save = !IsPrivate() && click_repairs.IsDirty();
     const bool saved = !save || SaveCorrections() == 0;
     // Repairs that could not be saved stay, so that the next Close can try again.
-    if (saved && !(flags & FHE_SHARED_LISTS)) {
-        for (ClickRepairList& list : click_repairs) list.Clear();
-        flags &= ~FHE_CORRECTIONS_LOADED;
+    if (saved) {
+        click_repairs.Clear();
+        corrections_file.loaded = false;
     }
     open_file->Close();
     open_file = nullptr;
@@ -296,45 +218,32 @@ bool FileHistoryEntry::CheckFile() {
     FileInfo info;
     const std::string path = GetPath();
     if (GetFileInfo(path, info) != 0) return false;
-    const bool known = file_size != 0 || file_time != 0;
-    const bool other_size = info.size != file_size;
-    const bool other_time = std::abs(info.time - file_time) > kTimeTolerance;
-    corrections_stale = known && other_size;
+    const bool known = facts.file_size != 0 || facts.file_time != 0;
+    const bool other_size = info.size != facts.file_size;
+    const bool other_time = std::abs(info.time - facts.file_time) > kTimeTolerance;
+    corrections_file.stale = known && other_size;
     if (!other_size && !other_time) return false;
-    file_time = info.time;
+    facts.file_time = info.time;
     if (other_time && side) side->SortByTime(this);
     if (known) {
         DeleteDerivedFiles(other_size ? 3 : 1);
         SetGeneration();
     }
     // As long as the corrections of the older file lie there, its size has to tell that they are none of this one's.
-    if (!corrections_stale) file_size = info.size;
+    if (!corrections_file.stale) facts.file_size = info.size;
     return true;
 }
 
 void FileHistoryEntry::DeleteDerivedFiles(int what) {
     // The user's decisions can be brought back from the Trash; drawings are made anew.
     if (what & 2) {
-        for (ClickRepairList& list : click_repairs) list.Clear();
-        flags &= ~FHE_CORRECTIONS_LOADED;
+        click_repairs.Clear();
+        corrections_file.loaded = false;
     }
     if (!MayChange()) return;
-    if (what & 2) corrections_stale = !PutCorrectionsAside();
+    if (what & 2) corrections_file.stale = !PutCorrectionsAside();
     if (!(what & 1)) return;
     for (const char* waveform_extension : kWaveformExtensions) RemoveFile(WaveformPath(waveform_extension));
-}
-
-void FileHistoryEntry::RecomputeTimes() {
-    for (MarkerCorrection& marker : markers) {
-        marker.absolute_start_time = cuts.ToAbsolute(marker.start_time);
-        marker.absolute_end_time = cuts.ToAbsolute(marker.end_time);
-    }
-    const auto to_edited = [this](BaseGenericFilterSetting& setting) {
-        setting.start_time = cuts.ToEdited(setting.absolute_start_time);
-        setting.end_time = cuts.ToEdited(setting.absolute_end_time);
-    };
-    for (FilterSetting& filter : filters) to_edited(filter);
-    for (FFTEq& eq : fft_eqs) to_edited(eq);
 }
 
 }  // namespace Orvane

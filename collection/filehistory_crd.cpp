@@ -96,8 +96,8 @@ std::string FileHistoryEntry::LegacyCorrectionsPath() const {
 int FileHistoryEntry::LoadCorrections(bool report) {
     std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
     if (!IsPrivate()) lock.lock();
-    if (flags & FHE_CORRECTIONS_LOADED) return 0;
-    for (ClickRepairList& list : click_repairs) list.samplerate = SampleRate();
+    if (corrections_file.loaded) return 0;
+    click_repairs.SetSampleRate(SampleRate());
 
     FileInfo info;
     std::string path;
@@ -113,7 +113,7 @@ int FileHistoryEntry::LoadCorrections(bool report) {
         path = name;
         break;
     }
-    if (!path.empty() && corrections_stale) {
+    if (!path.empty() && corrections_file.stale) {
         Show(report, FormatMsg(Msg::CrdOfOtherFile, path));
     } else if (!path.empty()) {
         if (info.size < static_cast<int64_t>(kSmallestCrdFile)) {
@@ -122,8 +122,8 @@ int FileHistoryEntry::LoadCorrections(bool report) {
             return error;
         }
     }
-    crd_time = info.time;
-    flags |= FHE_CORRECTIONS_LOADED;
+    corrections_file.time = info.time;
+    corrections_file.loaded = true;
     SetGeneration();
     return 0;
 }
@@ -176,7 +176,7 @@ bool FileHistoryEntry::PutCorrectionsAside() {
         if (RenameFile(path, kept) != 0) return false;
         ShowMessage(FormatMsg(Msg::CrdOfOtherFileKept, path, kept));
     }
-    corrections_stale = false;
+    corrections_file.stale = false;
     // A file without repairs keeps this recording from using the shared one.
     return !shared || !FileExists(GetPath()) || SaveCorrections() == 0;
 }
@@ -185,23 +185,23 @@ int FileHistoryEntry::SaveCorrections() {
     std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
     if (!IsPrivate()) lock.lock();
     const std::string path = CorrectionsPath();
-    if (corrections_stale) return FailWrite(path, EEXIST);  // the user's, and it could not be put aside
-    const bool none = click_repairs[0].empty() && click_repairs[1].empty();
+    if (corrections_file.stale) return FailWrite(path, EEXIST);  // the user's, and it could not be put aside
+    const bool none = click_repairs.IsEmpty();
     // A file of the older name, "x.crd", can be that of x.wav and of x.flac, so it is left alone, and a file without
     // repairs says that this recording has none.
     FileInfo older;
     if (none && IsMissing(GetFileInfo(LegacyCorrectionsPath(), older))) {
         const int error = RemoveFile(path);
         if (error && !IsMissing(error)) return FailWrite(path, error);
-        crd_time = 0;
+        corrections_file.time = 0;
     } else {
         const std::string temporary = WithoutExtension(path) + ".$$$";
         if (const int error = WriteWhole(temporary, WriteCrd(click_repairs))) return error;
         if (const int error = PutInPlace(temporary, path, OldFile::Drop)) return error;
         FileInfo info;
-        if (GetFileInfo(path, info) == 0) crd_time = info.time;
+        if (GetFileInfo(path, info) == 0) corrections_file.time = info.time;
     }
-    for (ClickRepairList& list : click_repairs) list.dirty = false;
+    click_repairs.SetDirty(false);
     return 0;
 }
 

@@ -29,7 +29,8 @@ std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
             place.opened = FileExists(path) ? Outcome::OfLastError(ERR_CANNOT_OPEN)
                                             : Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, path).About(path);
         } else {
-            place.end = start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->cuts.TotalLength());
+            place.end =
+                start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->decided.cuts.TotalLength());
             entry->Close(USER_PROBE);
         }
         start = place.end;

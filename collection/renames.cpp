@@ -56,6 +56,14 @@ bool RecordingRenames::Move() {
     return true;
 }
 
+bool RenameRecording(FileHistoryEntry& entry, const RecordingName& name) {
+    RecordingRenames files({&entry});
+    RecordingName before = std::exchange(entry.name, name);
+    if (files.Move()) return true;
+    entry.name = std::move(before);
+    return false;
+}
+
 bool RenameAlbumFiles(AlbumInfo& album, const std::string& artist, const std::string& title) {
     event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));
     RecordingRenames files(AllRecordings(album));

@@ -8,6 +8,7 @@ namespace Orvane {
 
 class FileHistoryEntry;
 struct AlbumInfo;
+struct RecordingName;
 
 // Renames that are taken back at the end, the last one first, unless they are kept.
 class Renames {
@@ -27,6 +28,10 @@ private:
     };
     std::vector<Step> steps;
 };
+
+// Gives a recording another name of its own: its file and those that go with it are renamed. False, with the reason as
+// last error, when that failed or the recording is open; then nothing has changed. Main thread.
+bool RenameRecording(FileHistoryEntry& entry, const RecordingName& name);
 
 // Made before something changes what recordings are called; moves their files, and those that go with them, afterwards.
 // None of them may be open. Main thread.

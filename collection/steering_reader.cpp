@@ -43,7 +43,7 @@ private:
     void TrackCustomTags();
     void Notes() { album->notes = UnescapeNotes(fields[2]); }
     void SavedTrack() { album->saved_files.push_back({std::string(fields[2]), std::string(fields[3])}); }
-    void RecordEqPre() { ReadRecordEq(fields, 2, *(album->record_eq = std::make_unique<RecordEq>())); }
+    void RecordEqPre() { ReadRecordEq(fields, 2, album->record_eq.emplace()); }
     void Side();
     void Recording();
     void RecordingFile(FileHistoryEntry& entry);
@@ -53,7 +53,7 @@ private:
     void CutAndSplice();
     void Filter();
     void Curve();
-    void RecordEqPost() { ReadRecordEq(fields, 2, *(recording->record_eq_post = std::make_unique<RecordEq>())); }
+    void RecordEqPost() { ReadRecordEq(fields, 2, recording->decided.record_eq_post.emplace()); }
 
     // Times of old files are at 44100 Hz even where the recording's rate is lower.
     int64_t RecordingTime(int64_t time) const;
@@ -200,11 +200,11 @@ void Reader::FinishAlbum() {
     for (AlbumSide* s : album->sides) {
         if (!s) continue;
         for (const RefPtr<FileHistoryEntry>& entry : s->history) {
-            entry->cuts.Recompute();
-            entry->RecomputeTimes();
-            SortList(entry->markers, [](const auto& a, const auto& b) { return a.start_time < b.start_time; });
-            std::sort(entry->side_breaks.begin(), entry->side_breaks.end());
-            int8_t& percussion = entry->click_scan.percussion_protection;
+            entry->decided.cuts.Recompute();
+            entry->decided.RecomputeTimes();
+            SortList(entry->decided.markers, [](const auto& a, const auto& b) { return a.start_time < b.start_time; });
+            std::sort(entry->decided.side_breaks.begin(), entry->decided.side_breaks.end());
+            int8_t& percussion = entry->decided.click_scan.percussion_protection;
             if (facts.version == kVersionOfShiftedScan && percussion > 0) --percussion;
         }
     }
@@ -245,7 +245,7 @@ ReadResult Reader::ExtLine() {
 void Reader::Album() {
     album->lookup_state = fields.Int<uint8_t>(3);
     album->sides_adjusted = fields.Int<uint16_t>(4);
-    if (fields.Bool(5)) album->flags |= ALBUM_SINGLE;
+    album->single = fields.Bool(5);
     album->genre = fields[6];
     album->label = fields[7];
     album->art_file = NativePath(fields[8]);
@@ -290,34 +290,33 @@ void Reader::Recording() {
 }
 
 void Reader::RecordingFile(FileHistoryEntry& entry) {
-    if (!fields[2].empty()) entry.extension = "." + LowerAscii(fields[2]);
-    entry.file_format = static_cast<uint8_t>(FormatOfExtension(entry.extension));
-    entry.file_time = std::clamp<int64_t>(fields.Int<int64_t>(4), 0, INT64_MAX / 2);  // for differences
-    entry.open_status = fields.Int<int16_t>(17, -1);
-    entry.external_file = fields[18];
+    if (!fields[2].empty()) entry.name.extension = "." + LowerAscii(fields[2]);
+    entry.facts.file_format = static_cast<uint8_t>(FormatOfExtension(entry.name.extension));
+    entry.facts.file_time = std::clamp<int64_t>(fields.Int<int64_t>(4), 0, INT64_MAX / 2);  // for differences
+    entry.facts.open_status = fields.Int<int16_t>(17, -1);
+    entry.name.external_file = fields[18];
     if (fields[3] != kNoSide) {
-        entry.name_suffix = fields[3];
-    } else if (entry.external_file.empty()) {
-        const std::string name = album->artist + "~" + album->title + entry.extension;
-        entry.external_file = JoinPath(set.recordings_folder, SafeFileName(name));
+        entry.name.suffix = fields[3];
+    } else if (entry.name.external_file.empty()) {
+        const std::string name = album->artist + "~" + album->title + entry.name.extension;
+        entry.name.external_file = JoinPath(set.recordings_folder, SafeFileName(name));
     }
-    if (!entry.external_file.empty()) entry.flags |= FHE_EXTERNAL_FILE;
-    entry.samplerate = std::max(0, fields.Int<int32_t>(19));
-    entry.bit_rate = fields.Int<int32_t>(20);
-    entry.file_size = fields.Int<int64_t>(21);
-    entry.stream_index = fields.Int<int32_t>(22, -1);
-    if (fields.Bool(23)) entry.flags |= FHE_SEVERAL_STREAMS;
-    entry.bits = fields.Int<uint8_t>(24);
-    entry.comment = fields[26];
-    entry.channels = fields.Int<uint8_t>(28, 2);
-    entry.original_name = fields[29];
-    entry.sample_format = fields.Int<uint8_t>(35);
+    entry.facts.samplerate = std::max(0, fields.Int<int32_t>(19));
+    entry.facts.bit_rate = fields.Int<int32_t>(20);
+    entry.facts.file_size = fields.Int<int64_t>(21);
+    entry.facts.stream_index = fields.Int<int32_t>(22, -1);
+    entry.facts.several_streams = fields.Bool(23);
+    entry.facts.bits = fields.Int<uint8_t>(24);
+    entry.decided.comment = fields[26];
+    entry.facts.channels = fields.Int<uint8_t>(28, 2);
+    entry.facts.original_name = fields[29];
+    entry.facts.sample_format = fields.Int<uint8_t>(35);
 }
 
 void Reader::RecordingSettings(FileHistoryEntry& entry) {
-    entry.view_position[0] = fields.Time(5, entry.view_position[0]);
-    entry.view_position[1] = fields.Time(6, entry.view_position[1]);
-    ScanSettings& scan = entry.click_scan;
+    entry.decided.noise_stretch.start = fields.Time(5, entry.decided.noise_stretch.start);
+    entry.decided.noise_stretch.end = fields.Time(6, entry.decided.noise_stretch.end);
+    ScanSettings& scan = entry.decided.click_scan;
     scan.sensitivity = fields.Int<int8_t>(9, -1);
     scan.percussion_protection = fields.Int<int8_t>(10, -1);
     scan.brass_protection = fields.Int<int8_t>(11, -1);
@@ -329,17 +328,17 @@ void Reader::RecordingSettings(FileHistoryEntry& entry) {
     if (fields.Bool(15)) scan.options |= SCAN_KEEP_PREVIOUS;
     if (fields.Bool(16)) scan.options |= SCAN_SELECTION_ONLY;
     if (fields.Bool(34)) scan.options |= SCAN_EQUALISE;
-    entry.view_mode = fields.Int<int16_t>(30, -1);
-    if (fields.Bool(31)) entry.flags |= FHE_SPEED_CONVERSION;
-    entry.speed_from = fields.Int<int16_t>(32);
-    entry.speed_to = fields.Int<int16_t>(33);
-    if (fields.Bool(38)) entry.flags2 |= FHE_SWAP_CHANNELS;
+    entry.decided.view_mode = fields.Int<int16_t>(30, -1);
+    entry.decided.speed.on = fields.Bool(31);
+    entry.decided.speed.from = fields.Int<int16_t>(32);
+    entry.decided.speed.to = fields.Int<int16_t>(33);
+    entry.decided.swap_channels = fields.Bool(38);
 }
 
 int64_t Reader::RecordingTime(int64_t time) const {
-    const bool scaled = facts.version < kVersionOfTimesAtOwnRate && recording->samplerate > 0 &&
-                        recording->samplerate < kTicksPerSecond;
-    return scaled ? to_samples(recording->samplerate, time) : time;
+    const bool scaled = facts.version < kVersionOfTimesAtOwnRate && recording->facts.samplerate > 0 &&
+                        recording->facts.samplerate < kTicksPerSecond;
+    return scaled ? to_samples(recording->facts.samplerate, time) : time;
 }
 
 void Reader::ScaleRange(BaseCorrection& correction) const {
@@ -351,12 +350,12 @@ void Reader::Markers() {
     for (int i = 2; i < fields.size(); ++i) {
         auto* marker = new MarkerCorrection;
         marker->start_time = marker->end_time = RecordingTime(fields.Time(i));
-        recording->markers.Append(marker);
+        recording->decided.markers.Append(marker);
     }
 }
 
 void Reader::SideBreaks() {
-    for (int i = 2; i < fields.size(); ++i) recording->side_breaks.push_back(RecordingTime(fields.Time(i)));
+    for (int i = 2; i < fields.size(); ++i) recording->decided.side_breaks.push_back(RecordingTime(fields.Time(i)));
 }
 
 void Reader::CutAndSplice() {
@@ -372,21 +371,21 @@ void Reader::CutAndSplice() {
     if (cut->end_time <= start) return;
     cut->start_time = start;
     cut->splice_length = static_cast<int32_t>(splice);
-    recording->cuts.Append(cut.release());
+    recording->decided.cuts.Append(cut.release());
 }
 
 void Reader::Filter() {
     auto* filter = new FilterSetting;
     if (ReadFilterSetting(fields, 2, *filter)) set.dirty = true;
     ScaleRange(*filter);
-    recording->filters.Append(filter);
+    recording->decided.filters.Append(filter);
 }
 
 void Reader::Curve() {
     auto* eq = new FFTEq;
     if (ReadFFTEq(fields, 2, *eq)) set.dirty = true;
     ScaleRange(*eq);
-    recording->fft_eqs.Append(eq);
+    recording->decided.fft_eqs.Append(eq);
 }
 
 }  // namespace

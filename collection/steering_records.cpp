@@ -313,7 +313,7 @@ void ReadRecordEq(const Fields& fields, int first, RecordEq& eq) {
     eq.name = NameFromFile(fields[first]);
     const std::string_view form = fields[first + 1];
     if (fields.Has(first + 1) && !IsFormNumber(form)) {
-        eq.fft_curve = std::make_unique<FFTCurve>();
+        eq.fft_curve.emplace();
         eq.fft_curve->name = NameFromFile(form);
         ReadCurveAxes(fields, first + 2, *eq.fft_curve);
         ReadLevels(fields, first + 5, eq);

@@ -19,7 +19,7 @@ void MoveExternalFiles(const AlbumSet& set, const std::string& old_folder) {
     const std::string beginning = old_folder + kSeparator;
     for (const AlbumInfo& album : set.albums) {
         for (FileHistoryEntry* entry : AllRecordings(album)) {
-            std::string& file = entry->external_file;
+            std::string& file = entry->name.external_file;
             if (file.compare(0, beginning.size(), beginning) != 0) continue;
             file = JoinPath(set.recordings_folder, file.substr(beginning.size()));
             MarkDirty();

@@ -26,7 +26,7 @@ private:
     void KeyValue(std::string_view key, std::string_view value);
     void BeginExt(std::string_view key);
     void Track(const AlbumInfo& album, int index);
-    void AlbumDetails(const AlbumInfo& album);
+    void Details(const AlbumInfo& album);
     void Side(const AlbumSide* side);
     void Recording(const FileHistoryEntry& entry);
     void Corrections(const FileHistoryEntry& entry);
@@ -78,7 +78,7 @@ void Writer::Album(const AlbumInfo& album) {
         line.Int(album.year);
         line.EndLine();
     }
-    AlbumDetails(album);
+    Details(album);
     for (const AlbumSide* side : album.sides) Side(side);
     if (line.text.size() > kFlushSize) Flush();
 }
@@ -116,7 +116,7 @@ void Writer::Track(const AlbumInfo& album, int index) {
     line.EndLine();
 }
 
-void Writer::AlbumDetails(const AlbumInfo& album) {
+void Writer::Details(const AlbumInfo& album) {
     BeginExt("Album");
     line.Int(1);
     line.Int(album.lookup_state);
@@ -175,13 +175,13 @@ void Writer::Side(const AlbumSide* side) {
 }
 
 void Writer::Recording(const FileHistoryEntry& entry) {
-    const ScanSettings& scan = entry.click_scan;
+    const ScanSettings& scan = entry.decided.click_scan;
     BeginExt("FileHistory");
-    line.Text(std::string_view(entry.extension).substr(entry.extension.empty() ? 0 : 1));
-    line.Text(entry.name_suffix);
-    line.Int(entry.file_time);
-    line.Int(entry.view_position[0]);
-    line.Int(entry.view_position[1]);
+    line.Text(std::string_view(entry.name.extension).substr(entry.name.extension.empty() ? 0 : 1));
+    line.Text(entry.name.suffix);
+    line.Int(entry.facts.file_time);
+    line.Int(entry.decided.noise_stretch.start);
+    line.Int(entry.decided.noise_stretch.end);
     line.Int(0);
     line.Int(0);
     line.Int(scan.sensitivity);
@@ -192,25 +192,25 @@ void Writer::Recording(const FileHistoryEntry& entry) {
     line.Int((scan.options & SCAN_KEEP_MANUAL) != 0);
     line.Int((scan.options & SCAN_KEEP_PREVIOUS) != 0);
     line.Int((scan.options & SCAN_SELECTION_ONLY) != 0);
-    line.Int(entry.open_status);
-    line.Text(entry.flags & FHE_EXTERNAL_FILE ? entry.external_file : std::string());
-    line.Int(entry.samplerate);
-    line.Int(entry.bit_rate);
-    line.Int(entry.file_size);
-    line.Int(entry.stream_index);
-    line.Int((entry.flags & FHE_SEVERAL_STREAMS) != 0);
-    line.Int(entry.bits);
+    line.Int(entry.facts.open_status);
+    line.Text(entry.name.external_file);
+    line.Int(entry.facts.samplerate);
+    line.Int(entry.facts.bit_rate);
+    line.Int(entry.facts.file_size);
+    line.Int(entry.facts.stream_index);
+    line.Int(entry.facts.several_streams);
+    line.Int(entry.facts.bits);
     line.Int(1);
-    line.Text(entry.comment);
-    line.Int(entry.bits);
-    line.Int(entry.channels);
-    line.Text(entry.original_name);
-    line.Int(entry.view_mode);
-    line.Int((entry.flags & FHE_SPEED_CONVERSION) != 0);
-    line.Int(entry.speed_from);
-    line.Int(entry.speed_to);
+    line.Text(entry.decided.comment);
+    line.Int(entry.facts.bits);
+    line.Int(entry.facts.channels);
+    line.Text(entry.facts.original_name);
+    line.Int(entry.decided.view_mode);
+    line.Int(entry.decided.speed.on);
+    line.Int(entry.decided.speed.from);
+    line.Int(entry.decided.speed.to);
     line.Int((scan.options & SCAN_EQUALISE) != 0);
-    line.Int(entry.sample_format);
+    line.Int(entry.facts.sample_format);
     line.Int(1);
     line.Int(1);
     line.Int(entry.SwapChannels());
@@ -218,36 +218,36 @@ void Writer::Recording(const FileHistoryEntry& entry) {
 }
 
 void Writer::Corrections(const FileHistoryEntry& entry) {
-    if (!entry.markers.empty()) {
+    if (!entry.decided.markers.empty()) {
         BeginExt("Markers");
-        for (const MarkerCorrection& marker : entry.markers) line.Int(marker.start_time);
+        for (const MarkerCorrection& marker : entry.decided.markers) line.Int(marker.start_time);
         line.EndLine();
     }
-    if (!entry.side_breaks.empty()) {
+    if (!entry.decided.side_breaks.empty()) {
         BeginExt("SideBreaks");
-        for (int64_t time : entry.side_breaks) line.Int(time);
+        for (int64_t time : entry.decided.side_breaks) line.Int(time);
         line.EndLine();
     }
-    for (const CutAndSpliceCorrection& cut : entry.cuts) {
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) {
         BeginExt("CutAndSplice");
         WriteCut(line, cut);
         line.EndLine();
     }
-    for (const FilterSetting& filter : entry.filters) {
+    for (const FilterSetting& filter : entry.decided.filters) {
         if (filter.start_time < 0) continue;  // stands for the whole recording while the program runs
         BeginExt("FilterSettings");
         WriteFilterSetting(line, filter);
         line.EndLine();
     }
-    for (const FFTEq& eq : entry.fft_eqs) {
+    for (const FFTEq& eq : entry.decided.fft_eqs) {
         if (eq.start_time < 0) continue;
         BeginExt("FFTEq");
         WriteFFTEq(line, eq);
         line.EndLine();
     }
-    if (entry.record_eq_post) {
+    if (entry.decided.record_eq_post) {
         BeginExt("FHERecordEqPost");
-        WriteRecordEq(line, *entry.record_eq_post);
+        WriteRecordEq(line, *entry.decided.record_eq_post);
         line.EndLine();
     }
 }

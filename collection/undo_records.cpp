@@ -21,21 +21,15 @@ Result<AlbumInfo*> FindUnused(const AlbumRef& ref) {
 
 }  // namespace
 
-std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album) {
-    auto copy = std::make_unique<AlbumInfo>();
-    copy->TakeDetails(album);
-    return copy;
-}
-
-UndoEditAlbumDetails::UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details)
+UndoEditAlbumDetails::UndoEditAlbumDetails(const AlbumInfo& album, AlbumDetails details)
     : UndoEntry(FormatMsg(Msg::EditAlbumDetails)), ref(album), details(std::move(details)) {}
 
 UndoResult UndoEditAlbumDetails::Apply() {
     const Result<AlbumInfo*> found = FindUnused(ref);
     if (!found) return found.GetOutcome();
     AlbumInfo& album = **found;
-    std::unique_ptr<AlbumInfo> before = CopyDetails(album);
-    if (!ChangeDetails(album, *details)) return Outcome::OfLastError(ERR_IO);
+    AlbumDetails before = album.Details();
+    if (!ChangeDetails(album, details)) return Outcome::OfLastError(ERR_IO);
     return UndoResult(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
 }
 
@@ -73,28 +67,6 @@ bool UndoUpdateTrackInfo::Covers(const UndoEntry& later) const {
     return other && other->ref == ref;
 }
 
-RecordingName::RecordingName(const FileHistoryEntry& entry)
-    : external((entry.flags & FHE_EXTERNAL_FILE) != 0),
-      path(entry.external_file),
-      suffix(entry.name_suffix),
-      extension(entry.extension) {}
-
-bool RecordingName::GiveTo(FileHistoryEntry& entry) const {
-    const RecordingName before(entry);
-    const auto set = [&entry](const RecordingName& name) {
-        entry.flags =
-            static_cast<uint8_t>((entry.flags & ~FHE_EXTERNAL_FILE) | (name.external ? FHE_EXTERNAL_FILE : 0));
-        entry.external_file = name.path;
-        entry.name_suffix = name.suffix;
-        entry.extension = name.extension;
-    };
-    RecordingRenames files({&entry});
-    set(*this);
-    if (files.Move()) return true;
-    set(before);
-    return false;
-}
-
 UndoRenameAlbumSide::UndoRenameAlbumSide(const FileHistoryEntry& entry, RecordingName name, std::string description)
     : UndoEntry(std::move(description)), ref(entry), name(std::move(name)) {}
 
@@ -102,9 +74,9 @@ UndoResult UndoRenameAlbumSide::Apply() {
     const Result<FileHistoryEntry*> found = ref.Find();
     if (!found) return found.GetOutcome();
     FileHistoryEntry& entry = **found;
-    RecordingName before(entry);
+    RecordingName before = entry.name;
     const Change change(CHANGE_DETAILS, entry.album);
-    if (!name.GiveTo(entry)) return Outcome::OfLastError(ERR_IO);
+    if (!RenameRecording(entry, name)) return Outcome::OfLastError(ERR_IO);
     return UndoResult(std::make_unique<UndoRenameAlbumSide>(entry, std::move(before), description));
 }
 

@@ -14,20 +14,17 @@
 
 namespace Orvane {
 
-// The details of an album, without tracks and sides.
-std::unique_ptr<AlbumInfo> CopyDetails(const AlbumInfo& album);
-
 // Recordings move along with the artist and the title.
 class UndoEditAlbumDetails : public UndoEntry {
 public:
     // `album` as it is called now.
-    UndoEditAlbumDetails(const AlbumInfo& album, std::unique_ptr<AlbumInfo> details);
+    UndoEditAlbumDetails(const AlbumInfo& album, AlbumDetails details);
     Foundation::Result<AlbumInfo*> Target() const override { return ref.Find(); }
     UndoResult Apply() override;
 
 private:
     AlbumRef ref;
-    std::unique_ptr<AlbumInfo> details;
+    AlbumDetails details;
 };
 
 // The track listing of an album.
@@ -46,19 +43,6 @@ private:
     uint16_t sides_adjusted;
     int first_track;
     int last_track;
-};
-
-// The part of a recording's name that is its own, not its album's.
-struct RecordingName {
-    explicit RecordingName(const FileHistoryEntry& entry);
-    // Renames the file and those that go with it. False, with the reason as last error, when that failed or the
-    // recording is open; then nothing has changed.
-    bool GiveTo(FileHistoryEntry& entry) const;
-
-    bool external;  // `path` counts, otherwise `suffix`
-    std::string path;
-    std::string suffix;
-    std::string extension;
 };
 
 class UndoRenameAlbumSide : public UndoEntry {

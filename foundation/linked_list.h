@@ -54,6 +54,15 @@ template <class T>
 class LinkedList : public LinkedListBase {
 public:
     explicit LinkedList(bool owns_entries = true) : LinkedListBase(owns_entries) {}
+    // A copy owns copies of the entries.
+    LinkedList(const LinkedList& other) : LinkedListBase(true) { Append(other); }
+    LinkedList& operator=(const LinkedList& other) {
+        ORVANE_ASSERT(owns_entries);
+        if (this == &other) return *this;
+        Clear();
+        Append(other);
+        return *this;
+    }
 
     T* First() const { return static_cast<T*>(head); }
     T* Last() const { return static_cast<T*>(tail); }
@@ -97,6 +106,12 @@ public:
     // The entry under the iterator may not be removed while the loop stands on it.
     iterator begin() const { return iterator(First()); }
     iterator end() const { return iterator(nullptr); }
+
+private:
+    void Append(const LinkedList& other) {
+        for (const T& e : other) Append(new T(e));
+        sorted = other.sorted;
+    }
 };
 
 }  // namespace Foundation

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         ORVANE_ASSERT(album.sides.size() <= read.set->SideLimit());
         for (const FileHistoryEntry* entry : album.Recordings()) {
             int64_t last_end = 0;
-            for (const CutAndSpliceCorrection& cut : entry->cuts) {
+            for (const CutAndSpliceCorrection& cut : entry->decided.cuts) {
                 ORVANE_ASSERT(cut.absolute_start_time >= last_end && cut.Length() > 0);
                 ORVANE_ASSERT(cut.start_time >= cut.splice_length / 2 && cut.splice_length % 2 == 0);
                 last_end = cut.absolute_end_time;

@@ -6,7 +6,7 @@ using namespace Orvane;
 
 namespace {
 
-void CheckLists(ClickRepairList (&lists)[2]) {
+void CheckLists(ClickRepairs& lists) {
     for (ClickRepairList& list : lists) {
         CheckRepairList(list, true);
         int64_t last_end = 0;
@@ -20,7 +20,7 @@ void CheckLists(ClickRepairList (&lists)[2]) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    ClickRepairList lists[2];
+    ClickRepairs lists;
     if (ReadCrd({data, size}, lists) != CrdResult::Good) {
         ORVANE_ASSERT(lists[0].empty() && lists[1].empty());
         return 0;
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string written = WriteCrd(lists);
     ORVANE_ASSERT(written.size() <= 2 * size + kSmallestCrdFile);
 
-    ClickRepairList again[2];
+    ClickRepairs again;
     ORVANE_ASSERT(ReadCrd({reinterpret_cast<const uint8_t*>(written.data()), written.size()}, again) ==
                   CrdResult::Good);
     ORVANE_ASSERT(WriteCrd(again) == written);

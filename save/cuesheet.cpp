@@ -33,7 +33,7 @@ bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
             files.back().opened.ToStreamError();
             return false;
         }
-        files.push_back({place.entry->GetPath(), place.start, place.opened ? place.end : -1, &place.entry->cuts,
+        files.push_back({place.entry->GetPath(), place.start, place.opened ? place.end : -1, &place.entry->decided.cuts,
                          place.entry->SampleRate(), place.opened});
     }
     return true;
@@ -114,15 +114,15 @@ bool IsOurs(const std::string& sheet_path) {
     return reader && reader->ReadLine(line) && Trim(line) == kCueSignature;
 }
 
-std::unique_ptr<AlbumInfo> NewDetails(const AlbumInfo& album, const AlbumInfo& said) {
-    std::unique_ptr<AlbumInfo> details = CopyDetails(album);
-    TakeCueTexts(said, *details);
-    if (said.year) details->year = said.year;
-    if (said.playing_speed) details->playing_speed = said.playing_speed;
+AlbumDetails NewDetails(const AlbumInfo& album, const AlbumDetails& said) {
+    AlbumDetails details = album.Details();
+    TakeCueTexts(said, details);
+    if (said.year) details.year = said.year;
+    if (said.playing_speed) details.playing_speed = said.playing_speed;
     return details;
 }
 
-bool SameDetails(const AlbumInfo& a, const AlbumInfo& b) {
+bool SameDetails(const AlbumDetails& a, const AlbumDetails& b) {
     const auto same_text = [&](const auto& key) { return a.*key.text == b.*key.text; };
     return std::all_of(std::begin(kCueAlbumKeys), std::end(kCueAlbumKeys), same_text) && a.year == b.year &&
            a.playing_speed == b.playing_speed;
@@ -135,12 +135,12 @@ bool SameBreaks(const simple_vector<ALBUMTRACK>& a, const simple_vector<ALBUMTRA
 
 // One action that can be undone. False, with the reason as last error, when the recordings cannot take the album's new
 // name.
-bool TakeSheet(AlbumInfo& album, std::unique_ptr<AlbumInfo> details, simple_vector<ALBUMTRACK> tracks) {
+bool TakeSheet(AlbumInfo& album, const AlbumDetails& details, simple_vector<ALBUMTRACK> tracks) {
     const std::string description = FormatMsg(Msg::ImportTrackListing);
     auto undo = std::make_unique<UndoGroup>(description);
-    if (!SameDetails(album, *details)) {
-        std::unique_ptr<AlbumInfo> before = CopyDetails(album);
-        if (!ChangeDetails(album, *details)) return false;
+    if (!SameDetails(album, details)) {
+        AlbumDetails before = album.Details();
+        if (!ChangeDetails(album, details)) return false;
         undo->Add(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
     }
     if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);

@@ -22,18 +22,18 @@ struct CueKey {
 };
 
 // In the order of a sheet. The first stands before the year.
-inline constexpr CueKey<AlbumInfo> kCueAlbumKeys[] = {
-    {"GENRE", &AlbumInfo::genre, CueKeyForm::Rem},
-    {"TITLE", &AlbumInfo::title, CueKeyForm::Statement},
-    {"PERFORMER", &AlbumInfo::artist, CueKeyForm::Statement},
-    {"SONGWRITER", &AlbumInfo::composer, CueKeyForm::Statement},
-    {"ARTWORK", &AlbumInfo::art_file, CueKeyForm::Rem},
-    {"ALBUM_NOTES", &AlbumInfo::notes, CueKeyForm::RemLines},
-    {"ARTIST_ALIAS", &AlbumInfo::alias, CueKeyForm::Rem},
-    {"ORV_COMMENT", &AlbumInfo::comment, CueKeyForm::RemLines},
-    {"CONDUCTOR", &AlbumInfo::conductor, CueKeyForm::Rem},
-    {"GROUPING", &AlbumInfo::grouping, CueKeyForm::Rem},
-    {"LABEL", &AlbumInfo::label, CueKeyForm::Rem},
+inline constexpr CueKey<AlbumDetails> kCueAlbumKeys[] = {
+    {"GENRE", &AlbumDetails::genre, CueKeyForm::Rem},
+    {"TITLE", &AlbumDetails::title, CueKeyForm::Statement},
+    {"PERFORMER", &AlbumDetails::artist, CueKeyForm::Statement},
+    {"SONGWRITER", &AlbumDetails::composer, CueKeyForm::Statement},
+    {"ARTWORK", &AlbumDetails::art_file, CueKeyForm::Rem},
+    {"ALBUM_NOTES", &AlbumDetails::notes, CueKeyForm::RemLines},
+    {"ARTIST_ALIAS", &AlbumDetails::alias, CueKeyForm::Rem},
+    {"ORV_COMMENT", &AlbumDetails::comment, CueKeyForm::RemLines},
+    {"CONDUCTOR", &AlbumDetails::conductor, CueKeyForm::Rem},
+    {"GROUPING", &AlbumDetails::grouping, CueKeyForm::Rem},
+    {"LABEL", &AlbumDetails::label, CueKeyForm::Rem},
 };
 inline constexpr CueKey<ALBUMTRACK> kCueTrackKeys[] = {
     {"TITLE", &ALBUMTRACK::title, CueKeyForm::Statement},

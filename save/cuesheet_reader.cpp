@@ -196,7 +196,7 @@ private:
 
     void TakeText(std::string_view name, CueKeyForm form, const std::string& value) {
         if (sheet.tracks.empty()) {
-            TakeText<AlbumInfo>(kCueAlbumKeys, name, form, value, sheet.details);
+            TakeText<AlbumDetails>(kCueAlbumKeys, name, form, value, sheet.details);
             return;
         }
         // Other programs give every track its performer; ours do where it is not the album's.
@@ -273,8 +273,8 @@ bool ParseCueSheet(TextFileReader& reader, const std::string& folder, CueSheet& 
     return CueSheetParser(folder, sheet, problem).Parse(reader);
 }
 
-void TakeCueTexts(const AlbumInfo& said, AlbumInfo& album) {
-    TakeTexts<AlbumInfo>(kCueAlbumKeys, said, album);
+void TakeCueTexts(const AlbumDetails& said, AlbumDetails& album) {
+    TakeTexts<AlbumDetails>(kCueAlbumKeys, said, album);
 }
 
 void TakeCueTexts(const ALBUMTRACK& said, ALBUMTRACK& track) {

@@ -23,7 +23,7 @@ struct CueSheet {
         int64_t end = -1;    // ticks on the album's time line; -1: not said
         int line = 0;        // of its INDEX
     };
-    AlbumInfo details;  // an empty text or 0 was not said
+    AlbumDetails details;  // an empty text or 0 was not said
     std::vector<File> files;
     std::vector<Track> tracks;
 };
@@ -46,7 +46,7 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files,
                     CueProblem& problem);
 
 // Takes over the texts that were said and differ in more than the quotes that a sheet cannot hold.
-void TakeCueTexts(const AlbumInfo& said, AlbumInfo& album);
+void TakeCueTexts(const AlbumDetails& said, AlbumDetails& album);
 void TakeCueTexts(const ALBUMTRACK& said, ALBUMTRACK& track);
 
 }  // namespace Orvane

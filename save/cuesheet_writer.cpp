@@ -32,11 +32,11 @@ public:
         : album(album), files(files), options(options) {}
 
     std::string Write() {
-        const std::span<const CueKey<AlbumInfo>> keys(kCueAlbumKeys);
+        const std::span<const CueKey<AlbumDetails>> keys(kCueAlbumKeys);
         text = std::string(kCueSignature) + "\n";
-        WriteTexts<AlbumInfo>(keys.first(1), album, "");
+        WriteTexts<AlbumDetails>(keys.first(1), album, "");
         if (album.year) text += fmt::sprintf("REM DATE \"%d\"\n", album.year);
-        WriteTexts<AlbumInfo>(keys.subspan(1), album, "");
+        WriteTexts<AlbumDetails>(keys.subspan(1), album, "");
         text += fmt::sprintf("REM PLAYING_SPEED \"%d\"\n", album.playing_speed);
         for (int i = 0; i < album.tracks.size(); ++i) WriteTrack(i);
         return std::move(text);

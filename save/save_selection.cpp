@@ -39,9 +39,9 @@ private:
         int32_t samplerate, bit_depth;
         options.Resolve(options.file_format, samplerate, bit_depth);
         if (!samplerate) samplerate = entry->SampleRate();
-        if (!bit_depth) bit_depth = entry->bits;
-        writer->AdjustFormat(samplerate, bit_depth, entry->channels);
-        if (writer->SetSBC(samplerate, bit_depth, entry->channels) < 0) return SAVE_FAILED;
+        if (!bit_depth) bit_depth = entry->facts.bits;
+        writer->AdjustFormat(samplerate, bit_depth, entry->facts.channels);
+        if (writer->SetSBC(samplerate, bit_depth, entry->facts.channels) < 0) return SAVE_FAILED;
         if (int error = CreateFolders(FolderOf(filename))) {
             FailCreateFolder(FolderOf(filename), error);
             return SAVE_FAILED;

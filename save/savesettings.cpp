@@ -18,7 +18,8 @@ namespace {
 int32_t Channels(const AlbumInfo& album) {
     if (album.channel_mode & CHANNELS_MONO) return 1;
     std::vector<FileHistoryEntry*> recordings = album.Recordings();
-    bool mono = std::all_of(recordings.begin(), recordings.end(), [](auto* entry) { return entry->channels == 1; });
+    bool mono =
+        std::all_of(recordings.begin(), recordings.end(), [](auto* entry) { return entry->facts.channels == 1; });
     return !recordings.empty() && mono ? 1 : 2;
 }
 
@@ -67,7 +68,7 @@ TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, c
         format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
     if (!format.bit_depth) {
         for (const FileHistoryEntry* entry : recordings)
-            format.bit_depth = std::max<int32_t>(format.bit_depth, entry->bits);
+            format.bit_depth = std::max<int32_t>(format.bit_depth, entry->facts.bits);
     }
     writer.AdjustFormat(format.samplerate, format.bit_depth, format.n_channels);
     return format;

@@ -46,7 +46,7 @@ Stretch HeardStretch(const ALBUMTRACK& track, const RecordingPlace& place) {
     const int64_t first = to_samples(entry.SampleRate(), std::max<int64_t>(0, track.FadeStart() - place.start));
     const int64_t last = to_samples(entry.SampleRate(), track.FadeEnd() - place.start);
     Stretch heard{first, last};
-    for (const CutAndSpliceCorrection& cut : entry.cuts) {
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) {
         const int64_t half = cut.splice_length / 2;
         if (cut.start_time + half <= first) heard.start += cut.Length();
         if (cut.start_time - half < last) heard.end += cut.Length();
@@ -75,8 +75,8 @@ std::string FilterText(FilterSetting filter, const FileHistoryEntry& entry) {
         line.Int(FiltersHarmonics(filter.values));
     }
     if (UsesOwnNoise(filter)) {
-        line.Int(entry.view_position[0]);
-        line.Int(entry.view_position[1]);
+        line.Int(entry.decided.noise_stretch.start);
+        line.Int(entry.decided.noise_stretch.end);
     } else if (filter.values.hiss_mode == FILTER_ON) {
         line.Text(FileText(filter.extra));
     }
@@ -96,8 +96,8 @@ std::string CurveText(FFTEq curve) {
 // The repairs that are heard in the track, and those in the noise that the hiss filter measures.
 std::string RepairsText(const FileHistoryEntry& entry, const Stretch& heard) {
     bool own_noise = false;
-    for (const FilterSetting& filter : entry.filters) own_noise = own_noise || UsesOwnNoise(filter);
-    const Stretch noise{entry.view_position[0], entry.view_position[1]};
+    for (const FilterSetting& filter : entry.decided.filters) own_noise = own_noise || UsesOwnNoise(filter);
+    const Stretch noise{entry.decided.noise_stretch.start, entry.decided.noise_stretch.end};
     std::string bytes;
     for (const ClickRepairList& list : entry.click_repairs) {
         bytes += "channel\n";
@@ -114,13 +114,13 @@ std::string CorrectionsText(const ALBUMTRACK& track, const RecordingPlace& place
     const FileHistoryEntry& entry = *place.entry;
     const Stretch heard = HeardStretch(track, place);
     std::string text;
-    for (const CutAndSpliceCorrection& cut : entry.cuts) {
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) {
         LineBuilder line;
         WriteCut(line, cut);
         if (cut.absolute_start_time < heard.end) text += line.text + "\n";
     }
-    for (const FilterSetting& filter : entry.filters) text += FilterText(filter, entry);
-    for (const FFTEq& curve : entry.fft_eqs) text += CurveText(curve);
+    for (const FilterSetting& filter : entry.decided.filters) text += FilterText(filter, entry);
+    for (const FFTEq& curve : entry.decided.fft_eqs) text += CurveText(curve);
     return text + RepairsText(entry, heard);
 }
 
@@ -141,7 +141,7 @@ std::string TrackFileSignature(const AlbumInfo& album, int track, const std::vec
         more += FileText(place.entry->GetPath());
         if (settings.options.save_corrections) more += CorrectionsText(t, place);
     }
-    const FileTime recorded = places.empty() ? 0 : places.front().entry->file_time;
+    const FileTime recorded = places.empty() ? 0 : places.front().entry->facts.file_time;
     std::string text =
         fmt::sprintf("%d/%d/%d/%d/%d/%d/%s", recorded, t.start, t.end, t.filter_flags, t.fade_in, t.fade_out, more);
     if (const RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options)) {

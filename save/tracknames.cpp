@@ -38,8 +38,8 @@ std::string RecordedText(const AlbumInfo& album, int track, const char* format) 
     int side = SideOfTrack(album, track);
     const FileHistoryEntry* entry =
         side < album.sides.size() && album.sides[side] ? album.sides[side]->newest : nullptr;
-    if (!entry || !entry->file_time) return {};
-    std::time_t seconds = (entry->file_time - kFileTimeUnixEpoch) / kFileTimeSecond;
+    if (!entry || !entry->facts.file_time) return {};
+    std::time_t seconds = (entry->facts.file_time - kFileTimeUnixEpoch) / kFileTimeSecond;
     std::tm local{};
     localtime_r(&seconds, &local);
     std::array<char, 32> text{};
@@ -112,7 +112,7 @@ int SideOfTrack(const AlbumInfo& album, int track) {
         const FileHistoryEntry* entry = album.sides[i] ? album.sides[i]->newest : nullptr;
         if (!entry) continue;
         last = i;
-        end_of_side += to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->cuts.TotalLength());
+        end_of_side += to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->decided.cuts.TotalLength());
         if (album.tracks[track].start < end_of_side) return i;
     }
     return last;

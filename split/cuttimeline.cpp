@@ -25,7 +25,7 @@ CutTimeline::CutTimeline(std::span<FileHistoryEntry* const> entries, const Wavef
         Recording recording{entries[i], overview.samplerate, file_time, 0, track_time, 0};
         recording.file_end = file_time += to_ticks(recording.samplerate, n_samples);
         recording.track_end = track_time +=
-            to_ticks(recording.samplerate, std::max<int64_t>(0, n_samples - entries[i]->cuts.TotalLength()));
+            to_ticks(recording.samplerate, std::max<int64_t>(0, n_samples - entries[i]->decided.cuts.TotalLength()));
         recordings.push_back(recording);
     }
 }
@@ -51,7 +51,7 @@ const CutTimeline::Recording* CutTimeline::After(const Recording& recording) con
 int64_t CutTimeline::ToFileTime(int64_t track_time) const {
     const Recording& r = AtTrackTime(track_time);
     const int64_t frames = to_samples(r.samplerate, track_time - r.track_start);
-    return r.file_start + TicksFrom(r.samplerate, r.entry->cuts.ToAbsolute(frames));
+    return r.file_start + TicksFrom(r.samplerate, r.entry->decided.cuts.ToAbsolute(frames));
 }
 
 int64_t CutTimeline::ToTrackTime(int64_t file_time, int64_t* cut_end) const {
@@ -59,13 +59,13 @@ int64_t CutTimeline::ToTrackTime(int64_t file_time, int64_t* cut_end) const {
     const int64_t frames = to_samples(r.samplerate, file_time - r.file_start);
     if (cut_end) {
         *cut_end = -1;
-        for (const CutAndSpliceCorrection& cut : r.entry->cuts) {
+        for (const CutAndSpliceCorrection& cut : r.entry->decided.cuts) {
             if (frames >= cut.absolute_start_time && frames < cut.absolute_end_time) {
                 *cut_end = r.file_start + TicksFrom(r.samplerate, cut.absolute_end_time);
             }
         }
     }
-    return r.track_start + to_ticks(r.samplerate, r.entry->cuts.ToEdited(frames));
+    return r.track_start + to_ticks(r.samplerate, r.entry->decided.cuts.ToEdited(frames));
 }
 
 }  // namespace Orvane

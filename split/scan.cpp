@@ -53,7 +53,7 @@ int64_t TrackScanner::SkipToMusic(int64_t from) const {
     const CutTimeline::Recording& recording = timeline.AtFileTime(from);
     if (from == recording.file_start) return from + settings.music_indent;
     int64_t side_end = recording.file_end;
-    for (int64_t side_break : recording.entry->side_breaks) {
+    for (int64_t side_break : recording.entry->decided.side_breaks) {
         const int64_t place = recording.file_start + to_ticks(recording.samplerate, side_break);
         if (place <= from) continue;
         side_end = place;

@@ -11,17 +11,17 @@ Outcome FixSideBreaks::CheckAny() const {
 }
 
 void FixSideBreaks::MoveRight() {
-    for (int64_t& side_break : recording.side_breaks) side_break = std::min(side_break, INT64_MAX / 2) * 2;
+    for (int64_t& side_break : recording.decided.side_breaks) side_break = std::min(side_break, INT64_MAX / 2) * 2;
     MarkDirty();
 }
 
 void FixSideBreaks::MoveLeft() {
-    for (int64_t& side_break : recording.side_breaks) side_break /= 2;
+    for (int64_t& side_break : recording.decided.side_breaks) side_break /= 2;
     MarkDirty();
 }
 
 void FixSideBreaks::Cancel() {
-    recording.side_breaks = before;
+    recording.decided.side_breaks = before;
     MarkDirty();
 }
 

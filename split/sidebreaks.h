@@ -10,7 +10,7 @@ namespace Orvane {
 // Main thread; the recording outlives it. Every change marks the collection as changed.
 class FixSideBreaks {
 public:
-    explicit FixSideBreaks(FileHistoryEntry& recording) : recording(recording), before(recording.side_breaks) {}
+    explicit FixSideBreaks(FileHistoryEntry& recording) : recording(recording), before(recording.decided.side_breaks) {}
 
     // Refused when the recording has no side breaks.
     Foundation::Outcome CheckAny() const;

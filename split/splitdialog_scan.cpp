@@ -11,8 +11,8 @@ namespace Orvane {
 BreakScanResult SplitDialog::ScanForTrackBreaks(int flags, const WaveformOverview& overview, ScanHost& host) {
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
     if (recordings.empty()) return {};
-    const bool generating =
-        std::any_of(recordings.begin(), recordings.end(), [](const auto* entry) { return entry->generating.load(); });
+    const bool generating = std::any_of(recordings.begin(), recordings.end(),
+                                        [](const auto* entry) { return entry->waveform.generating.load(); });
     if (generating || overview.total_bytes == 0) {
         return {Outcome::Fail(Kind::Refused, Msg::ScanNeedsWaveform), 0, {}};
     }

@@ -66,7 +66,7 @@ private:
         SetThreadPriority(ThreadPriority::Lowest);
         outcome = Generate();
         copy->Close(USER_WAVEFORM);
-        entry->generating = false;
+        entry->waveform.generating = false;
         ended = true;
         GetMainLoop().Post(HandleEnded);
         return 0;
@@ -100,8 +100,8 @@ private:
 
     void Report(int64_t position, int64_t total) {
         const auto percent = total > 0 ? static_cast<int32_t>((position * 100 + total / 2) / total) : 100;
-        if (percent <= entry->progress) return;
-        entry->progress = percent;
+        if (percent <= entry->waveform.progress) return;
+        entry->waveform.progress = percent;
         PostProgress(entry);
     }
 
@@ -174,7 +174,7 @@ Outcome StartGeneration(FileHistoryEntry& entry) {
         return opened;
     }
     event::Fire(EVENT_WAVEFORM_STARTING, event::Arg(&entry));
-    entry.generating = true;
+    entry.waveform.generating = true;
     auto& running = Jobs().running;
     running.push_back(std::make_unique<GenerateWaveformDataThread>(RefPtr<FileHistoryEntry>(&entry), std::move(copy),
                                                                    std::move(writer)));
@@ -216,7 +216,7 @@ void HandleEnded() {
         const std::unique_ptr<GenerateWaveformDataThread> job = std::move(*found);
         running.erase(found);
         job->Wait();
-        job->entry->waveform_ready = true;
+        job->entry->waveform.ready = true;
         StartNext();
         TellEnd(*job->entry, job->HowItEnded());
     }
@@ -263,9 +263,9 @@ Result<FilePtr> OpenWaveformFile(FileHistoryEntry& entry, std::string_view exten
 }
 
 Outcome RequestWaveformData(FileHistoryEntry& entry) {
-    if (entry.generating || (jobs && jobs->IsQueued(entry))) return {};
-    entry.progress = 0;
-    entry.waveform_ready = false;
+    if (entry.waveform.generating || (jobs && jobs->IsQueued(entry))) return {};
+    entry.waveform.progress = 0;
+    entry.waveform.ready = false;
     if (jobs && (static_cast<int>(jobs->running.size()) >= MaxThreads() || jobs->WouldMeet(entry))) {
         jobs->queue.push_back(RefPtr<FileHistoryEntry>(&entry));
         return {};

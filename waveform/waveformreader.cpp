@@ -160,7 +160,7 @@ Outcome WaveformReader::Read(const WaveformView& view, WaveformPicture& picture)
 void WaveformReader::TakeCuts(const WaveformView& view, WaveformPicture& picture) {
     cuts.clear();
     const Locked lists(ListChangeLock());
-    for (const CutAndSpliceCorrection& cut : entry.cuts) {
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) {
         cuts.push_back({cut.start_time, cut.absolute_start_time, cut.Length()});
         const bool removed = view.cuts == WaveformCuts::Removed;
         const double left = view.XOf(static_cast<double>(removed ? cut.start_time : cut.absolute_start_time));
@@ -174,7 +174,7 @@ Outcome WaveformReader::OpenLevel(Level& level) {
     const bool fresh = IsWaveformFileFresh(path, level.extension);
     if (fresh && level.file && level.n_records == INT64_MAX) return {};
     level.file.reset();
-    if (!fresh && !entry.generating) return {};
+    if (!fresh && !entry.waveform.generating) return {};
     const std::string final_name = FileHistoryEntry::WaveformPathFor(path, level.extension);
     int error = 0;
     level.file.reset(OpenFile(fresh ? final_name : TemporaryName(final_name), "rb", error));

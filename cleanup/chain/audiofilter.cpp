@@ -143,11 +143,11 @@ struct PCMStack::PCMStackData {
 
     // True if the samples reach the top as the source makes them, cuts aside.
     bool PassesSourceThrough(uint32_t flags) const {
-        const bool filters = !(flags & PCM_NO_FILTERS) && !entry->filters.empty();
-        const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->fft_eqs.empty();
+        const bool filters = !(flags & PCM_NO_FILTERS) && !entry->decided.filters.empty();
+        const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->decided.fft_eqs.empty();
         if (filters || curves) return false;
         if (flags & PCM_NO_CLICK_REPAIR) return true;
-        return entry->LoadCorrections(true) == 0 && entry->click_repairs[0].empty() && entry->click_repairs[1].empty();
+        return entry->LoadCorrections(true) == 0 && entry->click_repairs.IsEmpty();
     }
 
     // Hum and rumble, hiss and curves, equaliser: between the two adaptors.

@@ -15,7 +15,7 @@ bool PCMClickRepair::Watches(const void* list) const {
 }
 
 void PCMClickRepair::Load() {
-    if (load_failed || (entry->flags & FHE_CORRECTIONS_LOADED)) return;
+    if (load_failed || entry->corrections_file.loaded) return;
     load_failed = entry->LoadCorrections(true) < 0;
     list_changed = true;
 }

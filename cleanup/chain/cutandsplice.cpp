@@ -19,7 +19,7 @@ void PCMCutAndSplice::Locate(int64_t offset) {
     fade_left = 0;
     cross_fade_eof = false;
     int64_t fade_end = 0;
-    for (const CutAndSpliceCorrection& cut : entry->cuts) {
+    for (const CutAndSpliceCorrection& cut : entry->decided.cuts) {
         int64_t fade_start = std::max(cut.start_time - cut.splice_length / 2, fade_end);
         fade_end = fade_start + cut.splice_length;
         if (fade_end > offset) {
@@ -111,13 +111,13 @@ int64_t PCMCutAndSplice::GetTotalSamples(uint32_t flags) {
     int64_t total = source->GetTotalSamples(flags);
     if (flags & PCM_NO_CUTS) return total;
     Locked guard(stack_lock);
-    return std::max<int64_t>(0, total - entry->cuts.TotalLength());
+    return std::max<int64_t>(0, total - entry->decided.cuts.TotalLength());
 }
 
 bool PCMCutAndSplice::AltersAudio(int64_t position, int64_t n_samples, uint32_t flags) {
     if (flags & PCM_NO_CUTS) return false;
     Locked guard(stack_lock);
-    const CutAndSpliceCorrection* first = entry->cuts.First();
+    const CutAndSpliceCorrection* first = entry->decided.cuts.First();
     return first && first->start_time - first->splice_length / 2 <= position + n_samples;
 }
 

@@ -20,7 +20,7 @@ public:
     bool AltersAudio(int64_t position, int64_t n_samples, uint32_t flags) override;
 
 private:
-    bool Watches(const void* list) const override { return list == &entry->cuts; }
+    bool Watches(const void* list) const override { return list == &entry->decided.cuts; }
     void ListChanged() override { recompute = true; }
 
     void Locate(int64_t offset);

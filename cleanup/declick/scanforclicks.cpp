@@ -305,7 +305,7 @@ private:
 
 // Clicks repaired by earlier scans that are still in force, whether all of them were to be kept or not.
 int32_t EarlierClicks(const FileHistoryEntry& entry, uint8_t options) {
-    if (options & SCAN_KEEP_PREVIOUS) return entry.click_scan.total_clicks;
+    if (options & SCAN_KEEP_PREVIOUS) return entry.decided.click_scan.total_clicks;
     int32_t n = 0;
     for (const ClickRepairList& list : entry.click_repairs) {
         for (const ClickRepair& e : list) n += e.repair_type == REPAIR_SCANNER;
@@ -328,7 +328,7 @@ bool ConfirmScan(const ScanSettings& settings) {
 }
 
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings) {
-    return entry.click_scan.sensitivity >= 0 && entry.click_scan.SameScan(settings);
+    return entry.decided.click_scan.sensitivity >= 0 && entry.decided.click_scan.SameScan(settings);
 }
 
 ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats) {
@@ -361,7 +361,6 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
         }
         WorkerThread::LaunchAll(running);
         stats = job.stats;
-        entry->flags |= FHE_CORRECTIONS_CHANGED;
         MarkDirty();
         if (job.error < 0) {
             threads.front()->ReportError();
@@ -372,8 +371,8 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
         if (outcome != ScanOutcome::Done && !job.merged) {
             dropped.PutBack();
         } else {
-            entry->click_scan = outcome == ScanOutcome::Done ? settings : ScanSettings();
-            entry->click_scan.total_clicks = earlier + stats.repaired;
+            entry->decided.click_scan = outcome == ScanOutcome::Done ? settings : ScanSettings();
+            entry->decided.click_scan.total_clicks = earlier + stats.repaired;
         }
         if (job.line_open) Progress::Log("\n");
         if (outcome == ScanOutcome::Done) LogResult(*entry, stats);

@@ -11,11 +11,6 @@ namespace {
 
 int n_bars = 0;
 
-void MarkEdited(FileHistoryEntry& entry) {
-    entry.flags |= FHE_CORRECTIONS_CHANGED;
-    MarkDirty();
-}
-
 }  // namespace
 
 EditAccess::EditAccess(FileHistoryEntry& entry) : entry(entry), opened(!entry.shared_stack) {
@@ -51,15 +46,19 @@ RepairsChange::RepairsChange(FileHistoryEntry& entry, int channels) : entry(entr
 RepairsChange::~RepairsChange() {
     if (left) entry.click_repairs[0].dirty = true;
     if (right) entry.click_repairs[1].dirty = true;
-    MarkEdited(entry);
+    MarkDirty();
 }
 
 TimelineChange::TimelineChange(FileHistoryEntry& entry)
-    : entry(entry), cuts(&entry.cuts), filters(&entry.filters), curves(&entry.fft_eqs), markers(&entry.markers) {}
+    : entry(entry),
+      cuts(&entry.decided.cuts),
+      filters(&entry.decided.filters),
+      curves(&entry.decided.fft_eqs),
+      markers(&entry.decided.markers) {}
 
 TimelineChange::~TimelineChange() {
-    entry.RecomputeTimes();
-    MarkEdited(entry);
+    entry.decided.RecomputeTimes();
+    MarkDirty();
 }
 
 }  // namespace Orvane

@@ -41,7 +41,7 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t posit
     const int64_t side_start = StartOnTimeLine(entry);
     const int32_t rate = entry.SampleRate();
     const int64_t from = side_start + to_ticks(rate, position);
-    const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.cuts.TotalLength() + shift);
+    const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.decided.cuts.TotalLength() + shift);
     const int64_t by = to_ticks(rate, length) - to_ticks(rate, access.EditedLength());
     const auto move = [&](ALBUMTRACK& track) {
         track.start = Moved(track.start, from, by);
@@ -82,10 +82,10 @@ bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_len
     }
     // More goes than was selected: the splice, and what lies between the new cut and others near to it.
     CutList after;
-    for (const CutAndSpliceCorrection& cut : entry.cuts) after.Append(new CutAndSpliceCorrection(cut));
+    for (const CutAndSpliceCorrection& cut : entry.decided.cuts) after.Append(new CutAndSpliceCorrection(cut));
     after.Add(start, end, splice_length, entry.SampleRate());
-    const int64_t shift = entry.cuts.TotalLength() - after.TotalLength();
-    return ChangeCuts<UndoCut>(entry, access, start, shift, description, [&] { entry.cuts.Swap(after); });
+    const int64_t shift = entry.decided.cuts.TotalLength() - after.TotalLength();
+    return ChangeCuts<UndoCut>(entry, access, start, shift, description, [&] { entry.decided.cuts.Swap(after); });
 }
 
 }  // namespace
@@ -102,7 +102,7 @@ bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
     const EditAccess access(entry);
     if (!access) return false;
     return ChangeCuts<UndoDeleteCut>(entry, access, cut.start_time, cut.Length(), Msg::DeleteCut,
-                                     [&] { entry.cuts.Take(&cut); });
+                                     [&] { entry.decided.cuts.Take(&cut); });
 }
 
 }  // namespace Orvane

@@ -58,12 +58,12 @@ UndoPatch::UndoPatch(const FileHistoryEntry& entry, int channels, int64_t start,
     : UndoRepairs(entry, RepairStretch(entry, channels, start, end), FormatMsg(Msg::PatchSelection)) {}
 
 UndoCuts::UndoCuts(const FileHistoryEntry& entry, std::string description)
-    : UndoCorrections(entry, std::move(description)), cuts(Copies(entry.cuts)) {}
+    : UndoCorrections(entry, std::move(description)), cuts(Copies(entry.decided.cuts)) {}
 
 std::unique_ptr<UndoEntry> UndoCuts::Exchange(FileHistoryEntry& entry) {
     auto opposite = std::make_unique<UndoCuts>(entry, description);
     const TimelineChange change(entry);
-    Replace(entry.cuts, cuts);
+    Replace(entry.decided.cuts, cuts);
     return opposite;
 }
 
@@ -79,11 +79,11 @@ struct UndoUpdateCorrections::Lists {
 UndoUpdateCorrections::UndoUpdateCorrections(const FileHistoryEntry& entry, std::string description)
     : UndoCorrections(entry, std::move(description)), lists(std::make_unique<Lists>()) {
     for (int channel : {0, 1}) CopyTo(entry.click_repairs[channel], lists->repairs[channel]);
-    CopyTo(entry.cuts, lists->cuts);
-    CopyTo(entry.markers, lists->markers);
-    CopyTo(entry.filters, lists->filters);
-    CopyTo(entry.fft_eqs, lists->curves);
-    lists->scan = entry.click_scan;
+    CopyTo(entry.decided.cuts, lists->cuts);
+    CopyTo(entry.decided.markers, lists->markers);
+    CopyTo(entry.decided.filters, lists->filters);
+    CopyTo(entry.decided.fft_eqs, lists->curves);
+    lists->scan = entry.decided.click_scan;
     size = RepairStretch(entry, CHANNELS_BOTH, 0, INT64_MAX).Bytes();
 }
 
@@ -94,22 +94,22 @@ std::unique_ptr<UndoEntry> UndoUpdateCorrections::Exchange(FileHistoryEntry& ent
     const RepairsChange repairs_change(entry, CHANNELS_BOTH);
     const TimelineChange timeline_change(entry);
     for (int channel : {0, 1}) entry.click_repairs[channel].Swap(lists->repairs[channel]);
-    entry.cuts.Swap(lists->cuts);
-    entry.markers.Swap(lists->markers);
-    entry.filters.Swap(lists->filters);
-    entry.fft_eqs.Swap(lists->curves);
-    entry.click_scan = lists->scan;
+    entry.decided.cuts.Swap(lists->cuts);
+    entry.decided.markers.Swap(lists->markers);
+    entry.decided.filters.Swap(lists->filters);
+    entry.decided.fft_eqs.Swap(lists->curves);
+    entry.decided.click_scan = lists->scan;
     return opposite;
 }
 
 template <>
 LinkedList<FilterSetting>& SettingsOf(FileHistoryEntry& entry) {
-    return entry.filters;
+    return entry.decided.filters;
 }
 
 template <>
 LinkedList<FFTEq>& SettingsOf(FileHistoryEntry& entry) {
-    return entry.fft_eqs;
+    return entry.decided.fft_eqs;
 }
 
 template <class T>
@@ -172,7 +172,7 @@ std::unique_ptr<UndoEntry> UndoSettings<T>::Exchange(FileHistoryEntry& entry) {
 }
 
 UndoNoiseSample::UndoNoiseSample(const FileHistoryEntry& entry, std::string description)
-    : UndoCorrections(entry, std::move(description)), stretch{entry.view_position[0], entry.view_position[1]} {}
+    : UndoCorrections(entry, std::move(description)), stretch(entry.decided.noise_stretch) {}
 
 std::unique_ptr<UndoEntry> UndoNoiseSample::Exchange(FileHistoryEntry& entry) {
     auto opposite = std::make_unique<UndoNoiseSample>(entry, description);
@@ -181,8 +181,8 @@ std::unique_ptr<UndoEntry> UndoNoiseSample::Exchange(FileHistoryEntry& entry) {
     return opposite;
 }
 
-void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch) {
-    std::copy(stretch.begin(), stretch.end(), entry.view_position);
+void SetNoiseSample(FileHistoryEntry& entry, const FrameRange& stretch) {
+    entry.decided.noise_stretch = stretch;
 }
 
 template FilterSetting* SettingAt(LinkedList<FilterSetting>&, int);

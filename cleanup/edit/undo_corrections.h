@@ -4,7 +4,6 @@
 // happens inside the bracket of the lists concerned, so that readers see one version or the other.
 #pragma once
 
-#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -157,7 +156,7 @@ public:
 private:
     std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
 
-    std::array<int64_t, 2> stretch;
+    FrameRange stretch;
 };
 
 using UndoUpdateFSL = UndoSetting<FilterSetting>;
@@ -171,7 +170,7 @@ void Reorder(Foundation::LinkedList<T>& list, const std::vector<int>& order);
 
 // Start and end of the noise sample, frames in the file. Inside the bracket of the filter list, which readers of the
 // noise sample watch.
-void SetNoiseSample(FileHistoryEntry& entry, const std::array<int64_t, 2>& stretch);
+void SetNoiseSample(FileHistoryEntry& entry, const FrameRange& stretch);
 
 template <class T>
 T* SettingAt(Foundation::LinkedList<T>& list, int index);

@@ -40,7 +40,9 @@ protected:
     FileHistoryEntry* const entry;
 
 private:
-    bool Watches(const void* list) const override { return list == &entry->filters || list == &entry->cuts; }
+    bool Watches(const void* list) const override {
+        return list == &entry->decided.filters || list == &entry->decided.cuts;
+    }
     void ListChanged() override;
     const SettingsAt& SettingsFor(int64_t position, uint32_t flags);
     bool ActiveAt(int64_t position, uint32_t flags);

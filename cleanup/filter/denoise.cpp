@@ -34,7 +34,7 @@ Denoise::Denoise(PCMFilter* input_filter, FileHistoryEntry* recording, CriticalS
       frame_filter(FFTBlockSize(rate)) {}
 
 bool Denoise::Watches(const void* list) const {
-    return list == &entry->filters || list == &entry->fft_eqs || list == &entry->cuts ||
+    return list == &entry->decided.filters || list == &entry->decided.fft_eqs || list == &entry->decided.cuts ||
            list == &entry->click_repairs[0] || list == &entry->click_repairs[1];
 }
 
@@ -45,11 +45,12 @@ void Denoise::ListChanged() {
 }
 
 const SettingsAt& Denoise::SettingsFor(int64_t position, uint32_t flags) {
-    return settings_memo.At(position, flags, [&](int64_t at) { return GetSettingsAt(entry->filters, at, flags); });
+    return settings_memo.At(position, flags,
+                            [&](int64_t at) { return GetSettingsAt(entry->decided.filters, at, flags); });
 }
 
 const CurvesAt& Denoise::CurvesFor(int64_t position, uint32_t flags) {
-    return curves_memo.At(position, flags, [&](int64_t at) { return GetCurvesAt(entry->fft_eqs, at, flags); });
+    return curves_memo.At(position, flags, [&](int64_t at) { return GetCurvesAt(entry->decided.fft_eqs, at, flags); });
 }
 
 Denoise::Wanted Denoise::WantedAt(int64_t position, uint32_t flags) {

@@ -37,7 +37,7 @@ Equaliser::Equaliser(PCMFilter* input, FileHistoryEntry* entry, CriticalSection&
     : BiQuadEngine(input, entry, lock, rate, PCM_NO_FILTERS | PCM_RAW_DOP | PCM_NO_EQUALISER, 0) {}
 
 bool Equaliser::IsActive(const FilterValues& values, uint32_t flags) const {
-    if ((flags & PCM_NORMALISE) && entry->normalise_gain != 0) return true;
+    if ((flags & PCM_NORMALISE) && entry->decided.normalise_gain != 0) return true;
     if (values.eq_mode != FILTER_ON) return false;
     if ((values.preamp_left != 0 || values.preamp_right != 0) && !(flags & PCM_NO_PREAMP)) return true;
     for (const int32_t steps : values.bands) {
@@ -53,8 +53,8 @@ FilterChain Equaliser::BuildChain(const FilterValues& values) const {
 void Equaliser::Finish(const FilterValues& values, std::span<float> left, std::span<float> right,
                        uint32_t flags) const {
     if (flags & PCM_NORMALISE) {
-        Amplify(left, entry->normalise_gain);
-        Amplify(right, entry->normalise_gain);
+        Amplify(left, entry->decided.normalise_gain);
+        Amplify(right, entry->decided.normalise_gain);
         return;
     }
     if (values.eq_mode != FILTER_ON || (flags & PCM_NO_PREAMP)) return;

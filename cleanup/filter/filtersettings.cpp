@@ -75,8 +75,9 @@ double CurvesAt::Level() const {
 }
 
 bool LacksNoiseSample(const FileHistoryEntry& entry) {
-    if (entry.view_position[1] - entry.view_position[0] >= FFTBlockSize(entry.SampleRate())) return false;
-    for (const FilterSetting& setting : entry.filters) {
+    if (entry.decided.noise_stretch.end - entry.decided.noise_stretch.start >= FFTBlockSize(entry.SampleRate()))
+        return false;
+    for (const FilterSetting& setting : entry.decided.filters) {
         if (setting.values.hiss_mode == FILTER_ON && setting.extra.empty()) return true;
     }
     return false;

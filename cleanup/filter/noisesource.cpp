@@ -46,7 +46,7 @@ private:
     uint64_t sum = 0xCBF29CE484222325u;
 };
 
-uint64_t HashOfRepairs(const ClickRepairList (&lists)[2], int64_t from, int64_t to) {
+uint64_t HashOfRepairs(const ClickRepairs& lists, int64_t from, int64_t to) {
     Hash hash;
     for (const ClickRepairList& list : lists) {
         hash.Add(-1);
@@ -70,11 +70,11 @@ NoiseSource FindNoiseSource(const FileHistoryEntry& entry, const SettingsAt& set
         if (GetFileInfo(source.file, info) == 0) source.file_size = info.size, source.file_time = info.time;
         return source;
     }
-    source.start = entry.view_position[0];
-    source.end = entry.view_position[1];
+    source.start = entry.decided.noise_stretch.start;
+    source.end = entry.decided.noise_stretch.end;
     // The filters run over a block before the first frame that is measured.
     const int64_t from = std::max<int64_t>(0, source.start - FFTBlockSize(entry.SampleRate()));
-    source.hum_and_rumble = HumAndRumble(entry.filters, from, source.end);
+    source.hum_and_rumble = HumAndRumble(entry.decided.filters, from, source.end);
     source.repairs = HashOfRepairs(entry.click_repairs, from, source.end);
     return source;
 }

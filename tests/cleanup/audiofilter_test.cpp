@@ -29,8 +29,8 @@ constexpr uint32_t kSaving = PCM_BEST_QUALITY;
 class Chain : public testing::Test {
 protected:
     Chain() {
-        entry->samplerate = 44100;
-        entry->flags |= FHE_CORRECTIONS_LOADED;
+        entry->facts.samplerate = 44100;
+        entry->corrections_file.loaded = true;
     }
 
     void AddRandomRepairs() {
@@ -58,7 +58,7 @@ protected:
         std::vector<float> result;
         int64_t from = 0;  // in the file
         int64_t offset = 0;
-        for (const CutAndSpliceCorrection& c : entry->cuts) {
+        for (const CutAndSpliceCorrection& c : entry->decided.cuts) {
             const int64_t n = c.splice_length;
             const int64_t fade_at = c.start_time - n / 2 + offset;
             result.insert(result.end(), pairs.begin() + 2 * from, pairs.begin() + 2 * fade_at);
@@ -81,10 +81,10 @@ protected:
         for (int i = 0; i < n_cuts; ++i) {
             const int32_t splice = splices[random() % 5];
             const int64_t length = splice + 100 + static_cast<int64_t>(random() % 3000);
-            entry->cuts.Add(at, at + length, splice, 44100);
+            entry->decided.cuts.Add(at, at + length, splice, 44100);
             at += 6000 + static_cast<int64_t>(random() % 4000);
         }
-        ASSERT_EQ(entry->cuts.size(), n_cuts);
+        ASSERT_EQ(entry->decided.cuts.size(), n_cuts);
     }
 
     static constexpr int kFrames = 900000;
@@ -124,10 +124,10 @@ TEST_F(Chain, RandomPiecesEqualTheStraightRead) {
 }
 
 TEST_F(Chain, CutsThatCrowdEachOtherFadeInTurnAndTheLastIntoWhatIsThere) {
-    entry->cuts.Add(10000, 20000, 4410, 44100);
-    entry->cuts.Add(11000, 30000, 4410, 44100);
-    const int64_t end = kFrames - entry->cuts.TotalLength();
-    entry->cuts.Add(end - 5000, end - 100, 1000, 44100);
+    entry->decided.cuts.Add(10000, 20000, 4410, 44100);
+    entry->decided.cuts.Add(11000, 30000, 4410, 44100);
+    const int64_t end = kFrames - entry->decided.cuts.TotalLength();
+    entry->decided.cuts.Add(end - 5000, end - 100, 1000, 44100);
     PCMStack stack(entry.get(), stream.get(), 0, 44100);
     const std::vector<float> straight = ReadAll(stack);
     EXPECT_EQ(static_cast<int64_t>(straight.size() / 2), stack.GetTotalSamples(0));
@@ -140,7 +140,7 @@ TEST_F(Chain, CutsThatCrowdEachOtherFadeInTurnAndTheLastIntoWhatIsThere) {
 }
 
 TEST_F(Chain, SwapsChannelsUnlessTold) {
-    entry->flags2 |= FHE_SWAP_CHANNELS;
+    entry->decided.swap_channels = true;
     PCMStack stack(entry.get(), stream.get(), 0, 44100);
     const std::vector<float> swapped = ReadAll(stack);
     EXPECT_EQ(swapped[10], stream->pairs[11]);

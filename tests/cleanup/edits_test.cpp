@@ -48,7 +48,7 @@ protected:
         for (int channel = 0; channel < 2; ++channel) Enter(channel, 150000, 155000, REPAIR_PATCH, -32768);
         auto* marker = new MarkerCorrection;
         marker->start_time = marker->end_time = marker->absolute_start_time = marker->absolute_end_time = 200000;
-        entry.markers.Append(marker);
+        entry.decided.markers.Append(marker);
     }
 
     void Enter(int channel, int64_t start, int64_t end, int16_t type, int16_t wiggles = 0) {
@@ -63,7 +63,7 @@ protected:
     int64_t Place(int64_t margin) { return static_cast<int64_t>(random() % static_cast<unsigned>(kFrames - margin)); }
 
     bool RandomFilterEdit() {
-        const int n = entry.filters.size();
+        const int n = entry.decided.filters.size();
         FilterSetting filter;
         filter.absolute_start_time = Place(0);
         filter.absolute_end_time = filter.absolute_start_time + 1 + Place(0);
@@ -83,7 +83,7 @@ protected:
             case 2:
                 return n && MoveSetting<FilterSetting>(entry, std::abs(any), static_cast<int>(random() % n));
             case 3:
-                return entry.fft_eqs.empty() ? AddSetting(entry, eq) : ChangeSetting(entry, 0, eq);
+                return entry.decided.fft_eqs.empty() ? AddSetting(entry, eq) : ChangeSetting(entry, 0, eq);
             default:
                 return AddSetting(entry, filter);
         }
@@ -100,7 +100,7 @@ protected:
                 const RepairsChange repairs(entry, CHANNELS_BOTH);
                 const TimelineChange timeline(entry);
                 for (int i = 0; i < 40; ++i) Enter(channel, at + 100 * i, at + 100 * i + 50, REPAIR_SCANNER);
-                entry.cuts.Clear();
+                entry.decided.cuts.Clear();
                 return true;
             }
             case 0:
@@ -124,8 +124,8 @@ protected:
                 return CutSelection(entry, at, at + 1 + static_cast<int64_t>(random() % 9000),
                                     kSpliceChoices[random() % 5].ms);
             case 8:
-                if (entry.cuts.empty() || random() % 2) return RandomFilterEdit();
-                return DeleteCut(entry, random() % 2 ? *entry.cuts.First() : *entry.cuts.Last());
+                if (entry.decided.cuts.empty() || random() % 2) return RandomFilterEdit();
+                return DeleteCut(entry, random() % 2 ? *entry.decided.cuts.First() : *entry.decided.cuts.Last());
             default:
                 return RandomFilterEdit();
         }
@@ -199,15 +199,15 @@ TEST_F(Edits, ACutAndItsTruncationMoveTheEditedTimes) {
     filter.absolute_start_time = 300000, filter.absolute_end_time = 310000;
     AddSetting(entry, filter);
     EXPECT_TRUE(CutSelection(entry, 100000, 120000, 5));
-    EXPECT_EQ(entry.cuts.First()->Length(), 20220);
-    EXPECT_EQ(entry.filters.First()->start_time, 279780);
-    EXPECT_EQ(entry.markers.First()->absolute_start_time, 220220);
+    EXPECT_EQ(entry.decided.cuts.First()->Length(), 20220);
+    EXPECT_EQ(entry.decided.filters.First()->start_time, 279780);
+    EXPECT_EQ(entry.decided.markers.First()->absolute_start_time, 220220);
     EXPECT_TRUE(TruncateRecording(entry, 200000));
     EXPECT_EQ(open.EditedLength(), 200000);
     EXPECT_TRUE(Undo());
-    EXPECT_TRUE(DeleteCut(entry, *entry.cuts.First()));
-    EXPECT_EQ(entry.filters.First()->start_time, 300000);
-    EXPECT_EQ(entry.markers.First()->absolute_start_time, 200000);
+    EXPECT_TRUE(DeleteCut(entry, *entry.decided.cuts.First()));
+    EXPECT_EQ(entry.decided.filters.First()->start_time, 300000);
+    EXPECT_EQ(entry.decided.markers.First()->absolute_start_time, 200000);
     EXPECT_EQ(open.EditedLength(), kFrames);
 }
 
@@ -235,7 +235,7 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     EXPECT_EQ(times(), before);
     EXPECT_TRUE(Redo());
     EXPECT_EQ(times(), cut);
-    EXPECT_TRUE(DeleteCut(entry, *entry.cuts.First()));
+    EXPECT_TRUE(DeleteCut(entry, *entry.decided.cuts.First()));
     EXPECT_EQ(times(), (Times{10000, 80000, 80000, 130000, 130000, 300000, 300000, 300000}));
 
     // Which tracks lie behind a recording that is missing is not known.
@@ -272,7 +272,7 @@ TEST(PlayingWhileChanging, EveryBlockIsOneVersionOfTheLists) {
     constexpr int32_t kBlock = 3000;
     RecordedSide side(MusicPairs(60000), 22050);
     FileHistoryEntry& entry = *side.entry;
-    entry.view_position[1] = 20000;
+    entry.decided.noise_stretch.end = 20000;
     const EditAccess open(entry);
     const auto read = [&](int64_t at) {
         std::vector<float> block(2 * kBlock);

@@ -45,7 +45,7 @@ const FilterValues kEqualiser{
 
 // Settings of every kind that begin and end at odd places, and a noise stretch.
 void AddEverything(Recording& recording) {
-    recording.entry.view_position[0] = 1000, recording.entry.view_position[1] = 30000;
+    recording.entry.decided.noise_stretch.start = 1000, recording.entry.decided.noise_stretch.end = 30000;
     recording.AddFilter() = kHumAndRumble;
     recording.AddFilter(20011, 90007) = kEqualiser;
     recording.AddFilter(40961, 110000) = {.hiss_mode = FILTER_ON, .hiss_reduction = 8};
@@ -118,7 +118,7 @@ TEST(Equaliser, PreampIsTenthsOfADecibelPerChannelUnlessForbidden) {
     EXPECT_EQ(recording.ReadAll(PCM_NO_EQUALISER), audio);
 
     // The normalisation gain stands in the preamp's place, whatever the equaliser's mode.
-    recording.entry.normalise_gain = -40;
+    recording.entry.decided.normalise_gain = -40;
     for (const int mode : {FILTER_ON, FILTER_OFF}) {
         values.eq_mode = mode;
         recording.Read(5000, 1);  // a jump back to the start looks the settings up again
@@ -203,7 +203,7 @@ TEST(FilterStages, AChangeIsHeardWhilePlayingAsItWillBeSaved) {
         for (int channel : {0, 1}) audio[2 * i + channel] += hum + music;
     }
     const std::function<void(Recording&)> hiss = [](Recording& r) {
-        r.entry.view_position[1] = 2 * kRate;
+        r.entry.decided.noise_stretch.end = 2 * kRate;
         r.AddFilter() = {.hiss_mode = FILTER_ON, .hiss_reduction = 8};
     };
     const std::function<void(Recording&)> hum = [](Recording& r) { r.AddFilter() = kHumAndRumble; };
@@ -212,7 +212,7 @@ TEST(FilterStages, AChangeIsHeardWhilePlayingAsItWillBeSaved) {
     const std::function<void(Recording&)> no_hum = [](Recording& r) { r.AddFilter().hum_mode = FILTER_OFF; };
     const std::function<void(Recording&)> no_curve = [](Recording& r) { r.AddCurve({}, 0, 0, CURVE_OFF); };
     const std::function<void(Recording&)> noise_elsewhere = [](Recording& r) {
-        const ListChange change(&r.entry.filters);
+        const ListChange change(&r.entry.decided.filters);
         SetNoiseSample(r.entry, {kRate, 2 * kRate});
     };
     const std::function<void(Recording&)> repaired = [](Recording& r) {
@@ -238,7 +238,7 @@ TEST(FilterStages, AChangeIsHeardWhilePlayingAsItWillBeSaved) {
         SCOPED_TRACE(c.name);
         Recording playing(audio, kRate, PCM_NO_FADERS), saved(audio, kRate, PCM_NO_FADERS);
         for (Recording* r : {&playing, &saved}) {
-            r->entry.flags |= FHE_CORRECTIONS_LOADED;
+            r->entry.corrections_file.loaded = true;
             for (const auto& set : c.before) set(*r);
         }
         c.change(saved);
@@ -281,7 +281,7 @@ TEST(Denoise, ACurveIsHeardBehindAHighPass) {
             continue;
         }
         CurveGains gains(kRate, 8192);
-        const FFTCurve* curves[] = {&recording.entry.fft_eqs.First()->curve};
+        const FFTCurve* curves[] = {&recording.entry.decided.fft_eqs.First()->curve};
         gains.SetCurves(curves, 0);
         EXPECT_NEAR(
             level - RmsDb(tone, 32768, 32768 + 8 * 4096),
@@ -300,7 +300,7 @@ TEST(Denoise, LowersTheNoiseOfItsSampleAndKeepsTheTone) {
     double last = 0;
     for (int reduction : {0, 4, 8}) {
         Recording recording(audio);
-        recording.entry.view_position[0] = 10000, recording.entry.view_position[1] = 190000;
+        recording.entry.decided.noise_stretch.start = 10000, recording.entry.decided.noise_stretch.end = 190000;
         recording.AddFilter() = {.hiss_mode = FILTER_ON, .hiss_reduction = reduction};
         const std::vector<float> output = recording.ReadAll();
         const double noise_down = RmsDb(audio, 20000, 180000) - RmsDb(output, 20000, 180000);
@@ -319,14 +319,14 @@ TEST(Denoise, WithoutANoiseSampleAudioPassesUntouchedAndWithoutItsFileFails) {
     const std::vector<float> audio = Noise(60000, 0.1f, 9);
     for (int64_t end : {0, 8191}) {
         Recording recording(audio);
-        recording.entry.view_position[1] = end;
+        recording.entry.decided.noise_stretch.end = end;
         recording.AddFilter().hiss_mode = FILTER_ON;
         EXPECT_EQ(recording.ReadAll(), audio) << "noise stretch of " << end;
         EXPECT_TRUE(LacksNoiseSample(recording.entry));
     }
     Recording missing(audio);
     missing.AddFilter().hiss_mode = FILTER_ON;
-    missing.entry.filters.First()->extra = "/none/none.vns";
+    missing.entry.decided.filters.First()->extra = "/none/none.vns";
     EXPECT_TRUE(missing.Read(0, 1000).empty());
     EXPECT_LT(missing.n_read, 0);
 }
@@ -338,12 +338,12 @@ TEST(FilterSettings, LaterOnesGoOverEarlierOnes) {
     recording.AddFilter(100, 300).hum_mode = FILTER_OFF;
     // Its bands stay out: their mode says no change.
     recording.AddFilter(200, 500) = {.hiss_mode = FILTER_ON, .bands = {0, 0, 0, -9}};
-    recording.entry.filters.Last()->extra = "a.vns";
+    recording.entry.decided.filters.Last()->extra = "a.vns";
     const FFTEq* first = &recording.AddCurve({}, 0, 0, CURVE_ON);
     const FFTEq* added = &recording.AddCurve({}, 100, 500, CURVE_ADD);
     recording.AddCurve({}, 200, 300, CURVE_OFF);
     const FFTEq* last = &recording.AddCurve({}, 400, 500, CURVE_ON);
-    for (FFTEq& curve : recording.entry.fft_eqs) curve.gain = 24;
+    for (FFTEq& curve : recording.entry.decided.fft_eqs) curve.gain = 24;
     struct Case {
         int64_t position;
         int hum_mode, hiss_mode;
@@ -357,13 +357,13 @@ TEST(FilterSettings, LaterOnesGoOverEarlierOnes) {
                           {400, FILTER_ON, FILTER_ON, 500, {last}, 500},
                           {500, FILTER_ON, FILTER_NO_CHANGE, kNoChange, {first}, kNoChange}}) {
         SCOPED_TRACE(c.position);
-        const SettingsAt settings = GetSettingsAt(recording.entry.filters, c.position, 0);
+        const SettingsAt settings = GetSettingsAt(recording.entry.decided.filters, c.position, 0);
         EXPECT_EQ(settings.values.hum_mode, c.hum_mode);
         EXPECT_EQ(settings.values.hiss_mode, c.hiss_mode);
         EXPECT_EQ(settings.next_change, c.next_filter);
         EXPECT_EQ(settings.values.bands[3], 5);
         EXPECT_EQ(settings.noise_file, c.hiss_mode == FILTER_ON ? "a.vns" : "");
-        const CurvesAt curves = GetCurvesAt(recording.entry.fft_eqs, c.position, 0);
+        const CurvesAt curves = GetCurvesAt(recording.entry.decided.fft_eqs, c.position, 0);
         EXPECT_EQ(curves.curves, c.curves);
         EXPECT_DOUBLE_EQ(curves.Level(), 10.0 * double(c.curves.size()));
         EXPECT_EQ(curves.next_change, c.next_curve);

@@ -186,7 +186,7 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     right.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 12000, std::vector<int16_t>(9)).release());
     request.settings.options = 0, request.settings.channels = 1, request.last_sample = 20050;
     EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
-    EXPECT_EQ(recorded.entry->click_scan.total_clicks, 2 + stats.repaired);
+    EXPECT_EQ(recorded.entry->decided.click_scan.total_clicks, 2 + stats.repaired);
     ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
     EXPECT_EQ(std::pair(list.size(), right.size()), std::pair(2, 1));
 }

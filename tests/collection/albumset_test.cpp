@@ -29,7 +29,7 @@ protected:
         AlbumInfo* album = LiveCollection::Add(artist, title);
         album->year = static_cast<int16_t>(year);
         album->status = status;
-        AddRecording(*album, 0, "").file_time = recorded;
+        AddRecording(*album, 0, "").facts.file_time = recorded;
         SortAlbums(false);
     }
 
@@ -76,7 +76,7 @@ TEST_F(AlbumSetTest, WhatChangesACollectionHasItSaved) {
     EXPECT_EQ(set.current_album, set.albums.First());
     removed->flags |= ALBUM_WORKING_COPY;
     EXPECT_FALSE(changes([&] { AddTrack(*removed, {}, 10); }));
-    AlbumInfo details;
+    AlbumDetails details;
     details.artist = "Z";
     int n_events = 0;
     event::Subscribe(EVENT_AFTER_CHANGE, 0, CountEvent, &n_events);
@@ -97,7 +97,7 @@ TEST_F(AlbumSetTest, ASinglesTitleNamesItsTracks) {
         moon.title = "moon";
         AddTrack(*album, moon);
         EXPECT_EQ(CreateSingleTracks(*album), 0) << "of an album that is none";
-        album->flags |= ALBUM_SINGLE;
+        album->single = true;
         const int n_added = CreateSingleTracks(*album);
         std::string tracks;
         for (const ALBUMTRACK& track : album->tracks) tracks += track.title + ",";
@@ -118,8 +118,7 @@ protected:
         AddRecording(*first, 1, "x", " (2)");
         for (AlbumInfo* album : {first, second}) {
             FileHistoryEntry& entry = AddRecording(*album, 2, "x");
-            entry.external_file = folder.Write("outside.wav", "side");
-            entry.flags |= FHE_EXTERNAL_FILE;
+            entry.name.external_file = folder.Write("outside.wav", "side");
             album->art_file = "a.jpg";
         }
     }

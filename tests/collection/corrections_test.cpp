@@ -92,19 +92,19 @@ void Append(ClickRepairList& list, int16_t type, int64_t start, int64_t n, int16
 
 TEST(CrdFile, IsReadAsItWasWrittenAndNeverInPart) {
     for (const int64_t last_end : {int64_t{0x7FFF0000}, int64_t{0x7FFF0001}, int64_t{1} << 40}) {
-        ClickRepairList written[2];
+        ClickRepairs written;
         Append(written[0], REPAIR_SCANNER, 1000, 60, 5);
         Append(written[0], REPAIR_PP, 2000, 40, 5);
         Append(written[1], REPAIR_PATCH, 1500, 500, -1);
         Append(written[1], REPAIR_MANUAL, last_end - 7, 7, 5);
         const std::string whole = WriteCrd(written);
         EXPECT_EQ(whole[4], last_end > 0x7FFF0000 ? 3 : 2);
-        ClickRepairList read[2];
+        ClickRepairs read;
         ASSERT_EQ(ReadCrd(Bytes(whole + "trailing"), read), CrdResult::Good);
         EXPECT_EQ(WriteCrd(read), whole);
         EXPECT_EQ(read[1].Last()->absolute_end_time, last_end);
         for (size_t n = 0; n < whole.size(); ++n) {
-            ClickRepairList part[2];
+            ClickRepairs part;
             EXPECT_EQ(ReadCrd(Bytes(whole.substr(0, n)), part), n < 4 ? CrdResult::BadHeader : CrdResult::Damaged) << n;
             EXPECT_TRUE(part[0].empty() && part[1].empty()) << n;
         }

@@ -44,7 +44,7 @@ TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
     FileHistoryEntry& entry = AddRecording(48000);
     ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
     EXPECT_TRUE(std::exchange(set.dirty, false));  // what the file says is stored
-    EXPECT_EQ(entry.samplerate, 48000);
+    EXPECT_EQ(entry.facts.samplerate, 48000);
     ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
     EXPECT_EQ(album->open_fhe_count, 1);
     entry.Close(USER_PLAY);
@@ -128,19 +128,19 @@ TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
         SCOPED_TRACE(row.message ? row.message : "short");
         folder.Write("Mine/" + beginning + row.name, row.bytes);
         // Who says nothing of it, or only reads, leaves the file where it is.
-        entry.flags = 0;
+        entry.corrections_file.loaded = false;
         EXPECT_EQ(entry.LoadCorrections(false), row.result);
         EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections(true), row.result);
         EXPECT_EQ(OrvaneTest::ReadBytes(folder / ("Mine/" + beginning + row.name)), row.bytes);
         for (ClickRepairList& list : entry.click_repairs) list.Clear();
         host.asked.clear();
-        entry.flags = 0;
+        entry.corrections_file.loaded = false;
         EXPECT_EQ(entry.LoadCorrections(true), row.result);
         EXPECT_EQ(host.asked.size(), row.message ? 1u : 0u);
         const std::string text = host.asked.empty() ? "" : host.Texts()[0];
         EXPECT_NE(text.find(row.message ? row.message : ""), std::string::npos) << text;
         EXPECT_EQ(entry.click_repairs[0].size(), row.n_repairs);
-        EXPECT_EQ((entry.flags & FHE_CORRECTIONS_LOADED) != 0, row.result == 0);
+        EXPECT_EQ(entry.corrections_file.loaded, row.result == 0);
         std::set<std::string> left;
         for (const char* name : {".wav.crd", ".crd", ".wav.crd.damaged"}) {
             if (std::filesystem::remove(folder / ("Mine/" + beginning + name))) left.insert(name);
@@ -162,7 +162,7 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     entry.click_repairs[0].Clear();
     ASSERT_EQ(entry.SaveCorrections(), 0);
     EXPECT_TRUE(FileExists(old_name)) << "another recording's, for all we know";
-    entry.flags = 0;
+    entry.corrections_file.loaded = false;
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "deleted repairs would come back";
 
@@ -171,7 +171,7 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
     EXPECT_TRUE(entry.CheckFile());
     EXPECT_TRUE(FileExists(old_name));
-    entry.flags = 0;
+    entry.corrections_file.loaded = false;
     ASSERT_EQ(entry.LoadCorrections(true), 0);
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "they are of the file before";
 }
@@ -184,7 +184,7 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
         folder.Write("Mine/orvfiles/A+C~T- 1~side1.wav.wfd", "waveform");
         folder.Write("Mine/A+C~T- 1~side1.wav.crd", "corrections");
         const uint32_t generation = entry.generation;
-        const FileTime time = entry.file_time + seconds * kFileTimeSecond;
+        const FileTime time = entry.facts.file_time + seconds * kFileTimeSecond;
         folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, n_samples));
         ASSERT_EQ(SetFileTime(entry.GetPath(), time), 0);
         EXPECT_EQ(entry.CheckFile(), !waveform);

@@ -126,8 +126,7 @@ TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
     AlbumInfo* album = set->albums.First();
     AlbumSide* side = album->GetSide(-1, true);
     side->AddRecording(MakeRef<FileHistoryEntry>(album, side));
-    side->newest->flags |= FHE_EXTERNAL_FILE;
-    side->newest->external_file = folder.Write("Mine/sub/x.wav", "sound");
+    side->newest->name.external_file = folder.Write("Mine/sub/x.wav", "sound");
     folder.Write("Taken.mcf", "");
     EXPECT_FALSE(RenameCollection("Taken"));
     folder.Write("Blocked/file", "");  // the recordings folder cannot go there
@@ -144,8 +143,7 @@ constexpr int kRounds = 200;
 
 RefPtr<FileHistoryEntry> EntryWithRepairs(AlbumInfo& album, const std::string& recording, int n_repairs) {
     auto entry = MakeRef<FileHistoryEntry>(&album, nullptr);
-    entry->flags |= FHE_EXTERNAL_FILE;
-    entry->external_file = recording;
+    entry->name.external_file = recording;
     const std::vector<int16_t> samples(60);
     for (int i = 0; i < n_repairs; ++i) {
         entry->click_repairs[i % 2].Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 1000 * i, samples, 6).release());

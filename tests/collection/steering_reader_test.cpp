@@ -113,10 +113,11 @@ TEST(ReadCollection, OldFilesAreBroughtUpToDate) {
         SCOPED_TRACE(row.version + std::to_string(row.samplerate));
         const auto read = ReadLines(row.version + kSide + Recording(row.samplerate) + details);
         const FileHistoryEntry& entry = *read.set->albums.First()->sides[0]->newest;
-        EXPECT_EQ(std::tuple(entry.markers.First()->start_time, entry.side_breaks[0], entry.cuts.First()->end_time,
-                             entry.filters.First()->absolute_end_time, entry.fft_eqs.First()->absolute_start_time),
+        EXPECT_EQ(std::tuple(entry.decided.markers.First()->start_time, entry.decided.side_breaks[0],
+                             entry.decided.cuts.First()->end_time, entry.decided.filters.First()->absolute_end_time,
+                             entry.decided.fft_eqs.First()->absolute_start_time),
                   std::tuple(row.second, row.second, row.second * 20, row.second * 2, row.second));
-        EXPECT_EQ(entry.cuts.First()->splice_length, MulDiv64(882, row.second, 44100) & ~1);
+        EXPECT_EQ(entry.decided.cuts.First()->splice_length, MulDiv64(882, row.second, 44100) & ~1);
     }
 
     // Records in the older forms; a save rewrites them.
@@ -129,9 +130,9 @@ TEST(ReadCollection, OldFilesAreBroughtUpToDate) {
     const auto read = ReadLines("\">Version\"\t\"1270\"\n" + kSide + Recording(44100) + old_filter + old_curve);
     EXPECT_TRUE(read.set->dirty);
     const FileHistoryEntry& entry = *read.set->albums.First()->sides[0]->newest;
-    EXPECT_EQ(entry.filters.First()->values.bands[0], 4);
-    EXPECT_EQ(entry.filters.First()->values.bands[9], -12);
-    EXPECT_EQ(entry.fft_eqs.First()->gain, -36);
+    EXPECT_EQ(entry.decided.filters.First()->values.bands[0], 4);
+    EXPECT_EQ(entry.decided.filters.First()->values.bands[9], -12);
+    EXPECT_EQ(entry.decided.fft_eqs.First()->gain, -36);
 }
 
 TEST(ReadCollection, WhatAFieldCannotHoldBecomesABlank) {
@@ -174,11 +175,12 @@ TEST(CollectionFormat, TheDescriptionsExampleIsReadAndWritten) {
     ASSERT_EQ(album.sides.size(), 2);
     const FileHistoryEntry& entry = *album.sides[0]->newest;
     EXPECT_EQ(entry.GetPath(), "/music/Mine/The Examples~First~side1.wav");
-    EXPECT_EQ(entry.click_scan.sensitivity, 5);
-    EXPECT_EQ(entry.speed_to, 78);
-    EXPECT_EQ(entry.markers.First()->absolute_start_time, 9696000);
-    EXPECT_EQ(entry.filters.First()->values.mains_frequency, 50);
-    EXPECT_EQ(entry.filters.First()->values.bands, (std::array<int32_t, kEqBands>{-1, 0, 0, 0, 0, 0, 0, 0, 0, 12}));
+    EXPECT_EQ(entry.decided.click_scan.sensitivity, 5);
+    EXPECT_EQ(entry.decided.speed.to, 78);
+    EXPECT_EQ(entry.decided.markers.First()->absolute_start_time, 9696000);
+    EXPECT_EQ(entry.decided.filters.First()->values.mains_frequency, 50);
+    EXPECT_EQ(entry.decided.filters.First()->values.bands,
+              (std::array<int32_t, kEqBands>{-1, 0, 0, 0, 0, 0, 0, 0, 0, 12}));
 }
 
 TEST(CorrectionsFormat, TheDescriptionsExampleIsReadAndWritten) {
@@ -190,7 +192,7 @@ TEST(CorrectionsFormat, TheDescriptionsExampleIsReadAndWritten) {
     for (size_t i = 0; i + 1 < digits.size(); i += 2) {
         bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
     }
-    ClickRepairList lists[2];
+    ClickRepairs lists;
     ASSERT_EQ(ReadCrd({reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size()}, lists), CrdResult::Good);
     EXPECT_EQ(WriteCrd(lists), bytes);
     ASSERT_TRUE(lists[0].size() == 1 && lists[1].size() == 1);

@@ -245,9 +245,9 @@ protected:
     }
 
     static std::unique_ptr<UndoEntry> Renaming(const AlbumInfo& album, const char* artist, const char* title) {
-        auto details = CopyDetails(album);
-        details->artist = artist;
-        details->title = title;
+        AlbumDetails details = album.Details();
+        details.artist = artist;
+        details.title = title;
         return std::make_unique<UndoEditAlbumDetails>(album, std::move(details));
     }
     static void Rename(const AlbumInfo& album, const char* artist) {
@@ -266,7 +266,7 @@ TEST_F(UndoRecords, AlbumDetailsComeBackWithFilesAndOrder) {
     AlbumInfo* album = Add("Art", "Blue");
     Add("Cue", "Red");
     set.current_album = album;
-    album->record_eq = std::make_unique<RecordEq>();
+    album->record_eq = RecordEq();
     album->record_eq->name = "Early";
     album->notes = "good";
     Rename(*album, "Zoe");
@@ -309,7 +309,7 @@ TEST_F(UndoRecords, TheAlbumIsFoundByItsName) {
 
     // It comes back as another object, as it does when the list is read again.
     auto again = MakeAlbum();
-    again->TakeDetails(*removed);
+    again->TakeDetails(removed->Details());
     AlbumInfo* back = AddAlbum(std::move(again));
     set.current_album = other;
     EXPECT_EQ(Undo().Plain(), "This undo/redo operation will take you to a different album (Art - Blue). Proceed?");
@@ -321,7 +321,7 @@ TEST_F(UndoRecords, TheAlbumIsFoundByItsName) {
 
 TEST_F(UndoRecords, ARecordingGetsItsNameBack) {
     FileHistoryEntry* entry = Add("Art", "Blue")->sides[0]->newest;
-    RecordingName wanted(*entry);
+    RecordingName wanted = entry->name;
     wanted.suffix = "~take2";
     AddUndo(std::move(*UndoRenameAlbumSide(*entry, wanted, "Rename side").Apply()));
     EXPECT_TRUE(HasFiles("Art~Blue~side1~take2.wav"));
@@ -330,7 +330,7 @@ TEST_F(UndoRecords, ARecordingGetsItsNameBack) {
     folder.Write("Mine/Art~Blue~side1~take2.wav", "a new take");
     EXPECT_FALSE(Redo());
     EXPECT_TRUE(HasFiles("Art~Blue~side1.wav"));
-    EXPECT_EQ(entry->name_suffix, "");
+    EXPECT_EQ(entry->name.suffix, "");
 }
 
 }  // namespace

@@ -271,9 +271,9 @@ TEST_F(CueSheetFiles, ASheetReadBackChangesNothing) {
 
 TEST_F(CueSheetFiles, IndexesAreThoseOfTheFileWithNothingCutOut) {
     // Taken out: 0 to 2, 7 to 10 and 37 to 40 seconds of the file.
-    side.entry->cuts.Add(0, 2 * 16000, 0, 16000);
-    side.entry->cuts.Add(5 * 16000, 8 * 16000, 0, 16000);
-    side.entry->cuts.Add(32 * 16000, 35 * 16000, 0, 16000);
+    side.entry->decided.cuts.Add(0, 2 * 16000, 0, 16000);
+    side.entry->decided.cuts.Add(5 * 16000, 8 * 16000, 0, 16000);
+    side.entry->decided.cuts.Add(32 * 16000, 35 * 16000, 0, 16000);
     album.tracks = {Track("At a cut", 0, 5 * kSecond), Track("At another", 5 * kSecond, 15 * kSecond),
                     Track("Behind both", 15 * kSecond + 588 + 7, 31 * kSecond),
                     Track("Unset", 32 * kSecond, 32 * kSecond)};

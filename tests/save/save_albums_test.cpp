@@ -312,10 +312,10 @@ TEST_F(SavedAlbum, NamesWithSidesNeverTakeTheFileOfAnotherAlbum) {
     other.tracks = album.tracks;
     const std::string first = Save().tracks[0].file, second = folder / "out/Blue/01-Song (2).flac";
     EXPECT_EQ(first, folder / "out/Blue/01-Song.flac");
-    for (const AlbumSide* side : album.sides) side->newest->total_samples = 0;  // as read from the collection
+    for (const AlbumSide* side : album.sides) side->newest->facts.total_samples = 0;  // as read from the collection
     EXPECT_EQ(TrackFileNames(other, settings)[0], second);
     fs::remove(PathOfSide(0));
-    for (const AlbumSide* side : album.sides) side->newest->total_samples = 0;
+    for (const AlbumSide* side : album.sides) side->newest->facts.total_samples = 0;
     EXPECT_EQ(TrackFileNames(other, settings)[0], second);
 }
 
@@ -336,7 +336,7 @@ TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
 TEST_F(SavedAlbum, ASelectionIsSavedAsItIsHeard) {
     AddSide(30000);
     FileHistoryEntry* recording = album.sides[0]->newest;
-    recording->cuts.Add(10000, 15000, 0, kRate);
+    recording->decided.cuts.Add(10000, 15000, 0, kRate);
     FakeMessageHost messages;
     FakeProgressHost progress;
     FileOptions options = FileOptions::Load(OptionsContext::SaveSelection);

@@ -33,7 +33,7 @@ protected:
     // Takes the second half of the first second out of the first side, and the one behind it, with a cross-fade of 20
     // frames round the cut.
     CutAndSpliceCorrection& AddCut() {
-        CutAndSpliceCorrection& cut = *side1.cuts.Add(kTrack / 2, kTrack * 3 / 2, 0, kTicksPerSecond);
+        CutAndSpliceCorrection& cut = *side1.decided.cuts.Add(kTrack / 2, kTrack * 3 / 2, 0, kTicksPerSecond);
         cut.splice_length = 20;
         album.tracks[2].start -= kTrack;
         album.tracks[2].end -= kTrack;
@@ -74,10 +74,10 @@ protected:
 TEST_F(Signature, NoFieldOfWhatIsHeardIsForgotten) {
     CutAndSpliceCorrection& cut = AddCut();
     auto* filter = new FilterSetting;
-    side1.filters.Append(filter);
+    side1.decided.filters.Append(filter);
     auto* eq = new FFTEq;
     eq->curve.points = {{100, 1}, {1000, 2}};
-    side1.fft_eqs.Append(eq);
+    side1.decided.fft_eqs.Append(eq);
 
     // A field that is new here makes these lines fail to compile.
     auto& [hiss_mode, hiss_reduction, hiss_quality, hum_mode, mains_frequency, rumble_mode, eq_mode, preamp_left,
@@ -102,7 +102,7 @@ TEST_F(Signature, NoFieldOfWhatIsHeardIsForgotten) {
     EXPECT_EQ(StaleAfterMore(cut.splice_length), "12");
     EXPECT_EQ(StaleAfterMore(cut.end_time), "123") << "what lies behind it has moved";
     EXPECT_EQ(StaleAfter([&] { ++cut.start_time, ++cut.end_time; }), "12");
-    EXPECT_EQ(StaleAfter([&] { side1.flags2 |= FHE_SWAP_CHANNELS; }), "12");
+    EXPECT_EQ(StaleAfter([&] { side1.decided.swap_channels = true; }), "12");
     EXPECT_EQ(StaleAfter([&] { album.tracks[0].title = "New"; }), "1");
     EXPECT_EQ(StaleAfter([&] { album.channel_mode = CHANNELS_MONO; }), "123");
     settings.options.save_corrections = false;
@@ -111,17 +111,18 @@ TEST_F(Signature, NoFieldOfWhatIsHeardIsForgotten) {
 
 TEST_F(Signature, WhatFiltersFindOutsideOfTheirRecordCounts) {
     auto* filter = new FilterSetting;
-    side1.filters.Append(filter);
+    side1.decided.filters.Append(filter);
     for (const int own : {60, -1}) {
         filter->values = {.hum_mode = FILTER_ON, .mains_frequency = own, .filter_harmonics = own};
         const char* stale = own < 0 ? "12" : "";
         EXPECT_EQ(StaleAfter([&] { SetSetting("Mains Frequency", 50 + own); }), stale);
         EXPECT_EQ(StaleAfter([&] { SetSetting("Filter Harmonics", own < 0); }), stale);
     }
-    side1.view_position[1] = 20000;
-    EXPECT_EQ(StaleAfterMore(side1.view_position[0]), "") << "nothing takes hiss away";
+    side1.decided.noise_stretch.end = 20000;
+    EXPECT_EQ(StaleAfterMore(side1.decided.noise_stretch.start), "") << "nothing takes hiss away";
     filter->values = {.hiss_mode = FILTER_ON};
-    for (int64_t& end : side1.view_position) EXPECT_EQ(StaleAfterMore(end), "12");
+    FrameRange& noise = side1.decided.noise_stretch;
+    for (int64_t* end : {&noise.start, &noise.end}) EXPECT_EQ(StaleAfterMore(*end), "12");
     ASSERT_EQ(side1.Open(USER_EDIT, false), OPEN_GOOD);
     EXPECT_EQ(
         StaleAfter([&] { side1.click_repairs[0].Append(OrvaneTest::MakeRepair(REPAIR_MANUAL, 100, {1}).release()); }),
@@ -130,7 +131,7 @@ TEST_F(Signature, WhatFiltersFindOutsideOfTheirRecordCounts) {
     side1.Close(USER_EDIT);
     filter->extra = recorded.folder.Write("room.vns", "noise");
     EXPECT_EQ(StaleAfter([&] { recorded.folder.Write("room.vns", "other noise"); }), "12");
-    EXPECT_EQ(StaleAfterMore(side1.view_position[0]), "");
+    EXPECT_EQ(StaleAfterMore(side1.decided.noise_stretch.start), "");
 }
 
 TEST_F(Signature, ARepairCountsForTheTracksInWhichItIsHeard) {

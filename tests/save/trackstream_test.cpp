@@ -30,10 +30,10 @@ struct AlbumWithFilters {
     AlbumWithFilters(int rate, const FilterValues& values) {
         for (uint64_t side : {1, 2}) {
             FileHistoryEntry& entry = recorded.AddSide(HummingPairs(kSideSeconds, rate, side), rate);
-            entry.view_position[0] = rate, entry.view_position[1] = 3 * rate;
+            entry.decided.noise_stretch.start = rate, entry.decided.noise_stretch.end = 3 * rate;
             auto* filter = new FilterSetting;
             filter->values = values;
-            entry.filters.Append(filter);
+            entry.decided.filters.Append(filter);
         }
     }
     void AddTrack(double from, double to) {

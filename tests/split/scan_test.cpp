@@ -49,7 +49,7 @@ public:
         }
         AlbumSide* side = album.GetSide(-1, true);
         RefPtr<FileHistoryEntry> entry(new FileHistoryEntry(&album, side));
-        entry->samplerate = rate;
+        entry->facts.samplerate = rate;
         side->AddRecording(entry);
         return *entry;
     }
@@ -118,7 +118,7 @@ TEST_F(ScanTest, SidesFollowTheTableAtEveryRate) {
         for (const int rate : {22050, 44100, 48000, 192000}) {
             LevelAlbum side;
             FileHistoryEntry& entry = side.AddSide(row.side, rate);
-            if (row.cut_to) entry.cuts.Add(row.cut_from * rate, row.cut_to * rate, 0, rate);
+            if (row.cut_to) entry.decided.cuts.Add(row.cut_from * rate, row.cut_to * rate, 0, rate);
             ExpectTimes(Scan(side), row.tracks, row.what, row.cut_to ? 0.4 : 0.12);
         }
     }
@@ -139,7 +139,7 @@ TEST_F(ScanTest, EverySideOfAnAlbumIsScanned) {
 TEST_F(ScanTest, SideBreaksSkipTheRunOutAndTheLanding) {
     LevelAlbum side;
     FileHistoryEntry& entry = side.AddSide({{6, 0}, {60, 100}, {20, 0}, {1, 200}, {6, 0}, {60, 100}, {80, 0}}, 48000);
-    entry.side_breaks = {48000 * 85};
+    entry.decided.side_breaks = {48000 * 85};
     ExpectTimes(Scan(side), {{5.76, 67.38}, {92.76, 154.38}}, "with the side break", 0.12);
 }
 
@@ -148,7 +148,7 @@ TEST_F(ScanTest, MusicInNoTrackIsTold) {
     // A landing and scratches are no music; a short last track is, behind a cut too.
     side.AddSide(
         {{2, 0}, {1, 200}, {4, 0}, {100, 100}, {3, 0}, {20, 100}, {1, 0}, {20, 100}, {5, 0}, {2, 200}, {10, 0}});
-    side.AddSide({{6, 0}, {60, 100}, {80, 0}}).cuts.Add(10 * kSecond, 20 * kSecond, 0, 44100);
+    side.AddSide({{6, 0}, {60, 100}, {80, 0}}).decided.cuts.Add(10 * kSecond, 20 * kSecond, 0, 44100);
     const std::vector<FileHistoryEntry*> entries = side.album.Recordings();
     const TrackScanner scanner(side.overview, entries, {}, host);
     ASSERT_EQ(Scan(side).size(), 2u);
@@ -254,7 +254,7 @@ TEST(CutTimeline, PositionsGoThereAndBackAtAnyRate) {
             FileHistoryEntry& entry = sides.AddSide({{100 + noise.Even(), 0}}, rate);
             for (int i = 0; i < 4; ++i) {
                 const auto start = static_cast<int64_t>(noise.Even() * 60 * rate);
-                entry.cuts.Add(start, start + static_cast<int64_t>(noise.Even() * 5 * rate), 0, rate);
+                entry.decided.cuts.Add(start, start + static_cast<int64_t>(noise.Even() * 5 * rate), 0, rate);
             }
         }
         const std::vector<FileHistoryEntry*> entries = sides.album.Recordings();

@@ -231,14 +231,14 @@ TEST_F(SplitDialogTest, EditedTracksKeepTheListingInOrder) {
 
 TEST_F(SplitDialogTest, SideBreaksMoveInSteps) {
     const RefPtr<FileHistoryEntry> entry = MakeRef<FileHistoryEntry>(&album, album.GetSide(0, true));
-    entry->side_breaks = {3, INT64_MAX - 5};
-    const simple_vector<int64_t> before = entry->side_breaks, half = {1, INT64_MAX / 4};
+    entry->decided.side_breaks = {3, INT64_MAX - 5};
+    const simple_vector<int64_t> before = entry->decided.side_breaks, half = {1, INT64_MAX / 4};
     FixSideBreaks fix(*entry);
     fix.MoveRight();
     for (int i = 0; i < 2; ++i) fix.MoveLeft();
-    EXPECT_EQ(entry->side_breaks, half);
+    EXPECT_EQ(entry->decided.side_breaks, half);
     fix.Cancel();
-    EXPECT_EQ(entry->side_breaks, before);
+    EXPECT_EQ(entry->decided.side_breaks, before);
 }
 
 testing::AssertionResult InOrder(const TrackList& tracks) {

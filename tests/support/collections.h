@@ -76,7 +76,7 @@ public:
         if (Number(4) == 0) album->notes = "first line\nsecond\twith a tab and a \\ in it";
         if (Number(4) == 0) album->saved_files = {{"/music/\"A\"/01.flac", "0f"}, {"/music/B, C/02.flac", "a1"}};
         if (Number(4) == 0) album->custom_tags = "\t\"MVNM\"\t\"Allegro\"\t\"CONTACT\"\t\"\"";
-        if (Number(8) == 0) album->record_eq = std::make_unique<Orvane::RecordEq>(MakeRecordEq());
+        if (Number(8) == 0) album->record_eq = MakeRecordEq();
         int64_t time = 0;
         for (int i = 0; i < n_tracks; ++i) album->tracks.push_back(Track(time));
         for (int i = 0; i < 2; ++i) {
@@ -120,7 +120,7 @@ private:
         Orvane::RecordEq eq;
         eq.name = "Early, American";
         const int kind = Number(3);
-        if (kind == 0) eq.fft_curve = std::make_unique<Orvane::FFTCurve>(Curve());
+        if (kind == 0) eq.fft_curve = Curve();
         if (kind == 1) eq.use_time_constants = 0, eq.rolloff = -12.5f;
         if (kind == 2) eq.t3 = 50;
         return eq;
@@ -138,30 +138,30 @@ private:
 
     Foundation::RefPtr<Orvane::FileHistoryEntry> Recording(Orvane::AlbumInfo* album, Orvane::AlbumSide* side) {
         auto entry = Foundation::MakeRef<Orvane::FileHistoryEntry>(album, side);
-        entry->extension = Number(2) ? ".flac" : ".wav";
+        entry->name.extension = Number(2) ? ".flac" : ".wav";
         if (Number(3) == 0) {
-            entry->flags |= Orvane::FHE_EXTERNAL_FILE;
-            entry->external_file = "/recordings/" + Text() + entry->extension;
+            entry->name.external_file = "/recordings/" + Text() + entry->name.extension;
         }
-        if (Number(3) == 0) entry->name_suffix = "~2";
-        if (Number(4) == 0) entry->flags2 |= Orvane::FHE_SWAP_CHANNELS;
-        entry->file_time = 133000000000000000 + random();
-        entry->samplerate = Number(2) ? 44100 : 96000;
-        entry->file_size = int64_t{4} * random();
-        entry->bits = 24;
-        entry->comment = Number(3) ? "" : Text();
-        entry->click_scan.sensitivity = static_cast<int8_t>(Number(8));
-        entry->click_scan.options = static_cast<uint8_t>(Number(2) ? Orvane::SCAN_EQUALISE : Orvane::SCAN_KEEP_MANUAL);
+        if (Number(3) == 0) entry->name.suffix = "~2";
+        if (Number(4) == 0) entry->decided.swap_channels = true;
+        entry->facts.file_time = 133000000000000000 + random();
+        entry->facts.samplerate = Number(2) ? 44100 : 96000;
+        entry->facts.file_size = int64_t{4} * random();
+        entry->facts.bits = 24;
+        entry->decided.comment = Number(3) ? "" : Text();
+        entry->decided.click_scan.sensitivity = static_cast<int8_t>(Number(8));
+        entry->decided.click_scan.options =
+            static_cast<uint8_t>(Number(2) ? Orvane::SCAN_EQUALISE : Orvane::SCAN_KEEP_MANUAL);
         int64_t time = 100000;
         for (int n = Number(4); n > 0; --n) {
             time += 300000;
-            entry->cuts.Add(time, time + 50000, 2 * Number(500), 44100);
+            entry->decided.cuts.Add(time, time + 50000, 2 * Number(500), 44100);
         }
         for (int n = Number(4); n > 0; --n) {
             auto* marker = new Orvane::MarkerCorrection;
             marker->start_time = marker->end_time = time += 300000;
-            entry->markers.Append(marker);
-            entry->side_breaks.push_back(time);
+            entry->decided.markers.Append(marker);
+            entry->decided.side_breaks.push_back(time);
         }
         for (int n = Number(4); n > 0; --n) {
             auto* filter = new Orvane::FilterSetting;
@@ -171,17 +171,17 @@ private:
             filter->preset = "Hum, 50 Hz";
             filter->values.hiss_quality = Number(5);
             for (int32_t& band : filter->values.bands) band = Number(25) - 12;
-            entry->filters.Append(filter);
+            entry->decided.filters.Append(filter);
         }
         if (Number(4) == 0) {
             auto* eq = new Orvane::FFTEq;
             eq->name = "Bright, not loud";
             eq->gain = Number(100) - 50;
             eq->curve = Curve();
-            entry->fft_eqs.Append(eq);
+            entry->decided.fft_eqs.Append(eq);
         }
-        if (Number(8) == 0) entry->record_eq_post = std::make_unique<Orvane::RecordEq>(MakeRecordEq());
-        entry->RecomputeTimes();
+        if (Number(8) == 0) entry->decided.record_eq_post = MakeRecordEq();
+        entry->decided.RecomputeTimes();
         return entry;
     }
 

@@ -18,14 +18,14 @@ public:
     explicit FilteredRecording(std::vector<float> pairs, int rate = 44100,
                                uint32_t flags = Tesslib::PCM_NO_CLICK_REPAIR | Tesslib::PCM_NO_FADERS)
         : source(rate, std::move(pairs)), stack(&entry, &source, flags, 0) {
-        entry.samplerate = rate;
+        entry.facts.samplerate = rate;
     }
 
     FilterValues& AddFilter(int64_t start = 0, int64_t end = 0) {
         auto* setting = new FilterSetting;
         SetTimes(*setting, start, end);
-        const ListChange change(&entry.filters);
-        entry.filters.Append(setting);
+        const ListChange change(&entry.decided.filters);
+        entry.decided.filters.Append(setting);
         return setting->values;
     }
 
@@ -34,8 +34,8 @@ public:
         SetTimes(*eq, start, end);
         eq->enable = mode;
         eq->curve.points = std::move(points);
-        const ListChange change(&entry.fft_eqs);
-        entry.fft_eqs.Append(eq);
+        const ListChange change(&entry.decided.fft_eqs);
+        entry.decided.fft_eqs.Append(eq);
         return *eq;
     }
 

@@ -33,8 +33,8 @@ struct LiveCollection {
                                            const std::string& suffix = {}) {
         Orvane::AlbumSide* side = album.GetSide(side_index, true);
         side->AddRecording(Foundation::MakeRef<Orvane::FileHistoryEntry>(&album, side));
-        side->newest->extension = ".wav";
-        side->newest->name_suffix = suffix;
+        side->newest->name.extension = ".wav";
+        side->newest->name.suffix = suffix;
         folder.Write(side->newest->GetPath(), bytes);
         return *side->newest;
     }

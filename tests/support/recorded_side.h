@@ -35,11 +35,11 @@ struct RecordedAlbum : LiveCollection {
     ~RecordedAlbum() { Orvane::WaitForWaveformThreads(); }
     Orvane::FileHistoryEntry& AddSide(const std::vector<float>& pairs, int32_t rate = 44100) {
         Orvane::FileHistoryEntry& entry = AddRecording(*album, -1, "");
-        entry.samplerate = rate;
-        entry.total_samples = static_cast<int64_t>(pairs.size() / 2);
+        entry.facts.samplerate = rate;
+        entry.facts.total_samples = static_cast<int64_t>(pairs.size() / 2);
         Tesslib::WAVFile file;
         if (file.SetSBC(rate, 32, 2) != 0 || file.Open(entry.GetPath(), Tesslib::OM_CREATE) != 0 ||
-            file.Write(pairs.data(), static_cast<int32_t>(entry.total_samples)) < 0 || !file.Close()) {
+            file.Write(pairs.data(), static_cast<int32_t>(entry.facts.total_samples)) < 0 || !file.Close()) {
             throw std::runtime_error("cannot write " + entry.GetPath());
         }
         return entry;
@@ -61,7 +61,7 @@ struct RecordedSide : RecordedAlbum {
 inline std::string Serialised(const Orvane::FileHistoryEntry& entry) {
     std::string text = Orvane::WriteCrd(entry.click_repairs);
     const auto add = [&text](auto... values) { ((text += " " + std::to_string(values)), ...); };
-    add(entry.view_position[0], entry.view_position[1]);
+    add(entry.decided.noise_stretch.start, entry.decided.noise_stretch.end);
     const auto times = [&](const Orvane::BaseCorrection& c) {
         text += "\n";
         add(static_cast<int>(c.type), c.absolute_start_time, c.start_time, c.absolute_end_time, c.end_time);
@@ -69,14 +69,14 @@ inline std::string Serialised(const Orvane::FileHistoryEntry& entry) {
     for (const auto& list : entry.click_repairs) {
         for (const auto& e : list) times(e), add(e.min_sample, e.max_sample);
     }
-    for (const auto& e : entry.cuts) times(e), add(e.splice_length);
-    for (const auto& e : entry.markers) times(e);
-    for (const auto& e : entry.filters) {
+    for (const auto& e : entry.decided.cuts) times(e), add(e.splice_length);
+    for (const auto& e : entry.decided.markers) times(e);
+    for (const auto& e : entry.decided.filters) {
         times(e), add(e.values.hum_mode, e.values.hiss_reduction, e.values.preamp_left),
             text += e.name + e.preset + e.extra;
         for (const int32_t band : e.values.bands) add(band);
     }
-    for (const auto& e : entry.fft_eqs) {
+    for (const auto& e : entry.decided.fft_eqs) {
         times(e), add(e.enable, e.gain), text += e.name + e.curve.name;
         for (const auto& point : e.curve.points) add(point.freq, point.gain);
     }

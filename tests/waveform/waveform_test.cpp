@@ -120,7 +120,7 @@ TEST(GenerateWaveform, AsManyRunAsMayAndTheOthersFollowInTheirOrder) {
             auto& list = *static_cast<std::vector<FileHistoryEntry*>*>(context);
             list.push_back(reinterpret_cast<FileHistoryEntry*>(entry));
             const auto n_ready =
-                std::count_if(list.begin(), list.end(), [](const auto* e) { return e->waveform_ready; });
+                std::count_if(list.begin(), list.end(), [](const auto* e) { return e->waveform.ready; });
             EXPECT_LE(static_cast<int>(list.size()) - n_ready, MaxThreads());
             return 0;
         };
@@ -154,11 +154,11 @@ TEST(GenerateWaveform, WhatWasCancelledIsMadeAgain) {
             Lengthen(*entry);
             ASSERT_TRUE(RequestWaveformData(*entry).Ok());
         }
-        EXPECT_TRUE(first.generating);
+        EXPECT_TRUE(first.waveform.generating);
         EXPECT_FALSE(FileExists(first.WaveformPath(".wfd"))) << "half a file stands there";
         cancels[i % 4](sides);
-        EXPECT_FALSE(first.generating) << i;
-        EXPECT_EQ(second.generating, i % 4 == 1) << i;
+        EXPECT_FALSE(first.waveform.generating) << i;
+        EXPECT_EQ(second.waveform.generating, i % 4 == 1) << i;
         FileInfo info;
         ASSERT_EQ(GetFileInfo(first.WaveformPath(".wfd"), info), 0) << i;
         EXPECT_EQ(info.time, kFileTimeUnixEpoch) << i;
@@ -254,7 +254,7 @@ TEST(WaveformReader, ColumnsEqualThePlainModelAtEveryZoomAndPlace) {
     for (int i = 0; i < 300; ++i) {
         if (i == 100) {
             for (const int64_t at : {0, 50000, 50100, 200000}) {
-                side.entry.cuts.Add(at, at + 7000 + at / 9, 0, 44100);
+                side.entry.decided.cuts.Add(at, at + 7000 + at / 9, 0, 44100);
             }
         }
         WaveformView view;
@@ -266,7 +266,7 @@ TEST(WaveformReader, ColumnsEqualThePlainModelAtEveryZoomAndPlace) {
         view.origin = noise.Even() * 400000 + 0.003;
         view.first_column = noise.Below(4000) - 2000;
         if (i % 2) view.cuts = WaveformCuts::InPlace;
-        const CutList& cuts = i % 2 ? none : side.entry.cuts;
+        const CutList& cuts = i % 2 ? none : side.entry.decided.cuts;
         std::vector<WaveformRecord> wanted = PlainColumns(pairs, cuts, view);
         if (BlockFor(view.frames_per_column) == 1 && i % 2 == 0) {
             // The columns of the audio itself come from the chain, which knows the cuts.
@@ -298,8 +298,8 @@ TEST(WaveformReader, BelowAFrameAColumnSamplesStandAtTheirPlaces) {
 
 TEST(WaveformReader, CutsStandWhereTheyAreSeen) {
     DrawnSide side(NoisePairs(30000));
-    side.entry.cuts.Add(10000, 12000, 0, 44100);
-    side.entry.cuts.Add(20000, 21000, 0, 44100);
+    side.entry.decided.cuts.Add(10000, 12000, 0, 44100);
+    side.entry.decided.cuts.Add(20000, 21000, 0, 44100);
     const WaveformView all = WaveformView::Over(0, 30000, 300);
     const auto places = [&](WaveformCuts cuts) {
         side.Columns(With(all, WaveformAudio::Uncorrected, cuts));
@@ -419,10 +419,10 @@ TEST(WaveformReader, OnlyFreshFilesAreKnownAlsoWhileTheyAreOpen) {
     // Files in the making are known as far as they have been written.
     SetFileTime(entry.GetPath(), info.time + 120 * kFileTimeSecond);
     sides.folder.Write("Mine/orvfiles/Art~Blue~side1.wav_$$$.wfs", std::string(8 * 11, '\0'));
-    entry.generating = true;
+    entry.waveform.generating = true;
     EXPECT_TRUE(reader.Read(view, picture).Ok());
     EXPECT_EQ(picture.n_known, 3) << "11 blocks of 8192, in columns of 30000";
-    entry.generating = false;
+    entry.waveform.generating = false;
 }
 
 }  // namespace
