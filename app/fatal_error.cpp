@@ -5,8 +5,8 @@
 #include <exception>
 #include <string>
 
+#include "app/session/saving.h"
 #include "collection/dataobjects.h"
-#include "collection/steering_file.h"
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
@@ -57,7 +57,9 @@ void FatalError(const char* what) {
     ShowMessage(FormatMsg(Msg::FatalError, what));
     if (gAlbumSet && gAlbumSet->dirty) {
         Message question{FormatMsg(Msg::SaveChangedFile, gAlbumSet->path), Buttons::YesNo, Severity::Warning, {}};
-        if (Messages().Ask(question) == Answer::Yes) SaveCollection(gAlbumSet->path, *gAlbumSet, true);
+        if (Messages().Ask(question) == Answer::Yes) {
+            static_cast<void>(SaveAsking(gAlbumSet->path, *gAlbumSet, ReportErrors::Yes));
+        }
         if (!gAlbumSet->dirty) ShowMessage(std::string(MessageText(Msg::SavedNowClosing)), Severity::Information);
     }
     std::fflush(nullptr);

@@ -1,10 +1,10 @@
-// Start, stop, and what guards the collection in between: autosave, the busy query, the offer to save.
+// The start of the program, and what its command line says.
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "app/appglobals.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -20,27 +20,7 @@ struct CommandLine {
 CommandLine ParseCommandLine(int argc, const char* const* argv);
 
 // The first steps of every start: the main thread, the hooks for errors, the settings and folders, and the closing of
-// the collection when the process exits. False when the settings store cannot be opened: last error.
-bool InitApplication();
-
-// Starts the autosave test, once a minute, on the main loop.
-void StartAutosave();
-// One test: saves without asking when the collection has been changed for long enough. True if it saved.
-bool AutosaveTest();
-
-// True if an action that needs the collection quiet may go ahead. Listeners of event 6 can veto; open recordings and
-// background jobs make it ask, but for BusyHibernate and ids below 1, which nothing else stops. From any thread.
-bool IsBusyQuery(int message_id);
-
-// The question before the program ends, or sleeps: busy query, saving of a changed collection, and with
-// `close_collection` its closing. False stops the quit. A job whose call is still waiting for its threads is cancelled
-// instead of closed under: that is false too, and to be asked again when it has ended. Main thread.
-bool CanQuit(bool reason_is_hibernate, bool close_collection);
-
-// Saves `album_set` to `path`; a failure is shown with the offer to try again. NotSaved: the user goes on without.
-enum class SaveOutcome { Saved, NotSaved, Cancelled };
-SaveOutcome SaveWithRetry(const std::string& path, AlbumSet* album_set);
-// The Save command: the same, and a word to the user ("Confirm Collection Saved") when it is done. True if saved.
-bool SaveWorkInProgress(const std::string& path, AlbumSet* album_set);
+// the collection when the process exits. Fails when the settings store cannot be opened.
+Foundation::Outcome InitApplication();
 
 }  // namespace Orvane

@@ -29,7 +29,7 @@ struct Files {
         ORVANE_ASSERT(OpenSettings(folder / "config"));
         AlbumSet set(path);
         OrvaneTest::CollectionMaker(1).AddAlbums(set, kAlbums, kTracks);
-        SaveCopy(path, set, false);
+        static_cast<void>(SaveCopy(path, set));
     }
     OrvaneTest::TempFolder folder;
     std::string path;
@@ -46,7 +46,7 @@ void ReadLargeCollection(benchmark::State& state) {
     for (auto _ : state) {
         const double before = AllocatedMegabytes();
         std::unique_ptr<AlbumSet> set;
-        benchmark::DoNotOptimize(OpenCollection(path, &set));
+        benchmark::DoNotOptimize(OpenCollection(path, &set).Ok());
         megabytes = std::max(megabytes, AllocatedMegabytes() - before);
         if (!set || set->albums.size() != kAlbums) state.SkipWithError("not read");
     }
@@ -61,7 +61,7 @@ void OpenLargeCollection(benchmark::State& state) {
     for (auto _ : state) {
         if (!OpenCollection(path)) state.SkipWithError("not opened");
         state.PauseTiming();
-        CloseCollection();
+        static_cast<void>(CloseCollection());
         state.ResumeTiming();
     }
 }
@@ -69,9 +69,9 @@ BENCHMARK(OpenLargeCollection)->Unit(benchmark::kMillisecond);
 
 void SaveLargeCollection(benchmark::State& state) {
     std::unique_ptr<AlbumSet> set;
-    OpenCollection(TheFiles().path, &set);
+    static_cast<void>(OpenCollection(TheFiles().path, &set));
     for (auto _ : state) {
-        if (!set || !SaveCopy(TheFiles().folder / "Copy.mcf", *set, false)) state.SkipWithError("not saved");
+        if (!set || !SaveCopy(TheFiles().folder / "Copy.mcf", *set)) state.SkipWithError("not saved");
     }
 }
 BENCHMARK(SaveLargeCollection)->Unit(benchmark::kMillisecond);

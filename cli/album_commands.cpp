@@ -97,9 +97,9 @@ int Show(CommandContext& context, const AlbumArguments& arguments) {
 
 int ReportAlbum(CommandContext& context, const AlbumInfo& album, const std::string& what) {
     if (int code = context.Save()) return code;
-    int number = context.NumberOf(album);
+    int number = NumberOf(album);
     context.result = AlbumHeadJson(album, number);
-    context.Line("{}: {}", what, context.AlbumName(album));
+    context.Line("{}: {}", what, AlbumName(album));
     return CLI_DONE;
 }
 
@@ -120,11 +120,11 @@ int Set(CommandContext& context, const AlbumArguments& arguments) {
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     AlbumDetails details = album->Details();
     if (std::string problem = Assign(details, arguments.assignments); !problem.empty()) return context.Usage(problem);
-    const auto change = [&] {
+    const auto change = [&]() -> Outcome {
         const bool other_names = album->title != details.title || album->single != details.single;
-        if (!ChangeDetails(*album, details)) return false;
-        if (other_names) CreateSingleTracks(*album);
-        return true;
+        Outcome changed = ChangeDetails(*album, details);
+        if (changed && other_names) CreateSingleTracks(*album);
+        return changed;
     };
     if (int code = context.ChangeAndSave(*album, change)) return code;
     return ReportAlbum(context, *album, "Changed");
@@ -139,8 +139,8 @@ int Status(CommandContext& context, const AlbumArguments& arguments) {
     SetStatus(*album, details.status, false);
     SortAlbums(true, album);
     if (int code = context.Save()) return code;
-    context.result = AlbumHeadJson(*album, context.NumberOf(*album));
-    context.Line("{}: {}", context.AlbumName(*album), StatusText(album->status));
+    context.result = AlbumHeadJson(*album, NumberOf(*album));
+    context.Line("{}: {}", AlbumName(*album), StatusText(album->status));
     return CLI_DONE;
 }
 
@@ -148,7 +148,7 @@ int Remove(CommandContext& context, const AlbumArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, Access::Change, album)) return code;
     Json json = AlbumHeadJson(*album, arguments.album);
-    std::string name = context.AlbumName(*album);
+    std::string name = AlbumName(*album);
     int options = (arguments.keep_album ? 0 : DELETE_ALBUMS) | (arguments.recordings ? DELETE_RECORDINGS : 0) |
                   (arguments.art ? DELETE_ALBUM_ART : 0);
     if (options == 0) return context.Usage("With --keep-album there is nothing to remove but --recordings and --art");
@@ -163,7 +163,7 @@ int Remove(CommandContext& context, const AlbumArguments& arguments) {
     context.result["kept"] = done.kept;
     if (int code = context.Save()) return code;
     if (done.cancelled) return context.Cancelled();
-    if (!done.failed.empty()) return context.Fail(done.failed.front());
+    if (!done.failed.empty()) return context.End(done.failed.front());
     context.Line("Removed: {}{}", arguments.keep_album ? "what was asked for of " : "", name);
     for (const std::string& file : done.trashed) context.Line("  in the Trash: {}", file);
     for (const std::string& file : done.kept) context.Line("  stays where it is: {}", file);

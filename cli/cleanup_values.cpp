@@ -33,7 +33,7 @@ bool ReadNumber(std::string_view text, int low, int high, int32_t& value) {
 // False when it is no stretch. One behind the end of the recording comes out empty.
 bool ReadNoiseStretch(const std::vector<std::string_view>& parts, const FileHistoryEntry* entry, NoiseStretch* noise) {
     int64_t start = 0, end = 0;
-    if (!entry || parts.size() != 2 || !ParseTimeArgument(parts[0], start) || !ParseTimeArgument(parts[1], end) ||
+    if (!entry || parts.size() != 2 || !ParseTypedTime(parts[0], start) || !ParseTypedTime(parts[1], end) ||
         start >= end) {
         return false;
     }

@@ -32,7 +32,7 @@ int ApplySettings(CommandContext& context, const GlobalOptions& options) {
 }
 
 int RunChosen(CommandContext& context, const CommandTree& tree) {
-    if (!InitApplication()) return context.FailLastError();
+    if (int code = context.End(InitApplication())) return code;
     if (int code = ApplySettings(context, tree.global)) return code;
     return tree.chosen(context);
 }
@@ -70,7 +70,7 @@ CLI::Option* NumberArgument(CLI::App* command, const std::string& name, int& num
 
 CLI::Option* TimeOption(CLI::App* command, const std::string& name, int64_t& ticks, const std::string& description) {
     auto read = [&ticks](const std::string& text) {
-        if (!ParseTimeArgument(text, ticks)) {
+        if (!ParseTypedTime(text, ticks)) {
             throw CLI::ValidationError("\"" + text + "\" is not a time: [h:]m:ss.fffff or seconds");
         }
     };

@@ -137,8 +137,19 @@ void ConsoleProgress::Begin(const std::string& new_title, bool) {
     status.clear();
     log.clear();
     started = last_shown = clock();
-    drawn = false;
-    if (style == ProgressStyle::Lines) write(title + " ...\n");
+    drawn = title_told = false;
+    if (Interrupted()) Progress::Cancel();  // the job's beginning has forgotten what came before it
+}
+
+void ConsoleProgress::Phase(const std::string& new_title) {
+    End(false);
+    Begin(new_title, true);
+    TellTitle();
+}
+
+void ConsoleProgress::TellTitle() {
+    if (style == ProgressStyle::Lines && !title_told) write(title + " ...\n");
+    title_told = true;
 }
 
 std::string ConsoleProgress::PercentAndTime(int per_mille) const {
@@ -153,6 +164,7 @@ std::string ConsoleProgress::PercentAndTime(int per_mille) const {
 
 void ConsoleProgress::Position(int per_mille) {
     if (style == ProgressStyle::None) return;
+    TellTitle();
     per_mille = std::clamp(per_mille, 0, 1000);
     double now = clock();
     if (now - last_shown < (style == ProgressStyle::Bar ? kBarSeconds : kLineSeconds)) return;
@@ -169,6 +181,7 @@ void ConsoleProgress::Position(int per_mille) {
 
 void ConsoleProgress::Log(const std::string& markup) {
     if (style != ProgressStyle::Lines) return;
+    TellTitle();
     log += markup;
     if (!log.ends_with('\n')) return;
     write(PlainLines(log));

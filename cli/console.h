@@ -40,6 +40,7 @@ public:
     ConsoleProgress(ProgressStyle style, Write write, Clock clock);
 
     void Begin(const std::string& title, bool can_cancel) override;
+    void Phase(const std::string& title) override;
     void Position(int per_mille) override;
     void Status(const std::string& text) override { status = text; }
     void Log(const std::string& markup) override;
@@ -47,6 +48,7 @@ public:
 
 private:
     std::string PercentAndTime(int per_mille) const;
+    void TellTitle();
 
     const ProgressStyle style;
     const Write write;
@@ -56,7 +58,8 @@ private:
     std::string log;  // the last piece, while its line has no end
     double started = 0;
     double last_shown = 0;
-    bool drawn = false;  // a bar stands on the line
+    bool drawn = false;       // a bar stands on the line
+    bool title_told = false;  // as lines; a job of phases is told of by their titles
 };
 
 // From now on Ctrl+C and a polite request to end cancel the job in progress, as a Cancel button does.

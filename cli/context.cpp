@@ -4,16 +4,9 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 
-#include "cli/texts.h"
-#include "collection/albumset.h"
-#include "collection/steering_file.h"
-#include "collection/undo_records.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
-#include "foundation/path.h"
-#include "foundation/text.h"
 
 using namespace Foundation;
 
@@ -34,11 +27,6 @@ void WriteToStderr(std::string_view bytes) {
     std::fflush(stderr);
 }
 
-// The folder and those above it that are not there yet, the innermost first.
-void FindMissing(std::string folder, std::vector<std::string>& missing) {
-    for (; !folder.empty() && !FileExists(folder); folder = FolderOf(folder)) missing.push_back(folder);
-}
-
 double SecondsNow() {
     return static_cast<double>(MonotonicNs()) / 1e9;
 }
@@ -52,7 +40,6 @@ CommandContext::CommandContext(const GlobalOptions& options)
 }
 
 CommandContext::~CommandContext() {
-    if (set && set == gAlbumSet) CloseCollection();
     SetMessageHost(nullptr);
     SetProgressHost(nullptr);
 }
@@ -128,111 +115,28 @@ int CommandContext::Finish(int code) {
     return code;
 }
 
-int CommandContext::Lock(const std::string& path) {
-    const Outcome outcome = lock.Acquire(path);
-    return outcome.Ok() ? CLI_DONE : Fail(outcome.Text());
-}
-
 int CommandContext::Open(const std::string& path, Access access) {
-    std::string full_path = AbsolutePath(path);
-    if (!FileExists(full_path)) return Fail(FormatMsg(Msg::CannotFindFile, full_path));
-    if (ExtensionOf(full_path).empty()) return Fail(FormatMsg(Msg::NotACollection, full_path));
-    if (int code = Lock(full_path)) return code;
-    if (access == Access::Change) {
-        set = OpenCollection(full_path);
-    } else {
-        set = OpenCollection(full_path, &read_only_set);
-    }
-    if (set) return CLI_DONE;
-    return GetLastError().text.empty() ? Cancelled() : FailLastError();
-}
-
-int CommandContext::Create(const std::string& path) {
-    std::string full_path = AbsolutePath(path);
-    if (ExtensionOf(full_path) != ".mcf") return Usage("The name of a collection ends in .mcf");
-    if (int code = Lock(full_path)) return code;
-    if (FileExists(full_path)) return Fail(fmt::format("{} exists already", full_path));
-    AlbumSet fresh(full_path);
-    std::vector<std::string> missing = {full_path};
-    FindMissing(fresh.recordings_folder, missing);
-    FindMissing(FolderOf(full_path), missing);
-    if (int failure = CreateFolders(FolderOf(full_path))) {
-        FailCreateFolder(FolderOf(full_path), failure);
-        return FailLastError();
-    }
-    made = missing;
-    if (!SaveCollection(full_path, fresh, false)) return FailLastError();
-    set = OpenCollection(full_path);
-    return set ? CLI_DONE : FailLastError();
-}
-
-bool CommandContext::TakeBack() {
-    if (made.empty()) return false;
-    if (set) CloseCollection();
-    set = nullptr;
-    lock.Release();
-    std::error_code ignored;  // a folder that something else has come into stays
-    for (const std::string& path : made) std::filesystem::remove(path, ignored);
-    made.clear();
-    return true;
+    return End(session.Open(path, access));
 }
 
 int CommandContext::Save() {
-    return set->dirty && Interrupted() ? Cancelled() : SaveAllTheSame();
+    return Collection().dirty && Interrupted() ? Cancelled() : SaveAllTheSame();
 }
 
-int CommandContext::SaveAllTheSame() {
-    if (!set->dirty) return CLI_DONE;
-    SetLastErrorText("The collection could not be saved");
-    if (!SaveCollection(set->path, *set, false)) return FailLastError();
-    made.clear();
-    return CLI_DONE;
-}
-
-int CommandContext::ChangeAndSave(AlbumInfo& album, FunctionRef<bool()> change) {
-    if (Interrupted()) return Cancelled();
-    const AlbumDetails before = album.Details();
-    if (!change()) return FailLastError();
-    const int code = SaveAllTheSame();
-    if (code == CLI_DONE || ChangeDetails(album, before)) return code;
-    return Fail(fmt::format("{}. The recordings have their new names: {}", error, GetLastError().text));
+int CommandContext::ChangeAndSave(AlbumInfo& album, FunctionRef<Outcome()> change) {
+    return Interrupted() ? Cancelled() : End(session.ChangeAndSave(album, change));
 }
 
 int CommandContext::FindAlbum(int number, AlbumInfo*& album) {
-    int position = 0;
-    for (AlbumInfo& candidate : set->albums) {
-        if (++position != number) continue;
-        album = &candidate;
-        return CLI_DONE;
-    }
-    return Fail(fmt::format("There is no album {} in {}: it has {}", number, set->path,
-                            CountText(set->albums.size(), "album")));
+    return Take(Orvane::FindAlbum(Collection(), number), album);
 }
 
 int CommandContext::FindTrack(const AlbumInfo& album, int number, int& index) {
-    index = number - 1;
-    if (index >= 0 && index < album.tracks.size()) return CLI_DONE;
-    return Fail(fmt::format("There is no track {} in {}: it has {}", number, AlbumName(album),
-                            CountText(album.tracks.size(), "track")));
+    return Take(Orvane::FindTrack(album, number), index);
 }
 
 int CommandContext::FindRecording(const AlbumInfo& album, int side, FileHistoryEntry*& entry) {
-    bool there = side >= 1 && side <= album.sides.size() && album.sides[side - 1];
-    entry = there ? album.sides[side - 1]->newest : nullptr;
-    return entry ? CLI_DONE : Fail(fmt::format("Side {} of {} has no recording", side, AlbumName(album)));
-}
-
-int CommandContext::NumberOf(const AlbumInfo& album) const {
-    int number = 0;
-    for (const AlbumInfo& candidate : set->albums) {
-        ++number;
-        if (&candidate == &album) return number;
-    }
-    return 0;
-}
-
-std::string CommandContext::AlbumName(const AlbumInfo& album) const {
-    return fmt::format("album {} ({} - {})", NumberOf(album), album.artist, album.title);
+    return Take(Orvane::FindRecording(album, side), entry);
 }
 
 }  // namespace Orvane

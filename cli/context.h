@@ -3,19 +3,17 @@
 
 #include <fmt/format.h>
 
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "app/session/lookup.h"
+#include "app/session/session.h"
 #include "cli/console.h"
-#include "collection/dataobjects.h"
-#include "foundation/filelock.h"
 #include "foundation/functionref.h"
 #include "foundation/outcome.h"
-#include "foundation/platform.h"
 
 namespace Orvane {
 
@@ -29,9 +27,6 @@ struct GlobalOptions {
     bool quiet = false;
     std::vector<std::string> settings;  // "KEY=VALUE", for this run
 };
-
-// What a command does to the collection. One that only reads it leaves the file and the settings as they are.
-enum class Access { Read, Change };
 
 // The functions that can fail return an exit code; anything but CLI_DONE is the command's own result, and its reason is
 // already noted. Main thread.
@@ -77,40 +72,36 @@ public:
     int Finish(int code);
 
     // --- The collection ---
-    // Opens it under its lock, so that no other command works on it meanwhile.
+    // Opens it; no other command works on it meanwhile.
     int Open(const std::string& path, Access access);
     // Writes a new empty collection and opens it to be changed. Fails where there is a file already.
-    int Create(const std::string& path);
-    AlbumSet& Collection() { return *set; }
-    // Removes the collection that Create has made and the folders made for it, unless something has been saved in it
-    // since. True if it did; there is no collection then.
-    bool TakeBack();
+    int Create(const std::string& path) { return End(session.Create(path)); }
+    AlbumSet& Collection() const { return session.Collection(); }
     // Saves it where it was changed, but not once the user has asked for the end.
     int Save();
-    int SaveAllTheSame();
-    // Runs a change that may rename the recordings of an album and saves it, or takes it back: a collection that was
-    // not saved would look for them under their old names. `change` is false with the reason as last error.
-    int ChangeAndSave(AlbumInfo& album, Foundation::FunctionRef<bool()> change);
+    int SaveAllTheSame() { return End(session.Save()); }
+    // See Session::ChangeAndSave.
+    int ChangeAndSave(AlbumInfo& album, Foundation::FunctionRef<Foundation::Outcome()> change);
 
     // By their numbers, from 1.
     int FindAlbum(int number, AlbumInfo*& album);
     int FindTrack(const AlbumInfo& album, int number, int& index);
     int FindRecording(const AlbumInfo& album, int side, FileHistoryEntry*& entry);
-    int NumberOf(const AlbumInfo& album) const;
-    std::string AlbumName(const AlbumInfo& album) const;  // "album 3 (Artist - Title)"
+    Session session;
 
 private:
-    int Lock(const std::string& path);
+    // What there is of a result, and its exit code.
+    template <class T>
+    int Take(const Foundation::Result<T>& found, T& value) {
+        if (found) value = *found;
+        return End(found.GetOutcome());
+    }
 
     const GlobalOptions options;
     ConsoleMessages messages;
     ConsoleProgress progress;
     std::string text;
     std::string error;
-    Foundation::FileLock lock;
-    std::unique_ptr<AlbumSet> read_only_set;
-    AlbumSet* set = nullptr;
-    std::vector<std::string> made;  // by Create, in the order of removal; empty once the collection has been saved
 };
 
 }  // namespace Orvane

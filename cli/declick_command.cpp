@@ -151,7 +151,7 @@ int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& pla
     figures["sides"] = Json::array();
     for (size_t i = 0; i < scanned.size(); ++i) {
         const ScannedSide& done = scanned[i];
-        const int album = context.NumberOf(*done.side.entry->album);
+        const int album = NumberOf(*done.side.entry->album);
         Json json = {{"album", album}, {"side", done.side.side}, {"status", TextOf(done.outcome).status}};
         json.update(StatsJson(done.stats));
         const std::string error = ErrorOf(done);

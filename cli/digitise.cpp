@@ -32,7 +32,7 @@ int Digitise::Run() {
         }
     }
     if (album) Report();
-    if (code != CLI_DONE && context.TakeBack()) {
+    if (code != CLI_DONE && context.session.TakeBack()) {
         context.result.erase("collection");
         context.result.erase("album");
     }
@@ -179,7 +179,7 @@ int Digitise::WriteSheet() {
 
 void Digitise::Report() {
     Json& result = context.result;
-    result["album"] = context.NumberOf(*album);
+    result["album"] = NumberOf(*album);
     result["artist"] = album->artist;
     result["title"] = album->title;
     result["new_album"] = new_album;

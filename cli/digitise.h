@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "app/jobs/titles.h"
 #include "cli/context.h"
 #include "cli/declick.h"
 #include "cli/model_view.h"
 #include "cli/saving.h"
-#include "cli/titles.h"
 #include "split/scan.h"
 
 namespace Orvane {

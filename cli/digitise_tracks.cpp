@@ -94,7 +94,7 @@ int Digitise::NameTracks(TrackList& tracks) {
         "The sides have {}, but {} has {}. The tracks are in {}, as album {}: put them right with \"break insert\" and "
         "\"break remove\", or correct the titles, and run this again",
         CountText(tracks.size(), "track"), order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
-        context.Collection().path, context.NumberOf(*album)));
+        context.Collection().path, NumberOf(*album)));
 }
 
 void Digitise::StoreTracks(const TrackList& tracks) {

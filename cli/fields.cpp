@@ -32,7 +32,7 @@ Field<Record> TextField(std::string name, std::string Record::*member) {
 template <class Record>
 Field<Record> TimeField(std::string name, int64_t Record::*member) {
     return {std::move(name), "a time", [member](const Record& record) { return Json(record.*member); },
-            [member](Record& record, const std::string& value) { return ParseTimeArgument(value, record.*member); }};
+            [member](Record& record, const std::string& value) { return ParseTypedTime(value, record.*member); }};
 }
 
 // A length of 0 takes the fade away.
@@ -41,7 +41,7 @@ Field<ALBUMTRACK> FadeField(std::string name, int32_t ALBUMTRACK::*member, Fader
             [member](const ALBUMTRACK& track) { return Json(track.*member); },
             [member, fader](ALBUMTRACK& track, const std::string& value) {
                 int64_t ticks = 0;
-                if (!ParseTimeArgument(value, ticks)) return false;
+                if (!ParseTypedTime(value, ticks)) return false;
                 const int64_t hundredths = (ticks * 100 + kTicksPerSecond / 2) / kTicksPerSecond;
                 SetFaderLength(track, fader, static_cast<int>(std::min<int64_t>(hundredths, INT_MAX)));
                 EnableFader(track, fader, ticks > 0);

@@ -30,10 +30,10 @@ int ChooseAlbums(CommandContext& context, int number, std::vector<AlbumInfo*>& a
 
 int ReportFile(CommandContext& context, const AlbumInfo& album, ListingWritten written, const std::string& path) {
     if (written == ListingWritten::Failed) return context.FailLastError();
-    context.result["album"] = context.NumberOf(album);
+    context.result["album"] = NumberOf(album);
     context.result["file"] = path;
     context.result["tracks"] = album.tracks.size();
-    context.Line("{}: {} of {}", path, CountText(album.tracks.size(), "track"), context.AlbumName(album));
+    context.Line("{}: {} of {}", path, CountText(album.tracks.size(), "track"), AlbumName(album));
     return CLI_DONE;
 }
 
@@ -43,7 +43,7 @@ int ReportFiles(CommandContext& context, const std::vector<ListingDone>& listing
     int n_failed = 0;
     context.result["files"] = Json::array();
     for (const ListingDone& listing : listings) {
-        Json json = {{"album", context.NumberOf(*listing.album)}, {"file", listing.path}};
+        Json json = {{"album", NumberOf(*listing.album)}, {"file", listing.path}};
         if (listing.error.empty()) {
             context.Line("{}", listing.path);
         } else {
@@ -75,9 +75,10 @@ int ReadCue(CommandContext& context, const ListingArguments& arguments) {
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     AlbumInfo* album = nullptr;
     if (int code = context.FindAlbum(arguments.album, album)) return code;
-    const int code = context.ChangeAndSave(*album, [&] { return ReadCueSheet(*album, arguments.file); });
+    const int code = context.ChangeAndSave(
+        *album, [&] { return ReadCueSheet(*album, arguments.file) ? Outcome() : Outcome::OfLastError(ERR_CONTENTS); });
     if (code) return code;
-    context.result["album"] = context.NumberOf(*album);
+    context.result["album"] = NumberOf(*album);
     context.result["artist"] = album->artist;
     context.result["title"] = album->title;
     context.result["tracks"] = Json::array();
@@ -87,7 +88,7 @@ int ReadCue(CommandContext& context, const ListingArguments& arguments) {
         context.result["tracks"].push_back(TrackJson(track, i + 1));
         table.Add({std::to_string(i + 1), track.title, FormatTime(track.start), FormatTime(track.end)});
     }
-    context.Line("{}: {}", context.AlbumName(*album), CountText(album->tracks.size(), "track"));
+    context.Line("{}: {}", AlbumName(*album), CountText(album->tracks.size(), "track"));
     context.Text(table.Text(2));
     const size_t n_recordings = album->Recordings().size();
     context.result["recordings"] = n_recordings;

@@ -37,7 +37,7 @@ int Add(CommandContext& context, const RecordingArguments& arguments) {
         return code;
     }
     int64_t ticks = to_ticks(entry->SampleRate(), entry->TotalSamples());
-    context.result["album"] = context.NumberOf(*album);
+    context.result["album"] = NumberOf(*album);
     context.result["side"] = arguments.side;
     context.result["path"] = entry->GetPath();
     context.result["samplerate"] = entry->facts.samplerate;
@@ -45,8 +45,7 @@ int Add(CommandContext& context, const RecordingArguments& arguments) {
     context.result["channels"] = entry->facts.channels;
     context.result["total_samples"] = entry->TotalSamples();
     context.result["seconds"] = Seconds(ticks);
-    context.Line("Side {} of {}: {} ({})", arguments.side, context.AlbumName(*album), entry->GetPath(),
-                 ClockText(ticks));
+    context.Line("Side {} of {}: {} ({})", arguments.side, AlbumName(*album), entry->GetPath(), ClockText(ticks));
     return CLI_DONE;
 }
 

@@ -31,7 +31,7 @@ int ChooseAlbums(CommandContext& context, const std::vector<int>& numbers, std::
 }
 
 // Why the tracks of these albums cannot be saved, one and all; empty where there is something.
-std::string NothingToSave(const CommandContext& context, const std::vector<AlbumInfo*>& albums) {
+std::string NothingToSave(const std::vector<AlbumInfo*>& albums) {
     const auto any = [&](auto&& has) { return std::any_of(albums.begin(), albums.end(), has); };
     const auto has_break = [](const AlbumInfo* album) {
         return std::any_of(album->tracks.begin(), album->tracks.end(), [](const auto& t) { return !t.IsEmpty(); });
@@ -47,7 +47,7 @@ std::string NothingToSave(const CommandContext& context, const std::vector<Album
         return {};
     }
     if (albums.size() > 1) return fmt::format("There is nothing to save: no album has {} yet", missing);
-    return fmt::format("There is nothing to save: {} has no {} yet", context.AlbumName(*albums[0]), missing);
+    return fmt::format("There is nothing to save: {} has no {} yet", AlbumName(*albums[0]), missing);
 }
 
 void PrintResults(CommandContext& context, const SaveResult& result) {
@@ -71,7 +71,7 @@ int Save(CommandContext& context, const Arguments& arguments) {
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<AlbumInfo*> albums;
     if (int code = ChooseAlbums(context, arguments.albums, albums)) return code;
-    if (std::string problem = NothingToSave(context, albums); !problem.empty()) return context.Fail(problem);
+    if (std::string problem = NothingToSave(albums); !problem.empty()) return context.Fail(problem);
     if (arguments.save.out.empty()) settings.AppendCollection(context.Collection());
     SaveResult result;
     int saved = SaveWithProgress(context, albums, settings, arguments.save.threads, result);

@@ -29,9 +29,9 @@ std::string FormatNames() {
     return names;
 }
 
-Json SavedTrackJson(const CommandContext& context, const SavedTrack& saved) {
+Json SavedTrackJson(const SavedTrack& saved) {
     Json json;
-    json["album"] = context.NumberOf(*saved.album);
+    json["album"] = NumberOf(*saved.album);
     json["track"] = saved.track + 1;
     json["title"] = saved.album->tracks[saved.track].title;
     json["file"] = saved.file;
@@ -97,7 +97,7 @@ int SaveWithProgress(CommandContext& context, const std::vector<AlbumInfo*>& alb
         result = SaveAlbums(albums, settings, threads);
     }
     Json tracks = Json::array();
-    for (const SavedTrack& saved : result.tracks) tracks.push_back(SavedTrackJson(context, saved));
+    for (const SavedTrack& saved : result.tracks) tracks.push_back(SavedTrackJson(saved));
     context.result["folder"] = settings.output_folder;
     context.result["tracks"] = tracks;
     context.result["saved"] = result.n_saved;

@@ -34,24 +34,19 @@ CLI::Option* ChannelsOption(CLI::App* command, const std::string& name, int& cha
 int OpenTheSide(CommandContext& context, const SideArguments& arguments, Access access, OpenSide& side) {
     if (int code = context.Open(arguments.collection, access)) return code;
     if (int code = context.FindAlbum(arguments.album, side.album)) return code;
-    if (int code = context.FindRecording(*side.album, arguments.side, side.entry)) return code;
-    PlaceRecordings(*side.album);
-    if (side.entry->TotalSamples() <= 0) return context.Fail("Cannot find file: " + side.entry->GetPath());
-    side.total = side.entry->TotalSamples() - side.entry->decided.cuts.TotalLength();
+    const Result<SideInUse> found = FindSide(*side.album, arguments.side);
+    if (!found) return context.End(found.GetOutcome());
+    side.entry = found->entry;
+    side.total = found->total;
     return CLI_DONE;
 }
 
 int RangeOf(CommandContext& context, const SideArguments& arguments, const OpenSide& side, int64_t& start,
             int64_t& end) {
-    start = end = 0;
-    if (arguments.from < 0 && arguments.to < 0) return CLI_DONE;
-    const int32_t rate = side.entry->SampleRate();
-    start = arguments.from < 0 ? 0 : to_samples(rate, arguments.from);
-    end = arguments.to < 0 ? side.total : std::min(side.total, to_samples(rate, arguments.to));
-    if (start >= end)
-        return context.Usage(
-            fmt::format("The range is empty: the side ends at {}", ClockText(to_ticks(rate, side.total))));
-    return CLI_DONE;
+    const Result<FrameRange> range = RangeOnSide({side.entry, side.total}, arguments.from, arguments.to);
+    start = range ? range->start : 0;
+    end = range ? range->end : 0;
+    return context.End(range.GetOutcome());
 }
 
 void SetRange(BaseCorrection& correction, const FileHistoryEntry& entry, int64_t start, int64_t end) {

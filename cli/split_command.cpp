@@ -37,7 +37,7 @@ int OpenAlbum(CommandContext& context, const SplitArguments& arguments, AlbumInf
 
 int Report(CommandContext& context, const AlbumInfo& album) {
     if (int code = context.Save()) return code;
-    context.result["album"] = context.NumberOf(album);
+    context.result["album"] = NumberOf(album);
     ReportTracks(context, album);
     return CLI_DONE;
 }
@@ -46,11 +46,10 @@ int Split(CommandContext& context, const SplitArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, album)) return code;
     if (album->Recordings().empty()) {
-        return context.Fail(fmt::format("There is nothing to split: {} has no recordings", context.AlbumName(*album)));
+        return context.Fail(fmt::format("There is nothing to split: {} has no recordings", AlbumName(*album)));
     }
     if (arguments.adjust && FirstUnsetTrack(album->tracks) == 0) {
-        return context.Fail(
-            fmt::format("There is nothing to adjust: no track of {} has times yet", context.AlbumName(*album)));
+        return context.Fail(fmt::format("There is nothing to adjust: no track of {} has times yet", AlbumName(*album)));
     }
     const int64_t started = MonotonicNs();
     WaveformOverview overview;
@@ -93,8 +92,8 @@ int Remove(CommandContext& context, const SplitArguments& arguments) {
     dialog.remove_empty_last_row = n_tracks > 0 && album->tracks.back().title == NumberedTrackTitle(n_tracks);
     const Alt alt = arguments.alt ? Alt::Down : Alt::Up;
     if (!dialog.DeleteTrackBreak(BreakHit::ByPosition, 0, arguments.at, MakeUndo::No, alt)) {
-        return context.Fail(fmt::format("No track of {} ends within a second of {}", context.AlbumName(*album),
-                                        FormatTime(arguments.at)));
+        return context.Fail(
+            fmt::format("No track of {} ends within a second of {}", AlbumName(*album), FormatTime(arguments.at)));
     }
     return Report(context, *album);
 }

@@ -12,23 +12,6 @@ using namespace Foundation;
 
 namespace Orvane {
 
-bool ParseTimeArgument(std::string_view text, int64_t& ticks) {
-    constexpr size_t kMostDigits = 9;  // of one number
-    size_t point = std::min(text.find('.'), text.size());
-    std::string_view fraction = text.substr(std::min(point + 1, text.size()));
-    auto AllDigits = [](std::string_view digits) {
-        return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    };
-    std::vector<std::string_view> parts = Split(text.substr(0, point), ':');
-    if (parts.empty() || parts.size() > 3 || !AllDigits(fraction) || (point + 1 == text.size())) return false;
-    for (size_t i = 0; i < parts.size(); ++i) {
-        if (parts[i].empty() || parts[i].size() > kMostDigits || !AllDigits(parts[i])) return false;
-        if (i > 0 && ParseInt(parts[i]) >= 60) return false;
-    }
-    ticks = ParseTime(text);
-    return true;
-}
-
 double Seconds(int64_t ticks) {
     return std::round(static_cast<double>(ticks) / kTicksPerSecond * 1e6) / 1e6;
 }
@@ -47,10 +30,6 @@ std::string SizeText(int64_t bytes) {
 
 std::string RateText(int32_t samplerate) {
     return fmt::format("{:.6g} kHz", samplerate / 1000.0);
-}
-
-std::string CountText(int64_t n, std::string_view singular) {
-    return fmt::format("{} {}{}", n, singular, n == 1 ? "" : "s");
 }
 
 std::string Table::Text(int indent) const {

@@ -37,9 +37,9 @@ int ReportTrack(CommandContext& context, const AlbumInfo& album, int index, cons
     if (int code = context.Save()) return code;
     const ALBUMTRACK& track = album.tracks[index];
     context.result = TrackJson(track, index + 1);
-    context.result["album"] = context.NumberOf(album);
+    context.result["album"] = NumberOf(album);
     std::string times = track.IsEmpty() ? "no times yet" : FormatTime(track.start) + " - " + FormatTime(track.end);
-    context.Line("{}: track {} of {}: {} ({})", what, index + 1, context.AlbumName(album), track.title, times);
+    context.Line("{}: track {} of {}: {} ({})", what, index + 1, AlbumName(album), track.title, times);
     return CLI_DONE;
 }
 
@@ -128,7 +128,7 @@ int Remove(CommandContext& context, const TrackArguments& arguments) {
     if (int code = context.Save()) return code;
     context.result = TrackJson(removed, arguments.track);
     context.result["album"] = arguments.album;
-    context.Line("Removed: track {} of {}: {}", arguments.track, context.AlbumName(*album), removed.title);
+    context.Line("Removed: track {} of {}: {}", arguments.track, AlbumName(*album), removed.title);
     return CLI_DONE;
 }
 

@@ -128,7 +128,7 @@ int Waveform(CommandContext& context, const WaveformArguments& arguments) {
     for (const RecordingPlace& place : PlaceRecordings(*album)) {
         if (!arguments.side || place.side == arguments.side) places.push_back(place);
     }
-    if (places.empty()) return context.Fail(context.AlbumName(*album) + " has no recordings");
+    if (places.empty()) return context.Fail(AlbumName(*album) + " has no recordings");
     if (places.size() > 1 && !arguments.png.empty()) return context.Usage("--png draws one side: --side says which");
     for (const RecordingPlace& place : places) {
         if (!place.opened) return context.Fail(place.opened.Text());

@@ -133,13 +133,14 @@ std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album) {
     return std::unique_ptr<AlbumInfo>(albums.Remove(album));
 }
 
-bool ChangeDetails(AlbumInfo& album, const AlbumDetails& details) {
+Outcome ChangeDetails(AlbumInfo& album, const AlbumDetails& details) {
     if (album.IsWorkingCopy()) {
         album.TakeDetails(details);
-        return true;
+        return {};
     }
-    const bool renamed = album.artist != details.artist || album.title != details.title;
-    if (renamed && !RenameAlbumFiles(album, details.artist, details.title)) return false;
+    if (album.artist != details.artist || album.title != details.title) {
+        if (Outcome renamed = RenameAlbumFiles(album, details.artist, details.title); !renamed) return renamed;
+    }
     const bool same_key = SameSortKey(album, details);
     const Change batch(CHANGE_BATCH, &album);
     {
@@ -148,7 +149,7 @@ bool ChangeDetails(AlbumInfo& album, const AlbumDetails& details) {
     }
     if (!same_key) SortAlbums(true, &album);
     event::Fire(EVENT_AFTER_CHANGE, CHANGE_SETTLED, event::Arg(&album));
-    return true;
+    return {};
 }
 
 bool SetStatus(AlbumInfo& album, uint8_t status, bool resort) {

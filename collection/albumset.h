@@ -7,6 +7,7 @@
 
 #include "collection/dataobjects.h"
 #include "foundation/event.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -62,10 +63,9 @@ AlbumInfo* AddAlbum(std::unique_ptr<AlbumInfo> album, int flags = 0, Batch batch
 // knows its set, so that it can be entered again.
 std::unique_ptr<AlbumInfo> RemoveAlbum(AlbumInfo* album);
 
-// Gives an album other details. The files of its recordings are renamed to stay in step with artist
-// and title; when that fails nothing has changed, it is false, and the reason is the last error. Those of a working
-// copy stay as they are.
-bool ChangeDetails(AlbumInfo& album, const AlbumDetails& details);
+// Gives an album other details. The files of its recordings are renamed to stay in step with artist and title; when
+// that fails nothing has changed. Those of a working copy stay as they are.
+Foundation::Outcome ChangeDetails(AlbumInfo& album, const AlbumDetails& details);
 
 // True when it changed. With `resort` the list is sorted when its order is that of the status.
 bool SetStatus(AlbumInfo& album, uint8_t status, bool resort);

@@ -11,6 +11,7 @@
 
 #include "collection/albumdetails.h"
 #include "collection/filehistory.h"
+#include "foundation/filelock.h"
 #include "foundation/linked_list.h"
 #include "foundation/simple_vector.h"
 
@@ -142,7 +143,11 @@ struct AlbumSet {
     std::string recordings_folder;  // beside the file, with its name
     std::string side_folder;        // "orvfiles" beside the file
     AlbumInfo* current_album = nullptr;
-    bool dirty = false;  // the live set has unsaved changes
+    bool dirty = false;                // the live set has unsaved changes
+    bool has_unsaved_renames = false;  // its journal tells of renames (see renamejournal.h)
+    int running_jobs = 0;  // that work on it and have their call still on the stack; it stays open meanwhile
+    // Held from opening to the end, where nobody else may work on the collection.
+    std::unique_ptr<Foundation::FileLock> lock;
 
     Foundation::LinkedList<AlbumInfo>
         albums;  // dies first: a recording that is still open saves its repairs by the paths above

@@ -4,9 +4,7 @@
 
 #include "collection/albumset.h"
 #include "collection/recordingplaces.h"
-#include "collection/steering_file.h"
 #include "foundation/fileerror.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -40,11 +38,12 @@ public:
                 break;
             }
             Progress::Log(albums[i]->artist + " - " + albums[i]->title);
-            if (Delete(albums[i])) {
+            const Outcome deleted = Delete(albums[i]);
+            if (deleted) {
                 Progress::Log(" - <fg color=#00a000>done</fg>\n");
             } else {
-                result.failed.push_back(GetLastError().text);
-                Progress::Log(FormatMsg(Msg::JobFailedLine, GetLastError().text));
+                result.failed.push_back(deleted);
+                Progress::Log(FormatMsg(Msg::JobFailedLine, deleted.Text()));
             }
         }
     }
@@ -52,23 +51,25 @@ public:
     DeleteAlbumsResult result;
 
 private:
-    // False with the reason as last error.
-    bool Delete(AlbumInfo* album) {
-        if (!MakeFree(*album)) return false;
-        if ((options & DELETE_ALBUM_ART) && !DeleteArt(*album)) return false;
-        if ((options & DELETE_RECORDINGS) && !DeleteRecordings(*album)) return false;
+    Outcome Delete(AlbumInfo* album) {
+        if (Outcome is_free = MakeFree(*album); !is_free) return is_free;
+        if (options & DELETE_ALBUM_ART) {
+            if (Outcome deleted = DeleteArt(*album); !deleted) return deleted;
+        }
+        if (options & DELETE_RECORDINGS) {
+            if (Outcome deleted = DeleteRecordings(*album); !deleted) return deleted;
+        }
         if (options & DELETE_ALBUMS) {
             RemoveAlbum(album);
             ++result.n_deleted;
         }
-        return true;
+        return {};
     }
 
-    static bool MakeFree(AlbumInfo& album) {
+    static Outcome MakeFree(AlbumInfo& album) {
         event::Fire(EVENT_ALBUM_CLOSING, event::Arg(&album));  // what waits for its turn has nothing open yet
-        if (album.running_jobs == 0 && album.open_fhe_count == 0) return true;
-        FailContents(FormatMsg(Msg::AlbumInUse, album.artist, album.title));
-        return false;
+        if (album.running_jobs == 0 && album.open_fhe_count == 0) return {};
+        return Outcome::Fail(Kind::Busy, Msg::AlbumInUse, album.artist, album.title);
     }
 
     // Whether a file goes with the album: it is the collection's own, and no other album has it.
@@ -77,14 +78,11 @@ private:
     }
 
     // A file that is not there is no failure: somebody has seen to it before.
-    bool Trash(const std::string& path) {
-        if (!FileExists(path)) return true;
-        if (const int error = MoveToTrash(path)) {
-            FailDelete(path, error);
-            return false;
-        }
+    Outcome Trash(const std::string& path) {
+        if (!FileExists(path)) return {};
+        if (const int error = MoveToTrash(path)) return Outcome::OfLastError(FailDelete(path, error));
         result.trashed.push_back(path);
-        return true;
+        return {};
     }
 
     void Forget(const std::string& path, bool goes) {
@@ -93,44 +91,48 @@ private:
         if (!goes && FileExists(path)) result.kept.push_back(path);
     }
 
-    bool DeleteArt(AlbumInfo& album) {
-        if (album.art_file.empty()) return true;
+    Outcome DeleteArt(AlbumInfo& album) {
+        if (album.art_file.empty()) return {};
         const std::string path = album.ArtPath();
         const bool goes = Goes(path, set.side_folder);
-        if (goes && !Trash(path)) return false;
+        if (goes) {
+            if (Outcome trashed = Trash(path); !trashed) return trashed;
+        }
         Forget(path, goes);
         const Change change(CHANGE_DETAILS, &album);
         album.art_file.clear();
-        return true;
+        return {};
     }
 
-    bool DeleteRecordings(AlbumInfo& album) {
+    Outcome DeleteRecordings(AlbumInfo& album) {
         for (int i = album.sides.size() - 1; i >= 0; --i) {
             while (i < album.sides.size() && album.sides[i] && !album.sides[i]->history.empty()) {
-                if (!DeleteRecording(album, i)) return false;
+                if (Outcome deleted = DeleteRecording(album, i); !deleted) return deleted;
             }
         }
-        return true;
+        return {};
     }
 
     // The last of a side's history. A side without recordings is none.
-    bool DeleteRecording(AlbumInfo& album, int side_index) {
+    Outcome DeleteRecording(AlbumInfo& album, int side_index) {
         AlbumSide& side = *album.sides[side_index];
         const RefPtr<FileHistoryEntry> entry = side.history.back();
         const std::string path = entry->GetPath();
         const bool goes = Goes(path, set.recordings_folder);
-        if (goes && !Trash(path)) return false;
-        if (goes) entry->DeleteDerivedFiles(3);
+        if (goes) {
+            if (Outcome trashed = Trash(path); !trashed) return trashed;
+            entry->DeleteDerivedFiles(3);
+        }
         Forget(path, goes);
         const Change change(CHANGE_DETAILS, &album);
         side.history.pop_back();
         FileHistoryEntry* last = side.history.empty() ? nullptr : side.history.back().get();
         if (side.newest == entry.get()) side.newest = last;
         if (side.latest_take == entry.get()) side.latest_take = last;
-        if (!side.history.empty()) return true;
+        if (!side.history.empty()) return {};
         delete std::exchange(album.sides[side_index], nullptr);
         while (!album.sides.empty() && !album.sides.back()) album.sides.resize(album.sides.size() - 1);
-        return true;
+        return {};
     }
 
     AlbumSet& set;
@@ -150,11 +152,6 @@ DeleteAlbumsResult DeleteAlbums(const std::vector<AlbumInfo*>& albums, int optio
     ORVANE_ASSERT(gAlbumSet);
     DeleteJob job(*gAlbumSet, options);
     job.Run(albums);
-    if (job.result.n_deleted > 0) {
-        Messages().Ask({FormatMsg(Msg::AlbumsDeleted, job.result.n_deleted), Buttons::Ok, Severity::Information,
-                        "Report Album Deleted"});
-        SaveCollection(gAlbumSet->path, *gAlbumSet, true);
-    }
     Progress::Log(FormatMsg(Msg::Done) + "\n");
     return std::move(job.result);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/fileerror.h"
+#include "foundation/path.h"
 
 using namespace Foundation;
 
@@ -15,6 +16,20 @@ std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album) {
         for (const RefPtr<FileHistoryEntry>& entry : side->history) entries.push_back(entry.get());
     }
     return entries;
+}
+
+bool MoveExternalFiles(const AlbumSet& set, const FileRename& folder) {
+    const std::string beginning = folder.from + kSeparator;
+    bool any = false;
+    for (const AlbumInfo& album : set.albums) {
+        for (FileHistoryEntry* entry : AllRecordings(album)) {
+            std::string& file = entry->name.external_file;
+            if (!file.starts_with(beginning)) continue;
+            file = JoinPath(folder.to, file.substr(beginning.size()));
+            any = true;
+        }
+    }
+    return any;
 }
 
 std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {

@@ -4,12 +4,17 @@
 #include <vector>
 
 #include "collection/dataobjects.h"
+#include "collection/renamejournal.h"
 #include "foundation/outcome.h"
 
 namespace Orvane {
 
 // Every recording of every side, in use or not.
 std::vector<FileHistoryEntry*> AllRecordings(const AlbumInfo& album);
+
+// Recordings that lie in a folder of the collection are named by their full path when they were entered from there.
+// Gives them the names that they have once the folder has another one; true if there were any.
+bool MoveExternalFiles(const AlbumSet& set, const FileRename& folder);
 
 // The place of a recording in use on the album's time line.
 struct RecordingPlace {

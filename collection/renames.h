@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "collection/renamejournal.h"
+#include "foundation/outcome.h"
+
 namespace Orvane {
 
 class FileHistoryEntry;
@@ -18,28 +21,25 @@ public:
     Renames(const Renames&) = delete;
     Renames& operator=(const Renames&) = delete;
 
-    // An existing `to` is never replaced. False with the reason as last error.
-    bool Do(const std::string& from, const std::string& to);
+    // An existing `to` is never replaced.
+    Foundation::Outcome Do(const FileRename& rename);
     void Keep() { steps.clear(); }
 
 private:
-    struct Step {
-        std::string from, to;
-    };
-    std::vector<Step> steps;
+    std::vector<FileRename> steps;
 };
 
-// Gives a recording another name of its own: its file and those that go with it are renamed. False, with the reason as
-// last error, when that failed or the recording is open; then nothing has changed. Main thread.
-bool RenameRecording(FileHistoryEntry& entry, const RecordingName& name);
+// Gives a recording another name of its own: its file and those that go with it are renamed. When that fails, or the
+// recording is open, nothing has changed. Main thread.
+Foundation::Outcome RenameRecording(FileHistoryEntry& entry, const RecordingName& name);
 
 // Made before something changes what recordings are called; moves their files, and those that go with them, afterwards.
-// None of them may be open. Main thread.
+// None of them may be open. The collection's journal has the renames until it is saved. Main thread.
 class RecordingRenames {
 public:
     explicit RecordingRenames(std::vector<FileHistoryEntry*> entries);
-    // False when a file could not be moved: all are where they were, and the reason is the last error.
-    bool Move();
+    // When a file could not be moved, all are where they were.
+    Foundation::Outcome Move();
 
 private:
     std::vector<FileHistoryEntry*> entries;
@@ -47,7 +47,7 @@ private:
 };
 
 // Moves the files of all recordings of an album to the names that they have under another artist and title, which the
-// caller then gives it. False with the reason as last error; then nothing has moved.
-bool RenameAlbumFiles(AlbumInfo& album, const std::string& artist, const std::string& title);
+// caller then gives it. On failure nothing has moved.
+Foundation::Outcome RenameAlbumFiles(AlbumInfo& album, const std::string& artist, const std::string& title);
 
 }  // namespace Orvane

@@ -4,17 +4,18 @@
 #include <utility>
 
 #include "collection/albumset.h"
+#include "collection/recordingplaces.h"
+#include "collection/renamejournal.h"
 #include "collection/steering_reader.h"
 #include "collection/steering_writer.h"
 #include "collection/undo.h"
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
-#include "foundation/host.h"
-#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/safefile.h"
 #include "foundation/settings.h"
+#include "foundation/workerthread.h"
 
 using namespace Foundation;
 
@@ -89,40 +90,54 @@ void ChooseCurrentAlbum(AlbumSet& set, const CollectionFacts& facts) {
                                   GetSetting("Current Album", -1));
 }
 
-std::unique_ptr<TextFileReader> OpenReader(const std::string& path) {
+Result<std::unique_ptr<FileLock>> TakeLock(const std::string& path) {
+    auto lock = std::make_unique<FileLock>();
+    if (Outcome taken = lock->Acquire(path); !taken) return taken;
+    return lock;
+}
+
+Result<std::unique_ptr<TextFileReader>> OpenReader(const std::string& path) {
     FileInfo info;
     int error = GetFileInfo(path, info);
+    if (error == ENOENT) return Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, path).About(path, error);
     if (!error && info.is_folder) error = EISDIR;
-    if (!error) return OpenTextFile(path, Encoding::Detect, kBufferSize);
-    if (error == ENOENT) {
-        SetLastError({error, FormatMsg(Msg::CannotFindFile, path)});
-    } else {
-        FailOpen(path, error);
-    }
-    return nullptr;
+    if (error) return Outcome::OfLastError(FailOpen(path, error));
+    // It could not be saved.
+    if (ExtensionOf(path).empty()) return Outcome::Fail(Kind::Contents, Msg::NotACollection, path).About(path);
+    auto reader = OpenTextFile(path, Encoding::Detect, kBufferSize);
+    if (!reader) return Outcome::OfLastError(ERR_CANNOT_OPEN);
+    return reader;
 }
 
-// Null without Good, with the reason as last error.
-std::unique_ptr<AlbumSet> ReadSet(const std::string& path, bool ask, CollectionFacts& facts, ReadResult& result) {
-    result = ReadResult::Failed;
-    const auto reader = OpenReader(path);
-    if (!reader) return nullptr;
+Result<std::unique_ptr<AlbumSet>> ReadSet(const std::string& path, Answered newer, CollectionFacts& facts) {
+    auto reader = OpenReader(path);
+    if (!reader) return reader.GetOutcome();
     auto set = std::make_unique<AlbumSet>(path);
-    result = ReadCollection(*reader, *set, facts, [&] {
-        return !ask ||
-               Messages().Ask({FormatMsg(Msg::NewerCollection, path), Buttons::OkCancel, Severity::Warning, {}}) ==
-                   Answer::Ok;
-    });
-    if (result == ReadResult::Good) return set;
-    if (result == ReadResult::NotACollection) FailContents(FormatMsg(Msg::NotACollection, path));
-    if (result == ReadResult::Cancelled) SetLastError({});
-    return nullptr;
+    switch (ReadCollection(**reader, *set, facts, [newer] { return newer == Answered::Yes; })) {
+        case ReadResult::Good:
+            return set;
+        case ReadResult::NotACollection:
+            return Outcome::Fail(Kind::Contents, Msg::NotACollection, path).About(path);
+        case ReadResult::Cancelled:
+            return Outcome::Fail(Kind::NeedsAnswer, Msg::NewerCollection, path).About(path);
+        case ReadResult::Failed:
+            break;
+    }
+    return Outcome::OfLastError(ERR_IO);
 }
 
-void MakeLive(std::unique_ptr<AlbumSet> set, const CollectionFacts& facts) {
-    CloseCollection();
+// Heals what a crash has left half renamed. The set has been read and nobody has looked for its files yet.
+void Heal(AlbumSet& set) {
+    const HealedRenames healed = HealRenames(set.path);
+    for (const FileRename& folder : healed.moved_folders) MoveExternalFiles(set, folder);
+    set.has_unsaved_renames = healed.unsaved;
+    if (healed.unsaved) set.dirty = true;
+}
+
+void MakeLive(AlbumSet* set, const CollectionFacts& facts) {
+    Heal(*set);
     ChooseCurrentAlbum(*set, facts);
-    gAlbumSet = set.release();
+    gAlbumSet = set;
     event::Fire(EVENT_BEFORE_CHANGE, CHANGE_OPENED, event::Arg(gAlbumSet->current_album));
     event::Fire(EVENT_AFTER_CHANGE, CHANGE_OPENED, event::Arg(gAlbumSet->current_album));
     TitleChanged();
@@ -138,100 +153,112 @@ void MakeLive(std::unique_ptr<AlbumSet> set, const CollectionFacts& facts) {
     gAutosaveAllowed = true;
 }
 
-// 0, or a negative code with the reason as last error; then the file is as it was.
-int WriteSafely(const std::string& path, const AlbumSet& set) {
+// On failure the file is as it was.
+Outcome WriteSafely(const std::string& path, const AlbumSet& set) {
     ORVANE_ASSERT(!ExtensionOf(path).empty());
     const std::string temporary = TemporaryName(path);
     SetReadOnly(temporary, false);  // of one left over
     auto writer = CreateTextFile(temporary, Encoding::UTF8, TEXT_CREATE, LineEnds::LF, kBufferSize);
-    if (!writer) return ERR_CANNOT_OPEN;
+    if (!writer) return Outcome::OfLastError(ERR_CANNOT_OPEN);
     const int current = gModalNesting == 0 ? IndexOf(set, set.current_album) : -1;
     const bool written = WriteCollection(*writer, set, current);
     if (!writer->Close(true) || !written) {
         RemoveFile(temporary);
-        return ERR_IO;
+        return Outcome::OfLastError(ERR_IO);
     }
-    return PutInPlace(temporary, path, OldFile::Keep);
+    return Outcome::OfLastError(PutInPlace(temporary, path, OldFile::Keep));
 }
 
-enum class SaveAnswer { GoOn, Refuse, GiveUp };
-
-// Asks before a file that is marked read-only is replaced, and takes the mark off.
-SaveAnswer AskIfReadOnly(const std::string& path, bool report_errors) {
+// What SaveCollection and SaveCopy share.
+Outcome Save(std::string_view any_path, const AlbumSet& set, Answered answered) {
+    if (any_path.empty()) return Outcome::FailText(Kind::Refused, "The collection has no file to be saved in");
+    const std::string path = AbsolutePath(any_path);
+    std::unique_ptr<FileLock> lock;  // of a file that is not the set's own
+    if (!set.lock || path != set.path) {
+        auto taken = TakeLock(path);
+        if (!taken) return taken.GetOutcome();
+        lock = std::move(*taken);
+    }
     FileInfo info;
-    if (GetFileInfo(path, info) != 0 || !info.read_only) return SaveAnswer::GoOn;
-    const Buttons buttons = report_errors ? Buttons::YesNoCancel : Buttons::YesNo;
-    const Message question{FormatMsg(Msg::SaveReadOnlyCollection, path), buttons, Severity::Warning, {}};
-    switch (Messages().Ask(question)) {
-        case Answer::Yes:
-            SetReadOnly(path, false);
-            return SaveAnswer::GoOn;
-        case Answer::Cancel:
-            return SaveAnswer::GiveUp;
-        default:
-            FailOpenForWriting(path, EACCES);
-            return SaveAnswer::Refuse;
+    if (GetFileInfo(path, info) == 0 && info.read_only) {
+        if (answered == Answered::No) return Outcome::Fail(Kind::NeedsAnswer, Msg::SaveReadOnlyCollection, path);
+        SetReadOnly(path, false);
     }
+    const bool was_allowed = std::exchange(gAutosaveAllowed, false);
+    Outcome saved = WriteSafely(path, set);
+    gAutosaveAllowed = was_allowed;
+    return saved;
 }
 
-// What SaveCollection and SaveCopy share; `saved` tells whether the file was written.
-bool Save(const std::string& path, const AlbumSet& set, bool report_errors, bool& saved) {
-    saved = false;
-    if (path.empty()) return false;
-    const bool was_allowed = std::exchange(gAutosaveAllowed, false);
-    const SaveAnswer answer = AskIfReadOnly(path, report_errors);
-    if (answer == SaveAnswer::GoOn) {
-        saved = WriteSafely(path, set) == 0;
-        if (!saved && report_errors) ShowLastError();
-    }
-    gAutosaveAllowed = was_allowed;
-    return saved || answer == SaveAnswer::GiveUp;
+Outcome LiveSetIsFree() {
+    const bool busy = gAlbumSet && (gAlbumSet->running_jobs > 0 || gWorkerThreadPool);
+    return busy ? Outcome::Fail(Kind::Busy, Msg::JobInProgress) : Outcome();
 }
 
 }  // namespace
 
-AlbumSet* OpenCollection(std::string_view path, std::unique_ptr<AlbumSet>* second_set_out) {
+Result<AlbumSet*> OpenCollection(std::string_view path, std::unique_ptr<AlbumSet>* second_set_out, Answered answered) {
     const std::string full_path = AbsolutePath(path);
     const bool live = second_set_out == nullptr;
-    if (live) StoreSettings({{"Collections Directory", FolderOf(full_path)}});
+    if (live) {
+        if (Outcome free = LiveSetIsFree(); !free) return free;
+        StoreSettings({{"Collections Directory", FolderOf(full_path)}});
+    }
+    std::unique_ptr<FileLock> lock;
+    const bool again = live && gAlbumSet && gAlbumSet->lock && gAlbumSet->path == full_path;
+    if (!again) {
+        auto taken = TakeLock(full_path);
+        if (!taken) return taken.GetOutcome();
+        lock = std::move(*taken);
+    }
     CollectionFacts facts;
-    ReadResult result{};
-    std::unique_ptr<AlbumSet> set = ReadSet(full_path, live, facts, result);
+    auto read = ReadSet(full_path, live ? answered : Answered::Yes, facts);
+    if (!read) return read.GetOutcome();
+    std::unique_ptr<AlbumSet> set = std::move(*read);
+    set->lock = again ? std::move(gAlbumSet->lock) : std::move(lock);
     if (!live) {
+        Heal(*set);
         *second_set_out = std::move(set);
         return second_set_out->get();
     }
-    if (set) {
-        MakeLive(std::move(set), facts);
-        return gAlbumSet;
-    }
-    if (result == ReadResult::Cancelled) {
-        CloseCollection();
-    } else {
-        ShowLastError();
-    }
-    return nullptr;
+    if (Outcome closed = CloseCollection(); !closed) return closed;
+    MakeLive(set.release(), facts);
+    return gAlbumSet;
 }
 
-bool SaveCollection(std::string_view path, AlbumSet& set, bool report_errors) {
-    const std::string full_path = path.empty() ? std::string() : AbsolutePath(path);
-    bool saved = false;
-    const bool result = Save(full_path, set, report_errors, saved);
-    if (saved && &set == gAlbumSet) {
+Outcome CreateCollection(std::string_view path) {
+    const std::string full_path = AbsolutePath(path);
+    if (FileExists(full_path)) return Outcome::Fail(Kind::Refused, Msg::CollectionExists, full_path).About(full_path);
+    if (const int error = CreateFolders(FolderOf(full_path))) {
+        return Outcome::OfLastError(FailCreateFolder(FolderOf(full_path), error));
+    }
+    ForgetRenames(full_path);  // of a collection that had the name before
+    return SaveCopy(full_path, AlbumSet(full_path));
+}
+
+Outcome SaveCollection(std::string_view path, AlbumSet& set, Answered answered) {
+    Outcome saved = Save(path, set, answered);
+    if (!saved) return saved;
+    const std::string full_path = AbsolutePath(path);
+    if (full_path == set.path) {
+        ForgetRenames(full_path);
+        set.has_unsaved_renames = false;
+    }
+    if (&set == gAlbumSet) {
         StoreSettings({{"Steering File", full_path}});
         gLastSavedTick = TickMs();
         ClearDirty();
     }
-    return result;
+    return saved;
 }
 
-bool SaveCopy(std::string_view path, const AlbumSet& set, bool report_errors) {
-    bool saved = false;
-    return Save(path.empty() ? std::string() : AbsolutePath(path), set, report_errors, saved);
+Outcome SaveCopy(std::string_view path, const AlbumSet& set, Answered answered) {
+    return Save(path, set, answered);
 }
 
-void CloseCollection() {
-    if (!gAlbumSet) return;
+Outcome CloseCollection() {
+    if (!gAlbumSet) return {};
+    if (Outcome free = LiveSetIsFree(); !free) return free;
     gAutosaveAllowed = false;
     SettingChanges changes;
     RememberCurrentAlbum(changes);
@@ -240,6 +267,7 @@ void CloseCollection() {
     delete std::exchange(gAlbumSet, nullptr);
     ClearUndo();
     TitleChanged();
+    return {};
 }
 
 void RefreshInputFiles() {

@@ -29,7 +29,7 @@ UndoResult UndoEditAlbumDetails::Apply() {
     if (!found) return found.GetOutcome();
     AlbumInfo& album = **found;
     AlbumDetails before = album.Details();
-    if (!ChangeDetails(album, details)) return Outcome::OfLastError(ERR_IO);
+    if (Outcome changed = ChangeDetails(album, details); !changed) return changed;
     return UndoResult(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
 }
 
@@ -76,7 +76,7 @@ UndoResult UndoRenameAlbumSide::Apply() {
     FileHistoryEntry& entry = **found;
     RecordingName before = entry.name;
     const Change change(CHANGE_DETAILS, entry.album);
-    if (!RenameRecording(entry, name)) return Outcome::OfLastError(ERR_IO);
+    if (Outcome renamed = RenameRecording(entry, name); !renamed) return renamed;
     return UndoResult(std::make_unique<UndoRenameAlbumSide>(entry, std::move(before), description));
 }
 

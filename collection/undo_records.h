@@ -11,6 +11,7 @@
 #include "collection/gesture.h"
 #include "collection/undo.h"
 #include "collection/undo_refs.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 

@@ -33,6 +33,8 @@ class ProgressHost {
 public:
     virtual ~ProgressHost() = default;
     virtual void Begin(const std::string& title, bool can_cancel) = 0;
+    // The job goes on with something else, whose positions begin at 0 again.
+    virtual void Phase(const std::string& /*title*/) {}
     virtual void Position(int per_mille) = 0;  // 0 to 1000
     // How far the job has come, in words that take the place of those before.
     virtual void Status(const std::string& /*text*/) {}

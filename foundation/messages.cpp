@@ -344,8 +344,6 @@ std::string_view MessageText(Msg id) {
             return "Another job is in progress.\n\nPlease wait until it has ended, or cancel it, and try again.";
         case Msg::CollectionExists:
             return "%s exists already";
-        case Msg::CollectionInUse:
-            return "%s is in use by %s";
         case Msg::TitlesAndTracksDiffer:
             return "The sides have %s, but %s has %s";
         case Msg::DeviceNotOpen:

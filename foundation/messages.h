@@ -171,7 +171,6 @@ enum class Msg : int {
     DeviceNotOpen,
     BadTurntable,  // word, the whole
     JobInProgress,
-    CollectionInUse,        // file, who has it
     CollectionExists,       // file
     TitlesAndTracksDiffer,  // number of tracks, file of titles, number of titles; numbers in words
 };

@@ -70,6 +70,10 @@ int ProcessorCount();
 enum class ThreadPriority { Lowest, Normal, Highest };
 // Tried; false when the system refuses, which is logged once and otherwise harmless.
 bool SetThreadPriority(ThreadPriority priority);
+// The same for another thread of the process. Lowering is always allowed; raising it again may not be.
+using SystemThread = int32_t;
+SystemThread CurrentSystemThread();
+bool SetThreadPriority(SystemThread thread, ThreadPriority priority);
 // Starts `run` on a new thread with at least `stack_size` bytes of stack. 0 or an error number; the handle is joined
 // with JoinThread.
 using ThreadHandle = uintptr_t;

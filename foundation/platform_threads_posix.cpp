@@ -30,19 +30,19 @@ void* RunThread(void* argument) {
 }
 
 // A thread has a nice value of its own here.
-bool SetNice(int nice_value) {
-    return setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), nice_value) == 0;
+bool SetNice(SystemThread thread, int nice_value) {
+    return setpriority(PRIO_PROCESS, static_cast<id_t>(thread), nice_value) == 0;
 }
 
-bool SetRealTime() {
+bool SetRealTime(SystemThread thread) {
     sched_param parameters{};
     parameters.sched_priority = sched_get_priority_min(SCHED_RR);
-    return sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0;
+    return sched_setscheduler(thread, SCHED_RR | SCHED_RESET_ON_FORK, &parameters) == 0;
 }
 
-bool SetTimeSharing() {
+bool SetTimeSharing(SystemThread thread) {
     const sched_param parameters{};
-    return sched_getscheduler(0) == SCHED_OTHER || sched_setscheduler(0, SCHED_OTHER, &parameters) == 0;
+    return sched_getscheduler(thread) == SCHED_OTHER || sched_setscheduler(thread, SCHED_OTHER, &parameters) == 0;
 }
 
 }  // namespace
@@ -54,17 +54,25 @@ int ProcessorCount() {
     return std::max(1, static_cast<int>(sysconf(_SC_NPROCESSORS_ONLN)));
 }
 
+SystemThread CurrentSystemThread() {
+    return gettid();
+}
+
 bool SetThreadPriority(ThreadPriority priority) {
+    return SetThreadPriority(CurrentSystemThread(), priority);
+}
+
+bool SetThreadPriority(SystemThread thread, ThreadPriority priority) {
     bool done = false;
     switch (priority) {
         case ThreadPriority::Lowest:
-            done = SetTimeSharing() && SetNice(19);
+            done = SetTimeSharing(thread) && SetNice(thread, 19);
             break;
         case ThreadPriority::Normal:
-            done = SetTimeSharing() && SetNice(0);
+            done = SetTimeSharing(thread) && SetNice(thread, 0);
             break;
         case ThreadPriority::Highest:
-            done = SetRealTime() || SetNice(-11);
+            done = SetRealTime(thread) || SetNice(thread, -11);
             break;
     }
     static std::atomic<bool> noted{false};

@@ -33,6 +33,13 @@ void Progress::Begin(const std::string& title, bool can_cancel) {
     ProgressDisplay().Begin(title, can_cancel);
 }
 
+void Progress::Phase(const std::string& title) {
+    ORVANE_ASSERT(IsMainThread());
+    shown_position.store(-1);
+    std::lock_guard hold(display_lock);
+    ProgressDisplay().Phase(title);
+}
+
 void Progress::End(bool keep_open) {
     ORVANE_ASSERT(IsMainThread());
     ORVANE_ASSERT(gWorkerThreadPool == nullptr || in_fatal_error_handler);

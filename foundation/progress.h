@@ -11,6 +11,8 @@ class Progress {
 public:
     // Shows the display of the host in use and clears `cancelled`.
     static void Begin(const std::string& title, bool can_cancel = true);
+    // The job on show goes on with something else, from 0 again. Main thread.
+    static void Phase(const std::string& title);
     // Asserts that no job's pool is left. With `keep_open` the display waits for the user.
     static void End(bool keep_open = false);
     static bool IsShown();

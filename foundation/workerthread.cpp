@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/assert.h"
+#include "foundation/event.h"
 #include "foundation/mainloop.h"
 #include "foundation/progress.h"
 #include "foundation/settings.h"
@@ -11,6 +12,18 @@ namespace Foundation {
 namespace {
 
 std::atomic<int> n_running_workers{0};
+
+// By the setting "Nice", the box "Reduce priority while working".
+ThreadPriority WantedPriority() {
+    return GetSetting("Nice", 0) != 0 ? ThreadPriority::Lowest : ThreadPriority::Normal;
+}
+
+intptr_t FollowNice(void* pool, int, EventArg key, EventArg, EventArg) {
+    if (*reinterpret_cast<const std::string*>(key) == "Nice") {
+        static_cast<ThreadPool*>(pool)->SetPriority(WantedPriority());
+    }
+    return 0;
+}
 
 }  // namespace
 
@@ -34,26 +47,22 @@ int ThreadPool::ThreadCount() const {
 }
 
 void ThreadPool::SetPriority(ThreadPriority new_priority) {
-    Locked hold(lock);
+    const Locked hold(lock);
     priority = new_priority;
+    for (const Entry& entry : entries) {
+        if (entry.thread) SetThreadPriority(entry.system_thread, priority);
+    }
 }
 
 int ThreadPool::Register(WorkerThread* thread) {
-    ThreadPriority wanted;
-    int index;
-    {
-        Locked hold(lock);
-        ORVANE_ASSERT(this->n_threads < this->max_threads);
-        const auto tpe =
-            std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.thread == nullptr; });
-        ORVANE_ASSERT(tpe->thread_id == std::thread::id());
-        *tpe = {thread, std::this_thread::get_id()};
-        ++n_threads;
-        index = static_cast<int>(tpe - entries.begin());
-        wanted = priority;
-    }
-    if (wanted != ThreadPriority::Normal) SetThreadPriority(wanted);
-    return index;
+    const Locked hold(lock);
+    ORVANE_ASSERT(this->n_threads < this->max_threads);
+    const auto tpe = std::find_if(entries.begin(), entries.end(), [](const Entry& e) { return e.thread == nullptr; });
+    ORVANE_ASSERT(tpe->thread_id == std::thread::id());
+    *tpe = {thread, std::this_thread::get_id(), CurrentSystemThread()};
+    ++n_threads;
+    if (priority != ThreadPriority::Normal) SetThreadPriority(priority);
+    return static_cast<int>(tpe - entries.begin());
 }
 
 void ThreadPool::Remove(int index) {
@@ -62,18 +71,18 @@ void ThreadPool::Remove(int index) {
     --n_threads;
 }
 
-int WorkerThread::Launch() {
-    LaunchAll({this});
-    return result;
+Outcome WorkerThread::Launch() {
+    return LaunchAll({this});
 }
 
-void WorkerThread::LaunchAll(const std::vector<WorkerThread*>& threads) {
+Outcome WorkerThread::LaunchAll(const std::vector<WorkerThread*>& threads) {
     ORVANE_ASSERT(IsMainThread());
-    ORVANE_ASSERT(gWorkerThreadPool == nullptr);
+    if (gWorkerThreadPool) return Outcome::Fail(Kind::Busy, Msg::JobInProgress);
     RefreshSettings();
     ThreadPool job_pool(static_cast<int>(threads.size()));
     job_pool.n_unfinished = static_cast<int>(threads.size());
-    if (GetSetting("Nice", 0) != 0) job_pool.SetPriority(ThreadPriority::Lowest);
+    job_pool.SetPriority(WantedPriority());
+    event::Subscribe(EVENT_SETTING_CHANGED, 0, FollowNice, &job_pool);
     gWorkerThreadPool = &job_pool;
     for (WorkerThread* thread : threads) {
         thread->pool = &job_pool;
@@ -88,7 +97,9 @@ void WorkerThread::LaunchAll(const std::vector<WorkerThread*>& threads) {
         thread->Wait();
         thread->pool = nullptr;
     }
+    event::Unsubscribe(EVENT_SETTING_CHANGED, FollowNice, &job_pool);
     gWorkerThreadPool = nullptr;
+    return {};
 }
 
 int WorkerThread::Run() {

@@ -9,6 +9,7 @@
 
 #include "foundation/criticalsection.h"
 #include "foundation/lasterror.h"
+#include "foundation/outcome.h"
 #include "foundation/thread.h"
 
 namespace Foundation {
@@ -27,7 +28,8 @@ public:
 
     const int max_threads;
     int ThreadCount() const;
-    void SetPriority(ThreadPriority priority);  // of threads that register from now on
+    // Of the threads that run and of those that will. Any thread.
+    void SetPriority(ThreadPriority priority);
 
 private:
     friend class WorkerThread;
@@ -37,6 +39,7 @@ private:
     struct Entry {
         WorkerThread* thread = nullptr;
         std::thread::id thread_id;
+        SystemThread system_thread = 0;
     };
     mutable CriticalSection lock;
     std::vector<Entry> entries;
@@ -51,11 +54,12 @@ extern ThreadPool* gWorkerThreadPool;
 class WorkerThread : public Thread {
 public:
     // Runs this thread as a job of one: publishes its pool, starts it and pumps the main loop until it has ended.
-    // Main thread. The result is that of Work.
-    int Launch();
+    // Kind::Busy, and nothing done, when it is called from the pump of another job. Main thread.
+    Outcome Launch();
+    // Runs several threads as one job; returns when all have ended. The threads stay the caller's.
+    static Outcome LaunchAll(const std::vector<WorkerThread*>& threads);
 
-    // Runs several threads as one job; returns when all have ended. Main thread. The threads stay the caller's.
-    static void LaunchAll(const std::vector<WorkerThread*>& threads);
+    int WorkResult() const { return result; }  // what Work has returned, once the job has ended
 
     // The worker's last error, kept by SaveError for the main thread.
     const LastError& Error() const { return error; }

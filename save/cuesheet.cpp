@@ -140,7 +140,10 @@ bool TakeSheet(AlbumInfo& album, const AlbumDetails& details, simple_vector<ALBU
     auto undo = std::make_unique<UndoGroup>(description);
     if (!SameDetails(album, details)) {
         AlbumDetails before = album.Details();
-        if (!ChangeDetails(album, details)) return false;
+        if (const Outcome changed = ChangeDetails(album, details); !changed) {
+            changed.ToStreamError();
+            return false;
+        }
         undo->Add(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
     }
     if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);

@@ -249,8 +249,9 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
             workers.push_back(std::make_unique<SaveAlbumTrackThread>(job));
             running.push_back(workers.back().get());
         }
-        WorkerThread::LaunchAll(running);
+        result.outcome = WorkerThread::LaunchAll(running);
         --album->running_jobs;
+        if (!result.outcome) return result;
         job.NoteFiles();
 
         for (SavedTrack& saved : job.results) {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/outcome.h"
 #include "save/save_track.h"
 
 namespace Orvane {
@@ -17,6 +18,7 @@ struct SavedTrack {
 };
 
 struct SaveResult {
+    Foundation::Outcome outcome;     // Kind::Busy: another job runs, and nothing was saved
     std::vector<SavedTrack> tracks;  // in the order of albums and tracks
     int n_saved = 0;
     int n_already_saved = 0;

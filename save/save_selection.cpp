@@ -99,7 +99,11 @@ SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_
         return SAVE_FAILED;
     }
     SaveSelectionThread thread(recording, start, end, options, filename);
-    auto status = static_cast<SaveTrackStatus>(thread.Launch());
+    if (const Outcome launched = thread.Launch(); !launched) {
+        ShowMessage(launched.Text());
+        return SAVE_FAILED;
+    }
+    auto status = static_cast<SaveTrackStatus>(thread.WorkResult());
     if (status == SAVE_FAILED) {
         thread.ReportError();
         ShowLastError();

@@ -313,6 +313,12 @@ int32_t EarlierClicks(const FileHistoryEntry& entry, uint8_t options) {
     return n;
 }
 
+// A scan finds something on every record. Lists without anything are those of another take under the name, or those of
+// a corrections file that is gone or was damaged.
+bool HasRepairs(const FileHistoryEntry& entry) {
+    return !entry.click_repairs[0].empty() || !entry.click_repairs[1].empty();
+}
+
 void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
     Progress::Log(FormatMsg(Msg::ScanResult, stats.repaired + stats.pp + stats.bp, entry.GetPath(), stats.repaired,
                             stats.pp, stats.bp));
@@ -340,13 +346,14 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
     }
     if (channels.empty()) return ScanOutcome::NoChannels;
     const uint8_t only_if_new = settings.options & SCAN_BATCH ? SCAN_BATCH_IF_NEW : SCAN_IF_NEW;
-    if ((settings.options & only_if_new) && ScannedBefore(*entry, settings)) return ScanOutcome::Skipped;
 
     FileToPCM* stream = GetFileToPCM(entry);
     if (!stream) return ScanOutcome::Failed;
     ScanOutcome outcome = ScanOutcome::Done;
     if (entry->LoadCorrections(true) < 0) {
         outcome = ScanOutcome::Failed;
+    } else if ((settings.options & only_if_new) && ScannedBefore(*entry, settings) && HasRepairs(*entry)) {
+        outcome = ScanOutcome::Skipped;
     } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
         outcome = ScanOutcome::TooSmall;
     } else if (settings.sensitivity > 0) {
@@ -359,10 +366,13 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
             threads.push_back(std::make_unique<ScanForClicksThread>(job, channel));
             running.push_back(threads.back().get());
         }
-        WorkerThread::LaunchAll(running);
+        const Outcome launched = WorkerThread::LaunchAll(running);
         stats = job.stats;
         MarkDirty();
-        if (job.error < 0) {
+        if (!launched) {
+            launched.ToStreamError();
+            outcome = ScanOutcome::Failed;
+        } else if (job.error < 0) {
             threads.front()->ReportError();
             outcome = ScanOutcome::Failed;
         } else if (job.cancelled) {

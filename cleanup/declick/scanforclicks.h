@@ -22,7 +22,7 @@ struct ScanStats {
 
 enum class ScanOutcome {
     Done,
-    Skipped,     // scanned before with these settings
+    Skipped,     // scanned before with these settings, and what was found is still there
     TooSmall,    // "This file is too small to declick"
     NoChannels,  // "No channels specified!"
     Cancelled,   // the lists keep what earlier passes merged; before the first has ended they are as they were
@@ -47,7 +47,8 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
 // The message is "Warn Turbo Declick". Main thread.
 [[nodiscard]] bool ConfirmScan(const ScanSettings& settings);
 
-// True if a batch may leave the recording out: it was scanned before with settings that would find the same.
+// True if the recording was scanned before with settings that would find the same. A batch may leave it out if what was
+// found is still there.
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings);
 
 }  // namespace Orvane

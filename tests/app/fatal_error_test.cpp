@@ -25,13 +25,13 @@ protected:
     template <class Fault>
     void Run(Answer answer, Fault fault, bool faulty_host = false) {
         OrvaneTest::ScopedEnvironment config("ORVANE_CONFIG_HOME", folder / "config");
-        InitApplication();
+        ASSERT_TRUE(InitApplication());
         OrvaneTest::FakeMessageHost host({Answer::Ok, answer, Answer::Ok});
         host.on_ask = [&](const Message& message) {
             std::fprintf(stderr, "[%s]", PlainText(message.text).c_str());
             if (faulty_host) ORVANE_ASSERT(!"the host is sound");
         };
-        OpenCollection(folder / "records.mcf");
+        ASSERT_TRUE(OpenCollection(folder / "records.mcf"));
         AlbumInfo* album = new AlbumInfo;
         album->title = "Unsaved";
         gAlbumSet->albums.Append(album);

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "run_cli.h"
 
@@ -108,6 +109,20 @@ TEST_F(Cleanup, ABatchGoesOnBehindASideThatCannotBeScannedAndLeavesOutWhatWasSca
     Words louder = scan;
     louder.insert(louder.end(), {"--sensitivity", "4"});
     EXPECT_EQ(Statuses(Json(louder)), "scanned,scanned,scanned,");
+    // Nor does a side count as scanned whose repairs are gone.
+    const std::string crd = ReadBytes(folder / "a.wav.crd");
+    const std::function<void()> losses[] = {
+        [&] { std::filesystem::remove(folder / "a.wav.crd"); },
+        [&] {
+            folder.Write("a.wav.crd", "CRDX" + crd.substr(4));
+            Run(louder);  // tells that it is damaged
+        },
+        [&] { MakeWave("a.wav", 4); },
+    };
+    for (const auto& lose : losses) {
+        lose();
+        EXPECT_EQ(Statuses(Json(louder)), "scanned,scanned before,scanned before,") << &lose - losses;
+    }
     Must({"preset", "remove", "scan", "Soft, twice"});
     EXPECT_EQ(Run(scan).code, 2);
 }

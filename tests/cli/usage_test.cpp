@@ -204,7 +204,7 @@ TEST(Texts, TimesAreReadAsTypedAndNothingElseIs) {
     };
     for (const Row& row : rows) {
         int64_t ticks = -1;
-        EXPECT_EQ(Orvane::ParseTimeArgument(row.text, ticks), row.seconds >= 0) << row.text;
+        EXPECT_EQ(Orvane::ParseTypedTime(row.text, ticks), row.seconds >= 0) << row.text;
         if (row.seconds >= 0) {
             EXPECT_EQ(ticks, std::llround(row.seconds * 44100)) << row.text;
         }

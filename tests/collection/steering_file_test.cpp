@@ -11,8 +11,6 @@
 #include "collection/steering_file.h"
 #include "collections.h"
 #include "disk_limit.h"
-#include "fake_hosts.h"
-#include "foundation/lasterror.h"
 #include "foundation/platform.h"
 #include "foundation/settings.h"
 #include "repairs.h"
@@ -23,41 +21,40 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-using OrvaneTest::FakeMessageHost;
 using OrvaneTest::ReadBytes;
 
 class SteeringFile : public ::testing::Test {
 protected:
-    ~SteeringFile() override { CloseCollection(); }
+    ~SteeringFile() override { EXPECT_TRUE(CloseCollection()); }
 
     // A saved collection of three albums; the result is its path.
     std::string MakeCollection(std::string_view name, unsigned seed = 1) {
         const std::string path = folder / name;
         AlbumSet set(path);
         OrvaneTest::CollectionMaker(seed).AddAlbums(set, 3, 3);
-        EXPECT_TRUE(SaveCopy(path, set, false)) << GetLastError().text;
+        EXPECT_TRUE(SaveCopy(path, set));
         return path;
     }
 
     OrvaneTest::TempFolder folder;
-    FakeMessageHost host;
 };
 
 TEST_F(SteeringFile, WhatIsSavedIsTheSameBytesAndTheOldFileIsKept) {
     const std::string path = MakeCollection("Mine.mcf");
-    ASSERT_TRUE(SaveCollection(path, *OpenCollection(path), true));
+    ASSERT_TRUE(OpenCollection(path));
+    ASSERT_TRUE(SaveCollection(path, *gAlbumSet));
     const std::string saved = ReadBytes(path);
     EXPECT_EQ(saved.substr(0, 13), "\xEF\xBB\xBF\"Track No\"");
     ASSERT_TRUE(OpenCollection(path));
     MarkDirty();
-    ASSERT_TRUE(SaveCollection(path, *gAlbumSet, true));
+    ASSERT_TRUE(SaveCollection(path, *gAlbumSet));
     EXPECT_FALSE(gAlbumSet->dirty);
     EXPECT_EQ(ReadBytes(path), saved);
     EXPECT_EQ(ReadBytes(path + "_bak"), saved);
-    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Mine", "Mine.mcf", "Mine.mcf_bak"}));
+    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Mine", "Mine.mcf", "Mine.mcf.lock", "Mine.mcf_bak"}));
     gAlbumSet->albums.First()->title = "Another";
     MarkDirty();
-    ASSERT_TRUE(SaveCopy(folder / "Copy.mcf", *gAlbumSet, true));
+    ASSERT_TRUE(SaveCopy(folder / "Copy.mcf", *gAlbumSet));
     EXPECT_TRUE(gAlbumSet->dirty);
     EXPECT_EQ(ReadBytes(path), saved);
 }
@@ -74,55 +71,80 @@ TEST_F(SteeringFile, OpeningFailsWithAMessageAndLeavesTheLiveCollectionAlone) {
         {folder.Write("sides.mcf", "\"Track No\"\n\">Max Album Sides\"\t\"31\"\n"), "is not a valid collection"},
     };
     for (const auto& row : rows) {
-        host.asked.clear();
-        EXPECT_EQ(OpenCollection(row.path), nullptr) << row.path;
-        ASSERT_EQ(host.asked.size(), 1) << row.path;
-        EXPECT_NE(host.Texts()[0].find(row.message), std::string::npos) << host.Texts()[0];
-        EXPECT_NE(host.Texts()[0].find(row.path), std::string::npos) << host.Texts()[0];
-        EXPECT_EQ(gAlbumSet, live);
         std::unique_ptr<AlbumSet> second;
-        EXPECT_EQ(OpenCollection(row.path, &second), nullptr);
-        EXPECT_EQ(host.asked.size(), 1) << "a second set is read in silence";
+        for (const Outcome& outcome :
+             {OpenCollection(row.path).GetOutcome(), OpenCollection(row.path, &second).GetOutcome()}) {
+            EXPECT_NE(outcome.Plain().find(row.message), std::string::npos) << outcome.Plain();
+            EXPECT_NE(outcome.Plain().find(row.path), std::string::npos) << outcome.Plain();
+        }
+        EXPECT_EQ(gAlbumSet, live);
     }
 }
 
-TEST_F(SteeringFile, ANewerCollectionIsTheUsersDecision) {
+TEST_F(SteeringFile, ANewerOrReadOnlyFileIsTheUsersDecision) {
     const std::string newer = folder.Write("Newer.mcf", "\"Track No\"\n\">Version\"\t\"1300\"\n\"-1\"\tA\tT\n");
-    ASSERT_TRUE(OpenCollection(MakeCollection("Mine.mcf")));
-    host.script = {Answer::Ok};
-    EXPECT_TRUE(OpenCollection(newer));
-    host.script = {Answer::Cancel};
-    EXPECT_FALSE(OpenCollection(newer));
+    EXPECT_TRUE(OpenCollection(newer).GetOutcome().Is(Kind::NeedsAnswer));
     EXPECT_EQ(gAlbumSet, nullptr);
-    EXPECT_EQ(host.asked.size(), 2);
+    ASSERT_TRUE(OpenCollection(newer, nullptr, Answered::Yes));
+    const std::string before = ReadBytes(newer);
+    ASSERT_EQ(SetReadOnly(newer, true), 0);
+    EXPECT_TRUE(SaveCollection(newer, *gAlbumSet).Is(Kind::NeedsAnswer));
+    EXPECT_EQ(ReadBytes(newer), before);
+    EXPECT_TRUE(SaveCollection(newer, *gAlbumSet, Answered::Yes));
+    EXPECT_NE(ReadBytes(newer), before);
+}
+
+TEST_F(SteeringFile, WhoHasACollectionOpenHasItAlone) {
+    const std::string path = MakeCollection("Mine.mcf");
+    const auto is_held = [](const std::string& file) {
+        std::unique_ptr<AlbumSet> second;
+        return OpenCollection(file, &second).GetOutcome().Is(Kind::InUse);
+    };
+    {
+        std::unique_ptr<AlbumSet> second;
+        ASSERT_TRUE(OpenCollection(path, &second));
+        EXPECT_TRUE(OpenCollection(path).GetOutcome().Is(Kind::InUse)) << "a second set holds it too";
+        EXPECT_TRUE(SaveCopy(path, AlbumSet(path)).Is(Kind::InUse));
+    }
+    ASSERT_TRUE(OpenCollection(path));
+    EXPECT_TRUE(is_held(path));
+    ASSERT_TRUE(OpenCollection(path)) << "who has it open can read it again";
+    const std::string other = MakeCollection("Other.mcf");
+    ASSERT_TRUE(RenameCollection("Yours"));
+    EXPECT_TRUE(is_held(folder / "Yours.mcf"));
+    {
+        FileLock others;
+        ASSERT_TRUE(others.Acquire(folder / "Theirs.mcf"));
+        EXPECT_TRUE(RenameCollection("Theirs").Is(Kind::InUse));
+        EXPECT_TRUE(FileExists(folder / "Yours.mcf"));
+    }
+    ASSERT_TRUE(OpenCollection(other));
+    EXPECT_FALSE(is_held(folder / "Yours.mcf"));
+    EXPECT_FALSE(FileExists(path + ".lock"));
 }
 
 TEST_F(SteeringFile, AFullDiskCostsNothing) {
     const std::string path = MakeCollection("Mine.mcf");
     const std::string before = ReadBytes(path);
-    AlbumSet* set = OpenCollection(path);
+    AlbumSet* set = *OpenCollection(path);
     OrvaneTest::CollectionMaker(4).AddAlbums(*set, 500, 12);  // more than the writers' buffers hold
     MarkDirty();
     for (rlim_t room : {rlim_t{0}, rlim_t{4096}, rlim_t{1500000}}) {
-        host.asked.clear();
-        bool saved = true;
+        Outcome saved;
         {
             const OrvaneTest::DiskLimit full(room);
-            saved = SaveCollection(path, *set, true);
+            saved = SaveCollection(path, *set);
         }
-        EXPECT_FALSE(saved);
-        ASSERT_EQ(host.asked.size(), 1);
-        EXPECT_NE(host.Texts()[0].find("Mine.mcf"), std::string::npos) << host.Texts()[0];
+        EXPECT_NE(saved.Plain().find("Mine.mcf"), std::string::npos) << saved.Plain();
         EXPECT_EQ(ReadBytes(path), before);
         EXPECT_FALSE(FileExists(folder / "Mine_$$$.mcf"));
         EXPECT_TRUE(set->dirty);
     }
-    EXPECT_TRUE(SaveCollection(path, *set, true));
+    EXPECT_TRUE(SaveCollection(path, *set));
 }
 
 TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
-    const std::string path = MakeCollection("Mine.mcf");
-    AlbumSet* set = OpenCollection(path);
+    AlbumSet* set = *OpenCollection(MakeCollection("Mine.mcf"));
     AlbumInfo* album = set->albums.First();
     AlbumSide* side = album->GetSide(-1, true);
     side->AddRecording(MakeRef<FileHistoryEntry>(album, side));
@@ -131,12 +153,14 @@ TEST_F(SteeringFile, RenamingTakesTheFolderAlongOrChangesNothing) {
     EXPECT_FALSE(RenameCollection("Taken"));
     folder.Write("Blocked/file", "");  // the recordings folder cannot go there
     EXPECT_FALSE(RenameCollection("Blocked"));
-    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Mine", "Mine.mcf", "Taken.mcf"}));
+    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Mine", "Mine.mcf", "Mine.mcf.lock", "Taken.mcf"}));
 
     EXPECT_TRUE(RenameCollection("Yours"));
-    EXPECT_EQ(folder.Listing(), (std::set<std::string>{"Blocked", "Taken.mcf", "Yours", "Yours.mcf"}));
     EXPECT_EQ(ReadBytes(side->newest->GetPath()), "sound");
     EXPECT_EQ(GetStringSetting("Steering File"), folder / "Yours.mcf");
+    ASSERT_TRUE(SaveCollection(set->path, *set));
+    EXPECT_EQ(folder.Listing(),
+              (std::set<std::string>{"Blocked", "Taken.mcf", "Yours", "Yours.mcf", "Yours.mcf.lock", "Yours.mcf_bak"}));
 }
 
 constexpr int kRounds = 200;
@@ -162,7 +186,7 @@ TEST(SuddenDeath, LeavesTheOldOrTheNewFile) {
     for (int i : {0, 1}) {
         OrvaneTest::CollectionMaker(static_cast<unsigned>(i)).AddAlbums(sets[i], 40 + 20 * i, 8);
         entries[i] = EntryWithRepairs(album, recording, 300 + 500 * i);
-        ASSERT_TRUE(SaveCopy(path, sets[i], false));
+        ASSERT_TRUE(SaveCopy(path, sets[i]));
         ASSERT_EQ(entries[i]->SaveCorrections(), 0);
         collections[i] = OrvaneTest::ReadBytes(path);
         corrections[i] = OrvaneTest::ReadBytes(recording + ".crd");
@@ -178,7 +202,7 @@ TEST(SuddenDeath, LeavesTheOldOrTheNewFile) {
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         for (int i = round; child == 0; ++i) {
-            SaveCopy(path, sets[i % 2], false);
+            static_cast<void>(SaveCopy(path, sets[i % 2]));
             entries[i % 2]->SaveCorrections();
         }
         while (!FileExists(folder / "Mine_$$$.mcf")) continue;  // until it has begun

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <string>
 #include <thread>
@@ -136,14 +138,16 @@ TEST_F(Workers, AJobOfSeveralRunsWhileTheMainThreadHandlesTasks) {
             RunOnMainThread([&] {
                 ++n_tasks;
                 EXPECT_GT(gAutosaveHeldOff, 0);
+                SetSetting("Nice", 1);
             });
+            EXPECT_EQ(getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())), 19) << "of one that runs already";
             return 1;
         };
         job.push_back(&worker);
     }
     for (int round = 0; round < 20; ++round) {
         n_arrived = 0;
-        WorkerThread::LaunchAll(job);
+        EXPECT_TRUE(WorkerThread::LaunchAll(job));
         EXPECT_EQ(WorkerThread::RunningCount(), 0);
     }
     EXPECT_EQ(n_tasks, 20 * kThreads);

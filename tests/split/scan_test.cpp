@@ -238,9 +238,9 @@ TEST(AlbumOverview, WaveformFilesGiveWhatTheAudioGives) {
     EXPECT_EQ(from_files.total_samples, 110000);
     sides.folder.Write(sides.album->sides[0]->newest->WaveformPath(".wft"), std::string(43, '\1'));
     // Also by a program that has just started.
-    ASSERT_TRUE(SaveCollection(sides.set.path, sides.set, false));
+    ASSERT_TRUE(SaveCollection(sides.set.path, sides.set));
     std::unique_ptr<AlbumSet> reloaded;
-    OpenCollection(sides.set.path, &reloaded);
+    ASSERT_TRUE(OpenCollection(sides.set.path, &reloaded));
     ASSERT_TRUE(ReadAlbumOverview(*reloaded->albums.First(), spoilt).Ok());
     EXPECT_EQ(spoilt.bytes[5], 1);
 }

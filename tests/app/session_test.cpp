@@ -1,4 +1,4 @@
-#include "app/initterm.h"
+#include "app/session/session.h"
 
 #include <gtest/gtest.h>
 
@@ -7,6 +7,10 @@
 #include <thread>
 
 #include "app/addrecording.h"
+#include "app/initterm.h"
+#include "app/jobs/job.h"
+#include "app/session/busy.h"
+#include "app/session/saving.h"
 #include "collection/albumset.h"
 #include "collection/steering_file.h"
 #include "fake_hosts.h"
@@ -37,14 +41,14 @@ constexpr uint32_t kMinute = 60000;
 class Application : public testing::Test {
 protected:
     Application() {
-        InitApplication();
+        EXPECT_TRUE(InitApplication());
         folder.Write("records.mcf", "\"A\",\"T\"\n");
-        OpenCollection(folder / "records.mcf");
+        EXPECT_TRUE(OpenCollection(folder / "records.mcf"));
         Change();
     }
     ~Application() override {
         gModalNesting = gAutosaveHeldOff = 0;
-        CloseCollection();
+        EXPECT_TRUE(CloseCollection());
     }
 
     static void Change() {
@@ -154,7 +158,7 @@ TEST_F(Application, QuittingSavesAndAFailureIsTheUsersChoice) {
                           {{Answer::Cancel}, false, false}}) {
         fs::remove_all(folder / "records_$$$.mcf");
         folder.Write("records.mcf", "\"A\",\"T\"\n");
-        OpenCollection(folder / "records.mcf");
+        ASSERT_TRUE(OpenCollection(folder / "records.mcf"));
         Change();
         if (!c.answers.empty()) MakeSavingFail();
         messages.asked.clear();
@@ -190,29 +194,57 @@ TEST_F(Application, GoingToSleepSavesAndAsksNothingWhileQuittingClosesOpenRecord
     EXPECT_EQ(gAlbumSet, nullptr);
 }
 
-// A job in whose pump the user quits, and says that the jobs may be ended.
-class QuittingJob : public WorkerThread {
+// A job in whose pump the user does something else.
+class PumpedJob : public WorkerThread {
     int Work() override {
-        GetMainLoop().Post([this] { quits = CanQuit(false, true); });
-        while (Progress::Tick()) Sleep(1);
+        GetMainLoop().Post([this] {
+            meanwhile();
+            is_done = true;
+        });
+        while (Progress::Tick() && !is_done) Sleep(1);
         return 0;
     }
 
 public:
-    bool quits = true;
+    explicit PumpedJob(std::function<void()> meanwhile) : meanwhile(std::move(meanwhile)) {}
+
+    std::function<void()> meanwhile;
+    std::atomic<bool> is_done{false};
 };
 
-TEST_F(Application, ARunningJobIsEndedBeforeTheCollectionIsClosedUnderIt) {
-    gAlbumSet->albums.Last()->running_jobs = 1;
-    messages.script = {Answer::Yes};
-    QuittingJob job;
-    Progress::Begin("Job");
-    job.Launch();
-    Progress::End();
-    EXPECT_FALSE(job.quits);
-    ASSERT_NE(gAlbumSet, nullptr);
-    gAlbumSet->albums.Last()->running_jobs = 0;
+TEST_F(Application, WhileAJobIsPumpedNoOtherBeginsAndItsCollectionStaysOpen) {
+    AlbumSet* const set = gAlbumSet;
+    bool went_on = false;
+    const auto refused = [](const Outcome& outcome) {
+        return outcome.Is(Kind::Busy) && outcome.Is(Msg::JobInProgress);
+    };
+    PumpedJob job([&] {
+        EXPECT_TRUE(refused(Job("Second").Refusal()));
+        PumpedJob worker([] {});
+        EXPECT_TRUE(refused(worker.Launch()));
+        EXPECT_TRUE(refused(CloseCollection()));
+        EXPECT_TRUE(refused(OpenCollection(folder / "records.mcf").GetOutcome()));
+        Session session;
+        EXPECT_TRUE(refused(session.Open(folder / "records.mcf", Access::Change)));
+        WhenNoJobRuns([&] { went_on = true; });
+        EXPECT_FALSE(went_on);
+        messages.script = {Answer::Yes};  // the jobs may be ended
+        EXPECT_FALSE(CanQuit(false, true));
+    });
+    {
+        const Job turn("First", gAlbumSet);
+        ASSERT_TRUE(turn.Refusal());
+        EXPECT_TRUE(job.Launch());
+        EXPECT_TRUE(turn.GoOn().Is(Kind::Cancelled));
+        // Between its threads a job has its turn all the same.
+        EXPECT_TRUE(refused(Job("Third").Refusal()));
+        EXPECT_TRUE(refused(CloseCollection()));
+    }
+    EXPECT_EQ(gAlbumSet, set);
+    EXPECT_EQ(messages.asked.size(), 1u);
+    while (!went_on) GetMainLoop().RunOne(1000);
     EXPECT_TRUE(CanQuit(false, true));
+    EXPECT_EQ(gAlbumSet, nullptr);
 }
 
 TEST_F(Application, ANewRecordingTakesNothingOverFromAnother) {

@@ -1,10 +1,10 @@
-#include "cli/titles.h"
+#include "app/jobs/titles.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 
-#include "cli/texts.h"
+#include "app/texts.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/text.h"
@@ -60,10 +60,10 @@ bool ParseTitleLine(std::string_view text, TitleLine& title, std::string& proble
     if (text.empty() || text.front() == '#') return true;
     std::string_view rest = text;
     const std::string_view first = TakeWord(rest);
-    const bool has_start = ParseTimeArgument(first, title.start);
+    const bool has_start = ParseTypedTime(first, title.start);
     const std::string_view dash = TakeWord(rest);
     const std::string_view second = TakeWord(rest);
-    title.timed = has_start && IsDash(dash) && ParseTimeArgument(second, title.end);
+    title.timed = has_start && IsDash(dash) && ParseTypedTime(second, title.end);
     // "4:33" and "10:15 Saturday" are titles; what has a dash or another time behind it was meant as times.
     const bool one_word = first.find('-') != first.npos;
     const bool meant = IsDash(dash) ? LooksLikeTime(first) || LooksLikeTime(second)
