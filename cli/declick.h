@@ -1,11 +1,11 @@
-// The click scan of sides, as the commands that clean run it.
+// The click scan on the command line: its options and what it has done.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "cleanup/declick/scanforclicks.h"
+#include "app/jobs/declick.h"
 #include "cli/commands.h"
 #include "cli/model_view.h"
 
@@ -21,14 +21,9 @@ struct ScanArguments {
 void AddScanOptions(CLI::App* command, ScanArguments& arguments);
 int ReadScanSettings(CommandContext& context, const ScanArguments& arguments, ScanSettings& settings);
 
-struct DeclickedSide {
-    int album, side;    // from 1
-    std::string words;  // what was done, for reading
-};
-
-// Scans the recordings one after the other, with progress. `sides` tells of each that was come to, `figures` gets
-// "sides" and the sums over them. The exit code of the first that ended badly. The collection is left to be saved.
-int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& places, const ScanSettings& settings,
-                 bool only_if_new, Json& figures, std::vector<DeclickedSide>& sides);
+// What was done with a side, for reading.
+std::string WordsFor(const DeclickedSide& side);
+// Puts what a scan has done into `figures`, as "sides" and the sums over them.
+void ReportDeclick(const DeclickResult& result, Json& figures);
 
 }  // namespace Orvane

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "cleanup/declick/batchscan.h"
 #include "cleanup/filter/presets.h"
 #include "cli/declick.h"
 #include "cli/parsing.h"
@@ -21,7 +20,7 @@ struct DeclickArguments : ScanArguments {
     bool if_new = false;
 };
 
-int Declick(CommandContext& context, const DeclickArguments& arguments) {
+int RunDeclick(CommandContext& context, const DeclickArguments& arguments) {
     ScanSettings settings;
     if (int code = ReadScanSettings(context, arguments, settings)) return code;
     // Where nobody can be asked the command itself says that it is wanted.
@@ -42,12 +41,13 @@ int Declick(CommandContext& context, const DeclickArguments& arguments) {
             if (!arguments.side || place.side == arguments.side) places.push_back(place);
         }
     }
-    std::vector<DeclickedSide> sides;
-    const int code = DeclickSides(context, places, settings, arguments.if_new, context.result, sides);
-    for (const DeclickedSide& side : sides) {
+    const DeclickResult result = Declick({places, settings, arguments.if_new});
+    ReportDeclick(result, context.result);
+    for (const DeclickedSide& side : result.sides) {
         const std::string album = albums.size() > 1 ? fmt::format("Album {}, side", side.album) : "Side";
-        context.Line("{} {}: {}", album, side.side, side.words);
+        context.Line("{} {}: {}", album, side.side, WordsFor(side));
     }
+    const int code = context.End(result.outcome);
     if (!arguments.preset.empty()) SetStringSetting("Last Used Scan Preset", arguments.preset);
     const int saved = context.SaveAllTheSame();
     return code ? code : saved;
@@ -71,26 +71,19 @@ OutcomeText TextOf(ScanOutcome outcome) {
     }
 }
 
-std::string WordsFor(const ScannedSide& side) {
+Json StatsJson(const ScanStats& stats) {
+    return {{"repaired", stats.repaired}, {"not_repaired", stats.not_repaired}, {"pp", stats.pp}, {"bp", stats.bp}};
+}
+
+}  // namespace
+
+std::string WordsFor(const DeclickedSide& side) {
     if (side.outcome != ScanOutcome::Done) return TextOf(side.outcome).words;
     std::string words = CountText(side.stats.repaired, "click") + " repaired";
     if (side.stats.pp) words += fmt::format(", {} left alone as drums", side.stats.pp);
     if (side.stats.bp) words += fmt::format(", {} left alone as brass", side.stats.bp);
     return words;
 }
-
-// Why a side could not be scanned, with the name of its file.
-std::string ErrorOf(const ScannedSide& side) {
-    const std::string error = PlainText(side.error);
-    const std::string path = side.side.entry->GetPath();
-    return error.empty() || error.find(path) != error.npos ? error : path + ": " + error;
-}
-
-Json StatsJson(const ScanStats& stats) {
-    return {{"repaired", stats.repaired}, {"not_repaired", stats.not_repaired}, {"pp", stats.pp}, {"bp", stats.bp}};
-}
-
-}  // namespace
 
 void AddScanOptions(CLI::App* command, ScanArguments& arguments) {
     auto Number = [&](const char* name, std::optional<int>& value, int low, int high, const char* description) {
@@ -133,51 +126,25 @@ int ReadScanSettings(CommandContext& context, const ScanArguments& arguments, Sc
     return CLI_DONE;
 }
 
-int DeclickSides(CommandContext& context, const std::vector<RecordingPlace>& places, const ScanSettings& settings,
-                 bool only_if_new, Json& figures, std::vector<DeclickedSide>& sides) {
-    std::vector<SideToScan> to_scan;
-    for (const RecordingPlace& place : places) to_scan.push_back({place.entry, place.side});
-    const int64_t started = MonotonicNs();
-    std::vector<ScannedSide> scanned;
-    {
-        ProgressJob job("Scanning for clicks");
-        scanned = ScanSides(to_scan, settings, only_if_new);
-    }
-    const double seconds = static_cast<double>(MonotonicNs() - started) * 1e-9;
-
-    int code = CLI_DONE;
-    int64_t ticks = 0;
-    ScanStats sum;
+void ReportDeclick(const DeclickResult& result, Json& figures) {
     figures["sides"] = Json::array();
-    for (size_t i = 0; i < scanned.size(); ++i) {
-        const ScannedSide& done = scanned[i];
-        const int album = NumberOf(*done.side.entry->album);
-        Json json = {{"album", album}, {"side", done.side.side}, {"status", TextOf(done.outcome).status}};
-        json.update(StatsJson(done.stats));
-        const std::string error = ErrorOf(done);
-        if (!error.empty()) json["error"] = error;
+    for (const DeclickedSide& side : result.sides) {
+        Json json = {{"album", side.album}, {"side", side.side}, {"status", TextOf(side.outcome).status}};
+        json.update(StatsJson(side.stats));
+        if (!side.error.empty()) json["error"] = side.error;
         figures["sides"].push_back(json);
-        sides.push_back({album, done.side.side, WordsFor(done)});
-        if (code == CLI_DONE && !error.empty()) code = context.Fail(error);
-        if (done.outcome == ScanOutcome::Done) ticks += places[i].end - places[i].start;
-        sum.repaired += done.stats.repaired;
-        sum.not_repaired += done.stats.not_repaired;
-        sum.pp += done.stats.pp;
-        sum.bp += done.stats.bp;
     }
-    figures.update(StatsJson(sum));
-    figures["seconds"] = seconds;
-    figures["times_real_time"] = seconds > 0 ? Seconds(ticks) / seconds : 0.0;
-    const bool ended_early =
-        scanned.size() < places.size() || (!scanned.empty() && scanned.back().outcome == ScanOutcome::Cancelled);
-    return ended_early ? context.Cancelled() : code;
+    figures.update(StatsJson(result.total));
+    figures["seconds"] = result.seconds;
+    figures["times_real_time"] = result.times_real_time;
 }
 
 void AddDeclickCommand(CommandTree& tree) {
     auto arguments = std::make_shared<DeclickArguments>();
-    CLI::App* command = tree.AddCommand(&tree.app, "declick", "find clicks in the recordings of albums and repair them",
-                                        "declick records.mcf 1 --side 2 --percussion 4",
-                                        [arguments](CommandContext& context) { return Declick(context, *arguments); });
+    CLI::App* command =
+        tree.AddCommand(&tree.app, "declick", "find clicks in the recordings of albums and repair them",
+                        "declick records.mcf 1 --side 2 --percussion 4",
+                        [arguments](CommandContext& context) { return RunDeclick(context, *arguments); });
     CollectionArgument(command, arguments->collection);
     command->add_option("ALBUM", arguments->albums, "numbers in the album list")
         ->required()

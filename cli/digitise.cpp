@@ -49,7 +49,7 @@ int Digitise::ReadOrder() {
                         order.titles_file, CountText(static_cast<int64_t>(titles.size()), "title"),
                         CountText(static_cast<int64_t>(order.files.size()), "side")));
     }
-    return MakeSaveSettings(context, order.save, settings);
+    return TakeSaveChoices(context, order.save, settings);
 }
 
 int Digitise::CheckFiles() {
@@ -124,7 +124,10 @@ int Digitise::EnterSides() {
 
 int Digitise::RepairClicks() {
     if (order.no_declick) return FindOldRepairs();
-    return DeclickSides(context, places, ScanSettings().WithDefaults(), true, context.result["declick"], declicked);
+    const DeclickResult result = Declick({places, ScanSettings().WithDefaults(), true});
+    ReportDeclick(result, context.result["declick"]);
+    for (const DeclickedSide& side : result.sides) declicked.push_back({side.side, WordsFor(side)});
+    return context.End(result.outcome);
 }
 
 // Repairs that stand beside a recording are applied when its tracks are saved, whoever has made them.
@@ -140,8 +143,7 @@ int Digitise::FindOldRepairs() {
         sides.push_back({{"side", place.side}, {"status", "left alone"}, {"repairs_there", n}, {"applied", applied}});
         if (n == 0) continue;
         declicked.push_back(
-            {0, place.side,
-             fmt::format("{} from before {}", CountText(n, "repair"), applied ? "applied" : "left out")});
+            {place.side, fmt::format("{} from before {}", CountText(n, "repair"), applied ? "applied" : "left out")});
         if (!applied) continue;
         context.Remark(fmt::format(
             "{} has {} from before, which the tracks get; --set \"Save Track Save Corrections=0\" leaves them out",
@@ -156,8 +158,11 @@ int Digitise::StoreAlbum() {
 }
 
 int Digitise::SaveTracks() {
-    if (!order.collection.empty() && order.save.out.empty()) settings.AppendCollection(context.Collection());
-    int code = SaveWithProgress(context, {album}, settings, order.save.threads, saved);
+    if (!order.collection.empty() && order.save.output_folder.empty()) settings.AppendCollection(context.Collection());
+    SaveTracksResult result = Orvane::SaveTracks({{album}, settings, order.save.threads});
+    ReportSaved(context, result);
+    saved = std::move(result.saved);
+    const int code = context.End(result.outcome);
     changed |= saved.n_saved + saved.n_partially_saved > 0 || context.Collection().dirty;
     if (code == CLI_CANCELLED) return code;
     int stored = context.Save();
@@ -198,7 +203,7 @@ void Digitise::Report() {
                                    {"channels", place.entry->facts.channels}});
         std::vector<std::string> row = {std::to_string(place.side), FileNameOf(place.entry->GetPath()),
                                         ClockText(place.end - place.start), FormatText(*place.entry)};
-        for (const DeclickedSide& done : declicked) {
+        for (const SideWords& done : declicked) {
             if (done.side == place.side) row.push_back(done.words);
         }
         if (!tracks_found.empty()) {

@@ -74,7 +74,11 @@ private:
     bool new_album = false;
     bool changed = false;
     std::vector<RecordingPlace> places;
-    std::vector<DeclickedSide> declicked;
+    struct SideWords {
+        int side;
+        std::string words;
+    };
+    std::vector<SideWords> declicked;
     std::vector<int64_t> tracks_found;  // on each side; empty where none were looked for
     std::vector<TrackScanner::Stretch> left_out;
     std::optional<uint16_t> sides_adjusted;  // by a scan

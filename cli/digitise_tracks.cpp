@@ -7,6 +7,7 @@
 #include "collection/albumset.h"
 #include "foundation/messages.h"
 #include "foundation/platform.h"
+#include "split/albumoverview.h"
 #include "split/trackbreaks.h"
 
 using namespace Foundation;
@@ -55,8 +56,10 @@ void Digitise::AddWholeSides(TrackList& tracks) const {
 int Digitise::Scan(TrackList& tracks, bool adjust) {
     const int64_t started = MonotonicNs();
     WaveformOverview overview;
-    if (int code = ReadOverview(context, *album, overview)) return code;
-    InterruptibleScan host;
+    const Job job("Looking for track breaks", album->set);
+    if (!job.Refusal()) return context.End(job.Refusal());
+    if (int code = context.End(ReadAlbumOverview(*album, overview))) return code;
+    JobScanHost host;
     TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
     if (adjust) {
         sides_adjusted = SidesBefore(*album, scanner.AdjustAll(tracks));

@@ -50,32 +50,34 @@ std::string NothingToSave(const std::vector<AlbumInfo*>& albums) {
     return fmt::format("There is nothing to save: {} has no {} yet", AlbumName(*albums[0]), missing);
 }
 
-void PrintResults(CommandContext& context, const SaveResult& result) {
+void PrintResults(CommandContext& context, const SaveTracksResult& done) {
+    const SaveResult& result = done.saved;
     Table table;
     for (const SavedTrack& saved : result.tracks) {
         std::string status = SaveStatusText(saved.status);
         bool told = saved.status == SAVE_DONE || saved.status == SAVE_ALREADY || saved.status == SAVE_PARTIAL;
         table.Add({status, told ? saved.file
-                                : fmt::format("{}: {}", saved.album->tracks[saved.track].title, NotSavedText(saved))});
+                                : fmt::format("{}: {}", saved.album->tracks[saved.track].title,
+                                              PlainText(NotSavedText(saved)))});
     }
     context.Text(table.Text());
     context.Line("{} saved in {} ({} already saved, {} partially saved, {} skipped, {} failed)",
-                 CountText(result.n_saved, "track"),
-                 ClockText(static_cast<int64_t>(context.result["seconds"].get<double>() * kTicksPerSecond)),
+                 CountText(result.n_saved, "track"), ClockText(static_cast<int64_t>(done.seconds * kTicksPerSecond)),
                  result.n_already_saved, result.n_partially_saved, result.n_skipped, result.n_failed);
 }
 
 int Save(CommandContext& context, const Arguments& arguments) {
     SaveSettings settings;
-    if (int code = MakeSaveSettings(context, arguments.save, settings)) return code;
+    if (int code = TakeSaveChoices(context, arguments.save, settings)) return code;
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<AlbumInfo*> albums;
     if (int code = ChooseAlbums(context, arguments.albums, albums)) return code;
     if (std::string problem = NothingToSave(albums); !problem.empty()) return context.Fail(problem);
-    if (arguments.save.out.empty()) settings.AppendCollection(context.Collection());
-    SaveResult result;
-    int saved = SaveWithProgress(context, albums, settings, arguments.save.threads, result);
+    if (arguments.save.output_folder.empty()) settings.AppendCollection(context.Collection());
+    const SaveTracksResult result = SaveTracks({albums, settings, arguments.save.threads});
+    ReportSaved(context, result);
     PrintResults(context, result);
+    const int saved = context.End(result.outcome);
     if (saved == CLI_CANCELLED) return saved;
     int written = context.Save();
     return saved ? saved : written;

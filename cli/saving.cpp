@@ -36,15 +36,11 @@ Json SavedTrackJson(const SavedTrack& saved) {
     json["title"] = saved.album->tracks[saved.track].title;
     json["file"] = saved.file;
     json["status"] = SaveStatusText(saved.status);
-    if (std::string reason = NotSavedText(saved); !reason.empty()) json["message"] = reason;
+    if (std::string reason = PlainText(NotSavedText(saved)); !reason.empty()) json["message"] = reason;
     return json;
 }
 
 }  // namespace
-
-std::string NotSavedText(const SavedTrack& saved) {
-    return saved.status == SAVE_SKIPPED ? "the track is left out (excluded=1)" : PlainText(saved.message);
-}
 
 void SaveOptions(CLI::App* command, SaveArguments& arguments) {
     command->add_option("--format", arguments.format, "format of the saved tracks: " + FormatNames())
@@ -55,7 +51,7 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
     command->add_option("--bits", arguments.bit_depth, "16, 24 or 32 bits; the recording's own where it is not given")
         ->transform(OneOf({"16", "24", "32"}))
         ->option_text("BITS");
-    command->add_option("--out", arguments.out, "the folder for the tracks")->option_text("DIR");
+    command->add_option("--out", arguments.output_folder, "the folder for the tracks")->option_text("DIR");
     command->add_option("--threads", arguments.threads, "how many tracks are saved at once")
         ->check(Between(1, 64))
         ->option_text("N");
@@ -65,55 +61,32 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
         ->option_text("TEMPLATE");
 }
 
-int MakeSaveSettings(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
-    settings = SaveSettings::FromStore();
-    if (!arguments.format.empty()) {
-        settings.options.file_format = FF_NONE;
-        for (const FormatName& known : kFormats) {
-            if (EqualNoCaseAscii(arguments.format, known.name)) settings.options.file_format = known.format;
-        }
-        if (settings.options.file_format == FF_NONE) {
-            return context.Usage(
-                fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));
-        }
+int TakeSaveChoices(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
+    SaveChoices choices = arguments;
+    for (const FormatName& known : kFormats) {
+        if (EqualNoCaseAscii(arguments.format, known.name)) choices.file_format = known.format;
     }
-    const RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
-    if (CheckForm(*writer, {arguments.samplerate, arguments.bit_depth}, 2) < 0) {
-        return context.Usage(GetLastError().text);
+    if (!arguments.format.empty() && !choices.file_format) {
+        return context.Usage(
+            fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));
     }
-    settings.samplerate = arguments.samplerate;
-    settings.bit_depth = arguments.bit_depth;
-    if (!arguments.out.empty()) settings.output_folder = AbsolutePath(arguments.out);
-    settings.name_template = arguments.name_template;
-    if (std::string problem = TemplateProblem(settings.name_template); !problem.empty()) return context.Usage(problem);
-    return CLI_DONE;
+    const Result<SaveSettings> made = MakeSaveSettings(choices);
+    if (made) settings = *made;
+    return context.End(made.GetOutcome());
 }
 
-int SaveWithProgress(CommandContext& context, const std::vector<AlbumInfo*>& albums, const SaveSettings& settings,
-                     int threads, SaveResult& result) {
-    int64_t started = MonotonicNs();
-    {
-        ProgressJob job("Saving tracks");
-        result = SaveAlbums(albums, settings, threads);
-    }
+void ReportSaved(CommandContext& context, const SaveTracksResult& result) {
+    const SaveResult& saved = result.saved;
     Json tracks = Json::array();
-    for (const SavedTrack& saved : result.tracks) tracks.push_back(SavedTrackJson(saved));
-    context.result["folder"] = settings.output_folder;
+    for (const SavedTrack& track : saved.tracks) tracks.push_back(SavedTrackJson(track));
+    context.result["folder"] = saved.folder;
     context.result["tracks"] = tracks;
-    context.result["saved"] = result.n_saved;
-    context.result["already_saved"] = result.n_already_saved;
-    context.result["partially_saved"] = result.n_partially_saved;
-    context.result["skipped"] = result.n_skipped;
-    context.result["failed"] = result.n_failed;
-    context.result["seconds"] = static_cast<double>(MonotonicNs() - started) / 1e9;
-    if (result.cancelled || Interrupted()) return context.Cancelled();
-    if (result.n_failed == 0) return CLI_DONE;
-    std::string first;
-    for (const SavedTrack& saved : result.tracks) {
-        bool failed = std::string_view(SaveStatusText(saved.status)) == "failed";
-        if (failed && first.empty()) first = NotSavedText(saved);
-    }
-    return context.Fail(fmt::format("{} could not be saved: {}", CountText(result.n_failed, "track"), first));
+    context.result["saved"] = saved.n_saved;
+    context.result["already_saved"] = saved.n_already_saved;
+    context.result["partially_saved"] = saved.n_partially_saved;
+    context.result["skipped"] = saved.n_skipped;
+    context.result["failed"] = saved.n_failed;
+    context.result["seconds"] = result.seconds;
 }
 
 }  // namespace Orvane

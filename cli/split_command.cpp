@@ -7,7 +7,6 @@
 #include "collection/checktrackbreaks.h"
 #include "collection/tracktime.h"
 #include "foundation/platform.h"
-#include "split/albumoverview.h"
 #include "split/splitdialog.h"
 #include "split/trackorder.h"
 
@@ -42,30 +41,16 @@ int Report(CommandContext& context, const AlbumInfo& album) {
     return CLI_DONE;
 }
 
-int Split(CommandContext& context, const SplitArguments& arguments) {
+int RunSplit(CommandContext& context, const SplitArguments& arguments) {
     AlbumInfo* album = nullptr;
     if (int code = OpenAlbum(context, arguments, album)) return code;
-    if (album->Recordings().empty()) {
-        return context.Fail(fmt::format("There is nothing to split: {} has no recordings", AlbumName(*album)));
-    }
-    if (arguments.adjust && FirstUnsetTrack(album->tracks) == 0) {
-        return context.Fail(fmt::format("There is nothing to adjust: no track of {} has times yet", AlbumName(*album)));
-    }
-    const int64_t started = MonotonicNs();
-    WaveformOverview overview;
-    if (int code = ReadOverview(context, *album, overview)) return code;
-    InterruptibleScan host;
-    const BreakScanResult scan =
-        SplitDialog(*album).ScanForTrackBreaks(arguments.adjust ? BREAK_SCAN_ADJUST : 0, overview, host);
-    if (scan.outcome.Is(Kind::Cancelled)) return context.Cancelled();
-    if (!scan.outcome) return context.Fail(scan.outcome.Text());
-    if (scan.n_set == 0) return context.Fail(MessageText(Msg::NoTrackBreaksFound));
-    if (scan.advice) context.Remark(FormatMsg(*scan.advice));
-    context.result["found"] = scan.n_set;
-    context.result["seconds"] = static_cast<double>(MonotonicNs() - started) * 1e-9;
-    const TrackScanner scanner(overview, album->Recordings(), BreakScanSettings::Load(), host);
+    const SplitResult result = Split({album, arguments.adjust});
+    if (int code = context.End(result.outcome)) return code;
+    if (result.advice) context.Remark(FormatMsg(*result.advice));
+    context.result["found"] = result.n_set;
+    context.result["seconds"] = result.seconds;
     if (int code = Report(context, *album)) return code;
-    ReportLeftOut(context, scanner.MusicOutside(album->tracks), context.result);
+    ReportLeftOut(context, result.left_out, context.result);
     return CLI_DONE;
 }
 
@@ -108,13 +93,6 @@ int Clear(CommandContext& context, const SplitArguments& arguments) {
 
 }  // namespace
 
-int ReadOverview(CommandContext& context, const AlbumInfo& album, WaveformOverview& overview) {
-    const ProgressJob job("Looking for track breaks");
-    const Outcome read = ReadAlbumOverview(album, overview);
-    if (read) return CLI_DONE;
-    return read.Is(Kind::Cancelled) ? context.Cancelled() : context.Fail(read.Text());
-}
-
 void ReportLeftOut(CommandContext& context, const std::vector<TrackScanner::Stretch>& left_out, Json& figures) {
     figures["left_out"] = Json::array();
     for (const TrackScanner::Stretch& stretch : left_out) {
@@ -140,7 +118,7 @@ void AddSplitCommands(CommandTree& tree) {
         return command;
     };
     CLI::App* command = Command(&tree.app, "split", "find the track breaks of an album in its recordings",
-                                "split records.mcf 1 --adjust", Split);
+                                "split records.mcf 1 --adjust", RunSplit);
     command->add_flag("--adjust", arguments->adjust, "move the breaks that there are to the gaps near them");
 
     CLI::App* group = tree.AddGroup("break", "track breaks");
