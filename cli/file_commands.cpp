@@ -22,8 +22,8 @@ struct ConvertArguments {
 };
 
 bool FloatSamples(const FileStream& file) {
-    bool plain = file.file_format == FF_WAV || file.file_format == FF_AIFF;
-    return plain && file.BitDepth() == 32 && !(file.Flags() & FORMAT_INT32);
+    const bool may_be = (GetFileFormatInfo(file.file_format).traits & FORMAT_FLOATS) != 0;
+    return may_be && file.BitDepth() == 32 && !(file.Flags() & FORMAT_INT32);
 }
 
 const char* ContainerText(uint32_t format_flags) {

@@ -16,16 +16,19 @@ using namespace Tesslib;
 namespace Orvane {
 namespace {
 
-// The formats that can be written, by the names that --format takes.
-struct FormatName {
-    const char* name;
-    FileFormat format;
-};
-constexpr FormatName kFormats[] = {{"flac", FF_FLAC}, {"wav", FF_WAV}, {"aiff", FF_AIFF}, {"ogg", FF_OGG}};
+// Calls `take` with the number and the name that --format takes of each format that can be written.
+template <class Take>
+void ForEachSavedFormat(const Take& take) {
+    for (int format = FF_NONE + 1; format < kFileFormats; ++format) {
+        const FileFormatInfo& info = GetFileFormatInfo(format);
+        const bool writes = info.make && (info.make()->GetCapabilities(2).capabilities & CAP_PCM_WRITE);
+        if (writes) take(format, info.extension.substr(1));
+    }
+}
 
 std::string FormatNames() {
     std::string names;
-    for (const FormatName& known : kFormats) names += (names.empty() ? "" : ", ") + std::string(known.name);
+    ForEachSavedFormat([&](int, std::string_view name) { names += (names.empty() ? "" : ", ") + std::string(name); });
     return names;
 }
 
@@ -63,9 +66,9 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
 
 int TakeSaveChoices(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
     SaveChoices choices = arguments;
-    for (const FormatName& known : kFormats) {
-        if (EqualNoCaseAscii(arguments.format, known.name)) choices.file_format = known.format;
-    }
+    ForEachSavedFormat([&](int format, std::string_view name) {
+        if (EqualNoCaseAscii(arguments.format, name)) choices.file_format = format;
+    });
     if (!arguments.format.empty() && !choices.file_format) {
         return context.Usage(
             fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));

@@ -12,7 +12,7 @@
 
 #include "foundation/assert.h"
 #include "foundation/lasterror.h"
-#include "tesslib/filestream.h"
+#include "tesslib/fileformats.h"
 
 namespace OrvaneTest {
 
@@ -43,7 +43,7 @@ inline void ReadHostileFile(Tesslib::FileStream& stream, const std::string& path
         return;
     }
     stream.Comments();
-    const bool plain = dynamic_cast<Tesslib::PCMFileStream*>(&stream) != nullptr;
+    const bool plain = (Tesslib::GetFileFormatInfo(stream.file_format).traits & Tesslib::FORMAT_FLOATS) != 0;
     const int64_t total = stream.GetTotalSamples(0);
     ORVANE_ASSERT(stream.GetSampleRate(0) > 0 && total >= 0);
     ORVANE_ASSERT(!plain || total * stream.Channels() * (stream.BitDepth() / 8) <= stream.FileSize());

@@ -95,8 +95,9 @@ FileOptions FileOptions::Load(OptionsContext context, RateFamily family) {
     options.context = context;
     options.family = family;
     bool saving = context != OptionsContext::Record && context != OptionsContext::RecordSetup;
-    options.rows[FF_FLAC].level = 5;
-    options.rows[FF_OGG].level = saving ? 7 : 4;
+    for (int format = FF_MP3; format < kFileFormats; ++format) {
+        options.rows[format].level = GetFileFormatInfo(format).UsualLevel(saving);
+    }
     options.file_format = saving ? FF_FLAC : FF_WAV;
     FromText(GetStringSetting(SettingsKey(context, family)), options);
     CorrectionKeys keys = KeysFor(context);
@@ -129,11 +130,12 @@ void FileOptions::Resolve(int format, int32_t& samplerate, int32_t& bit_depth) {
     samplerate = SampleRateOfIndex(row.samplerate);
     bit_depth = BitDepthOfIndex(row.bit_depth);
     bool recording = context == OptionsContext::Record || context == OptionsContext::RecordSetup;
-    if ((format == FF_DFF || format == FF_DSF) && recording) {
+    const uint32_t traits = GetFileFormatInfo(format).traits;
+    if ((traits & FORMAT_HOLDS_DSD) && recording) {
         samplerate = row.dsd_multiple * 88200;
         bit_depth = 24;
     }
-    if ((format == FF_WAV || format == FF_AIFF || format == FF_CAF) && row.samplerate >= kLastRate) {
+    if ((traits & FORMAT_CARRIES_DSD) && row.samplerate >= kLastRate) {
         row.dsd_multiple = 1 << std::min(row.samplerate - kLastRate, 30);
     }
 }

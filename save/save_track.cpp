@@ -9,9 +9,6 @@
 #include "save/track_tags.h"
 #include "save/trackstream.h"
 #include "save/write_stream.h"
-#include "tesslib/flacfile.h"
-#include "tesslib/id3v2.h"
-#include "tesslib/oggfile.h"
 
 using namespace Foundation;
 using namespace Tesslib;
@@ -29,16 +26,6 @@ constexpr std::string_view kNotRecorded =
 constexpr std::string_view kNoBreak =
     "<fg color=#ff0000>No track break has yet been defined for this track.</fg>  To add track breaks, click on the "
     "<b>Split Tracks</b> tab and then place a red marker at the end of each track.";
-
-void SetTags(FileStream& writer, const TrackToSave& job) {
-    if (auto* flac = dynamic_cast<FLACFile*>(&writer)) {
-        flac->SetTagData(MakeVorbisTags(job.album, job.track, job.signature));
-    } else if (auto* ogg = dynamic_cast<OggFile*>(&writer)) {
-        ogg->SetTagData(MakeVorbisTags(job.album, job.track, job.signature));
-    } else {
-        writer.tags = MakeID3v2Text(kPrivateTag, job.signature);
-    }
-}
 
 }  // namespace
 
@@ -63,7 +50,7 @@ const char* SaveStatusText(SaveTrackStatus status) {
 SaveTrackStatus CheckTrack(const TrackToSave& job, const SaveSettings& settings, std::string& message) {
     const ALBUMTRACK& t = job.album.tracks[job.track];
     if (t.excluded) return SAVE_SKIPPED;
-    if (settings.Format() == FF_DFF || settings.Format() == FF_DSF) {
+    if (GetFileFormatInfo(settings.Format()).traits & FORMAT_HOLDS_DSD) {
         message = "Orvane cannot save a PCM recording as a DSD file, sorry.";
         return SAVE_CANNOT_HOLD;
     }
@@ -128,7 +115,7 @@ SaveTrackStatus WriteTrack(const TrackToSave& job, const SaveSettings& settings,
         return Fail();
     }
     if (writer->SetSBC(format.samplerate, format.bit_depth, format.n_channels) < 0) return Fail();
-    SetTags(*writer, job);
+    writer->SetTagData(MakeVorbisTags(job.album, job.track, job.signature));
     int result = WriteStream(*stream, *writer, job.filename, ours ? OldFile::Drop : OldFile::Trash, flags,
                              album.channel_mode, progress);
     if (result != 0) return result > 0 ? SAVE_CANCELLED : Fail();

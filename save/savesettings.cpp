@@ -5,9 +5,6 @@
 #include "foundation/path.h"
 #include "foundation/settings.h"
 #include "save/tracknames.h"
-#include "tesslib/flacfile.h"
-#include "tesslib/oggfile.h"
-#include "tesslib/wavfile.h"
 
 using namespace Foundation;
 using namespace Tesslib;
@@ -46,10 +43,8 @@ void SaveSettings::AppendCollection(const AlbumSet& set) {
 }
 
 RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
-    if (format == FF_WAV) return RefPtr<FileStream>(new WAVFile(options.wav_options));
     RefPtr<FileStream> writer = MakeFileStream(format);
-    if (auto* flac = dynamic_cast<FLACFile*>(writer.get())) flac->SetCompressionLevel(options.Row(FF_FLAC).level);
-    if (auto* ogg = dynamic_cast<OggFile*>(writer.get())) ogg->SetQuality(options.Row(FF_OGG).level);
+    if (writer) writer->SetOptions({options.Row(format).level, options.wav_options});
     return writer;
 }
 

@@ -43,7 +43,7 @@ int ChooseForm(FileStream& writer, SampleForm& form, const SampleForm& source, i
         form.int32 = source.int32;
     }
     writer.AdjustFormat(form.samplerate, form.bit_depth, n_channels);
-    if (auto* pcm = dynamic_cast<PCMFileStream*>(&writer)) pcm->SetInt32Samples(form.int32);
+    writer.SetInt32Samples(form.int32);
     return writer.SetSBC(form.samplerate, form.bit_depth, n_channels);
 }
 

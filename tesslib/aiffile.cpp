@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cerrno>
 
 #include "foundation/assert.h"
 #include "tesslib/bytes.h"
@@ -66,15 +65,15 @@ void AIFFile::ResetState(bool ok) {
 
 int AIFFile::ReadHeader(uint32_t) {
     uint8_t head[12] = {};
-    size_t got = fread(head, 1, sizeof(head), file);
-    if (ferror(file)) return FailRead(filename, errno);
+    size_t got = 0;
+    if (int error = file->Read(head, sizeof(head), got)) return FailRead(filename, error);
     std::string_view form = TextAt(head + 8, 4);
     if (got < sizeof(head) || TextAt(head, 4) != "FORM" || (form != "AIFF" && form != "AIFC")) {
         return FailUnsupportedRiff(filename);
     }
     ChunkRow rows[] = {{"COMM", 22}, {"SSND", 8}};
     const auto& [common, sound] = rows;
-    if (int error = WalkChunks(file, filename, rows, CHUNK_BIG_ENDIAN)) return error;
+    if (int error = WalkChunks(*file, filename, rows, CHUNK_BIG_ENDIAN)) return error;
     if (int error = CheckRequiredChunks(filename, rows)) return error;
 
     std::array<uint8_t, 22> fields{};
@@ -105,13 +104,13 @@ int AIFFile::ReadHeader(uint32_t) {
 
 bool AIFFile::WriteHeader(int64_t) {
     // Nothing of it is known before the end.
-    if (WriteFileHeader(0)) return true;
-    FailWrite(filename, errno);
-    return false;
+    const int error = WriteFileHeader(0);
+    if (error) FailWrite(filename, error);
+    return error == 0;
 }
 
 // `length` is the file's; 0 while it is not known.
-bool AIFFile::WriteFileHeader(int64_t length) {
+int AIFFile::WriteFileHeader(int64_t length) {
     bool is_32_bit = bit_depth == 32;
     ByteWriter header;
     header.Text("FORM").BE(static_cast<uint32_t>(std::max<int64_t>(length - 8, 0))).Text(is_32_bit ? "AIFC" : "AIFF");
@@ -122,39 +121,42 @@ bool AIFFile::WriteFileHeader(int64_t length) {
     if (is_32_bit) header.Text(Int32Samples() ? "in32" : "fl32");
     header.Text("FLLR").BE<uint32_t>(kFillerSize).Zeros(kFillerSize);
     header.Text("SSND").BE(static_cast<uint32_t>(data_bytes + 8)).Zeros(8);
-    return WriteBytes(file, header.bytes);
+    return WriteBytes(*file, header.bytes);
 }
 
 bool AIFFile::FinishWrite() {
-    errno = 0;
-    bool ok = WritePadding(file, data_bytes);
-    if (ok && !tags.empty()) ok = WriteChunk32(file, "ID3 ", tags, CHUNK_BIG_ENDIAN);
-    int64_t length = ok ? ftello(file) : -1;
-    ok = length >= 0 && fseeko(file, 0, SEEK_SET) == 0 && WriteFileHeader(length);
-    if (!ok) FailWrite(filename, errno);
-    return ok;
+    int error = WritePadding(*file, data_bytes);
+    if (!error && !tags.empty()) error = WriteChunk32(*file, "ID3 ", tags, CHUNK_BIG_ENDIAN);
+    const int64_t length = file->Tell();
+    if (!error) error = file->Seek(0);
+    if (!error) error = WriteFileHeader(length);
+    if (error) FailWrite(filename, error);
+    return error == 0;
 }
 
-bool AIFFile::WriteSizes(int64_t new_end) {
-    auto write_at = [this](int64_t offset, int64_t value) {
-        return fseeko(file, offset, SEEK_SET) == 0 &&
-               WriteBytes(file, ByteWriter().BE(static_cast<uint32_t>(value)).bytes);
+int AIFFile::WriteSizes(int64_t new_end) {
+    int error = 0;
+    const auto write_at = [&](int64_t offset, int64_t value) {
+        if (!error) error = file->Seek(offset);
+        if (!error) error = WriteBytes(*file, ByteWriter().BE(static_cast<uint32_t>(value)).bytes);
     };
-    return write_at(4, new_end - 8) && write_at(data_offset - 12, data_bytes + 8) &&
-           write_at(common_offset + 2, total_samples);
+    write_at(4, new_end - 8);
+    write_at(data_offset - 12, data_bytes + 8);
+    write_at(common_offset + 2, total_samples);
+    return error;
 }
 
 std::vector<std::string> AIFFile::Comments() {
     Locked lock(cs);
     std::vector<std::string> comments;
     next_position = -1;
-    if (fseeko(file, 12, SEEK_SET) != 0) return comments;
-    auto take = [&](FILE*, ChunkRow& row) -> int64_t {
+    if (file->Seek(12) != 0) return comments;
+    auto take = [&](ByteStream&, ChunkRow& row) -> int64_t {
         const std::string_view text = TextAt(row.data.data(), row.data.size());
         AddShownComment(comments, std::string(row.Id()) + "=" + std::string(text.substr(0, text.find('\0'))));
         return 0;
     };
-    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+    auto take_id3 = [&](ByteStream&, ChunkRow& row) -> int64_t {
         std::ranges::move(ReadID3v2Comments(row.data), std::back_inserter(comments));
         return 0;
     };
@@ -162,14 +164,14 @@ std::vector<std::string> AIFFile::Comments() {
                        {"AUTH+", kLargestTag, take},
                        {"ANNO+", kLargestTag, take},
                        {"ID3 +", kLargestTag, take_id3}};
-    WalkChunks(file, filename, rows, CHUNK_BIG_ENDIAN);
+    WalkChunks(*file, filename, rows, CHUNK_BIG_ENDIAN);
     return comments;
 }
 
 std::string AIFFile::ReadTags(std::string_view tagged_file) {
     if (Open(tagged_file, OM_PROBE) != 0) return {};
     std::string text;
-    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+    auto take_id3 = [&](ByteStream&, ChunkRow& row) -> int64_t {
         if (row.size > kLargestTag) {
             FailChunk(row.Id(), filename);
             return 0;
@@ -179,8 +181,9 @@ std::string AIFFile::ReadTags(std::string_view tagged_file) {
     };
     ChunkRow rows[] = {{"ID3 +", kLargestTag, take_id3}};
     uint8_t head[12];
-    if (fread(head, 1, sizeof(head), file) == sizeof(head) && TextAt(head, 4) == "FORM") {
-        WalkChunks(file, filename, rows, CHUNK_BIG_ENDIAN);
+    size_t got = 0;
+    if (file->Read(head, sizeof(head), got) == 0 && got == sizeof(head) && TextAt(head, 4) == "FORM") {
+        WalkChunks(*file, filename, rows, CHUNK_BIG_ENDIAN);
     }
     Close();
     return text;

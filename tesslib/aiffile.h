@@ -26,11 +26,11 @@ protected:
     int ReadHeader(uint32_t open_flags) override;
     bool WriteHeader(int64_t argument) override;
     bool FinishWrite() override;
-    bool WriteSizes(int64_t new_end) override;
+    int WriteSizes(int64_t new_end) override;
     void ResetState(bool ok) override;
 
 private:
-    bool WriteFileHeader(int64_t length);
+    int WriteFileHeader(int64_t length);
 
     int64_t common_offset = 0;  // of the payload of "COMM"
 };

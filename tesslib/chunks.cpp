@@ -29,7 +29,7 @@ struct ChunkHeader {
 
 class Walk {
 public:
-    Walk(FILE* file, std::string_view filename, std::span<ChunkRow> rows, uint32_t format)
+    Walk(ByteStream& file, std::string_view filename, std::span<ChunkRow> rows, uint32_t format)
         : file(file), filename(filename), rows(rows), format(format) {}
 
     int Run(int64_t range_end) {
@@ -46,12 +46,9 @@ private:
     static constexpr int kEnd = 1;
 
     int FindFileEnd() {
-        offset = ftello(file);
-        if (offset < 0 || fseeko(file, 0, SEEK_END) != 0 || (file_end = ftello(file)) < 0 ||
-            fseeko(file, offset, SEEK_SET) != 0) {
-            return FailRead(filename, errno);
-        }
-        return 0;
+        offset = file.Tell();
+        const int error = file.GetLength(file_end);
+        return error ? FailRead(filename, error) : 0;
     }
 
     // 0 to go on, kEnd, or a StreamError.
@@ -82,8 +79,8 @@ private:
         if (size > file_end - payload) return kEnd;
         int64_t alignment = format & CHUNK_GUID ? 8 : 2;
         int64_t bytes_to_skip = (size + alignment - 1) / alignment * alignment;
-        if (bytes_to_skip != taken && fseeko(file, payload + bytes_to_skip, SEEK_SET) != 0) {
-            return FailRead(filename, errno);
+        if (bytes_to_skip != taken) {
+            if (const int error = file.Seek(payload + bytes_to_skip)) return FailRead(filename, error);
         }
         offset = payload + bytes_to_skip;
         return 0;
@@ -93,10 +90,9 @@ private:
         size_t id_length = format & CHUNK_GUID ? 16 : 4;
         bool size_64 = (format & (CHUNK_GUID | CHUNK_SIZE_64)) != 0;
         header.length = id_length + (size_64 ? 8 : 4);
-        errno = 0;
-        if (fread(header.bytes.data(), 1, header.length, file) != header.length) {
-            return ferror(file) ? FailRead(filename, errno) : kEnd;
-        }
+        size_t got = 0;
+        if (const int error = file.Read(header.bytes.data(), header.length, got)) return FailRead(filename, error);
+        if (got != header.length) return kEnd;
         header.id = TextAt(header.bytes.data(), id_length);
         const uint8_t* size = header.bytes.data() + id_length;
         if (size_64) {
@@ -112,9 +108,8 @@ private:
         if (wanted > 0) {
             // Room is made only for what the file can give.
             row.data.resize(static_cast<size_t>(std::clamp<int64_t>(file_end - row.offset, 0, wanted)));
-            errno = 0;
-            size_t got = row.data.empty() ? 0 : fread(row.data.data(), 1, row.data.size(), file);
-            if (ferror(file)) return FailRead(filename, errno);
+            size_t got = 0;
+            if (const int error = file.Read(row.data.data(), row.data.size(), got)) return FailRead(filename, error);
             if (static_cast<int64_t>(got) < wanted) {
                 return FailContents(FormatMsg(Msg::UnexpectedEnd, std::string(filename)));
             }
@@ -130,7 +125,7 @@ private:
         return 0;
     }
 
-    FILE* file;
+    ByteStream& file;
     std::string_view filename;
     std::span<ChunkRow> rows;
     uint32_t format;
@@ -139,14 +134,16 @@ private:
     int64_t file_end = 0;
 };
 
-bool WriteChunk(FILE* file, ByteWriter& header, std::span<const uint8_t> payload) {
-    return WriteBytes(file, header.bytes) && WriteBytes(file, payload) &&
-           WritePadding(file, static_cast<int64_t>(payload.size()));
+int WriteChunk(ByteStream& file, const ByteWriter& header, std::span<const uint8_t> payload) {
+    if (const int error = WriteBytes(file, header.bytes)) return error;
+    if (const int error = WriteBytes(file, payload)) return error;
+    return WritePadding(file, static_cast<int64_t>(payload.size()));
 }
 
 }  // namespace
 
-int WalkChunks(FILE* file, std::string_view filename, std::span<ChunkRow> rows, uint32_t format, int64_t range_end) {
+int WalkChunks(ByteStream& file, std::string_view filename, std::span<ChunkRow> rows, uint32_t format,
+               int64_t range_end) {
     return Walk(file, filename, rows, format).Run(range_end);
 }
 
@@ -170,15 +167,15 @@ int FailUnsupportedRiff(std::string_view filename) {
     return FailContents(FormatMsg(Msg::UnsupportedRiff, std::string(filename)));
 }
 
-bool WritePadding(FILE* file, int64_t size) {
-    return size % 2 == 0 || fputc(0, file) != EOF;
+int WritePadding(ByteStream& file, int64_t size) {
+    return size % 2 == 0 ? 0 : file.Write("", 1);
 }
 
-bool WriteBytes(FILE* file, std::span<const uint8_t> bytes) {
-    return fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+int WriteBytes(ByteStream& file, std::span<const uint8_t> bytes) {
+    return file.Write(bytes.data(), bytes.size());
 }
 
-bool WriteChunk32(FILE* file, std::string_view chunk_id, std::span<const uint8_t> payload, uint32_t format) {
+int WriteChunk32(ByteStream& file, std::string_view chunk_id, std::span<const uint8_t> payload, uint32_t format) {
     ByteWriter header;
     header.Text(chunk_id);
     uint32_t size = static_cast<uint32_t>(payload.size()) + (format & CHUNK_SIZE_HAS_HEADER ? 8 : 0);
@@ -186,7 +183,7 @@ bool WriteChunk32(FILE* file, std::string_view chunk_id, std::span<const uint8_t
     return WriteChunk(file, header, payload);
 }
 
-bool WriteChunk64(FILE* file, std::string_view chunk_id, std::span<const uint8_t> payload, uint32_t format) {
+int WriteChunk64(ByteStream& file, std::string_view chunk_id, std::span<const uint8_t> payload, uint32_t format) {
     ByteWriter header;
     header.Text(chunk_id);
     uint64_t size = payload.size() + (format & CHUNK_SIZE_HAS_HEADER ? 12 : 0);

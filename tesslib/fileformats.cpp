@@ -1,10 +1,9 @@
 #include "tesslib/fileformats.h"
 
 #include <array>
-#include <cerrno>
-#include <cstring>
 
 #include "foundation/assert.h"
+#include "foundation/bytestream.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
@@ -20,47 +19,45 @@ namespace Tesslib {
 
 namespace {
 
+template <class File>
+RefPtr<FileStream> Make() {
+    return MakeRef<File>();
+}
+
+constexpr uint32_t kPlain = FORMAT_FLOATS | FORMAT_CARRIES_DSD;
+
 constexpr std::array<FileFormatInfo, kFileFormats> kFormats{{
-    {FF_NONE, "none", ".???"},
-    {FF_MP3, "MP3", ".mp3"},
-    {FF_WAV, "WAV", ".wav"},
-    {FF_AAC, "AAC", ".m4a"},
-    {FF_WMA, "WMA", ".wma"},
-    {FF_FLAC, "FLAC", ".flac"},
-    {FF_OGG, "OGG (Vorbis)", ".ogg"},
-    {FF_AIFF, "AIFF", ".aiff"},
-    {FF_ALAC, "Apple Lossless", ".m4a"},
-    {FF_CAF, "CAF", ".caf"},
-    {FF_DFF, "DFF (DSDIFF)", ".dff"},
-    {FF_DSF, "DSF (DSD)", ".dsf"},
+    {FF_NONE, "none", ".???", "", "", 0, Make<NullFileStream>},
+    {FF_MP3, "MP3", ".mp3", "", ""},
+    {FF_WAV, "WAV", ".wav", ".wave .w64 .rf64", "RIFF RF64 riff", kPlain, Make<WAVFile>},
+    {FF_AAC, "AAC", ".m4a", ".mp4", ""},
+    {FF_WMA, "WMA", ".wma", "", ""},
+    {FF_FLAC, "FLAC", ".flac", "", "fLaC", 0, Make<FLACFile>, {"compression level", 0, 8, 5, 5}},
+    {FF_OGG, "OGG (Vorbis)", ".ogg", ".oga", "OggS", 0, Make<OggFile>, {"quality", -1, 10, 4, 7}},
+    {FF_AIFF, "AIFF", ".aiff", ".aif .aifc", "FORM", kPlain, Make<AIFFile>},
+    {FF_ALAC, "Apple Lossless", ".m4a", "", ""},
+    {FF_CAF, "CAF", ".caf", "", "", FORMAT_CARRIES_DSD},
+    {FF_DFF, "DFF (DSDIFF)", ".dff", "", "", FORMAT_HOLDS_DSD},
+    {FF_DSF, "DSF (DSD)", ".dsf", "", "", FORMAT_HOLDS_DSD},
 }};
 
-struct OtherExtension {
-    std::string_view extension;
-    FileFormat format;
-};
-constexpr OtherExtension kOtherExtensions[] = {
-    {".wave", FF_WAV},  {".w64", FF_WAV}, {".rf64", FF_WAV}, {".aif", FF_AIFF},
-    {".aifc", FF_AIFF}, {".oga", FF_OGG}, {".mp4", FF_AAC},
-};
+// Whether `word` is one of `words`, which blanks part.
+bool IsAmong(std::string_view word, std::string_view words, bool no_case) {
+    for (const std::string_view one : Split(words, ' ')) {
+        if (!one.empty() && (no_case ? EqualNoCaseAscii(one, word) : one == word)) return true;
+    }
+    return false;
+}
 
-struct Signature {
-    std::string_view first_bytes;
-    FileFormat format;
-};
-constexpr Signature kSignatures[] = {
-    {"RIFF", FF_WAV}, {"RF64", FF_WAV}, {"riff", FF_WAV}, {"FORM", FF_AIFF}, {"fLaC", FF_FLAC}, {"OggS", FF_OGG},
-};
-
-// FF_NONE when the first bytes are none of ours or cannot be read; `error` is then 0 or the system's.
-FileFormat FormatOfContents(std::string_view path, int& error) {
-    FILE* file = OpenFile(path, "rb", error);
-    if (!file) return FF_NONE;
+// FF_NONE when the first bytes are none of ours.
+Result<FileFormat> FormatOfContents(std::string_view path) {
+    std::unique_ptr<ByteStream> file;
+    if (const int error = DiskStore().Open(path, ByteMode::Read, 0, file)) return CannotOpen(path, error);
     char bytes[4] = {};
-    size_t n = fread(bytes, 1, sizeof bytes, file);
-    fclose(file);
-    for (const Signature& signature : kSignatures) {
-        if (std::string_view(bytes, n) == signature.first_bytes) return signature.format;
+    size_t n = 0;
+    if (const int error = file->Read(bytes, sizeof bytes, n)) return CannotRead(path, error);
+    for (const FileFormatInfo& info : kFormats) {
+        if (IsAmong({bytes, n}, info.signatures, false)) return info.format;
     }
     return FF_NONE;
 }
@@ -76,39 +73,28 @@ FileFormat FormatOfExtension(std::string_view extension) {
     for (const FileFormatInfo& info : kFormats) {
         if (info.format != FF_NONE && EqualNoCaseAscii(info.extension, extension)) return info.format;
     }
-    for (const OtherExtension& other : kOtherExtensions) {
-        if (EqualNoCaseAscii(other.extension, extension)) return other.format;
+    for (const FileFormatInfo& info : kFormats) {
+        if (IsAmong(extension, info.other_extensions, true)) return info.format;
     }
     return FF_NONE;
 }
 
 RefPtr<FileStream> MakeFileStream(int format) {
-    switch (format) {
-        case FF_NONE:
-            return MakeRef<NullFileStream>();
-        case FF_WAV:
-            return MakeRef<WAVFile>();
-        case FF_FLAC:
-            return MakeRef<FLACFile>();
-        case FF_OGG:
-            return MakeRef<OggFile>();
-        case FF_AIFF:
-            return MakeRef<AIFFile>();
-        default:
-            SetLastErrorText(FormatMsg(Msg::FormatNotHandled, std::string(GetFileFormatInfo(format).name)));
-            return {};
-    }
+    const FileFormatInfo& info = GetFileFormatInfo(format);
+    if (info.make) return info.make();
+    SetLastErrorText(FormatMsg(Msg::FormatNotHandled, std::string(info.name)));
+    return {};
 }
 
 RefPtr<FileStream> OpenForReading(std::string_view path, int& error) {
     FileFormat format = FormatOfExtension(ExtensionOf(path));
     if (format == FF_NONE) {
-        int system_error = 0;
-        format = FormatOfContents(path, system_error);
-        if (system_error) {
-            error = FailOpen(path, system_error);
+        const Result<FileFormat> found = FormatOfContents(path);
+        if (!found) {
+            error = found.GetOutcome().ToStreamError();
             return {};
         }
+        format = *found;
     }
     if (format == FF_NONE) {
         error = FailContents(FormatMsg(Msg::NotAudio, std::string(path)));

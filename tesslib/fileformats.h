@@ -23,10 +23,35 @@ enum FileFormat : int {
 };
 inline constexpr int kFileFormats = 12;
 
+// The one choice that a format may offer beside rate and depth, such as its quality.
+struct LevelInfo {
+    std::string_view name;  // empty: there is none
+    int32_t lowest = 0;
+    int32_t highest = 0;
+    int32_t usual_recording = 0;
+    int32_t usual_saving = 0;
+};
+
+enum FormatTraits : uint32_t {
+    FORMAT_FLOATS = 1,      // 32 bits can be floats
+    FORMAT_HOLDS_DSD = 2,   // DSD is what it is for
+    FORMAT_CARRIES_DSD = 4  // can hold DSD in the words of a carrier
+};
+
+// A row of the table, which is all that the program knows of a format beside its class. A new format is its class and
+// its row.
 struct FileFormatInfo {
     FileFormat format;
-    std::string_view name;       // as in [File Type]
-    std::string_view extension;  // lower case, with the dot
+    std::string_view name;              // as in [File Type]
+    std::string_view extension;         // lower case, with the dot
+    std::string_view other_extensions;  // likewise, parted by blanks
+    std::string_view signatures;        // what its files begin with: four characters each, parted by blanks
+    uint32_t traits = 0;
+    Foundation::RefPtr<FileStream> (*make)() = nullptr;  // null: this build cannot handle it
+    LevelInfo level{};
+
+    // The usual choice of level, 0 for a format that has none.
+    int32_t UsualLevel(bool saving) const { return saving ? level.usual_saving : level.usual_recording; }
 };
 const FileFormatInfo& GetFileFormatInfo(int format);
 

@@ -58,6 +58,11 @@ int FileStream::SetSBC(int32_t new_samplerate, int32_t new_bit_depth, int32_t ne
     return 0;
 }
 
+void FileStream::SetStore(ByteStore& where) {
+    ORVANE_ASSERT(this->open_mode == OM_NONE);
+    store = &where;
+}
+
 int FileStream::Open(std::string_view new_filename, OpenMode mode, int32_t buffer_size, uint32_t new_open_flags,
                      int64_t argument) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
@@ -68,18 +73,15 @@ int FileStream::Open(std::string_view new_filename, OpenMode mode, int32_t buffe
 
     FileInfo info;
     if (mode != OM_CREATE) {
-        int error = GetFileInfo(new_filename, info);
+        int error = store->GetInfo(new_filename, info);
         if (!error && info.is_folder) error = EISDIR;
         if (error) return FailOpen(new_filename, error);
     }
     if (capabilities & (mode == OM_CREATE ? CAP_BASE_CREATES : CAP_BASE_OPENS)) {
         bool writing = mode > OM_READ;
-        int error = 0;
-        file = OpenFile(new_filename, mode == OM_CREATE ? "wb" : writing ? "r+b" : "rb", error);
-        if (!file) return writing ? FailOpenForWriting(new_filename, error) : FailOpen(new_filename, error);
-        if (buffer_size > 0) {  // of our own: without one the C library may choose another size
-            file_buffer = std::make_unique<char[]>(static_cast<size_t>(buffer_size));
-            setvbuf(file, file_buffer.get(), _IOFBF, static_cast<size_t>(buffer_size));
+        const ByteMode how = mode == OM_CREATE ? ByteMode::Create : writing ? ByteMode::Update : ByteMode::Read;
+        if (const int error = store->Open(new_filename, how, static_cast<size_t>(std::max(buffer_size, 0)), file)) {
+            return writing ? FailOpenForWriting(new_filename, error) : FailOpen(new_filename, error);
         }
     }
     filename = new_filename;
@@ -127,14 +129,14 @@ bool FileStream::Close(int close_flags) {
         SetLastError(std::move(first_error));
         close_flags |= CLOSE_FAILED;
     }
-    if (file && fclose(file) != 0 && ok) {
-        FailWrite(filename, errno);
+    const int error = file ? file->Close() : 0;
+    if (error && ok) {
+        FailWrite(filename, error);
         ok = false;
         close_flags |= CLOSE_FAILED;
     }
-    if ((close_flags & CLOSE_FAILED_AND_DELETE) == CLOSE_FAILED_AND_DELETE) RemoveFile(filename);
-    file = nullptr;
-    file_buffer.reset();
+    if ((close_flags & CLOSE_FAILED_AND_DELETE) == CLOSE_FAILED_AND_DELETE) store->Remove(filename);
+    file.reset();
     filename.clear();
     open_mode = OM_NONE;
     return ok;

@@ -1,16 +1,17 @@
 // The bases of every audio file class: opening, closing, limits and formats, and the plain PCM files.
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "foundation/bytestream.h"
 #include "foundation/criticalsection.h"
 #include "foundation/platform.h"
 #include "tesslib/audiostream.h"
 #include "tesslib/samples.h"
+#include "tesslib/vorbistags.h"
 
 namespace Tesslib {
 
@@ -66,6 +67,12 @@ constexpr int32_t convert_dop_rate(int32_t samplerate) {
 // Checks a file's depth and channels the way every reader must; 0, or ERR_CONTENTS with the message for `filename`.
 int ValidateFormat(int32_t bit_depth, int32_t n_channels, bool allow_20_bit, std::string_view filename);
 
+// What the user can choose for new files beside rate and depth; a class takes what its format has.
+struct FormatOptions {
+    int32_t level = 0;         // see LevelInfo of the format
+    uint32_t wav_options = 0;  // WAVOptions
+};
+
 // An audio file. Open once, Close once, then it may be opened again. Mono files are expanded on reading: Read always
 // gives pairs. A file's own count of channels, depth and order of bytes exist only inside its class.
 class FileStream : public PCMStream {
@@ -79,6 +86,17 @@ public:
     // Fixes the format before OM_CREATE. A rate or depth outside the limits is an assertion failure; a depth or count
     // of channels that no class can write is ERR_CONTENTS.
     virtual int SetSBC(int32_t samplerate, int32_t bit_depth, int32_t n_channels);
+
+    // Choices for every later OM_CREATE. Not while a file is open.
+    virtual void SetOptions(const FormatOptions& /*options*/) {}
+    // Whether 32-bit samples are written as integers (floats otherwise), where the format has both. Before OM_CREATE;
+    // lasts until Close.
+    virtual void SetInt32Samples(bool /*int32*/) {}
+    // What goes into the next OM_CREATE, as far as the format has a place for it.
+    virtual void SetTagData(VorbisTags new_tags) = 0;
+
+    // Where its files are; the disk, until another place is given. It must outlive this. Not while a file is open.
+    void SetStore(Foundation::ByteStore& where);
 
     // 0 or a StreamError. `buffer_size` 0 is the library's default. `argument` goes to PrepareWrite and WriteHeader.
     int Open(std::string_view filename, OpenMode mode, int32_t buffer_size = 0, uint32_t open_flags = 0,
@@ -127,8 +145,8 @@ protected:
     virtual void ResetState(bool /*ok*/) {}
 
     std::string filename;
-    FILE* file = nullptr;                 // null when a library opens the file itself
-    std::unique_ptr<char[]> file_buffer;  // where Open asked for a size
+    Foundation::ByteStore* store = &Foundation::DiskStore();
+    std::unique_ptr<Foundation::ByteStream> file;  // null while its resources are released
     int64_t file_size = 0;
     int64_t total_samples = -1;  // -1: not known
     Foundation::FileTime file_time = 0;
@@ -145,8 +163,9 @@ protected:
 // cost a seek each. A mono file is written the mean of each pair.
 class PCMFileStream : public FileStream {
 public:
-    // Before OM_CREATE: whether 32-bit samples are written as integers (floats otherwise). Lasts until Close.
-    void SetInt32Samples(bool int32);
+    void SetInt32Samples(bool int32) override;
+    // The private tag goes into `tags` as an ID3v2 block.
+    void SetTagData(VorbisTags new_tags) override;
 
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
@@ -155,8 +174,9 @@ public:
     int64_t Truncate(int64_t new_total_samples) override;
 
 protected:
-    // Brings the header of an existing file in line with `data_bytes` and `total_samples`; false with errno set.
-    virtual bool WriteSizes(int64_t /*new_end*/) { return true; }
+    // Brings the header of an existing file in line with `data_bytes` and `total_samples`. 0 or the system's error
+    // number.
+    virtual int WriteSizes(int64_t /*new_end*/) { return 0; }
     virtual void DecodeSamples(const uint8_t* bytes, int32_t n_values, float* out);
     virtual int32_t EncodeSamples(const float* in, int32_t n_values, uint8_t* out);
     bool PrepareWrite(int64_t argument) override;  // OM_EXTEND: goes to the end of the data
@@ -183,6 +203,7 @@ protected:
 // Stands where a file is required and none exists: every operation on its samples is an assertion failure.
 class NullFileStream : public FileStream {
 public:
+    void SetTagData(VorbisTags /*new_tags*/) override {}
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
 };

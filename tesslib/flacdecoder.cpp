@@ -1,7 +1,5 @@
 #include "tesslib/flacdecoder.h"
 
-#include <cerrno>
-
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
 #include "foundation/messages.h"
@@ -36,7 +34,7 @@ void IntsToFloats(const FLAC__int32* const channels[], uint32_t n_channels, uint
 
 }  // namespace
 
-FLACDecoder::FLACDecoder(FILE* file, int64_t file_length, std::string_view filename)
+FLACDecoder::FLACDecoder(ByteStream& file, int64_t file_length, std::string_view filename)
     : file(file), file_length(file_length), filename(filename), decoder(FLAC__stream_decoder_new()) {
     ORVANE_ASSERT(decoder);
     // Pictures are not asked for: nothing here shows them, and a damaged one must not cost memory.
@@ -92,21 +90,20 @@ FLAC__StreamDecoderReadStatus FLACDecoder::OnRead(const FLAC__StreamDecoder*, FL
     FLACDecoder* me = This(self);
     // After a fault the library would search the whole rest of the file for something to decode.
     if (me->fault != 0) return FLAC__STREAM_DECODER_READ_STATUS_ABORT;
-    errno = 0;
-    *bytes = fread(buffer, 1, *bytes, me->file);
+    const int error = me->file.Read(buffer, *bytes, *bytes);
     if (*bytes > 0) return FLAC__STREAM_DECODER_READ_STATUS_CONTINUE;
-    if (!ferror(me->file)) return FLAC__STREAM_DECODER_READ_STATUS_END_OF_STREAM;
-    me->fault = FailRead(me->filename, errno);
+    if (!error) return FLAC__STREAM_DECODER_READ_STATUS_END_OF_STREAM;
+    me->fault = FailRead(me->filename, error);
     return FLAC__STREAM_DECODER_READ_STATUS_ABORT;
 }
 
 FLAC__StreamDecoderSeekStatus FLACDecoder::OnSeek(const FLAC__StreamDecoder*, FLAC__uint64 offset, void* self) {
-    bool ok = fseeko(This(self)->file, static_cast<off_t>(offset), SEEK_SET) == 0;
+    bool ok = This(self)->file.Seek(static_cast<int64_t>(offset)) == 0;
     return ok ? FLAC__STREAM_DECODER_SEEK_STATUS_OK : FLAC__STREAM_DECODER_SEEK_STATUS_ERROR;
 }
 
 FLAC__StreamDecoderTellStatus FLACDecoder::OnTell(const FLAC__StreamDecoder*, FLAC__uint64* offset, void* self) {
-    off_t position = ftello(This(self)->file);
+    const int64_t position = This(self)->file.Tell();
     if (position < 0) return FLAC__STREAM_DECODER_TELL_STATUS_ERROR;
     *offset = static_cast<FLAC__uint64>(position);
     return FLAC__STREAM_DECODER_TELL_STATUS_OK;
@@ -118,7 +115,7 @@ FLAC__StreamDecoderLengthStatus FLACDecoder::OnLength(const FLAC__StreamDecoder*
 }
 
 FLAC__bool FLACDecoder::OnEof(const FLAC__StreamDecoder*, void* self) {
-    return feof(This(self)->file) != 0;
+    return This(self)->file.Tell() >= This(self)->file_length;
 }
 
 FLAC__StreamDecoderWriteStatus FLACDecoder::OnBlock(const FLAC__StreamDecoder*, const FLAC__Frame* frame,

@@ -4,10 +4,11 @@
 #include <FLAC/stream_decoder.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "foundation/bytestream.h"
 
 namespace Tesslib {
 
@@ -25,7 +26,7 @@ struct FLACInfo {
 // of several faults in one operation the first is told.
 class FLACDecoder {
 public:
-    FLACDecoder(FILE* file, int64_t file_length, std::string_view filename);
+    FLACDecoder(Foundation::ByteStream& file, int64_t file_length, std::string_view filename);
     FLACDecoder(const FLACDecoder&) = delete;
     FLACDecoder& operator=(const FLACDecoder&) = delete;
 
@@ -62,7 +63,7 @@ private:
     struct Deleter {
         void operator()(FLAC__StreamDecoder* decoder) const { FLAC__stream_decoder_delete(decoder); }
     };
-    FILE* file;
+    Foundation::ByteStream& file;
     int64_t file_length;
     std::string filename;
     std::unique_ptr<FLAC__StreamDecoder, Deleter> decoder;

@@ -64,7 +64,7 @@ void FLACEncoder::Deleter::operator()(FLAC__StreamMetadata* block) const {
     FLAC__metadata_object_delete(block);
 }
 
-FLACEncoder::FLACEncoder(FILE* file, std::string_view filename, const FLACFormat& format, const VorbisTags& tags)
+FLACEncoder::FLACEncoder(ByteStream& file, std::string_view filename, const FLACFormat& format, const VorbisTags& tags)
     : file(file), filename(filename), format(format), encoder(FLAC__stream_encoder_new()) {
     ORVANE_ASSERT(encoder);
     FLAC__StreamEncoder* e = encoder.get();
@@ -141,9 +141,8 @@ FLAC__StreamEncoderWriteStatus FLACEncoder::OnWrite(const FLAC__StreamEncoder*, 
                                                     uint32_t, uint32_t, void* self) {
     FLACEncoder* me = This(self);
     if (me->fault != 0) return FLAC__STREAM_ENCODER_WRITE_STATUS_FATAL_ERROR;
-    errno = 0;
-    if (fwrite(buffer, 1, bytes, me->file) != bytes) {
-        me->Fail(errno);
+    if (const int error = me->file.Write(buffer, bytes)) {
+        me->Fail(error);
         return FLAC__STREAM_ENCODER_WRITE_STATUS_FATAL_ERROR;
     }
     me->position += static_cast<int64_t>(bytes);
@@ -153,8 +152,8 @@ FLAC__StreamEncoderWriteStatus FLACEncoder::OnWrite(const FLAC__StreamEncoder*, 
 FLAC__StreamEncoderSeekStatus FLACEncoder::OnSeek(const FLAC__StreamEncoder*, FLAC__uint64 offset, void* self) {
     FLACEncoder* me = This(self);
     if (me->fault != 0) return FLAC__STREAM_ENCODER_SEEK_STATUS_ERROR;
-    if (fseeko(me->file, static_cast<off_t>(offset), SEEK_SET) != 0) {
-        me->Fail(errno);
+    if (const int error = me->file.Seek(static_cast<int64_t>(offset))) {
+        me->Fail(error);
         return FLAC__STREAM_ENCODER_SEEK_STATUS_ERROR;
     }
     me->position = static_cast<int64_t>(offset);

@@ -4,12 +4,12 @@
 #include <FLAC/stream_encoder.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "foundation/bytestream.h"
 #include "tesslib/vorbistags.h"
 
 namespace Tesslib {
@@ -26,7 +26,8 @@ struct FLACFormat {
 class FLACEncoder {
 public:
     // Writes what stands in front of the audio; Failed() tells if that went wrong.
-    FLACEncoder(FILE* file, std::string_view filename, const FLACFormat& format, const VorbisTags& tags);
+    FLACEncoder(Foundation::ByteStream& file, std::string_view filename, const FLACFormat& format,
+                const VorbisTags& tags);
     ~FLACEncoder();
     FLACEncoder(const FLACEncoder&) = delete;
     FLACEncoder& operator=(const FLACEncoder&) = delete;
@@ -51,7 +52,7 @@ private:
         void operator()(FLAC__StreamEncoder* encoder) const { FLAC__stream_encoder_delete(encoder); }
         void operator()(FLAC__StreamMetadata* block) const;
     };
-    FILE* file;
+    Foundation::ByteStream& file;
     std::string filename;
     FLACFormat format;
     std::vector<std::unique_ptr<FLAC__StreamMetadata, Deleter>> metadata;  // the encoder points into it

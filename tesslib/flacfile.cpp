@@ -1,14 +1,12 @@
 #include "tesslib/flacfile.h"
 
-#include <FLAC/metadata.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
+#include <array>
 
 #include "foundation/assert.h"
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
+#include "tesslib/bytes.h"
 #include "tesslib/fileformats.h"
 #include "tesslib/flacdecoder.h"
 #include "tesslib/flacencoder.h"
@@ -47,6 +45,10 @@ void FLACFile::SetCompressionLevel(int level) {
     idata->compression_level = level;
 }
 
+void FLACFile::SetOptions(const FormatOptions& options) {
+    SetCompressionLevel(options.level);
+}
+
 void FLACFile::SetTagData(VorbisTags new_tags) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
     idata->tag_data = std::move(new_tags);
@@ -59,7 +61,7 @@ FormatLimits FLACFile::GetCapabilities(int32_t) const {
 }
 
 int FLACFile::ReadHeader(uint32_t) {
-    idata->decoder = std::make_unique<FLACDecoder>(file, file_size, filename);
+    idata->decoder = std::make_unique<FLACDecoder>(*file, file_size, filename);
     FLACDecoder& decoder = *idata->decoder;
     if (int error = decoder.ReadInfo()) return error;
     const FLACInfo& info = decoder.Info();
@@ -81,10 +83,9 @@ int FLACFile::ReadHeader(uint32_t) {
 // Opens again what ReleaseResources has let go.
 int FLACFile::PrepareRead() {
     if (idata->decoder) return 0;
-    int error = 0;
-    file = OpenFile(filename, open_mode == OM_READ ? "rb" : "r+b", error);
-    if (!file) return FailOpen(filename, error);
-    auto decoder = std::make_unique<FLACDecoder>(file, file_size, filename);
+    const ByteMode mode = open_mode == OM_READ ? ByteMode::Read : ByteMode::Update;
+    if (const int error = store->Open(filename, mode, 0, file)) return FailOpen(filename, error);
+    auto decoder = std::make_unique<FLACDecoder>(*file, file_size, filename);
     int result = decoder->ReadInfo();
     const FLACInfo& info = decoder->Info();
     if (result == 0 &&
@@ -95,8 +96,7 @@ int FLACFile::PrepareRead() {
         idata->decoder = std::move(decoder);
         return 0;
     }
-    fclose(file);
-    file = nullptr;
+    file.reset();
     return result;
 }
 
@@ -153,7 +153,7 @@ int32_t FLACFile::ReadAt(int64_t position, float* buffer, int32_t n_samples, int
 
 bool FLACFile::PrepareWrite(int64_t argument) {
     FLACFormat format{samplerate, bit_depth, n_channels, idata->compression_level, argument};
-    idata->encoder = std::make_unique<FLACEncoder>(file, filename, format, idata->tag_data);
+    idata->encoder = std::make_unique<FLACEncoder>(*file, filename, format, idata->tag_data);
     return !idata->encoder->Failed();
 }
 
@@ -175,8 +175,8 @@ bool FLACFile::FinishWrite() {
 // The file offset behind the block that holds the last sample to be kept.
 int64_t FLACFile::FindCut(int64_t new_total_samples) {
     if (new_total_samples == 0) {
-        FLACDecoder front(file, file_size, filename);
-        rewind(file);
+        FLACDecoder front(*file, file_size, filename);
+        if (int error = file->Seek(0)) return FailRead(filename, error);
         if (int error = front.ReadInfo()) return error;
         return front.ByteOffset();
     }
@@ -187,18 +187,31 @@ int64_t FLACFile::FindCut(int64_t new_total_samples) {
     return idata->decoder->ByteOffset();
 }
 
-// Writes the total into the stream info block and clears the check sum, which covered the samples now gone.
-bool FLACFile::SetStoredTotal(int64_t new_total_samples) {
-    std::unique_ptr<FLAC__Metadata_SimpleIterator, decltype(&FLAC__metadata_simple_iterator_delete)> blocks(
-        FLAC__metadata_simple_iterator_new(), &FLAC__metadata_simple_iterator_delete);
-    if (!FLAC__metadata_simple_iterator_init(blocks.get(), filename.c_str(), false, false)) return false;
-    std::unique_ptr<FLAC__StreamMetadata, decltype(&FLAC__metadata_object_delete)> block(
-        FLAC__metadata_simple_iterator_get_block(blocks.get()), &FLAC__metadata_object_delete);
-    if (!block || block->type != FLAC__METADATA_TYPE_STREAMINFO) return false;
-    FLAC__StreamMetadata_StreamInfo& info = block->data.stream_info;
-    info.total_samples = static_cast<FLAC__uint64>(new_total_samples);
-    std::memset(info.md5sum, 0, sizeof info.md5sum);
-    return FLAC__metadata_simple_iterator_set_block(blocks.get(), block.get(), false);
+// Writes the total into the stream info block, the first of the stream, and clears the check sum, which covered the
+// samples now gone. 0 or the system's error number.
+int FLACFile::SetStoredTotal(int64_t new_total_samples) {
+    constexpr size_t kID3Head = 10, kTotalOffset = 13, kBeforeInfo = 8;
+    std::array<uint8_t, kID3Head> head{};
+    size_t got = 0;
+    int error = file->Seek(0);
+    if (!error) error = file->Read(head.data(), head.size(), got);
+    if (error) return error;
+    // Some programs put an ID3v2 tag in front; its length has seven bits in a byte.
+    int64_t info = kBeforeInfo;
+    if (TextAt(head.data(), 3) == "ID3") {
+        int64_t length = 0;
+        for (size_t i = 6; i < kID3Head; ++i) length = length << 7 | (head[i] & 0x7F);
+        info += static_cast<int64_t>(kID3Head) + length;
+    }
+    // The total has 36 bits: the low half of one byte and the four bytes behind it, then come the sixteen of the sum.
+    std::array<uint8_t, 21> fields{};
+    error = file->Seek(info + static_cast<int64_t>(kTotalOffset));
+    if (!error) error = file->Read(fields.data(), 1, got);
+    if (error) return error;
+    fields[0] = static_cast<uint8_t>((fields[0] & 0xF0) | (new_total_samples >> 32 & 0x0F));
+    for (int i = 1; i <= 4; ++i) fields[i] = static_cast<uint8_t>(new_total_samples >> (8 * (4 - i)));
+    error = file->Seek(info + static_cast<int64_t>(kTotalOffset));
+    return error ? error : file->Write(fields.data(), fields.size());
 }
 
 int64_t FLACFile::Truncate(int64_t new_total_samples) {
@@ -211,13 +224,12 @@ int64_t FLACFile::Truncate(int64_t new_total_samples) {
     if (cut < 0) return cut;
 
     ReleaseResources();
-    errno = 0;
-    if (!SetStoredTotal(new_total_samples)) return FailWrite(filename, errno != 0 ? errno : EIO);
-    int error = 0;
-    file = OpenFile(filename, "r+b", error);
-    if (!file) return FailOpenForWriting(filename, error);
+    if (int error = store->Open(filename, ByteMode::Update, 0, file)) return FailOpenForWriting(filename, error);
     open_mode = OM_READWRITE;
-    error = TruncateFile(file, cut);
+    int error = SetStoredTotal(new_total_samples);
+    if (!error) error = file->Truncate(cut);
+    const int close_error = file->Close();
+    if (!error) error = close_error;
     ReleaseResources();
     if (error) return FailWrite(filename, error);
     total_samples = new_total_samples;
@@ -243,8 +255,7 @@ void FLACFile::ReleaseResources() {
     idata->decoder.reset();
     idata->next_position = -1;
     idata->samples_used = 0;
-    if (file) fclose(file);
-    file = nullptr;
+    file.reset();
 }
 
 void FLACFile::ResetState(bool) {

@@ -19,7 +19,8 @@ public:
     ~FLACFile() override;
 
     void SetCompressionLevel(int level);  // 0 is the fastest, 8 the smallest, 5 the default; for every later OM_CREATE
-    void SetTagData(VorbisTags tags);     // for the next OM_CREATE
+    void SetOptions(const FormatOptions& options) override;
+    void SetTagData(VorbisTags tags) override;
 
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
@@ -42,7 +43,7 @@ private:
     int PrepareRead();
     int32_t ReadAt(int64_t position, float* buffer, int32_t n_samples, int attempts);
     int64_t FindCut(int64_t new_total_samples);
-    bool SetStoredTotal(int64_t new_total_samples);
+    int SetStoredTotal(int64_t new_total_samples);
 
     std::unique_ptr<Private> idata;
 };

@@ -3,7 +3,6 @@
 #include <vorbis/vorbisenc.h>
 
 #include <algorithm>
-#include <cerrno>
 
 #include "foundation/assert.h"
 #include "foundation/fileerror.h"
@@ -41,7 +40,7 @@ int SetUpEncoder(vorbis_info& info, const OggFormat& format, int32_t samplerate,
                               BitsPerSecond(lowest));
 }
 
-OggEncoder::OggEncoder(FILE* file, std::string_view filename, const OggFormat& format, int32_t samplerate,
+OggEncoder::OggEncoder(ByteStream& file, std::string_view filename, const OggFormat& format, int32_t samplerate,
                        int32_t n_channels, const VorbisTags& tags)
     : file(file), filename(filename) {
     int vorbis_err = SetUpEncoder(info, format, samplerate, n_channels);
@@ -133,9 +132,8 @@ void OggEncoder::WritePages(bool flush) {
     ogg_page page;
     while (fault == 0 && (flush ? ogg_stream_flush(&stream, &page) : ogg_stream_pageout(&stream, &page)) != 0) {
         for (auto [bytes, length] : {std::pair(page.header, page.header_len), std::pair(page.body, page.body_len)}) {
-            errno = 0;
-            if (fwrite(bytes, 1, static_cast<size_t>(length), file) != static_cast<size_t>(length)) {
-                fault = FailWrite(filename, errno);
+            if (const int error = file.Write(bytes, static_cast<size_t>(length))) {
+                fault = FailWrite(filename, error);
                 return;
             }
             position += length;

@@ -5,10 +5,10 @@
 #include <vorbis/codec.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 
+#include "foundation/bytestream.h"
 #include "tesslib/vorbistags.h"
 
 namespace Tesslib {
@@ -27,8 +27,8 @@ int SetUpEncoder(vorbis_info& info, const OggFormat& format, int32_t samplerate,
 class OggEncoder {
 public:
     // Writes the header pages; Failed() tells if that went wrong.
-    OggEncoder(FILE* file, std::string_view filename, const OggFormat& format, int32_t samplerate, int32_t n_channels,
-               const VorbisTags& tags);
+    OggEncoder(Foundation::ByteStream& file, std::string_view filename, const OggFormat& format, int32_t samplerate,
+               int32_t n_channels, const VorbisTags& tags);
     ~OggEncoder();
     OggEncoder(const OggEncoder&) = delete;
     OggEncoder& operator=(const OggEncoder&) = delete;
@@ -43,7 +43,7 @@ private:
     void Encode(int32_t n_samples);
     void WritePages(bool flush);
 
-    FILE* file;
+    Foundation::ByteStream& file;
     std::string filename;
     vorbis_info info;
     vorbis_dsp_state dsp;

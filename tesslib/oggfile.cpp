@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 
 #include "foundation/assert.h"
 #include "foundation/messages.h"
@@ -20,21 +21,29 @@ namespace {
 constexpr int32_t kBufferBytes = 32768;
 constexpr int32_t kBytesPerValue = 2;
 // A page of an Ogg file: its head ends with the count of the lengths that follow, whose sum is that of its body.
-constexpr off_t kMaxPage = 65307;
+constexpr int64_t kMaxPage = 65307;
 constexpr size_t kPageHead = 27;
 constexpr size_t kPageFlags = 5;
 constexpr uint8_t kLastPage = 4;
 
+// The library takes nothing read with errno set for a failure.
 size_t ReadBytes(void* to, size_t size, size_t count, void* file) {
-    return fread(to, size, count, static_cast<FILE*>(file));
+    size_t n_read = 0;
+    errno = static_cast<ByteStream*>(file)->Read(to, size * count, n_read);
+    return n_read / size;
 }
 
 int SeekBytes(void* file, ogg_int64_t offset, int whence) {
-    return fseeko(static_cast<FILE*>(file), static_cast<off_t>(offset), whence);
+    ByteStream& stream = *static_cast<ByteStream*>(file);
+    int64_t from = 0;
+    if (whence == SEEK_CUR) from = stream.Tell();
+    errno = whence == SEEK_END ? stream.GetLength(from) : 0;
+    if (errno == 0) errno = stream.Seek(from + offset);
+    return errno == 0 ? 0 : -1;
 }
 
 long TellBytes(void* file) {
-    return static_cast<long>(ftello(static_cast<FILE*>(file)));
+    return static_cast<long>(static_cast<ByteStream*>(file)->Tell());
 }
 
 template <class Take>
@@ -99,6 +108,10 @@ bool OggFile::EncoderTakes(int32_t wanted_rate, int32_t channels) const {
     return ok;
 }
 
+void OggFile::SetOptions(const FormatOptions& options) {
+    SetQuality(options.level);
+}
+
 void OggFile::SetTagData(VorbisTags new_tags) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
     idata->tag_data = std::move(new_tags);
@@ -113,13 +126,13 @@ FormatLimits OggFile::GetCapabilities(int32_t) const {
 int OggFile::FailLibrary(long vorbis_err, const char* function) {
     const int system_error = errno;
     idata->CloseDecoder();
-    if (vorbis_err == OV_EREAD && ferror(file)) return FailRead(filename, system_error);
+    if (vorbis_err == OV_EREAD && system_error != 0) return FailRead(filename, system_error);
     return FailContents(FormatMsg(Msg::LibraryError, vorbis_err, function, filename));
 }
 
 int OggFile::OpenDecoder() {
-    rewind(file);
-    int vorbis_err = ov_open_callbacks(file, &idata->vorbis_file, nullptr, 0, kCallbacks);
+    if (const int error = file->Seek(0)) return FailRead(filename, error);
+    int vorbis_err = ov_open_callbacks(file.get(), &idata->vorbis_file, nullptr, 0, kCallbacks);
     if (vorbis_err != 0) return FailLibrary(vorbis_err, "ov_open");
     idata->decoding = true;
     return 0;
@@ -158,9 +171,9 @@ int32_t OggFile::Read(int64_t position, float* buffer, int32_t n_samples, uint32
     if (position >= total_samples || n_samples <= 0) return 0;
     const int32_t samples_required = static_cast<int32_t>(std::min<int64_t>(n_samples, total_samples - position));
     if (!idata->decoding) {
-        int error = 0;
-        if (!file) file = OpenFile(filename, "rb", error);
-        if (!file) return FailOpen(filename, error);
+        if (const int error = file ? 0 : store->Open(filename, ByteMode::Read, 0, file)) {
+            return FailOpen(filename, error);
+        }
         if (int code = OpenDecoder()) return code;
         if (int code = CheckStreams()) return code;
     }
@@ -193,7 +206,7 @@ int32_t OggFile::Read(int64_t position, float* buffer, int32_t n_samples, uint32
 
 bool OggFile::PrepareWrite(int64_t) {
     idata->encoder =
-        std::make_unique<OggEncoder>(file, filename, idata->format, samplerate, n_channels, idata->tag_data);
+        std::make_unique<OggEncoder>(*file, filename, idata->format, samplerate, n_channels, idata->tag_data);
     return !idata->encoder->Failed();
 }
 
@@ -234,13 +247,13 @@ std::vector<std::string> OggFile::Comments() {
 // The last page of a whole file has a mark. The decoder has its own idea of where the file stands, so another handle
 // looks.
 bool OggFile::EndsEarly() {
-    int error = 0;
-    const FilePtr tail(OpenFile(filename, "rb", error));
-    if (!tail || fseeko(tail.get(), std::max<off_t>(0, static_cast<off_t>(file_size) - kMaxPage), SEEK_SET) != 0) {
-        return false;
-    }
+    std::unique_ptr<ByteStream> tail;
+    if (store->Open(filename, ByteMode::Read, 0, tail) != 0) return false;
     std::string bytes(kMaxPage, '\0');
-    bytes.resize(fread(bytes.data(), 1, bytes.size(), tail.get()));
+    size_t n_read = 0;
+    if (tail->Seek(std::max<int64_t>(0, file_size - kMaxPage)) != 0) return false;
+    if (tail->Read(bytes.data(), bytes.size(), n_read) != 0) return false;
+    bytes.resize(n_read);
     const size_t page = bytes.rfind("OggS");
     if (page == bytes.npos || bytes.size() - page < kPageHead) return true;
     const auto byte = [&](size_t offset) { return static_cast<uint8_t>(bytes[page + offset]); };
@@ -254,8 +267,7 @@ void OggFile::ReleaseResources() {
     Locked lock(idata->cs);
     if (open_mode != OM_READ) return;
     idata->CloseDecoder();
-    if (file) fclose(file);
-    file = nullptr;
+    file.reset();
 }
 
 void OggFile::ResetState(bool) {

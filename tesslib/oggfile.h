@@ -23,7 +23,8 @@ public:
     // Managed bitrates in kbit/s, 0 for no limit.
     void SetBitrate(int32_t nominal, int32_t min_bitrate, int32_t max_bitrate);
     bool EncoderTakes(int32_t samplerate, int32_t n_channels) const;
-    void SetTagData(VorbisTags tags);  // for the next OM_CREATE
+    void SetOptions(const FormatOptions& options) override;
+    void SetTagData(VorbisTags tags) override;
 
     FormatLimits GetCapabilities(int32_t n_channels) const override;
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;

@@ -5,6 +5,7 @@
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "tesslib/filestream.h"
+#include "tesslib/id3v2.h"
 
 using namespace Foundation;
 
@@ -17,6 +18,16 @@ FormatLimits PCMFileStream::GetCapabilities(int32_t) const {
 void PCMFileStream::SetInt32Samples(bool int32) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
     format_flags = int32 ? uint32_t{FORMAT_INT32} : 0;
+}
+
+void PCMFileStream::SetTagData(VorbisTags new_tags) {
+    ORVANE_ASSERT(this->open_mode == OM_NONE);
+    tags.clear();
+    for (const std::string& comment : new_tags.comments) {
+        if (const std::string_view text = PrivateTagValue(comment); !text.empty()) {
+            tags = MakeID3v2Text(kPrivateTag, text);
+        }
+    }
 }
 
 int32_t PCMFileStream::FrameSize() const {
@@ -39,20 +50,20 @@ int32_t PCMFileStream::Read(int64_t position, float* buffer, int32_t n_samples, 
 
     size_t frame_size = static_cast<size_t>(FrameSize());
     if (position != next_position) {
-        if (fseeko(file, data_offset + position * FrameSize(), SEEK_SET) != 0) {
+        if (const int error = file->Seek(data_offset + position * FrameSize())) {
             next_position = -1;
-            return FailRead(filename, errno);
+            return FailRead(filename, error);
         }
         next_position = position;
     }
     size_t wanted = static_cast<size_t>(n_samples) * frame_size;
     if (scratch.size() < wanted) scratch.resize(wanted);
-    errno = 0;
-    size_t got = fread(scratch.data(), 1, wanted, file);
+    size_t got = 0;
+    const int error = file->Read(scratch.data(), wanted, got);
     int32_t frames = static_cast<int32_t>(got / frame_size);
     if (frames == 0) {
         next_position = -1;
-        return ferror(file) ? FailRead(filename, errno) : 0;
+        return error ? FailRead(filename, error) : 0;
     }
     DecodeSamples(scratch.data(), frames * n_channels, buffer);
     // After a short read the place in the file is inside a frame or unknown.
@@ -64,7 +75,7 @@ int32_t PCMFileStream::Read(int64_t position, float* buffer, int32_t n_samples, 
 int64_t PCMFileStream::Write(const float* buffer, int32_t n_samples) {
     ORVANE_ASSERT(this->open_mode >= OM_EXTEND);
     if (n_samples <= 0) return 0;
-    if (max_file_size != 0 && ftello(file) > static_cast<int64_t>(max_file_size)) {
+    if (max_file_size != 0 && file->Tell() > static_cast<int64_t>(max_file_size)) {
         SetLastErrorText(FormatMsg(Msg::FileSizeLimit, 4, filename));
         return ERR_LIMIT;
     }
@@ -78,10 +89,7 @@ int64_t PCMFileStream::Write(const float* buffer, int32_t n_samples) {
     if (scratch.size() < room) scratch.resize(room);
     int32_t bytes = EncodeSamples(values, n_samples * n_channels, scratch.data());
     extended = true;
-    errno = 0;
-    if (fwrite(scratch.data(), 1, static_cast<size_t>(bytes), file) != static_cast<size_t>(bytes)) {
-        return FailWrite(filename, errno);
-    }
+    if (const int error = file->Write(scratch.data(), static_cast<size_t>(bytes))) return FailWrite(filename, error);
     total_samples += n_samples;
     data_bytes += bytes;
     return bytes;
@@ -93,10 +101,9 @@ int64_t PCMFileStream::Truncate(int64_t new_total_samples) {
     total_samples = std::clamp<int64_t>(new_total_samples, 0, total_samples);
     data_bytes = total_samples * FrameSize();
     int64_t new_end = data_offset + data_bytes;
-    errno = 0;
-    int error = WriteSizes(new_end) ? 0 : errno ? errno : EIO;
-    if (!error) error = TruncateFile(file, new_end);
-    if (!error && fseeko(file, new_end, SEEK_SET) != 0) error = errno;
+    int error = WriteSizes(new_end);
+    if (!error) error = file->Truncate(new_end);
+    if (!error) error = file->Seek(new_end);
     if (error) {
         FailWrite(filename, error);
         return -1;
@@ -127,9 +134,9 @@ bool PCMFileStream::PrepareWrite(int64_t) {
     if (open_mode != OM_EXTEND) return true;
     // New samples follow the last whole frame, over whatever stood behind the data.
     data_bytes = total_samples * FrameSize();
-    if (fseeko(file, data_offset + data_bytes, SEEK_SET) == 0) return true;
-    FailWrite(filename, errno);
-    return false;
+    const int error = file->Seek(data_offset + data_bytes);
+    if (error) FailWrite(filename, error);
+    return error == 0;
 }
 
 void PCMFileStream::ResetState(bool) {

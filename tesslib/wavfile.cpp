@@ -1,7 +1,6 @@
 #include "tesslib/wavfile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 #include "foundation/assert.h"
@@ -74,6 +73,12 @@ WAVFile::~WAVFile() {
     Close();
 }
 
+void WAVFile::SetOptions(const FormatOptions& new_options) {
+    ORVANE_ASSERT(this->open_mode == OM_NONE);
+    options = new_options.wav_options;
+    max_file_size = options ? 0 : kRiffLimit;
+}
+
 void WAVFile::SetListData(std::vector<uint8_t> data) {
     ORVANE_ASSERT(this->open_mode == OM_NONE);
     list_data = std::move(data);
@@ -100,8 +105,8 @@ void WAVFile::ResetState(bool ok) {
 
 int WAVFile::ReadHeader(uint32_t) {
     uint8_t head[40] = {};
-    size_t got = fread(head, 1, sizeof(head), file);
-    if (ferror(file)) return FailRead(filename, errno);
+    size_t got = 0;
+    if (int error = file->Read(head, sizeof(head), got)) return FailRead(filename, error);
     bool is_w64 = got == sizeof(head) && TextAt(head, 16) == kW64Riff && TextAt(head + 24, 16) == kW64Wave;
     bool is_rf64 = TextAt(head, 4) == "RF64";
     if (!is_w64 && ((!is_rf64 && TextAt(head, 4) != "RIFF") || TextAt(head + 8, 4) != "WAVE")) {
@@ -119,8 +124,8 @@ int WAVFile::ReadHeader(uint32_t) {
     // The ds64 chunk is only looked for where it can be: a search for it would go on behind the data.
     std::span<ChunkRow> wanted = is_rf64 ? std::span(rows) : std::span(rows).first(2);
     uint32_t format = is_w64 ? CHUNK_SIZE_64 | CHUNK_SIZE_HAS_HEADER | CHUNK_GUID : 0;
-    if (fseeko(file, is_w64 ? 40 : 12, SEEK_SET) != 0) return FailRead(filename, errno);
-    if (int error = WalkChunks(file, filename, wanted, format)) return error;
+    if (int error = file->Seek(is_w64 ? 40 : 12)) return FailRead(filename, error);
+    if (int error = WalkChunks(*file, filename, wanted, format)) return error;
     if (is_rf64 && ds64.data.size() < kDS64Size) return FailUnsupportedRiff(filename);
     if (int error = CheckRequiredChunks(filename, wanted)) return error;
 
@@ -169,13 +174,13 @@ bool WAVFile::PrepareWrite(int64_t argument) {
 }
 
 bool WAVFile::WriteHeader(int64_t) {
-    if (WriteFileHeader(0, false)) return true;
-    FailWrite(filename, errno);
-    return false;
+    const int error = WriteFileHeader(0, false);
+    if (error) FailWrite(filename, error);
+    return error == 0;
 }
 
 // `length` is the file's; 0 while it is not known.
-bool WAVFile::WriteFileHeader(int64_t length, bool rf64) {
+int WAVFile::WriteFileHeader(int64_t length, bool rf64) {
     ByteWriter header;
     header.Text(rf64 ? "RF64" : "RIFF").LE(rf64 ? UINT32_MAX : In32Bits(std::max<int64_t>(length - 8, 0)));
     header.Text("WAVE");
@@ -192,7 +197,7 @@ bool WAVFile::WriteFileHeader(int64_t length, bool rf64) {
     header.LE(samplerate).LE(static_cast<uint32_t>(frame_size) * static_cast<uint32_t>(samplerate));
     header.LE(static_cast<uint16_t>(frame_size)).LE(static_cast<uint16_t>(bit_depth));
     header.Text("data").LE(rf64 ? UINT32_MAX : In32Bits(data_bytes));
-    return WriteBytes(file, header.bytes);
+    return WriteBytes(*file, header.bytes);
 }
 
 // riffSize is the length of the whole file.
@@ -203,24 +208,26 @@ std::vector<uint8_t> WAVFile::DS64Body(int64_t length) const {
 }
 
 bool WAVFile::FinishWrite() {
-    errno = 0;
-    bool ok = WritePadding(file, data_bytes);
-    if (ok && !tags.empty()) ok = WriteChunk32(file, "id3 ", tags, 0);
-    if (ok && !list_data.empty()) ok = WriteChunk32(file, "LIST", list_data, 0);
-    int64_t length = ok ? ftello(file) : -1;
-    ok = length >= 0 && fseeko(file, 0, SEEK_SET) == 0 &&
-         WriteFileHeader(length, (options & WAV_RF64) && length > Threshold());
-    if (!ok) FailWrite(filename, errno);
-    return ok;
+    int error = WritePadding(*file, data_bytes);
+    if (!error && !tags.empty()) error = WriteChunk32(*file, "id3 ", tags, 0);
+    if (!error && !list_data.empty()) error = WriteChunk32(*file, "LIST", list_data, 0);
+    const int64_t length = file->Tell();
+    if (!error) error = file->Seek(0);
+    if (!error) error = WriteFileHeader(length, (options & WAV_RF64) && length > Threshold());
+    if (error) FailWrite(filename, error);
+    return error == 0;
 }
 
-bool WAVFile::WriteSizes(int64_t new_end) {
-    auto write_at = [this](int64_t offset, const ByteWriter& fields) {
-        return fseeko(file, offset, SEEK_SET) == 0 && WriteBytes(file, fields.bytes);
+int WAVFile::WriteSizes(int64_t new_end) {
+    int error = 0;
+    const auto write_at = [&](int64_t offset, const ByteWriter& fields) {
+        if (!error) error = file->Seek(offset);
+        if (!error) error = WriteBytes(*file, fields.bytes);
     };
     if (format_flags & FORMAT_W64) {
-        return write_at(0, ByteWriter().Text(kW64Riff).LE(new_end).Text(kW64Wave)) &&
-               write_at(data_offset - 8, ByteWriter().LE(data_bytes + 24));
+        write_at(0, ByteWriter().Text(kW64Riff).LE(new_end).Text(kW64Wave));
+        write_at(data_offset - 8, ByteWriter().LE(data_bytes + 24));
+        return error;
     }
     bool becomes_rf64 = has_room_for_ds64 && (options & WAV_RF64) && new_end > Threshold();
     if ((format_flags & FORMAT_RF64) || becomes_rf64) {
@@ -229,20 +236,22 @@ bool WAVFile::WriteSizes(int64_t new_end) {
         ByteWriter chunk;
         if (becomes_rf64) chunk.Text("ds64").LE<uint32_t>(kDS64Size);
         chunk.bytes.insert(chunk.bytes.end(), ds64_body.begin(), ds64_body.end());
-        return write_at(0, ByteWriter().Text("RF64").LE(UINT32_MAX).Text("WAVE")) &&
-               write_at(becomes_rf64 ? ds64_offset - 8 : ds64_offset, chunk) &&
-               write_at(data_offset - 4, ByteWriter().LE(UINT32_MAX));
+        write_at(0, ByteWriter().Text("RF64").LE(UINT32_MAX).Text("WAVE"));
+        write_at(becomes_rf64 ? ds64_offset - 8 : ds64_offset, chunk);
+        write_at(data_offset - 4, ByteWriter().LE(UINT32_MAX));
+        return error;
     }
-    return write_at(0, ByteWriter().Text("RIFF").LE(In32Bits(new_end - 8)).Text("WAVE")) &&
-           write_at(data_offset - 4, ByteWriter().LE(In32Bits(data_bytes)));
+    write_at(0, ByteWriter().Text("RIFF").LE(In32Bits(new_end - 8)).Text("WAVE"));
+    write_at(data_offset - 4, ByteWriter().LE(In32Bits(data_bytes)));
+    return error;
 }
 
 std::vector<std::string> WAVFile::Comments() {
     Locked lock(cs);
     std::vector<std::string> comments;
     next_position = -1;
-    if (format_flags & FORMAT_W64 || fseeko(file, 12, SEEK_SET) != 0) return comments;
-    auto take = [&](FILE*, ChunkRow& row) -> int64_t {
+    if (format_flags & FORMAT_W64 || file->Seek(12) != 0) return comments;
+    auto take = [&](ByteStream&, ChunkRow& row) -> int64_t {
         ForEachInfoText(row.size > kLargestTag ? std::span<const uint8_t>() : row.data,
                         [&](std::string_view name, const std::string& text) {
                             AddShownComment(comments, std::string(name) + "=" + text);
@@ -250,12 +259,12 @@ std::vector<std::string> WAVFile::Comments() {
                         });
         return 0;
     };
-    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+    auto take_id3 = [&](ByteStream&, ChunkRow& row) -> int64_t {
         std::ranges::move(ReadID3v2Comments(row.data), std::back_inserter(comments));
         return 0;
     };
     ChunkRow rows[] = {{"LIST+", kLargestTag, take}, {"id3 +", kLargestTag, take_id3}, {"ds64-", kDS64Size}};
-    WalkChunks(file, filename, rows, 0);
+    WalkChunks(*file, filename, rows, 0);
     return comments;
 }
 
@@ -266,21 +275,22 @@ std::string WAVFile::ReadTags(std::string_view tagged_file) {
         if (row.size > kLargestTag) FailChunk(row.Id(), filename);
         return row.size > kLargestTag;
     };
-    auto take_id3 = [&](FILE*, ChunkRow& row) -> int64_t {
+    auto take_id3 = [&](ByteStream&, ChunkRow& row) -> int64_t {
         std::string found = too_large(row) ? std::string() : ReadID3v2Text(row.data, kPrivateTag);
         if (found.empty()) return 0;
         text = std::move(found);
         return kStopWalk;
     };
-    auto take_list = [&](FILE*, ChunkRow& row) -> int64_t {
+    auto take_list = [&](ByteStream&, ChunkRow& row) -> int64_t {
         if (!too_large(row)) text = ReadInfoText(row.data);
         return 0;
     };
     // The ds64 chunk is needed to find the way past the samples of a large file.
     ChunkRow rows[] = {{"id3 +", kLargestTag, take_id3}, {"LIST+", kLargestTag, take_list}, {"ds64-", kDS64Size}};
     uint8_t head[12];
-    if (fread(head, 1, sizeof(head), file) == sizeof(head) && TextAt(head + 8, 4) == "WAVE") {
-        WalkChunks(file, filename, rows, 0);
+    size_t got = 0;
+    if (file->Read(head, sizeof(head), got) == 0 && got == sizeof(head) && TextAt(head + 8, 4) == "WAVE") {
+        WalkChunks(*file, filename, rows, 0);
     }
     Close();
     return text;

@@ -24,6 +24,7 @@ public:
     explicit WAVFile(uint32_t options = 0);
     ~WAVFile() override;
 
+    void SetOptions(const FormatOptions& options) override;
     // The payload of a "LIST" chunk to be written behind the samples. Not while the file is open.
     void SetListData(std::vector<uint8_t> data);
 
@@ -37,12 +38,12 @@ protected:
     bool PrepareWrite(int64_t argument) override;
     bool WriteHeader(int64_t argument) override;
     bool FinishWrite() override;
-    bool WriteSizes(int64_t new_end) override;
+    int WriteSizes(int64_t new_end) override;
     void ResetState(bool ok) override;
 
 private:
     int ReadFormat(const std::vector<uint8_t>& fmt);
-    bool WriteFileHeader(int64_t length, bool rf64);
+    int WriteFileHeader(int64_t length, bool rf64);
     int64_t Threshold() const;
     std::vector<uint8_t> DS64Body(int64_t length) const;
 

@@ -17,7 +17,7 @@ _orvane_cli() {
     esac
 
     case $previous in
-        --format) COMPREPLY=($(compgen -W "flac wav aiff ogg" -- "$current")); return ;;
+        --format) COMPREPLY=($(compgen -W "wav flac ogg aiff" -- "$current")); return ;;
         --as)
             options="m3u m3u8 wpl cdc txt csv"
             [[ $group != curve ]] || options="default batch"

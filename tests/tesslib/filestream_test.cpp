@@ -3,12 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "allocations.h"
-#include "disk_limit.h"
+#include "failing_store.h"
 #include "foundation/lasterror.h"
 #include "stream_checks.h"
 #include "temp_folder.h"
@@ -86,33 +88,77 @@ TEST(EveryFormat, TheCallersBlocksLeaveNoTrace) {
     }
 }
 
-TEST(EveryFormat, AFullDiskIsAnErrorWhoseFirstTextStays) {
+TEST(EveryFormat, MemoryHoldsWhatTheDiskWouldHold) {
     TempFolder folder;
-    const std::string path = folder / "a";
-    const std::string message = "Error 27 writing to file:\n\n<b>" + path + "</b>\n\n(File too large)";
+    const std::vector<float> pairs = MusicPairs(0.5);
+    for (int format : kFormats) {
+        SCOPED_TRACE(format);
+        Written(format, folder / "a", pairs);
+        const std::string on_disk = ReadBytes(folder / "a");
+        MemoryStore memory;
+        RefPtr<FileStream> file = MakeFileStream(format);
+        file->SetStore(memory);
+        WriteFile(*file, "a", {16, 44100, 2}, pairs, 16384);
+        const std::vector<uint8_t> in_memory = memory.Contents("a");
+        EXPECT_TRUE(std::string(in_memory.begin(), in_memory.end()) == on_disk);
+        ASSERT_EQ(file->Open("a", OM_READ), 0);
+        const std::vector<float> straight = ReadWhole(*file);
+        ExpectSeekEqualsRead(*file, straight, 20, 1);
+        file->ReleaseResources();
+        ExpectSeekEqualsRead(*file, straight, 20, 2);
+        EXPECT_TRUE(file->Close());
+        if (!(file->GetCapabilities(2).capabilities & CAP_TRUNCATE)) continue;
+        ASSERT_EQ(file->Open("a", format == FF_FLAC ? OM_READ : OM_READWRITE), 0);
+        const int64_t length = file->Truncate(4096);
+        EXPECT_EQ(length, static_cast<int64_t>(memory.Contents("a").size()));
+        EXPECT_TRUE(file->Close());
+        ASSERT_EQ(file->Open("a", OM_READ), 0);
+        EXPECT_EQ(file->GetTotalSamples(0), 4096);
+        EXPECT_TRUE(std::ranges::equal(ReadWhole(*file), std::span(straight).first(2 * 4096)));
+    }
+}
+
+TEST(EveryFormat, AFullDiskIsAnErrorWhoseFirstTextStays) {
+    const std::string message = "Error 28 writing to file:\n\n<b>a</b>\n\n(No space left on device)";
     const std::vector<float> pairs = MusicPairs(2);
     for (int format : kFormats) {
-        for (rlim_t bytes : {100, 8000}) {
+        // Full at once, in the middle, and noticed only when the last of it goes out.
+        for (const Faults& faults : {Faults{.written = 10}, {.written = 8000}, {.close = true}}) {
+            SCOPED_TRACE(std::to_string(format) + " " + std::to_string(faults.written));
+            MemoryStore memory;
+            FailingStore store(memory, faults);
             RefPtr<FileStream> file = MakeFileStream(format);
+            file->SetStore(store);
             ASSERT_EQ(file->SetSBC(44100, 16, 2), 0);
-            DiskLimit limit(bytes);
-            int64_t result = file->Open(path, OM_CREATE);
+            int64_t result = file->Open("a", OM_CREATE);
             for (int32_t at = 0; at < 80000 && result >= 0; at += 8000) result = file->Write(&pairs[2 * at], 8000);
-            EXPECT_EQ(result, ERR_IO) << format;
-            EXPECT_FALSE(file->Close(CLOSE_FAILED_AND_DELETE));
+            EXPECT_EQ(result < 0, !faults.close);
+            EXPECT_FALSE(file->Close(result < 0 ? CLOSE_FAILED_AND_DELETE : CLOSE_FINISH));
             EXPECT_EQ(GetLastError().text, message);
-            EXPECT_FALSE(std::filesystem::exists(path));
+            EXPECT_EQ(memory.Contents("a").empty(), !faults.close);
         }
     }
-    // Noticed only at the end, when the buffer goes out.
-    for (int format : {FF_WAV, FF_AIFF}) {
+}
+
+TEST(EveryFormat, AFailedReadIsTold) {
+    const std::vector<float> pairs = MusicPairs(2);
+    for (int format : kFormats) {
+        SCOPED_TRACE(format);
+        MemoryStore memory;
         RefPtr<FileStream> file = MakeFileStream(format);
-        ASSERT_EQ(file->SetSBC(44100, 16, 2), 0);
-        DiskLimit limit(60);
-        ASSERT_EQ(file->Open(path, OM_CREATE, 1 << 16), 0);
-        EXPECT_GE(file->Write(pairs.data(), 50), 0);
-        EXPECT_FALSE(file->Close());
-        EXPECT_EQ(GetLastError().text, message);
+        file->SetStore(memory);
+        WriteFile(*file, "a", {16, 44100, 2}, pairs, 16384);
+        const auto length = static_cast<int64_t>(memory.Contents("a").size());
+        for (int64_t after : {int64_t{0}, length / 2}) {
+            FailingStore store(memory, {.read = after});
+            file->SetStore(store);
+            int64_t result = file->Open("a", OM_READ);
+            std::vector<float> buffer(2 * 1000);
+            for (int64_t at = 0; at < 88200 && result >= 0; at += 1000) result = file->Read(at, buffer.data(), 1000, 0);
+            EXPECT_EQ(result, ERR_IO) << after;
+            EXPECT_EQ(GetLastError().code, FailingStore::kError);
+            file->Close(CLOSE_FAILED);
+        }
     }
 }
 

@@ -258,7 +258,7 @@ class HoleyWAV : public WAVFile {
 public:
     using WAVFile::WAVFile;
     void Skip(int64_t pairs) {
-        ASSERT_EQ(fseeko(file, pairs * FrameSize(), SEEK_CUR), 0);
+        ASSERT_EQ(file->Seek(file->Tell() + pairs * FrameSize()), 0);
         data_bytes += pairs * FrameSize();
         total_samples += pairs;
     }
