@@ -350,6 +350,40 @@ std::string_view MessageText(Msg id) {
             return "The playback device is not open.";
         case Msg::BadTurntable:
             return "<b>%s</b> is nothing that a simulated turntable can do (in %s).";
+        case Msg::LibraryMissing:
+            return "%s cannot be used (%s).";
+        case Msg::NoSuchDevice:
+            return "There is no device <b>%s</b>.";
+        case Msg::NoSoundServer:
+            return "No sound server answers (%s).";
+        case Msg::LevelNoSound:
+            return "No sound arrives.  Check the cable and the input, and play a record.";
+        case Msg::LevelChannelDead:
+            return "The %s channel is silent.  Check its plug and the cartridge's leads.";
+        case Msg::LevelClipped:
+            return "Turn the volume down: the loudest passages are cut off.";
+        case Msg::LevelInverted:
+            return "One channel is upside down against the other.  Swap the two leads of one channel at the cartridge.";
+        case Msg::LevelSwapped:
+            return "Left and right are swapped.  Swap the two plugs.";
+        case Msg::LevelMono:
+            return "Both channels carry the same sound.  That is right for a mono record only.";
+        case Msg::LevelOffset:
+            return "The input adds a constant voltage (%.0f dB).  Switch the rumble filter on, or use another input.";
+        case Msg::LevelHum:
+            return "There is hum at %d Hz (%.0f dB).  Check the turntable's earth lead.";
+        case Msg::LevelUnequal:
+            return "The %s channel is louder by %.1f dB.  Adjust the balance.";
+        case Msg::LevelTooLow:
+            return "Turn the volume up: the loudest passage should reach -6 dB";
+        case Msg::LevelTooHigh:
+            return "Turn the volume down: the loudest passage should reach -6 dB";
+        case Msg::LevelGood:
+            return "The level is good.";
+        case Msg::SideLeft:
+            return "left";
+        case Msg::SideRight:
+            return "right";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

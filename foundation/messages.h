@@ -169,7 +169,24 @@ enum class Msg : int {
     NoConversion,
     ServerConversion,  // kHz of the device, kHz of the stream
     DeviceNotOpen,
-    BadTurntable,  // word, the whole
+    BadTurntable,    // word, the whole
+    LibraryMissing,  // what it is for, the system's words
+    NoSuchDevice,    // device
+    NoSoundServer,   // error in words
+    LevelNoSound,
+    LevelChannelDead,  // side
+    LevelClipped,
+    LevelInverted,
+    LevelSwapped,
+    LevelMono,
+    LevelOffset,   // dB
+    LevelHum,      // Hz, dB
+    LevelUnequal,  // side, dB
+    LevelTooLow,
+    LevelTooHigh,
+    LevelGood,
+    SideLeft,
+    SideRight,
     JobInProgress,
     CollectionExists,       // file
     TitlesAndTracksDiffer,  // number of tracks, file of titles, number of titles; numbers in words
