@@ -71,8 +71,11 @@ Json SideJson(const AlbumSide& side, int number, std::vector<std::string>& remar
 }  // namespace
 
 std::string FormatText(const FileHistoryEntry& entry) {
-    return fmt::format("{}, {} bits, {}", RateText(entry.SampleRate()), entry.facts.bits,
-                       entry.facts.channels == 1 ? "mono" : "stereo");
+    return FormatText(entry.SampleRate(), entry.facts.bits, entry.facts.channels);
+}
+
+std::string FormatText(int32_t samplerate, int bits, int channels) {
+    return fmt::format("{}, {} bits, {}", RateText(samplerate), bits, channels == 1 ? "mono" : "stereo");
 }
 
 std::string AlbumTitleText(const AlbumInfo& album) {

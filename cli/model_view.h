@@ -8,6 +8,7 @@ namespace Orvane {
 
 // "44.1 kHz, 16 bits, stereo"
 std::string FormatText(const FileHistoryEntry& entry);
+std::string FormatText(int32_t samplerate, int bits, int channels);
 // "Artist: Title (1977)"
 std::string AlbumTitleText(const AlbumInfo& album);
 

@@ -64,15 +64,19 @@ void SaveOptions(CLI::App* command, SaveArguments& arguments) {
         ->option_text("TEMPLATE");
 }
 
-int TakeSaveChoices(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
-    SaveChoices choices = arguments;
+int TakeFormat(CommandContext& context, const SaveArguments& arguments, SaveChoices& choices) {
+    choices = arguments;
     ForEachSavedFormat([&](int format, std::string_view name) {
         if (EqualNoCaseAscii(arguments.format, name)) choices.file_format = format;
     });
-    if (!arguments.format.empty() && !choices.file_format) {
-        return context.Usage(
-            fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));
-    }
+    if (arguments.format.empty() || choices.file_format) return CLI_DONE;
+    return context.Usage(
+        fmt::format("Tracks cannot be saved as \"{}\"; the formats are {}", arguments.format, FormatNames()));
+}
+
+int TakeSaveChoices(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings) {
+    SaveChoices choices;
+    if (int code = TakeFormat(context, arguments, choices)) return code;
     const Result<SaveSettings> made = MakeSaveSettings(choices);
     if (made) settings = *made;
     return context.End(made.GetOutcome());

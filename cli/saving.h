@@ -16,6 +16,8 @@ struct SaveArguments : SaveChoices {
 
 void SaveOptions(CLI::App* command, SaveArguments& arguments);
 
+// The choices with the format that the word names.
+int TakeFormat(CommandContext& context, const SaveArguments& arguments, SaveChoices& choices);
 // The settings for a save, of any collection.
 int TakeSaveChoices(CommandContext& context, const SaveArguments& arguments, SaveSettings& settings);
 
