@@ -38,11 +38,21 @@ struct MarkerCorrection : BaseCorrection {
     MarkerCorrection() : BaseCorrection(CORRECTION_MARKER) {}
 };
 
+// An end or a start of a track that a cut has moved. Ticks.
+struct MovedBreak {
+    int64_t from = -1;  // where it stood, in the file; -1: none
+    int64_t to = 0;     // where it stands, from the cut's place on
+
+    bool operator==(const MovedBreak&) const = default;
+};
+
 struct CutAndSpliceCorrection : BaseCorrection {
     CutAndSpliceCorrection() : BaseCorrection(CORRECTION_CUT) {}
     int64_t Length() const { return end_time - start_time; }
 
     int32_t splice_length = 0;  // frames over which the two sides are cross-faded; always even
+    // The end and the start of a track that the cut has moved to its cross-fade. They go back with what was cut.
+    MovedBreak moved_end, moved_start;
 };
 
 // The cuts of a recording in ascending order, and the map between its two timelines.

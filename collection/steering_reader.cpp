@@ -371,6 +371,8 @@ void Reader::CutAndSplice() {
     if (cut->end_time <= start) return;
     cut->start_time = start;
     cut->splice_length = static_cast<int32_t>(splice);
+    cut->moved_end = {std::max<int64_t>(-1, fields.Time(5, -1)), fields.Time(6)};
+    cut->moved_start = {std::max<int64_t>(-1, fields.Time(7, -1)), fields.Time(8)};
     recording->decided.cuts.Append(cut.release());
 }
 

@@ -231,6 +231,12 @@ void Writer::Corrections(const FileHistoryEntry& entry) {
     for (const CutAndSpliceCorrection& cut : entry.decided.cuts) {
         BeginExt("CutAndSplice");
         WriteCut(line, cut);
+        if (cut.moved_end.from >= 0 || cut.moved_start.from >= 0) {
+            for (const MovedBreak& moved : {cut.moved_end, cut.moved_start}) {
+                line.Int(moved.from);
+                line.Int(moved.to);
+            }
+        }
         line.EndLine();
     }
     for (const FilterSetting& filter : entry.decided.filters) {

@@ -1,7 +1,9 @@
 #include "cleanup/edit/editcuts.h"
 
 #include <algorithm>
+#include <cstdlib>
 
+#include "cleanup/edit/cuttracks.h"
 #include "cleanup/edit/undo_corrections.h"
 #include "collection/albumset.h"
 #include "collection/recordingplaces.h"
@@ -27,32 +29,21 @@ int64_t StartOnTimeLine(FileHistoryEntry& entry) {
     return -1;
 }
 
-// What lies behind `position` plays `shift` ticks later; nothing moves to before it.
-int64_t Moved(int64_t time, int64_t position, int64_t shift) {
-    return time > position ? std::max(position, time + shift) : time;
-}
-
-// Changes the cuts at the edited frame `position` so that the recording is `shift` frames longer, as one action. Tracks
-// keep their music, on later sides too. False when a track would lose all of it, which is shown; then nothing has
-// changed.
-template <class Undo, class Edit>
-bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t position, int64_t shift, Msg description,
+// Changes the cuts so that `shift` frames come in (or below 0 go), as one action. `follow(tracks, recording, ticks)`
+// gives the tracks their new times, on later sides too: -1, or the track that would lose all its music, which is shown;
+// then nothing has changed.
+template <class Undo, class Follow, class Edit>
+bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t shift, Msg description, Follow follow,
                 Edit edit) {
     const int64_t side_start = StartOnTimeLine(entry);
     const int32_t rate = entry.SampleRate();
-    const int64_t from = side_start + to_ticks(rate, position);
     const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.decided.cuts.TotalLength() + shift);
-    const int64_t by = to_ticks(rate, length) - to_ticks(rate, access.EditedLength());
-    const auto move = [&](ALBUMTRACK& track) {
-        track.start = Moved(track.start, from, by);
-        track.end = Moved(track.end, from, by);
-    };
+    const int64_t ticks = std::abs(to_ticks(rate, length) - to_ticks(rate, access.EditedLength()));
     simple_vector<ALBUMTRACK>& tracks = entry.album->tracks;
-    for (ALBUMTRACK track : tracks) {
-        if (side_start < 0 || track.IsEmpty()) continue;
-        move(track);
-        if (!track.IsEmpty()) continue;
-        ShowMessage(fmt::sprintf(kTakesTrack, track.title), Severity::Information);
+    simple_vector<ALBUMTRACK> moved = tracks;
+    const int lost = side_start < 0 ? -1 : follow(moved, RecordingOnAlbum{side_start, rate}, ticks);
+    if (lost >= 0) {
+        ShowMessage(fmt::sprintf(kTakesTrack, tracks[lost].title), Severity::Information);
         return false;
     }
 
@@ -65,7 +56,7 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t posit
     if (side_start >= 0) {
         undo->Add(std::make_unique<UndoUpdateTrackInfo>(*entry.album, undo->description, 0, tracks.size() - 1));
         const Change change(CHANGE_TRACK_TIMES, entry.album);
-        for (ALBUMTRACK& track : tracks) move(track);
+        tracks = moved;
     }
     AddUndo(std::move(undo));
     return true;
@@ -83,9 +74,12 @@ bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_len
     // More goes than was selected: the splice, and what lies between the new cut and others near to it.
     CutList after;
     for (const CutAndSpliceCorrection& cut : entry.decided.cuts) after.Append(new CutAndSpliceCorrection(cut));
-    after.Add(start, end, splice_length, entry.SampleRate());
+    CutAndSpliceCorrection& cut = *after.Add(start, end, splice_length, entry.SampleRate());
     const int64_t shift = entry.decided.cuts.TotalLength() - after.TotalLength();
-    return ChangeCuts<UndoCut>(entry, access, start, shift, description, [&] { entry.decided.cuts.Swap(after); });
+    const auto follow = [&](simple_vector<ALBUMTRACK>& tracks, const RecordingOnAlbum& recording, int64_t length) {
+        return FollowCut(tracks, recording, entry.decided.cuts, length, cut);
+    };
+    return ChangeCuts<UndoCut>(entry, access, shift, description, follow, [&] { entry.decided.cuts.Swap(after); });
 }
 
 }  // namespace
@@ -101,7 +95,11 @@ bool TruncateRecording(FileHistoryEntry& entry, int64_t position) {
 bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
     const EditAccess access(entry);
     if (!access) return false;
-    return ChangeCuts<UndoDeleteCut>(entry, access, cut.start_time, cut.Length(), Msg::DeleteCut,
+    const auto follow = [&](simple_vector<ALBUMTRACK>& tracks, const RecordingOnAlbum& recording, int64_t length) {
+        FollowDeletedCut(tracks, recording, entry.decided.cuts, length, cut);
+        return -1;
+    };
+    return ChangeCuts<UndoDeleteCut>(entry, access, cut.Length(), Msg::DeleteCut, follow,
                                      [&] { entry.decided.cuts.Take(&cut); });
 }
 

@@ -26,7 +26,8 @@ bool CutSelection(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t s
 // Takes out all from `position` to the recording's end.
 bool TruncateRecording(FileHistoryEntry& entry, int64_t position);
 
-// Puts back what `cut`, one of the recording's, has taken out. `cut` is gone afterwards.
+// Puts back what `cut`, one of the recording's, has taken out, and the breaks that it moved to where they stood. `cut`
+// is gone afterwards.
 bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut);
 
 }  // namespace Orvane

@@ -23,8 +23,8 @@ void StoreSamples(ClickRepair& repair, std::span<const int16_t> samples) {
 
 }  // namespace
 
-// Solves one sample more than the repair holds, so that a higher rate finds its last samples too.
-RepairResult ClickRepairer::Solve(const RepairSource& source, const RepairRequest& request, int32_t samplerate) {
+// Leaves one sample more than the request asks for in `solved`, so that a higher rate finds its last samples too.
+RepairResult ClickRepairer::Solve(const RepairSource& source, const RepairRequest& request) {
     const int n = static_cast<int>(request.end - request.start + 1);
     ORVANE_ASSERT(n > 0);
     const int ctx = RepairContext(n, request.big_pop);
@@ -42,22 +42,24 @@ RepairResult ClickRepairer::Solve(const RepairSource& source, const RepairReques
     };
     const RepairResult result = interpolator.Interpolate(segment, ctx, click_end + 1, request.cross_fade,
                                                          request.big_pop, solved, remove_neighbours);
-    if (result != RepairResult::Repaired && result != RepairResult::Overshoot) return result;
+    solved.resize(static_cast<size_t>(n) + 1);
+    return result;
+}
 
-    std::span<const float> output = std::span<const float>(solved).first(static_cast<size_t>(n));
+// Makes the stored samples of what was solved for a record that begins at the request's start, rounded to its rate.
+void ClickRepairer::Convert(int32_t samplerate) {
+    std::span<const float> output = std::span<const float>(solved).first(solved.size() - 1);
     if (samplerate != kTicksPerSecond) {
-        converted.resize(static_cast<size_t>(RepairStoredLength(n, samplerate)));
-        const std::span<const float> input = std::span<const float>(solved).first(static_cast<size_t>(n) + 1);
+        converted.resize(static_cast<size_t>(RepairStoredLength(static_cast<int>(output.size()), samplerate)));
         if (samplerate > kTicksPerSecond) {
-            ConvertRepairUp(input, samplerate, converted);
+            ConvertRepairUp(solved, samplerate, converted);
         } else {
-            ConvertRepairDown(input, samplerate, converted);
+            ConvertRepairDown(solved, samplerate, converted);
         }
         output = converted;
     }
     samples.resize(output.size());
     RepairTo16Bit(output, samples);
-    return result;
 }
 
 RepairResult ClickRepairer::RepairClick(const RepairSource& source, const RepairRequest& wanted, ClickRepairList& list,
@@ -75,8 +77,9 @@ RepairResult ClickRepairer::RepairClick(const RepairSource& source, const Repair
     const AddOutcome outcome = AddRepair(list, repair, slot, ADD_SCANNED).outcome;
     if (outcome == AddOutcome::Refused) return RepairResult::Repaired;
 
-    const RepairResult result = Solve(source, request, list.samplerate);
+    const RepairResult result = Solve(source, request);
     const bool made = result == RepairResult::Repaired || result == RepairResult::Overshoot;
+    if (made) Convert(list.samplerate);
     if (outcome == AddOutcome::Inside) {
         if (!made) return result;
         // Only its own stretch of the existing repair changes.
@@ -100,9 +103,18 @@ RepairResult ClickRepairer::RepairClick(const RepairSource& source, const Repair
 
 RepairResult ClickRepairer::Recompute(const RepairSource& source, const RepairRequest& request, ClickRepair& repair,
                                       int32_t samplerate) {
-    const RepairResult result = Solve(source, request, samplerate);
+    const RepairResult result = Solve(source, request);
+    if (result != RepairResult::Repaired && result != RepairResult::Overshoot) return result;
     if (result == RepairResult::Overshoot) repair.wiggles = kClippedScore;
-    if (result == RepairResult::Repaired || result == RepairResult::Overshoot) StoreSamples(repair, samples);
+    if (samplerate > kTicksPerSecond) {
+        converted.resize(static_cast<size_t>(repair.Length()));
+        PlaceRepair(solved, request.start, samplerate, repair.absolute_start_time, converted);
+        samples.resize(converted.size());
+        RepairTo16Bit(converted, samples);
+    } else {
+        Convert(samplerate);
+    }
+    StoreSamples(repair, samples);
     return result;
 }
 

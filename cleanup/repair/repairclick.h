@@ -41,7 +41,9 @@ public:
     RepairResult RepairClick(const RepairSource& source, const RepairRequest& request, ClickRepairList& list,
                              ClickRepair*& slot);
 
-    // Solves the samples of an existing record anew over its whole range. The caller brackets the change of the list.
+    // Solves the samples of an existing record anew over its whole range, which the request covers. They stand where
+    // they were solved, however the record's frames lie between the samples of 44100 Hz. The caller brackets the change
+    // of the list.
     RepairResult Recompute(const RepairSource& source, const RepairRequest& request, ClickRepair& repair,
                            int32_t samplerate);
 
@@ -49,7 +51,8 @@ public:
     void Release();
 
 private:
-    RepairResult Solve(const RepairSource& source, const RepairRequest& request, int32_t samplerate);
+    RepairResult Solve(const RepairSource& source, const RepairRequest& request);
+    void Convert(int32_t samplerate);
 
     Interpolator interpolator;
     std::vector<float> solved;     // at 44100 Hz

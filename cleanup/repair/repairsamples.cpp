@@ -69,6 +69,19 @@ void ConvertRepairDown(std::span<const float> in, int rate, std::span<float> out
     }
 }
 
+void PlaceRepair(std::span<const float> in, int64_t in_start, int rate, int64_t out_start, std::span<float> out) {
+    ORVANE_ASSERT(!in.empty() && rate > 0);
+    const int64_t last = static_cast<int64_t>(in.size()) - 1;
+    for (size_t j = 0; j < out.size(); j++) {
+        const int64_t place =
+            (out_start + static_cast<int64_t>(j)) * kRepairRate - in_start * rate;  // 1/rate of a sample
+        const int64_t i = std::clamp<int64_t>(place / rate, 0, last);
+        const double part = place < 0 || i == last ? 0.0 : static_cast<double>(place % rate) / rate;
+        const float before = in[static_cast<size_t>(i)], after = in[static_cast<size_t>(std::min(i + 1, last))];
+        out[j] = static_cast<float>(before + (after - before) * part);
+    }
+}
+
 void RepairTo16Bit(std::span<const float> in, std::span<int16_t> out) {
     ORVANE_ASSERT(in.size() == out.size());
     std::transform(in.begin(), in.end(), out.begin(), [](float sample) {

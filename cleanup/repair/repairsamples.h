@@ -19,6 +19,10 @@ int RepairStoredLength(int n, int rate);
 void ConvertRepairUp(std::span<const float> in, int rate, std::span<float> out);
 void ConvertRepairDown(std::span<const float> in, int rate, std::span<float> out);
 
+// As the first of these, for outputs at given places: in[i] stands at sample `in_start` + i of 44100 Hz and out[j] at
+// frame `out_start` + j of `rate`, on the straight line between its neighbours. The ends are held.
+void PlaceRepair(std::span<const float> in, int64_t in_start, int rate, int64_t out_start, std::span<float> out);
+
 // The stored form: times 32767, cut toward zero. Samples beyond full scale are held; what is not a number is 0.
 void RepairTo16Bit(std::span<const float> in, std::span<int16_t> out);
 

@@ -17,6 +17,11 @@ std::optional<RepairResult> MakeRepair(ScanReader& reader, ClickRepairer& repair
     RepairRequest request;
     request.start = to_ticks(samplerate, repair.absolute_start_time);
     request.end = std::max(request.start, to_ticks(samplerate, repair.absolute_end_time) - 1);
+    if (samplerate > kTicksPerSecond) {
+        // All samples between which the record's frames lie.
+        request.start = repair.absolute_start_time * kTicksPerSecond / samplerate;
+        request.end = ((repair.absolute_end_time - 1) * kTicksPerSecond + samplerate - 1) / samplerate;
+    }
     request.cross_fade = RepairPad(request.end - request.start + 1);
 
     const int64_t from = std::max<int64_t>(0, request.start - kWing);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <numbers>
 #include <random>
 #include <thread>
 #include <tuple>
@@ -236,7 +238,7 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     EXPECT_TRUE(Redo());
     EXPECT_EQ(times(), cut);
     EXPECT_TRUE(DeleteCut(entry, *entry.decided.cuts.First()));
-    EXPECT_EQ(times(), (Times{10000, 80000, 80000, 130000, 130000, 300000, 300000, 300000}));
+    EXPECT_EQ(times(), before);
 
     // Which tracks lie behind a recording that is missing is not known.
     RemoveFile(side.AddSide(MusicPairs(2000)).GetPath());
@@ -245,6 +247,73 @@ TEST_F(Edits, TracksKeepTheirMusicWhenACutMovesIt) {
     const Times unmoved = times();
     EXPECT_TRUE(CutSelection(behind, 0, 10000, 0));
     EXPECT_EQ(times(), unmoved);
+}
+
+TEST_F(Edits, ATrackKeepsItsBeginningBesideACutAndGetsItsPlaceBack) {
+    constexpr int64_t kFrom = 100000, kTo = 150000, kSplice = 4410, kFade = kFrom - kSplice;
+    struct Case {
+        int64_t end, start;          // of the track before and behind the cut
+        int64_t cut_end, cut_start;  // once it is made
+    };
+    for (const Case& c : {Case{90000, kTo, 90000, kFade},
+                          {kFrom, kTo, kFade, kFade},
+                          {kTo, kTo, kFade, kFade},
+                          {kFrom, kFrom, kFade, kFade},
+                          {kFade, kFrom, kFade, kFade},
+                          {120000, 130000, kFade, kFade},
+                          {120000, 260000, kFrom, 260000 - (kTo - kFrom) - kSplice},
+                          {98000, kTo + 1000, kFade + 1000, kFade + 1000},
+                          {kTo + kSplice, kTo + kSplice, kFrom, kFrom},
+                          {kFade, kFade, kFade, kFade}}) {
+        SCOPED_TRACE(testing::Message() << c.end << " | " << c.start);
+        simple_vector<ALBUMTRACK>& tracks = entry.album->tracks;
+        tracks.clear();
+        for (const auto& [start, end] : {std::pair{int64_t{1000}, c.end}, {c.start, 300000}, {300000, 300000}}) {
+            ALBUMTRACK track;
+            track.start = start, track.end = end;
+            tracks.push_back(track);
+        }
+        const simple_vector<ALBUMTRACK> before = tracks;
+        ASSERT_TRUE(CutSelection(entry, kFrom, kTo, 100));
+        EXPECT_EQ(tracks[0].end, c.cut_end);
+        EXPECT_EQ(tracks[1].start, c.cut_start);
+        EXPECT_EQ(tracks[2].start, tracks[1].end);
+        // A second cut takes the first one in, with what it has moved.
+        ASSERT_TRUE(CutSelection(entry, kFrom - 3000, kFrom + 9000, 25));
+        ASSERT_EQ(entry.decided.cuts.size(), 1);
+        ASSERT_TRUE(DeleteCut(entry, *entry.decided.cuts.First()));
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(tracks[i].start, before[i].start) << i;
+            EXPECT_EQ(tracks[i].end, before[i].end) << i;
+        }
+    }
+}
+
+// Repairs made by hand at rates whose frames lie between the samples of the rate at which repairs are solved.
+TEST(ManualRepairs, StandWhereTheyWereSolved) {
+    for (const int rate : {48000, 88200, 96000, 192000}) {
+        std::vector<float> tone;
+        for (int i = 0; i < rate / 2; ++i) {
+            tone.insert(tone.end(), 2, static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * 3000 * i / rate)));
+        }
+        RecordedSide side(tone, rate);
+        const EditAccess open(*side.entry);
+        const auto worst = [&] {
+            std::vector<float> heard(tone.size());
+            EXPECT_EQ(open.Stream()->Read(0, heard.data(), rate / 2, Tesslib::PCM_NO_FILTERS), rate / 2);
+            float error = 0;
+            for (size_t i = 0; i < tone.size(); ++i) error = std::max(error, std::abs(heard[i] - tone[i]));
+            return error;
+        };
+        for (int64_t start = rate / 4; start < rate / 4 + 40; start += 7) {
+            ASSERT_TRUE(InsertRepair(*side.entry, CHANNEL_LEFT, start, start + rate / 900));
+            EXPECT_LT(worst(), 0.02f) << rate << " from " << start;
+            ASSERT_TRUE(
+                AdjustRepair(*side.entry, 0, *side.entry->click_repairs[0].First(), start - 3, start + rate / 900));
+            EXPECT_LT(worst(), 0.02f) << rate << " adjusted, from " << start;
+            ASSERT_EQ(DeleteRepairs(*side.entry, CHANNEL_LEFT, 0, rate / 2), 1);
+        }
+    }
 }
 
 // A recording at another rate, closed between the edits: they reach the corrections file.

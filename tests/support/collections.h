@@ -155,7 +155,8 @@ private:
         int64_t time = 100000;
         for (int n = Number(4); n > 0; --n) {
             time += 300000;
-            entry->decided.cuts.Add(time, time + 50000, 2 * Number(500), 44100);
+            auto* cut = entry->decided.cuts.Add(time, time + 50000, 2 * Number(500), 44100);
+            if (Number(2)) cut->moved_start = {time, -500};
         }
         for (int n = Number(4); n > 0; --n) {
             auto* marker = new Orvane::MarkerCorrection;
