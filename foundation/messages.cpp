@@ -162,6 +162,8 @@ std::string_view MessageText(Msg id) {
             return "Import Track Listing";
         case Msg::CreateSingleTracks:
             return "Create single tracks";
+        case Msg::NoiseSpectrumTitle:
+            return "Noise Spectrum for %s - %s";
         case Msg::BackgroundJobs:
             return "You have background jobs running.  They need to be terminated to complete this action.\n\nProceed?";
         case Msg::CrdRepaired:
@@ -384,6 +386,18 @@ std::string_view MessageText(Msg id) {
             return "left";
         case Msg::SideRight:
             return "right";
+        case Msg::FadeOutLabel:
+            return "Fade &out %s";
+        case Msg::FadeInLabel:
+            return "Fade &in %s";
+        case Msg::ZoomTrackTitle:
+            return "<b>%s</b> (%s)";
+        case Msg::CurveOutOfOrder:
+            return "%g Hz is out of order: the point must lie above %g Hz and below %g Hz";
+        case Msg::CurveFrequencyTooLow:
+            return "%g Hz is no frequency for a point: it must be above 0";
+        case Msg::CurveGainTooHigh:
+            return "%g dB is beyond the scale of the curve, which goes from %d to %d dB";
     }
     ORVANE_ASSERT(!"message number without a text");
     return {};

@@ -84,6 +84,7 @@ enum class Msg : int {
     UndoMenu = 1021,  // description
     RedoMenu = 1022,  // description
     StrongScan = 1079,
+    NoiseSpectrumTitle = 1214,  // artist, title
     Custom = 1243,
     ImportTrackListing = 1147,
     CreateSingleTracks = 1355,
@@ -190,6 +191,12 @@ enum class Msg : int {
     JobInProgress,
     CollectionExists,       // file
     TitlesAndTracksDiffer,  // number of tracks, file of titles, number of titles; numbers in words
+    FadeOutLabel,           // track's title
+    FadeInLabel,            // track's title
+    ZoomTrackTitle,         // track's title, time
+    CurveOutOfOrder,        // frequency, the one before, the one behind
+    CurveFrequencyTooLow,   // frequency
+    CurveGainTooHigh,       // gain, the least, the greatest
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -103,7 +103,7 @@ void SplitDialog::MoveTrackStart(int index, int64_t position, Alt alt) {
     Store(std::move(changed), Msg::AdjustTrackStart, MakeUndo::Yes);
 }
 
-void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
+void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt, Joined joined) {
     TrackList changed = album.tracks;
     const ALBUMTRACK& track = changed[index];
     // Only the first of the unset rows may become a track: the others have to stand behind it.
@@ -112,10 +112,10 @@ void SplitDialog::MoveTrackEnd(int index, int64_t position, Alt alt) {
     const bool before_set = index + 1 < changed.size() && !changed[index + 1].IsEmpty();
     if (before_set && alt == Alt::Up) {
         const ALBUMTRACK& next = changed[index + 1];
-        const bool joined = next.start == track.end;
-        const int64_t last = joined ? next.end - kShortestTrack : next.start;
+        const bool together = next.start == track.end && joined == Joined::MoveTogether;
+        const int64_t last = together ? next.end - kShortestTrack : next.start;
         position = std::min(position, std::max(track.end, last));
-        if (joined) SetTrackStart(changed, index + 1, position, alt);
+        if (together) SetTrackStart(changed, index + 1, position, alt);
         SetTrackEnd(changed, index, position, Following::Stay, alt);
     } else {
         const int64_t last = track.IsEmpty() ? end : track.end + RoomBehind();

@@ -16,6 +16,7 @@ namespace Orvane {
 // What a click in the waveform found; the numbers are those of the window's hit test.
 enum class BreakHit { ByPosition = 0, TrackStart = 100, TrackEnd = 101 };
 enum class MakeUndo { No, Yes };
+enum class Joined { MoveTogether, MoveApart };
 
 enum BreakScanFlags : int {
     BREAK_SCAN_ADJUST = 1,  // move the breaks that there are to the gaps near them
@@ -50,9 +51,9 @@ public:
 
     // One step of a drag (Gesture::MoveAfresh). The position is held to where tracks stay in order, a second long and
     // before `end`; with Alt the following tracks go along. The end of a track and the start of the next move together
-    // when they are at one place.
+    // when they are at one place, unless the end is to move alone.
     void MoveTrackStart(int index, int64_t position, Alt alt);
-    void MoveTrackEnd(int index, int64_t position, Alt alt);
+    void MoveTrackEnd(int index, int64_t position, Alt alt, Joined joined = Joined::MoveTogether);
 
     void EnableFader(int index, Fader fader, bool on);
     void AdjustFader(int index, Fader fader, int hundredths);

@@ -255,7 +255,11 @@ void EnableFader(ALBUMTRACK& track, Fader fader, bool on) {
     }
     track.filter_flags |= bit;
     if (length) return;
-    length = HeldFadeLength(GetSetting(in ? "Default Fade In" : "Default Fade Out", kDefaultFade));
+    length = DefaultFaderLength(fader);
+}
+
+int32_t DefaultFaderLength(Fader fader) {
+    return HeldFadeLength(GetSetting(fader == Fader::In ? "Default Fade In" : "Default Fade Out", kDefaultFade));
 }
 
 void SetFaderLength(ALBUMTRACK& track, Fader fader, int hundredths) {

@@ -55,6 +55,7 @@ void PushOverlappingTracks(TrackList& tracks);
 // A fader that is switched on without a length gets that of the setting "Default Fade In" or "Default Fade Out"; one
 // that is switched off keeps its length.
 void EnableFader(ALBUMTRACK& track, Fader fader, bool on);
+int32_t DefaultFaderLength(Fader fader);  // ticks
 // `hundredths` of a second are held to 10 to 2000.
 void SetFaderLength(ALBUMTRACK& track, Fader fader, int hundredths);
 

@@ -40,13 +40,6 @@ int64_t NearestEdge(double position, int32_t block) {
     return Whole(std::ceil(position / block - 0.5));
 }
 
-void Widen(WaveformRecord& column, const WaveformRecord& record) {
-    column.min_left = std::min(column.min_left, record.min_left);
-    column.max_left = std::max(column.max_left, record.max_left);
-    column.min_right = std::min(column.min_right, record.min_right);
-    column.max_right = std::max(column.max_right, record.max_right);
-}
-
 // `part` of the way from one value to another.
 WaveformRecord Between(const WaveformRecord& from, const WaveformRecord& to, double part) {
     const auto value = [part](int16_t a, int16_t b) { return static_cast<int16_t>(a + (b - a) * part); };

@@ -2,6 +2,7 @@
 // audio can be drawn without decoding it. They have no header; docs/waveform-format.md describes them.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
@@ -19,6 +20,14 @@ struct WaveformRecord {
 
     bool operator==(const WaveformRecord&) const = default;
 };
+
+// Widens a range by another.
+inline void Widen(WaveformRecord& range, const WaveformRecord& other) {
+    range.min_left = std::min(range.min_left, other.min_left);
+    range.max_left = std::max(range.max_left, other.max_left);
+    range.min_right = std::min(range.min_right, other.min_right);
+    range.max_right = std::max(range.max_right, other.max_right);
+}
 
 // Frames a record.
 inline constexpr int32_t kWfsBlock = 8192;

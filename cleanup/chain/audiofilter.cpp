@@ -112,6 +112,7 @@ struct PCMStack::PCMStackData {
     std::vector<RefPtr<PCMStream>> stages;            // every stream stage of the stack, newest last
     std::vector<std::unique_ptr<PCMFilter>> filters;  // bottom first
     PCMFader* fader = nullptr;
+    const Denoise* denoise = nullptr;
 
     bool Swaps(uint32_t flags) const { return !(flags & PCM_NO_SWAP) && entry->SwapChannels(); }
 
@@ -155,7 +156,11 @@ struct PCMStack::PCMStackData {
         const int32_t rate = top->GetSampleRate(flags);
         PCMStreamToFilter* bottom = AddFilter<PCMStreamToFilter>(top, cs, flags);
         PCMFilter* last = AddFilter<HumRumbleFilter>(bottom, entry, cs, rate);
-        if (!(flags & (PCM_NO_DENOISE | PCM_DENOISE_OFF))) last = AddFilter<Denoise>(last, entry, cs, rate);
+        if (!(flags & (PCM_NO_DENOISE | PCM_DENOISE_OFF))) {
+            Denoise* added = AddFilter<Denoise>(last, entry, cs, rate);
+            denoise = added;
+            last = added;
+        }
         if (!(flags & PCM_NO_EQUALISER)) last = AddFilter<Equaliser>(last, entry, cs, rate);
         Add<PCMFilterToStream>(top, last, bottom, cs, rate);
     }
@@ -227,6 +232,10 @@ void PCMStack::ReleaseResources() {
 
 int32_t PCMStack::GetSampleRate(uint32_t flags) {
     return idata->top->GetSampleRate(flags);
+}
+
+NoiseSample PCMStack::GetNoiseSpectrum() const {
+    return idata->denoise ? idata->denoise->GetNoiseSpectrum() : NoiseSample(samplerate);
 }
 
 PCMFader* PCMStack::Fader() const {

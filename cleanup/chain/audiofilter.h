@@ -11,10 +11,12 @@
 
 namespace Orvane {
 
+struct NoiseSample;
+
 inline constexpr int32_t kChainChunk = 32768;  // longest piece the filter section works on at once
 
-// How much audio before a jump the filters hear first, so that they give what a straight read gives to within -100 dB of
-// full scale. The notches at 50 Hz remember longest.
+// How much audio before a jump the filters hear first, so that they give what a straight read gives to within -100 dB
+// of full scale. The notches at 50 Hz remember longest.
 inline constexpr int32_t kSettlingMs = 2500;
 
 // A filter of the section between the two adaptors: separate left and right floats, changed in place. Read calls the
@@ -94,6 +96,8 @@ public:
     int32_t GetSampleRate(uint32_t flags) override;
 
     Tesslib::PCMFader* Fader() const;  // null when the chain has none
+    // Of the hiss filter, see Denoise; all 0 when the chain has none.
+    NoiseSample GetNoiseSpectrum() const;
 
 private:
     struct PCMStackData;

@@ -13,15 +13,15 @@ namespace {
 
 constexpr double kHighPassFrequency = 20.0, kHighPassWidth = 2.0;
 
-FilterChain MakeHighPass(int32_t samplerate) {
+}  // namespace
+
+FilterChain BuildCurveHighPass(int32_t samplerate) {
     BiQuadFilter section;
     ComputeBiQuad(section, kHighPass, 0.0, kHighPassFrequency, samplerate, kHighPassWidth);
     FilterChain chain;
     chain.Append(section);
     return chain;
 }
-
-}  // namespace
 
 Denoise::Denoise(PCMFilter* input_filter, FileHistoryEntry* recording, CriticalSection& stack_lock, int32_t rate)
     : PCMFilter(rate),
@@ -196,7 +196,7 @@ int32_t Denoise::SettleInput(int64_t end, uint32_t flags) {
 int32_t Denoise::FillFrom(int64_t position, uint32_t flags) {
     const int64_t hop = frame_filter.Hop();
     frame_filter.Reset();
-    high_pass = MakeHighPass(samplerate);
+    high_pass = BuildCurveHighPass(samplerate);
     input_end = kNoChange;
     const int64_t target = position / hop * hop;
     const int64_t first = FirstFrame(position);

@@ -13,6 +13,9 @@
 
 namespace Orvane {
 
+// What runs below the curves, which would lift what no loudspeaker gives.
+FilterChain BuildCurveHighPass(int32_t samplerate);
+
 // The output has no delay and the input's length. Frames lie on multiples of half a block from the recording's start,
 // whatever was read before, so that after a jump the same samples come as in a straight run, but for what the
 // hiss filter remembers from more than two blocks back. With neither hiss nor curves in force audio passes through

@@ -1,7 +1,9 @@
 #include "cleanup/filter/filterchain.h"
 
 #include <algorithm>
+#include <complex>
 #include <cstddef>
+#include <numbers>
 
 #include "cleanup/filter/flushtozero.h"
 #include "foundation/assert.h"
@@ -148,6 +150,15 @@ VectorWidth BestVectorWidth() {
 void FilterChain::Append(const BiQuadFilter& section) {
     ORVANE_ASSERT(n_sections < kMostSections);
     sections[n_sections++] = {section.b0, section.b1, section.b2, section.a1, section.a2, {}, {}, {}, {}};
+}
+
+double FilterChain::GainAt(double frequency, double samplerate) const {
+    const std::complex<double> z1 = std::polar(1.0, -2.0 * std::numbers::pi * frequency / samplerate), z2 = z1 * z1;
+    double gain = 1.0;
+    for (const Section& s : std::span(sections).first(static_cast<size_t>(n_sections))) {
+        gain *= std::abs((s.b0 + s.b1 * z1 + s.b2 * z2) / (1.0 + s.a1 * z1 + s.a2 * z2));
+    }
+    return gain;
 }
 
 bool FilterChain::HasCoefficientsOf(const FilterChain& other) const {

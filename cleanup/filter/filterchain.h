@@ -30,6 +30,8 @@ public:
     void Process(std::span<float> left, std::span<float> right, VectorWidth width);
 
     int GetCount() const { return n_sections; }
+    // The factor by which a steady tone of `frequency` (hertz) is louder behind the chain.
+    double GainAt(double frequency, double samplerate) const;
     // Whether the other chain has the same sections, in whatever state.
     bool HasCoefficientsOf(const FilterChain& other) const;
 

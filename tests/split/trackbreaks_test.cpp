@@ -288,7 +288,8 @@ TEST_F(SplitDialogTest, AHundredThousandRandomEditsStayInOrderAndGoBackAndForth)
                 if (!before.empty()) dialog.DeleteTrackBreak(BreakHit::TrackEnd, row, 0, MakeUndo::Yes, alt);
             } else if (!before.empty()) {
                 if (what == 0) dialog.MoveTrackStart(row, position, alt);
-                if (what == 1) dialog.MoveTrackEnd(row, position, alt);
+                if (what == 1)
+                    dialog.MoveTrackEnd(row, position, alt, noise.Below(2) ? Joined::MoveTogether : Joined::MoveApart);
                 if (what == 2) dialog.EnableFader(row, fader, noise.Below(2));
                 if (what == 3) dialog.AdjustFader(row, fader, noise.Below(2500));
             }

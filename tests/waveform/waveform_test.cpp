@@ -16,6 +16,7 @@
 #include "plain_waveform.h"
 #include "recorded_side.h"
 #include "repairs.h"
+#include "waveform/albumwaveform.h"
 #include "waveform/generatewaveform.h"
 #include "waveform/waveformreader.h"
 #include "waveform/waveformwriter.h"
@@ -423,6 +424,36 @@ TEST(WaveformReader, OnlyFreshFilesAreKnownAlsoWhileTheyAreOpen) {
     EXPECT_TRUE(reader.Read(view, picture).Ok());
     EXPECT_EQ(picture.n_known, 3) << "11 blocks of 8192, in columns of 30000";
     entry.waveform.generating = false;
+}
+
+TEST(AlbumWaveform, RecordingsStandEndToEndWithoutTheirCuts) {
+    RecordedAlbum sides;
+    FileHistoryEntry& first = sides.AddSide(std::vector<float>(2 * 44100 * 2, 0.5f));
+    FileHistoryEntry& second = sides.AddSide(std::vector<float>(2 * 44100 * 2, -0.25f));
+    first.decided.cuts.Add(44100, 44100 + 22050, 0, 44100);  // a second and a half is left
+    AlbumWaveform waveform(*sides.album);
+    ASSERT_TRUE(waveform.Open().Ok());
+    WaveformView view = WaveformView::Over(-44100, 6 * 44100, 600);
+    WaveformPicture picture;
+    ASSERT_TRUE(waveform.Read(view, picture).Ok());
+    EXPECT_EQ(picture.n_known, 100) << "silence alone is known";
+    for (FileHistoryEntry* entry : {&first, &second}) ASSERT_TRUE(RequestWaveformData(*entry).Ok());
+    RecordedAlbum::Wait();
+    for (const int zoom : {1, 20}) {  // from the files, and from the audio
+        view.frames_per_column = 441.0 / zoom;
+        view.width = 600 * zoom;
+        ASSERT_TRUE(waveform.Read(view, picture).Ok());
+        EXPECT_EQ(picture.n_known, view.width);
+        ASSERT_EQ(picture.cuts.size(), 1u);
+        EXPECT_NEAR(picture.cuts[0].left, 200 * zoom, 1e-6);
+        for (int i = 0; i < view.width; ++i) {
+            if (std::abs(i % (50 * zoom) - 25 * zoom) > 23 * zoom) continue;  // at the edges it is one or the other
+            const int wanted = i < 100 * zoom || i > 450 * zoom ? 0 : i < 250 * zoom ? 16384 : -8192;
+            const WaveformRecord& column = picture.columns[static_cast<size_t>(i)];
+            ASSERT_EQ(column.min_left, wanted) << i;
+            ASSERT_EQ(column.max_right, wanted) << i;
+        }
+    }
 }
 
 }  // namespace
