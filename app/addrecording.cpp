@@ -109,13 +109,11 @@ FileHistoryEntry* AddRecording(AlbumInfo& album, int side_number, const std::str
         FindFreeName(*entry);
         if (!CopyToRecordings(path, entry->GetPath(), progress)) return GiveUp();
     }
-    if (entry->Open(USER_PROBE, false) != OPEN_GOOD) {
-        LastError reason = GetLastError();
+    if (const auto opened = entry->Open(USER_PROBE); !opened) {
         if (place == PlaceOfFile::RecordingsFolder) RemoveFile(entry->GetPath());
-        SetLastError(reason);
+        opened.GetOutcome().ToStreamError();
         return GiveUp();
     }
-    entry->Close(USER_PROBE);
     Change change(CHANGE_DETAILS, &album);
     side->AddRecording(entry);
     if (album.status < STATUS_RECORDED) SetStatus(album, STATUS_RECORDED, true);

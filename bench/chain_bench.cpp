@@ -33,10 +33,11 @@ public:
         entry = new FileHistoryEntry(&album, nullptr);
         entry->name.external_file = path;
         entry->name.extension = ".wav";
-        entry->Open(USER_EDIT, false);
+        open = std::move(*entry->Open(USER_EDIT));
+        static_cast<void>(entry->LoadCorrections());
     }
     ~Recording() {
-        entry->Close(USER_EDIT);
+        open.Close();
         std::filesystem::remove(path);
     }
 
@@ -48,7 +49,6 @@ public:
                 entry->click_repairs[channel].Append(repair);
             }
         }
-        entry->corrections_file.loaded = true;
         entry->decided.noise_stretch.end = 2 * kRate;
         auto* filter = new FilterSetting;
         filter->values.hum_mode = filter->values.rumble_mode = filter->values.hiss_mode = filter->values.eq_mode =
@@ -64,6 +64,7 @@ public:
     const std::string path;
     AlbumInfo album;
     RefPtr<FileHistoryEntry> entry;
+    OpenRecording open;
 };
 
 void Pull(benchmark::State& state, PCMStream& stream) {
@@ -78,13 +79,13 @@ void Pull(benchmark::State& state, PCMStream& stream) {
 
 void BareFile(benchmark::State& state) {
     Recording recording;
-    Pull(state, *recording.entry->open_file);
+    Pull(state, recording.open.File());
 }
 BENCHMARK(BareFile);
 
 void ChainWithoutCorrections(benchmark::State& state) {
     Recording recording;
-    PCMStack stack(recording.entry.get(), recording.entry->open_file.get(), 0, kRate);
+    PCMStack stack(recording.entry.get(), &recording.open.File(), 0, kRate);
     Pull(state, stack);
 }
 BENCHMARK(ChainWithoutCorrections);
@@ -93,7 +94,7 @@ BENCHMARK(ChainWithoutCorrections);
 void ChainWithEverything(benchmark::State& state) {
     Recording recording;
     recording.AddEverything();
-    PCMStack stack(recording.entry.get(), recording.entry->open_file.get(), 0, kRate);
+    PCMStack stack(recording.entry.get(), &recording.open.File(), 0, kRate);
     Pull(state, stack);
 }
 BENCHMARK(ChainWithEverything);

@@ -65,8 +65,7 @@ struct Side {
         entry->name.external_file = path;
         entry->name.extension = ".wav";
         side->AddRecording(entry);
-        entry->Open(USER_PROBE, false);
-        entry->Close(USER_PROBE);
+        static_cast<void>(entry->Open(USER_PROBE));  // tells its length
         const int64_t length = int64_t{kRate} * 60 * kMinutes / kTracks;
         for (int i = 0; i < kTracks; ++i) {
             ALBUMTRACK track;

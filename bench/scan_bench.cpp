@@ -128,7 +128,8 @@ void PlainForm(benchmark::State& state) {
     Run(state, [&] {
         AlbumInfo album;
         RefPtr<FileHistoryEntry> entry = Entry(album, path);
-        ScanReader reader(GetFileToPCM(entry.get()));
+        const RefPtr<FileToPCM> chain = *GetFileToPCM(*entry);
+        ScanReader reader(chain.get());
         const int64_t total = reader.TotalSamples();
         ScanBlocks blocks(0, total, total, Equalisation::None);
         Literal::Detector detector;
@@ -145,7 +146,6 @@ void PlainForm(benchmark::State& state) {
             }
         }
         repaired = sink.repaired;
-        ReleaseFileToPCM(entry.get());
     });
     state.counters["repaired"] = repaired;
 }

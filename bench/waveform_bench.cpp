@@ -94,7 +94,7 @@ FileHistoryEntry& HourOfMusic() {
     entry = MakeRef<FileHistoryEntry>(&album, nullptr);
     entry->name.external_file = SideOf(60);
     entry->name.extension = ".wav";
-    entry->corrections_file.loaded = true;
+    entry->corrections_file.SetLoaded(true);
     if (!RequestWaveformData(*entry)) std::abort();
     while (entry->waveform.generating) GetMainLoop().RunOne(100);
     for (int64_t minute = 1; minute <= 30; ++minute) {

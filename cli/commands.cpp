@@ -6,6 +6,7 @@
 #include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/lasterror.h"
+#include "foundation/reports.h"
 #include "foundation/settings.h"
 #include "foundation/version.h"
 
@@ -131,7 +132,9 @@ int RunCommandLine(int argc, const char* const* argv) {
     }
     CatchInterrupts();
     CommandContext context(tree->global);
-    return context.Finish(RunChosen(context, *tree));
+    const int code = RunChosen(context, *tree);
+    for (const Outcome& report : TakeReports()) context.Remark(report.Text());
+    return context.Finish(code);
 }
 
 }  // namespace Orvane

@@ -16,8 +16,8 @@ namespace {
 
 // Counts; those of repairs that are there but cannot be read are not known.
 Json CorrectionsJson(FileHistoryEntry& entry, bool open, std::vector<std::string>& remarks) {
-    const bool loaded = !open || entry.LoadCorrections(false) == 0;
-    if (!loaded) remarks.push_back(PlainText(GetLastError().text));
+    const Outcome loaded = open ? entry.LoadCorrections() : Outcome();
+    if (!loaded) remarks.push_back(loaded.Plain());
     Json counts;
     counts["markers"] = entry.decided.markers.size();
     counts["side_breaks"] = entry.decided.side_breaks.size();
@@ -33,7 +33,8 @@ Json CorrectionsJson(FileHistoryEntry& entry, bool open, std::vector<std::string
 }
 
 Json RecordingJson(FileHistoryEntry& entry, std::vector<std::string>& remarks) {
-    bool open = entry.Open(USER_PROBE, false) == OPEN_GOOD;
+    const Result<OpenRecording> opened = entry.Open(USER_PROBE);
+    const bool open = opened.Ok();
     int64_t ticks = to_ticks(entry.SampleRate(), entry.TotalSamples());
     Json json;
     json["path"] = entry.GetPath();
@@ -54,7 +55,6 @@ Json RecordingJson(FileHistoryEntry& entry, std::vector<std::string>& remarks) {
     json["comment"] = entry.decided.comment;
     json["original_name"] = entry.facts.original_name;
     json["corrections"] = CorrectionsJson(entry, open, remarks);
-    if (open) entry.Close(USER_PROBE);
     return json;
 }
 

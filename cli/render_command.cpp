@@ -52,26 +52,6 @@ bool AddStage(std::string_view name, uint32_t& flags) {
     return false;
 }
 
-// One side through the chain, over a private copy of its recording.
-class SideStream {
-public:
-    ~SideStream() {
-        stream = nullptr;
-        if (entry && entry->IsOpen()) entry->Close(USER_SAVE);
-    }
-    // False with the reason as last error.
-    bool Open(FileHistoryEntry& recording, uint32_t flags, int32_t samplerate) {
-        entry = recording.Copy(COPY_CORRECTIONS);
-        if (entry->Open(USER_SAVE, false) != OPEN_GOOD) return false;
-        stream = MakeRef<FileToPCM>(entry->open_file, entry.get(), flags, samplerate);
-        return true;
-    }
-    RefPtr<PCMStream> stream;
-
-private:
-    RefPtr<FileHistoryEntry> entry;
-};
-
 int Render(CommandContext& context, const RenderArguments& arguments) {
     uint32_t flags = PCM_BEST_QUALITY;
     for (const std::string& name : arguments.without) {
@@ -102,14 +82,12 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
     SampleForm form = arguments.form;
     if (ChooseForm(*writer, form, source, 2) < 0) return context.FailLastError();
 
-    SideStream side;
     RefPtr<PCMStream> stream;
     std::optional<HeldRepairs> repairs;
     if (recording) {
-        const bool repaired = !(flags & PCM_NO_CLICK_REPAIR);
-        if (repaired && recording->LoadCorrections(true) < 0) return context.FailLastError();
-        if (!side.Open(*recording, flags, form.samplerate)) return context.FailLastError();
-        stream = side.stream;
+        const auto chain = OpenFileToPCM(*recording->Copy(COPY_CORRECTIONS), USER_SAVE, flags, form.samplerate);
+        if (!chain) return context.End(chain.GetOutcome());
+        stream = *chain;
     } else {
         repairs.emplace(*album, std::span(&track, 1), flags);
         if (!repairs->FailureOf(track).empty()) return context.Fail(repairs->FailureOf(track));

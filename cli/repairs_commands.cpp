@@ -65,7 +65,7 @@ bool Touches(const RepairArguments& arguments, const ClickRepair& repair) {
 // Puts what stands in the lists, touches the arguments' stretch and is to be shown into the result, channel by channel.
 int Report(CommandContext& context, const RepairArguments& arguments, FileHistoryEntry& entry,
            const ShownClicks& shown) {
-    if (entry.LoadCorrections(true) < 0) return context.FailLastError();
+    if (const Outcome loaded = entry.LoadCorrections(); !loaded) return context.End(loaded);
     context.result["samplerate"] = entry.SampleRate();
     Json& lists = context.result["click_repairs"] = Json::array({Json::array(), Json::array()});
     Table table({Table::Align::Left, Table::Align::Right, Table::Align::Right, Table::Align::Right});

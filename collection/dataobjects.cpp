@@ -53,7 +53,10 @@ void AlbumSide::SortByTime(const FileHistoryEntry* entry) {
 AlbumInfo::AlbumInfo() = default;
 
 AlbumInfo::~AlbumInfo() {
-    for (AlbumSide* side : sides) delete side;
+    for (AlbumSide* side : sides) {
+        for (size_t i = 0; gClosing && side && i < side->history.size(); ++i) side->history[i]->CloseForGood();
+        delete side;
+    }
     ORVANE_ASSERT(open_fhe_count == 0);
 }
 

@@ -1,6 +1,7 @@
 #include "collection/filehistory.h"
 
 #include <algorithm>
+#include <bit>
 #include <mutex>
 
 #include "collection/dataobjects.h"
@@ -10,6 +11,7 @@
 #include "foundation/mainloop.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
+#include "foundation/reports.h"
 #include "foundation/settings.h"
 #include "tesslib/fileformats.h"
 
@@ -78,7 +80,6 @@ FileHistoryEntry::FileHistoryEntry(const FileHistoryEntry& original, const Click
       private_copy({original.GetPath(), original.FormatOfOthers()}) {}
 
 FileHistoryEntry::~FileHistoryEntry() {
-    if (gClosing) Close(active_users);
     ORVANE_ASSERT(this->active_users == 0);
 }
 
@@ -86,7 +87,7 @@ RefPtr<FileHistoryEntry> FileHistoryEntry::Copy(uint32_t what) {
     const Locked lists(ListChangeLock());
     if (what & COPY_CORRECTIONS) return RefPtr<FileHistoryEntry>(new FileHistoryEntry(*this, click_repairs));
     RefPtr<FileHistoryEntry> copy(new FileHistoryEntry(*this, ClickRepairs(SampleRate())));
-    copy->corrections_file.loaded = false;
+    copy->corrections_file.SetLoaded(false);
     return copy;
 }
 
@@ -111,7 +112,7 @@ std::string FileHistoryEntry::WaveformPathFor(std::string_view recording_path, s
 }
 
 std::vector<std::string> FileHistoryEntry::AllPaths() const {
-    std::vector<std::string> paths = {GetPath(), CorrectionsPath(), LegacyCorrectionsPath()};
+    std::vector<std::string> paths = {GetPath(), CorrectionsPath(), CorrectionsFile::OlderPathFor(GetPath())};
     for (const char* waveform_extension : kWaveformExtensions) paths.push_back(WaveformPath(waveform_extension));
     return paths;
 }
@@ -145,15 +146,16 @@ bool FileHistoryEntry::StoreFacts() {
     return changed;
 }
 
-int FileHistoryEntry::OpenLocked() {
+Outcome FileHistoryEntry::OpenLocked() {
     // Unsaved, another size or time would make the derived files stale in every session.
     if (!IsPrivate() && IsMainThread() && CheckFile()) MarkChanged();
     const std::string path = GetPath();
     int error = 0;
     open_file = OpenForReading(path, error);
     if (!open_file) {
-        return FormatOfExtension(name.extension) == FF_MP3 && !MakeFileStream(FF_MP3) ? OPEN_NO_MP3
-                                                                                      : StatusOfError(error);
+        const bool no_mp3 = FormatOfExtension(name.extension) == FF_MP3 && !MakeFileStream(FF_MP3);
+        facts.open_status = static_cast<int16_t>(no_mp3 ? OPEN_NO_MP3 : StatusOfError(error));
+        return Outcome::OfLastError(error).About(path);
     }
     if (StoreFacts()) MarkChanged();
     const AlbumFormat wanted = FormatOfOthers();
@@ -161,67 +163,99 @@ int FileHistoryEntry::OpenLocked() {
                                    (facts.sample_format != 0 && facts.sample_format != wanted.sample_format))) {
         open_file->Close();
         open_file = nullptr;
-        SetLastErrorText(FormatMsg(Msg::WrongSampleRate, path, facts.samplerate, wanted.samplerate));
-        return OPEN_BAD_RATE;
+        facts.open_status = OPEN_BAD_RATE;
+        return Outcome::Fail(Kind::Refused, Msg::WrongSampleRate, path, facts.samplerate, wanted.samplerate)
+            .About(path);
     }
     if (!IsPrivate() && IsMainThread()) {
         album->samplerate = facts.samplerate;
         album->sample_format = facts.sample_format;
     }
-    return 0;
+    facts.open_status = OPEN_GOOD;
+    ++album->open_fhe_count;
+    return {};
 }
 
-int FileHistoryEntry::Open(uint32_t user, bool report) {
-    std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
-    if (!IsPrivate()) lock.lock();
+Result<OpenRecording> FileHistoryEntry::Open(uint32_t user) {
+    ORVANE_ASSERT(std::has_single_bit(user));
+    const Locked lock(FileHistoryLock());
     if (!open_file) {
-        const int status = OpenLocked();
-        facts.open_status = static_cast<int16_t>(status);
-        if (status != 0) {
-            if (report && IsMainThread() && !failure_reported) {
-                failure_reported = true;
-                lock = {};
-                ShowMessage(GetLastError().text + "\n\n" + FormatMsg(Msg::RecordingOpenNote));
-            }
-            return status;
-        }
-        failure_reported = false;
-        ++album->open_fhe_count;
+        if (Outcome opened = OpenLocked(); !opened) return opened;
     }
-    active_users.fetch_or(user);
-    return 0;
+    if (n_holds[static_cast<size_t>(std::countr_zero(user))]++ == 0) active_users.fetch_or(user);
+    return OpenRecording(this, user);
 }
 
 void FileHistoryEntry::Close(uint32_t user) {
-    std::unique_lock<CriticalSection> lock(FileHistoryLock(), std::defer_lock);
-    if (!IsPrivate()) lock.lock();
+    const Locked lock(FileHistoryLock());
+    if (closed_for_good) return;
+    int& n = n_holds[static_cast<size_t>(std::countr_zero(user))];
+    ORVANE_ASSERT(n > 0);
+    if (--n > 0) return;
     active_users.fetch_and(~user);
-    if (active_users != 0 || !open_file) return;
+    if (active_users == 0) CloseLocked();
+}
 
-    const bool save = !IsPrivate() && click_repairs.IsDirty();
-    const bool saved = !save || SaveCorrections() == 0;
-    // Repairs that could not be saved stay, so that the next Close can try again.
+void FileHistoryEntry::CloseForGood() {
+    const Locked lock(FileHistoryLock());
+    if (!IsOpen()) return;
+    closed_for_good = true;
+    active_users = 0;
+    const RefPtr<FileStream> still_held = open_file;
+    CloseLocked();
+    open_file = still_held;
+}
+
+void FileHistoryEntry::CloseLocked() {
+    // Repairs that could not be saved stay, so that the next close can try again.
+    Outcome saved;
+    if (!IsPrivate() && click_repairs.IsDirty()) saved = SaveCorrections();
     if (saved) {
         click_repairs.Clear();
-        corrections_file.loaded = false;
+        corrections_file.SetLoaded(false);
     }
+    Report(std::move(saved));
     open_file->Close();
     open_file = nullptr;
     const int32_t l = --album->open_fhe_count;
     ORVANE_ASSERT(l >= 0);
-    lock = {};
-    if (!saved && IsMainThread()) ShowLastError();
+}
+
+FileStream& OpenRecording::File() const {
+    return *entry->open_file;
+}
+
+void OpenRecording::Close() {
+    if (!entry) return;
+    entry->Close(user);
+    entry = nullptr;
+}
+
+Outcome FileHistoryEntry::LoadCorrections() {
+    const Locked lock(FileHistoryLock());
+    if (corrections_file.IsLoaded()) return {};
+    click_repairs.SetSampleRate(SampleRate());
+    const auto access = MayChange() ? CorrectionsFile::Access::Change : CorrectionsFile::Access::Read;
+    if (Outcome loaded = corrections_file.Load(GetPath(), click_repairs, access); !loaded) return loaded;
+    if (click_repairs.IsDirty()) MarkChanged();
+    SetGeneration();
+    return {};
+}
+
+Outcome FileHistoryEntry::SaveCorrections() {
+    const Locked lock(FileHistoryLock());
+    return corrections_file.Save(GetPath(), click_repairs);
 }
 
 bool FileHistoryEntry::CheckFile() {
-    if (open_file) return false;
+    if (IsOpen()) return false;
     FileInfo info;
     const std::string path = GetPath();
     if (GetFileInfo(path, info) != 0) return false;
     const bool known = facts.file_size != 0 || facts.file_time != 0;
     const bool other_size = info.size != facts.file_size;
     const bool other_time = std::abs(info.time - facts.file_time) > kTimeTolerance;
-    corrections_file.stale = known && other_size;
+    corrections_file.SetStale(known && other_size);
     if (!other_size && !other_time) return false;
     facts.file_time = info.time;
     if (other_time && side) side->SortByTime(this);
@@ -230,7 +264,7 @@ bool FileHistoryEntry::CheckFile() {
         SetGeneration();
     }
     // As long as the corrections of the older file lie there, its size has to tell that they are none of this one's.
-    if (!corrections_file.stale) facts.file_size = info.size;
+    if (!corrections_file.IsStale()) facts.file_size = info.size;
     return true;
 }
 
@@ -238,10 +272,10 @@ void FileHistoryEntry::DeleteDerivedFiles(int what) {
     // The user's decisions can be brought back from the Trash; drawings are made anew.
     if (what & 2) {
         click_repairs.Clear();
-        corrections_file.loaded = false;
+        corrections_file.SetLoaded(false);
     }
     if (!MayChange()) return;
-    if (what & 2) corrections_file.stale = !PutCorrectionsAside();
+    if (what & 2) corrections_file.SetStale(!corrections_file.PutAside(GetPath()));
     if (!(what & 1)) return;
     for (const char* waveform_extension : kWaveformExtensions) RemoveFile(WaveformPath(waveform_extension));
 }

@@ -1,13 +1,17 @@
 // One recording file and everything that was decided about it; the only door to the file itself.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "collection/correctionsfile.h"
 #include "collection/recordingdata.h"
 #include "foundation/criticalsection.h"
+#include "foundation/outcome.h"
 #include "foundation/refcount.h"
 #include "tesslib/filestream.h"
 
@@ -32,15 +36,38 @@ enum CopyWhat : uint32_t {
     COPY_CORRECTIONS = 0x8,  // the click repairs too
 };
 
-// How the lists of a recording stand to the file that keeps them.
-struct CorrectionsFile {
-    Foundation::FileTime time = 0;
-    bool loaded = false;  // the lists hold what the file holds
-    bool stale = false;   // the file is of another size of the recording than the one that is there
+class FileHistoryEntry;
+
+// Holds the file of a recording open for one of its users, and the entry alive, until it is closed or goes. The album
+// of the recording must outlive it. Movable; any thread.
+class OpenRecording {
+public:
+    OpenRecording() = default;
+    OpenRecording(OpenRecording&& other) noexcept
+        : entry(std::exchange(other.entry, {})), user(std::exchange(other.user, 0)) {}
+    OpenRecording& operator=(OpenRecording&& other) noexcept {
+        std::swap(entry, other.entry);
+        std::swap(user, other.user);
+        return *this;
+    }
+    ~OpenRecording() { Close(); }
+
+    explicit operator bool() const { return static_cast<bool>(entry); }
+    FileHistoryEntry& Entry() const { return *entry; }
+    Tesslib::FileStream& File() const;
+    void Close();
+
+private:
+    friend class FileHistoryEntry;
+    OpenRecording(FileHistoryEntry* entry, uint32_t user) : entry(entry), user(user) {}
+
+    Foundation::RefPtr<FileHistoryEntry> entry;
+    uint32_t user = 0;
 };
 
-// The main thread owns the fields; background jobs work on private copies (Copy). active_users and the file object are
-// guarded by the file history lock. Corrections lists change only inside a ListChange (see listchange.h).
+// The main thread owns the fields; background jobs work on private copies (Copy). Opening, closing and the loading of
+// corrections are for any thread: the file history lock guards them. Corrections lists change only inside a ListChange
+// (see listchange.h). Entries live on the heap.
 class FileHistoryEntry : public Foundation::RefCount {
 public:
     FileHistoryEntry(AlbumInfo* album, AlbumSide* side);
@@ -50,12 +77,13 @@ public:
     // The recording's full path: the external file, or the name made of artist, title, side, suffix and extension in
     // the collection's recordings folder.
     std::string GetPath() const;
-    // Opens the file for `user`; a file already open only gets the user added. 0 or an OpenStatus, with the reason as
-    // last error; `report` shows it, once, on the main thread. Stores what the file reports about itself. Any thread.
-    int Open(uint32_t user, bool report);
-    // Closes the file when its last user has gone; changed click lists are saved then.
-    void Close(uint32_t user);
-    bool IsOpen() const { return open_file.get() != nullptr; }
+    // Opens the file for `user` (a RecordingUser); a file that is open already is shared. Each user may hold it several
+    // times. It is closed when the last hold goes; changed click lists are saved then, and a failure is reported.
+    // Stores what the file says about itself, and how this went in facts.open_status.
+    Foundation::Result<OpenRecording> Open(uint32_t user);
+    bool IsOpen() const { return active_users.load() != 0; }
+    // Saves the repairs and closes the file under those who hold it: the program ends, and the album goes. Main thread.
+    void CloseForGood();
 
     // Compares size and time with what is on the disk and drops what was derived from an older file: the waveform, and
     // with another size the corrections too; for who only reads, these stay on the disk and are not used. A file that
@@ -74,17 +102,13 @@ public:
     std::vector<std::string> AllPaths() const;
 
     // --- The corrections file ---
-    // The recording's full name and ".crd". Files of older versions carry ".crd" in the place of the extension and are
-    // read when no other is there.
-    std::string CorrectionsPath() const;
-    // Reads the click lists on first use. 0, or a StreamError with its message as last error. With `report` messages
-    // are shown, on the main thread. A file that holds no lists is put aside only where that is told and the collection
-    // is open to be changed; for everybody else, private copies among them, it stays where it is. Under the file
-    // history lock.
-    int LoadCorrections(bool report);
-    // Writes the click lists through a temporary file; an empty pair removes the file, unless one of the older name
-    // would be read in its place. 0 or a StreamError.
-    int SaveCorrections();
+    std::string CorrectionsPath() const { return CorrectionsFile::PathFor(GetPath()); }
+    // Reads the click lists on first use; they stay while the recording is open. A file that holds no lists is put
+    // aside if the collection may be changed, on the main thread.
+    Foundation::Outcome LoadCorrections();
+    bool CorrectionsLoaded() const { return corrections_file.IsLoaded(); }
+    // Writes the click lists.
+    Foundation::Outcome SaveCorrections();
 
     // --- Copies ---
     // A private copy for a background job, with its own lists and no file open. It keeps the id, the path and the rate
@@ -93,7 +117,7 @@ public:
     Foundation::RefPtr<FileHistoryEntry> Copy(uint32_t what);
 
     int32_t SampleRate() const { return facts.samplerate ? facts.samplerate : Foundation::kTicksPerSecond; }
-    int64_t TotalSamples() const { return open_file ? open_file->GetTotalSamples(0) : facts.total_samples; }
+    int64_t TotalSamples() const { return facts.total_samples; }  // of the file, when last open
     bool SwapChannels() const { return decided.swap_channels; }
     void SetGeneration();  // renewed whenever derived files become stale
 
@@ -107,10 +131,9 @@ public:
     ClickRepairs click_repairs;
     CorrectionsFile corrections_file;
     WaveformState waveform;
-    Foundation::RefPtr<Tesslib::FileStream> open_file;    // null while closed
-    Foundation::RefPtr<Tesslib::PCMStream> shared_stack;  // the stack of GetFileToPCM
-    std::atomic<uint32_t> active_users{0};
-    bool failure_reported = false;  // that the file cannot be opened, since it last could
+    std::array<int, 4> n_uses{};                 // what is being done to it; see recordinguse.h
+    std::atomic<uint32_t> active_users{0};       // who has the file open: a mask of RecordingUser
+    Tesslib::PCMStream* shared_stack = nullptr;  // the chain of GetFileToPCM while somebody holds it; see audiofilter.h
 
 private:
     FileHistoryEntry(const FileHistoryEntry& original, const ClickRepairs& repairs);
@@ -127,18 +150,18 @@ private:
     };
     bool IsPrivate() const { return private_copy.has_value(); }
     AlbumFormat FormatOfOthers() const;
-    int OpenLocked();
+    friend class OpenRecording;
+    Foundation::Outcome OpenLocked();
+    void Close(uint32_t user);
+    void CloseLocked();
     bool StoreFacts();
     // This is an entry of the collection that the program has open to be changed, on the thread that may.
     bool MayChange() const;
     void MarkChanged() const;
-    std::string LegacyCorrectionsPath() const;
-    int ReadCorrectionsFile(const std::string& path, bool report);
-    // Moves the corrections file to the Trash, or where that refuses it to another name, which is told. False when both
-    // fail. One of the older name stays when it may be that of another recording. The lists are empty.
-    bool PutCorrectionsAside();
-
     std::optional<PrivateCopy> private_copy;
+    Foundation::RefPtr<Tesslib::FileStream> open_file;  // null while closed
+    std::array<int, 32> n_holds{};                      // of each user
+    bool closed_for_good = false;
 };
 
 // Guards the opening and closing of all recordings and the loading of their corrections. Order of locks: a stack's lock

@@ -38,15 +38,13 @@ std::vector<RecordingPlace> PlaceRecordings(AlbumInfo& album) {
     for (int side = 1; side <= album.sides.size(); ++side) {
         FileHistoryEntry* entry = album.sides[side - 1] ? album.sides[side - 1]->newest : nullptr;
         if (!entry) continue;
-        RecordingPlace place{entry, side, start, start, {}};
-        if (entry->Open(USER_PROBE, false) != OPEN_GOOD) {
-            const std::string path = entry->GetPath();
-            place.opened = FileExists(path) ? Outcome::OfLastError(ERR_CANNOT_OPEN)
-                                            : Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, path).About(path);
-        } else {
+        RecordingPlace place{entry, side, start, start, entry->Open(USER_PROBE).GetOutcome()};
+        if (!place.opened && !FileExists(entry->GetPath())) {
+            place.opened =
+                Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, entry->GetPath()).About(entry->GetPath());
+        } else if (place.opened) {
             place.end =
                 start + to_ticks(entry->SampleRate(), entry->TotalSamples() - entry->decided.cuts.TotalLength());
-            entry->Close(USER_PROBE);
         }
         start = place.end;
         places.push_back(place);

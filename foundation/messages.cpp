@@ -264,6 +264,14 @@ std::string_view MessageText(Msg id) {
             return "There is nothing to undo";
         case Msg::NothingToRedo:
             return "There is nothing to redo";
+        case Msg::RecordingScanned:
+            return "Recording:\n\n<b>%s</b>\n\nis being scanned for clicks.  Please wait for the scan to end, or "
+                   "cancel it, "
+                   "and try again.";
+        case Msg::RecordingRead:
+            return "Recording:\n\n<b>%s</b>\n\nis being saved or measured.  Please wait for the job to end, or cancel "
+                   "it, "
+                   "and try again.";
         case Msg::AlbumInUse:
             return "Album:\n\n<b>%s - %s</b>\n\nis being worked on and cannot be changed at the moment.";
         case Msg::RepairNotMade:

@@ -197,6 +197,8 @@ enum class Msg : int {
     CurveOutOfOrder,        // frequency, the one before, the one behind
     CurveFrequencyTooLow,   // frequency
     CurveGainTooHigh,       // gain, the least, the greatest
+    RecordingScanned,       // file
+    RecordingRead,          // file
 };
 
 // The text of a message before its arguments are filled in. A number that the table lacks is an assertion failure.

@@ -19,6 +19,14 @@ public:
     virtual ~RefCount() { ORVANE_ASSERT(refcount == 0); }
 
     void AddRef() { refcount.fetch_add(1, std::memory_order_relaxed); }
+    // A reference, unless the last one has gone: for who finds the object by a pointer that its destructor takes away
+    // under a lock, and holds that lock.
+    bool TryAddRef() {
+        int32_t n = refcount.load(std::memory_order_relaxed);
+        while (n > 0 && !refcount.compare_exchange_weak(n, n + 1, std::memory_order_relaxed)) {
+        }
+        return n > 0;
+    }
     void Release() {
         if (refcount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
     }
@@ -45,6 +53,12 @@ public:
     }
     ~RefPtr() {
         if (object) object->Release();
+    }
+    // See TryAddRef.
+    static RefPtr IfAlive(T* object) {
+        RefPtr reference;
+        if (object->TryAddRef()) reference.object = object;
+        return reference;
     }
 
     T* get() const { return object; }

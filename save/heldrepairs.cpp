@@ -22,14 +22,13 @@ HeldRepairs::HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t
             return !album.tracks[track].excluded && LiesIn(album.tracks[track], place);
         };
         if (std::none_of(tracks.begin(), tracks.end(), needs)) continue;
-        if (place.entry->Open(USER_SAVE, false) != OPEN_GOOD) continue;  // the track's stream says why
-        Held& held = recordings.emplace_back(Held{place, {}});
-        if (place.entry->LoadCorrections(true) < 0) held.failure = GetLastError().text;
+        Result<OpenRecording> opened = place.entry->Open(USER_SAVE);
+        if (!opened) continue;  // the track's stream says why
+        Result<BusyRecording> busy = BusyRecording::Begin(*place.entry, RecordingUse::Read);
+        const Outcome ready = busy ? place.entry->LoadCorrections() : busy.GetOutcome();
+        recordings.push_back({place, std::move(*opened), {}, ready.Text()});
+        if (busy) recordings.back().busy = std::move(*busy);
     }
-}
-
-HeldRepairs::~HeldRepairs() {
-    for (const Held& held : recordings) held.place.entry->Close(USER_SAVE);
 }
 
 std::string HeldRepairs::FailureOf(int track) const {

@@ -1,11 +1,13 @@
 // The click repairs that the tracks of an album need, loaded before a job reads the tracks.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "collection/recordingplaces.h"
+#include "collection/recordinguse.h"
 
 namespace Orvane {
 
@@ -18,7 +20,6 @@ bool LiesIn(const ALBUMTRACK& track, const RecordingPlace& place);
 class HeldRepairs {
 public:
     HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags);
-    ~HeldRepairs();
     HeldRepairs(const HeldRepairs&) = delete;
     HeldRepairs& operator=(const HeldRepairs&) = delete;
 
@@ -29,6 +30,8 @@ public:
 private:
     struct Held {
         RecordingPlace place;
+        OpenRecording opened;
+        std::optional<BusyRecording> busy;
         std::string failure;
     };
     const AlbumInfo& album;

@@ -1,6 +1,7 @@
 #include "save/save_selection.h"
 
 #include "cleanup/chain/audiofilter.h"
+#include "collection/recordinguse.h"
 #include "foundation/fileerror.h"
 #include "foundation/host.h"
 #include "foundation/lasterror.h"
@@ -27,9 +28,8 @@ public:
 
 private:
     int Work() override {
-        SaveTrackStatus status = entry->Open(USER_SAVE, false) == OPEN_GOOD ? Write() : SAVE_FAILED;
+        const SaveTrackStatus status = Write();
         if (status == SAVE_FAILED) SaveError();
-        if (entry->IsOpen()) entry->Close(USER_SAVE);
         return status;
     }
 
@@ -47,10 +47,14 @@ private:
             return SAVE_FAILED;
         }
         uint32_t flags = SaveFlags(options) | PCM_NO_FADERS;
-        auto source = MakeRef<FileToPCM>(entry->open_file, entry.get(), flags, samplerate);
+        const Result<RefPtr<FileToPCM>> source = OpenFileToPCM(*entry, USER_SAVE, flags, samplerate);
+        if (!source) {
+            source.GetOutcome().ToStreamError();
+            return SAVE_FAILED;
+        }
         int64_t first = MulDiv64(start, samplerate, entry->SampleRate());
         int64_t last = MulDiv64(end, samplerate, entry->SampleRate());
-        auto selection = MakeRef<ChopPCMStream>(source.get(), first, last, flags);
+        auto selection = MakeRef<ChopPCMStream>(source->get(), first, last, flags);
         const auto tell = [](int64_t done, int64_t total) {
             if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
             return Progress::Tick();
@@ -96,6 +100,11 @@ SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_
     SetSettings({{"Save Tracks Directory", folder}, {"Save Track As File Format", options.file_format}});
     if (KeptFiles({recording.album}).Has(filename)) {
         ShowMessage(fmt::sprintf(kNeverChanged, filename));
+        return SAVE_FAILED;
+    }
+    const Result<BusyRecording> busy = BusyRecording::Begin(recording, RecordingUse::Read);
+    if (!busy) {
+        ShowMessage(busy.GetOutcome().Text());
         return SAVE_FAILED;
     }
     SaveSelectionThread thread(recording, start, end, options, filename);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "foundation/lasterror.h"
+#include "foundation/outcome.h"
 #include "foundation/settings.h"
 
 using namespace Foundation;
@@ -15,18 +15,13 @@ namespace {
 // behind it fails with the reason kept here.
 class UnopenedPCMStream : public PCMStream {
 public:
-    UnopenedPCMStream(int32_t samplerate, int code)
-        : PCMStream(nullptr, samplerate), code(code), error(GetLastError()) {}
+    UnopenedPCMStream(int32_t samplerate, Outcome reason) : PCMStream(nullptr, samplerate), reason(std::move(reason)) {}
 
-    int32_t Read(int64_t, float*, int32_t, uint32_t) override {
-        SetLastError(error);
-        return code < 0 ? code : ERR_CANNOT_OPEN;
-    }
+    int32_t Read(int64_t, float*, int32_t, uint32_t) override { return reason.ToStreamError(); }
     int64_t GetTotalSamples(uint32_t) override { return kEndless / 4; }
 
 private:
-    int code;
-    LastError error;
+    Outcome reason;
 };
 
 }  // namespace
@@ -83,21 +78,15 @@ TrackPCMStream::TrackPCMStream(const AlbumInfo& album, int track, uint32_t flags
     source = chopped.get();
 }
 
-TrackPCMStream::~TrackPCMStream() {
-    chopped = nullptr;
-    merged = nullptr;
-    file_streams.clear();
-    for (const auto& entry : entries) entry->Close(USER_SAVE);
-}
-
 void TrackPCMStream::AddRecording(FileHistoryEntry* recording, const ALBUMTRACK& track, uint32_t flags,
                                   int64_t offset) {
-    RefPtr<FileHistoryEntry> entry = recording->Copy(COPY_CORRECTIONS);
-    if (int status = entry->Open(USER_SAVE, false); status != OPEN_GOOD) {
-        file_streams.emplace_back(new UnopenedPCMStream(samplerate, status));
+    const Result<RefPtr<FileToPCM>> chain =
+        OpenFileToPCM(*recording->Copy(COPY_CORRECTIONS), USER_SAVE, flags, samplerate);
+    if (!chain) {
+        file_streams.emplace_back(new UnopenedPCMStream(samplerate, chain.GetOutcome()));
         return;
     }
-    auto stream = MakeRef<FileToPCM>(entry->open_file, entry.get(), flags, samplerate);
+    const RefPtr<FileToPCM>& stream = *chain;
     if (PCMFader* fader = stream->Stack().Fader()) {
         // The fader stands before the conversion of the rate, in frames of the recording.
         const int32_t rate = fader->GetSampleRate(flags);
@@ -109,8 +98,7 @@ void TrackPCMStream::AddRecording(FileHistoryEntry* recording, const ALBUMTRACK&
         faders.fade_out_end = to_samples(rate, track.end) - start + faders.fade_out_length;
         fader->SetFaders(&faders);
     }
-    entries.push_back(std::move(entry));
-    file_streams.push_back(std::move(stream));
+    file_streams.push_back(stream);
 }
 
 int64_t TrackPCMStream::GetTotalSamples(uint32_t flags) {

@@ -32,7 +32,6 @@ public:
     // `track` is an index into the album's tracks. `samplerate` 0 keeps the rate of the album's first recording.
     // Without any recording the stream has no samples. The album must not change while the stream is made.
     TrackPCMStream(const AlbumInfo& album, int track, uint32_t flags, int32_t samplerate, int trim_seconds);
-    ~TrackPCMStream() override;
 
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t GetTotalSamples(uint32_t flags) override;
@@ -47,7 +46,6 @@ public:
 private:
     void AddRecording(FileHistoryEntry* recording, const ALBUMTRACK& track, uint32_t flags, int64_t offset);
 
-    std::vector<Foundation::RefPtr<FileHistoryEntry>> entries;
     std::vector<Foundation::RefPtr<Tesslib::PCMStream>> file_streams;
     Foundation::RefPtr<Tesslib::MergePCMStreams> merged;
     Foundation::RefPtr<Tesslib::ChopPCMStream> chopped;

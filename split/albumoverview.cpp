@@ -39,9 +39,7 @@ Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     const std::vector<FileHistoryEntry*> recordings = album.Recordings();
     // The length is known only once the recording has been open, which also drops a waveform of an older file.
     const auto is_drawn = [](FileHistoryEntry* recording) {
-        if (recording->Open(USER_PROBE, false) != OPEN_GOOD) return false;
-        recording->Close(USER_PROBE);
-        return IsWaveformFileFresh(recording->GetPath(), ".wft");
+        return recording->Open(USER_PROBE).Ok() && IsWaveformFileFresh(recording->GetPath(), ".wft");
     };
     if (std::all_of(recordings.begin(), recordings.end(), is_drawn)) {
         if (ReadSideOverview(overview, recordings, 0) && overview.loaded) return {};
@@ -49,11 +47,10 @@ Outcome ReadAlbumOverview(const AlbumInfo& album, WaveformOverview& overview) {
     }
     const int share = 1000 / std::max(1, static_cast<int>(recordings.size()));
     for (size_t i = 0; i < recordings.size(); ++i) {
-        FileHistoryEntry& recording = *recordings[i];
-        if (const int status = recording.Open(USER_SCAN, false)) return Outcome::OfLastError(status);
-        const auto stream = MakeRef<ReportingPCMStream>(recording.open_file.get(), static_cast<int>(i) * share, share);
+        const Result<OpenRecording> recording = recordings[i]->Open(USER_SCAN);
+        if (!recording) return recording.GetOutcome();
+        const auto stream = MakeRef<ReportingPCMStream>(&recording->File(), static_cast<int>(i) * share, share);
         const Outcome added = overview.AddRecording(*stream);
-        recording.Close(USER_SCAN);
         if (Progress::Cancelled()) return Outcome::Cancelled();
         if (!added) return added;
     }

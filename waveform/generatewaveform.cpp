@@ -35,10 +35,10 @@ void PostProgress(RefPtr<FileHistoryEntry> entry);
 // drawn is the recording as it is.
 class GenerateWaveformDataThread : public Thread {
 public:
-    GenerateWaveformDataThread(RefPtr<FileHistoryEntry> entry, RefPtr<FileHistoryEntry> copy,
+    GenerateWaveformDataThread(RefPtr<FileHistoryEntry> entry, OpenRecording copy,
                                std::unique_ptr<WaveformWriter> writer)
         : entry(std::move(entry)),
-          path(copy->GetPath()),
+          path(copy.Entry().GetPath()),
           set(this->entry->album->set),
           copy(std::move(copy)),
           writer(std::move(writer)) {
@@ -65,7 +65,7 @@ private:
     int Run() override {
         SetThreadPriority(ThreadPriority::Lowest);
         outcome = Generate();
-        copy->Close(USER_WAVEFORM);
+        copy.Close();
         entry->waveform.generating = false;
         ended = true;
         GetMainLoop().Post(HandleEnded);
@@ -73,8 +73,8 @@ private:
     }
 
     Outcome Generate() {
-        FileStream& file = *copy->open_file;
-        const int32_t chunk = OverviewBlock(copy->SampleRate());
+        FileStream& file = copy.File();
+        const int32_t chunk = OverviewBlock(copy.Entry().SampleRate());
         std::vector<float> pairs(2 * static_cast<size_t>(chunk));
         Outcome read, written;
         int64_t position = 0;
@@ -106,7 +106,7 @@ private:
     }
 
     const AlbumSet* const set;
-    const RefPtr<FileHistoryEntry> copy;
+    OpenRecording copy;
     const std::unique_ptr<WaveformWriter> writer;
     Outcome outcome;
     std::atomic<bool> ended{false};
@@ -166,18 +166,15 @@ void PostProgress(RefPtr<FileHistoryEntry> entry) {
 
 Outcome StartGeneration(FileHistoryEntry& entry) {
     // The recording before the files: one that is on a drive which is not there today keeps those it has.
-    RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_SETTINGS);
-    if (const int status = copy->Open(USER_WAVEFORM, false)) return Outcome::OfLastError(status);
-    auto writer = std::make_unique<WaveformWriter>(copy->SampleRate());
-    if (Outcome opened = writer->Open(copy->GetPath()); !opened) {
-        copy->Close(USER_WAVEFORM);
-        return opened;
-    }
+    Result<OpenRecording> recording = entry.Copy(COPY_SETTINGS)->Open(USER_WAVEFORM);
+    if (!recording) return recording.GetOutcome();
+    auto writer = std::make_unique<WaveformWriter>(recording->Entry().SampleRate());
+    if (Outcome opened = writer->Open(recording->Entry().GetPath()); !opened) return opened;
     event::Fire(EVENT_WAVEFORM_STARTING, event::Arg(&entry));
     entry.waveform.generating = true;
     auto& running = Jobs().running;
-    running.push_back(std::make_unique<GenerateWaveformDataThread>(RefPtr<FileHistoryEntry>(&entry), std::move(copy),
-                                                                   std::move(writer)));
+    running.push_back(std::make_unique<GenerateWaveformDataThread>(RefPtr<FileHistoryEntry>(&entry),
+                                                                   std::move(*recording), std::move(writer)));
     running.back()->Start();
     return {};
 }

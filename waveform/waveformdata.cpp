@@ -106,7 +106,7 @@ Outcome ReadSideOverview(WaveformOverview& overview, std::span<FileHistoryEntry*
     Outcome outcome;
     const MayRegenerate may_regenerate = flags & OVERVIEW_GENERATE ? MayRegenerate::Yes : MayRegenerate::No;
     for (FileHistoryEntry* entry : recordings) {
-        if (entry->TotalSamples() == 0 && entry->Open(USER_PROBE, false) == OPEN_GOOD) entry->Close(USER_PROBE);
+        if (entry->TotalSamples() == 0) static_cast<void>(entry->Open(USER_PROBE));  // tells its length
         const std::span<uint8_t> room = overview.AddRecording(entry->TotalSamples(), entry->SampleRate());
         Outcome read = ReadLevels(*entry, room, may_regenerate);
         if (outcome) outcome = std::move(read);

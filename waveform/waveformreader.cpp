@@ -88,13 +88,10 @@ WaveformReader::~WaveformReader() {
 Outcome WaveformReader::Open() {
     const Locked guard(lock);
     if (chain) return {};
-    if (const int status = entry.Open(USER_WAVEFORM, false)) return Outcome::OfLastError(status);
-    if (const int error = entry.LoadCorrections(false)) {
-        entry.Close(USER_WAVEFORM);
-        return Outcome::OfLastError(error);
-    }
+    const Result<RefPtr<FileToPCM>> opened = OpenFileToPCM(entry, USER_WAVEFORM, kChain, 0);
+    if (!opened) return opened.GetOutcome();
     path = entry.GetPath();
-    chain = MakeRef<FileToPCM>(entry.open_file, &entry, kChain, 0);
+    chain = *opened;
     n_file_frames = chain->GetTotalSamples(PCM_NO_CUTS);
     return {};
 }
@@ -102,9 +99,7 @@ Outcome WaveformReader::Open() {
 void WaveformReader::Close() {
     const Locked guard(lock);
     CloseLevels();
-    if (!chain) return;
     chain = nullptr;
-    entry.Close(USER_WAVEFORM);
 }
 
 void WaveformReader::CloseLevels() {

@@ -206,7 +206,7 @@ Outcome DigitiseJob::RepairClicks() {
 Outcome DigitiseJob::CountOldRepairs() {
     result.old_repairs_applied = FileOptions::Load(OptionsContext::SaveTracks).save_corrections;
     for (const RecordingPlace& place : places) {
-        if (place.entry->LoadCorrections(true) < 0) return LastReason();
+        if (Outcome loaded = place.entry->LoadCorrections(); !loaded) return loaded;
         int64_t n = 0;
         for (const ClickRepairList& list : place.entry->click_repairs) {
             for (const ClickRepair& repair : list) n += repair.IsMarker() ? 0 : 1;

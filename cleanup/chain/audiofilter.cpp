@@ -148,7 +148,7 @@ struct PCMStack::PCMStackData {
         const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->decided.fft_eqs.empty();
         if (filters || curves) return false;
         if (flags & PCM_NO_CLICK_REPAIR) return true;
-        return entry->LoadCorrections(true) == 0 && entry->click_repairs.IsEmpty();
+        return entry->click_repairs.IsEmpty();
     }
 
     // Hum and rumble, hiss and curves, equaliser: between the two adaptors.
@@ -242,17 +242,26 @@ PCMFader* PCMStack::Fader() const {
     return idata->fader;
 }
 
-FileToPCM::FileToPCM(RefPtr<FileStream> open_file, FileHistoryEntry* entry, uint32_t flags, int32_t output_samplerate)
+FileToPCM::FileToPCM(OpenRecording opened, uint32_t flags, int32_t output_samplerate)
     : PCMStream(nullptr, 0),
-      file(std::move(open_file)),
-      stack(MakeRef<PCMStack>(entry, file.get(), flags, output_samplerate)),
+      recording(std::move(opened)),
+      stack(MakeRef<PCMStack>(&recording.Entry(), &recording.File(), flags, output_samplerate)),
       report_import((flags & PCM_REPORT_IMPORT) != 0) {
     source = stack.get();
 }
 
+FileToPCM::~FileToPCM() {
+    FileHistoryEntry& entry = recording.Entry();
+    {
+        const Locked lock(FileHistoryLock());
+        if (entry.shared_stack == this) entry.shared_stack = nullptr;
+    }
+    stack = nullptr;  // before the file that it reads
+}
+
 int32_t FileToPCM::Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) {
     if (report_import) {
-        Progress::Log(FormatMsg(Msg::SourceFileNote, file->Filename()));
+        Progress::Log(FormatMsg(Msg::SourceFileNote, recording.File().Filename()));
         report_import = false;
     }
     return stack->Read(position, buffer, n_samples, flags);
@@ -262,18 +271,36 @@ bool FileToPCM::AltersAudio(int64_t position, int64_t n_samples, uint32_t flags)
     return stack->AltersAudio(position, n_samples, flags);
 }
 
-FileToPCM* GetFileToPCM(FileHistoryEntry* entry) {
-    if (entry->shared_stack) return static_cast<FileToPCM*>(entry->shared_stack.get());
-    if (entry->Open(USER_EDIT, true) != OPEN_GOOD) return nullptr;
-    auto made = MakeRef<FileToPCM>(entry->open_file, entry, PCM_NO_FADERS | PCM_USE_CACHE, entry->SampleRate());
-    entry->shared_stack = made;
-    return made.get();
+Result<RefPtr<FileToPCM>> OpenFileToPCM(FileHistoryEntry& entry, uint32_t user, uint32_t flags,
+                                        int32_t output_samplerate) {
+    Result<OpenRecording> recording = entry.Open(user);
+    if (!recording) return recording.GetOutcome();
+    if (!(flags & (PCM_NO_CLICK_REPAIR | PCM_RAW_DOP))) {
+        if (Outcome loaded = entry.LoadCorrections(); !loaded) return loaded;
+    }
+    return MakeRef<FileToPCM>(std::move(*recording), flags, output_samplerate);
 }
 
-void ReleaseFileToPCM(FileHistoryEntry* entry) {
-    if (!entry->shared_stack) return;
-    entry->shared_stack = nullptr;
-    entry->Close(USER_EDIT);
+namespace {
+
+// The shared chain, unless nobody holds it or its last holder is letting go of it at this moment.
+RefPtr<FileToPCM> SharedChain(const FileHistoryEntry& entry) {
+    const Locked lock(FileHistoryLock());
+    auto* chain = static_cast<FileToPCM*>(entry.shared_stack);
+    return chain ? RefPtr<FileToPCM>::IfAlive(chain) : nullptr;
+}
+
+}  // namespace
+
+Result<RefPtr<FileToPCM>> GetFileToPCM(FileHistoryEntry& entry) {
+    if (RefPtr<FileToPCM> chain = SharedChain(entry)) return chain;
+    // Made outside of the lock, which comes behind that of the lists.
+    Result<RefPtr<FileToPCM>> made = OpenFileToPCM(entry, USER_EDIT, PCM_NO_FADERS | PCM_USE_CACHE, entry.SampleRate());
+    if (!made) return made;
+    const Locked lock(FileHistoryLock());
+    if (RefPtr<FileToPCM> chain = SharedChain(entry)) return chain;
+    entry.shared_stack = made->get();
+    return made;
 }
 
 }  // namespace Orvane

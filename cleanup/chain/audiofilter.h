@@ -104,11 +104,11 @@ private:
     std::unique_ptr<PCMStackData> idata;
 };
 
-// A recording's samples with a chain of their own. Keeps the file object alive; `entry` outlives it.
+// A recording's samples with a chain of their own. Holds the recording open.
 class FileToPCM : public Tesslib::PCMStream {
 public:
-    FileToPCM(Foundation::RefPtr<Tesslib::FileStream> file, FileHistoryEntry* entry, uint32_t flags,
-              int32_t output_samplerate);
+    FileToPCM(OpenRecording recording, uint32_t flags, int32_t output_samplerate);
+    ~FileToPCM() override;
 
     int32_t Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) override;
     int64_t GetTotalSamples(uint32_t flags) override { return stack->GetTotalSamples(flags); }
@@ -120,15 +120,19 @@ public:
     PCMStack& Stack() { return *stack; }
 
 private:
-    Foundation::RefPtr<Tesslib::FileStream> file;
+    OpenRecording recording;
     Foundation::RefPtr<PCMStack> stack;
     bool report_import;
 };
 
-// The entry's shared chain, at the recording's own rate and without faders; made, with the file opened, on first use.
-// Null when the file cannot be opened: last error. Main thread, or the one job that works on the entry.
-FileToPCM* GetFileToPCM(FileHistoryEntry* entry);
-// The matching release: drops the shared chain and closes the file for its user, which saves changed click lists.
-void ReleaseFileToPCM(FileHistoryEntry* entry);
+// Opens the recording for `user` (a RecordingUser) and builds a chain above it. Unless the chain leaves click repairs
+// out, they have been read: repairs that cannot be read are a failure, since nothing is heard or saved silently without
+// them. The chain holds the recording open. Any thread.
+Foundation::Result<Foundation::RefPtr<FileToPCM>> OpenFileToPCM(FileHistoryEntry& entry, uint32_t user, uint32_t flags,
+                                                                int32_t output_samplerate);
+
+// The entry's shared chain, at the recording's own rate and without faders. Everybody who asks gets the same one; it
+// goes, and closes the recording, when the last has let go of it. Any thread.
+Foundation::Result<Foundation::RefPtr<FileToPCM>> GetFileToPCM(FileHistoryEntry& entry);
 
 }  // namespace Orvane

@@ -8,16 +8,12 @@ using namespace Tesslib;
 namespace Orvane {
 
 PCMClickRepair::PCMClickRepair(PCMStream* source, FileHistoryEntry* entry, CriticalSection& lock)
-    : PCMStream(source, 0), ListWatcher(lock), entry(entry), lock(lock) {}
+    : PCMStream(source, 0), ListWatcher(lock), entry(entry), lock(lock) {
+    ORVANE_ASSERT(entry->CorrectionsLoaded());
+}
 
 bool PCMClickRepair::Watches(const void* list) const {
     return list == &entry->click_repairs[0] || list == &entry->click_repairs[1];
-}
-
-void PCMClickRepair::Load() {
-    if (load_failed || entry->corrections_file.loaded) return;
-    load_failed = entry->LoadCorrections(true) < 0;
-    list_changed = true;
 }
 
 // The first repair of the channel that ends after `position`, null when there is none. Looks from where the last
@@ -43,7 +39,6 @@ const ClickRepair* PCMClickRepair::FirstEndingAfter(int channel, int64_t positio
 
 int32_t PCMClickRepair::Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) {
     if (flags & (PCM_NO_CLICK_REPAIR | PCM_RAW_DOP)) return source->Read(position, buffer, n_samples, flags);
-    Load();
     int32_t count = source->Read(position, buffer, n_samples, flags);
     if (count <= 0) return count;
     Locked guard(lock);
@@ -66,7 +61,6 @@ int32_t PCMClickRepair::Read(int64_t position, float* buffer, int32_t n_samples,
 
 bool PCMClickRepair::AltersAudio(int64_t position, int64_t n_samples, uint32_t flags) {
     if (flags & (PCM_NO_CLICK_REPAIR | PCM_RAW_DOP)) return false;
-    Load();
     Locked guard(lock);
     bool alters = false;
     for (int channel = 0; channel < 2 && !alters; ++channel) {

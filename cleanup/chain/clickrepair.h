@@ -20,13 +20,11 @@ public:
 private:
     bool Watches(const void* list) const override;
     void ListChanged() override { list_changed = true; }
-    void Load();
     const ClickRepair* FirstEndingAfter(int channel, int64_t position);
 
     FileHistoryEntry* entry;
     Foundation::CriticalSection& lock;
     const ClickRepair* next_repair[2] = {nullptr, nullptr};  // where the last search ended, left and right
-    bool load_failed = false;  // the repairs could not be read and will not be tried again
     bool list_changed = true;
 };
 

@@ -9,6 +9,7 @@
 #include "cleanup/repair/repairsurroundings.h"
 #include "collection/dataobjects.h"
 #include "collection/listchange.h"
+#include "collection/recordinguse.h"
 #include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
@@ -347,12 +348,15 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
     if (channels.empty()) return ScanOutcome::NoChannels;
     const uint8_t only_if_new = settings.options & SCAN_BATCH ? SCAN_BATCH_IF_NEW : SCAN_IF_NEW;
 
-    FileToPCM* stream = GetFileToPCM(entry);
-    if (!stream) return ScanOutcome::Failed;
+    const Result<BusyRecording> busy = BusyRecording::Begin(*entry, RecordingUse::Scan);
+    const Result<RefPtr<FileToPCM>> chain = busy ? GetFileToPCM(*entry) : Result<RefPtr<FileToPCM>>(busy.GetOutcome());
+    if (!chain) {
+        chain.GetOutcome().ToStreamError();
+        return ScanOutcome::Failed;
+    }
+    FileToPCM* const stream = chain->get();
     ScanOutcome outcome = ScanOutcome::Done;
-    if (entry->LoadCorrections(true) < 0) {
-        outcome = ScanOutcome::Failed;
-    } else if ((settings.options & only_if_new) && ScannedBefore(*entry, settings) && HasRepairs(*entry)) {
+    if ((settings.options & only_if_new) && ScannedBefore(*entry, settings) && HasRepairs(*entry)) {
         outcome = ScanOutcome::Skipped;
     } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
         outcome = ScanOutcome::TooSmall;
@@ -386,9 +390,12 @@ ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, S
         }
         if (job.line_open) Progress::Log("\n");
         if (outcome == ScanOutcome::Done) LogResult(*entry, stats);
-        if (entry->SaveCorrections() < 0 && outcome == ScanOutcome::Done) outcome = ScanOutcome::Failed;
+        const Outcome saved = entry->SaveCorrections();
+        if (!saved && outcome == ScanOutcome::Done) {
+            saved.ToStreamError();
+            outcome = ScanOutcome::Failed;
+        }
     }
-    ReleaseFileToPCM(entry);
     return outcome;
 }
 

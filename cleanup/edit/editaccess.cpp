@@ -1,41 +1,17 @@
 #include "cleanup/edit/editaccess.h"
 
 #include "collection/dataobjects.h"
-#include "foundation/lasterror.h"
-#include "foundation/messages.h"
+#include "collection/recordinguse.h"
 
 using namespace Foundation;
 
 namespace Orvane {
-namespace {
-
-int n_bars = 0;
-
-}  // namespace
-
-EditAccess::EditAccess(FileHistoryEntry& entry) : entry(entry), opened(!entry.shared_stack) {
-    if (n_bars) {
-        outcome = Outcome::Fail(Kind::Busy, Msg::PatchDialogOpen);
-        return;
-    }
-    FileToPCM* chain = GetFileToPCM(&entry);
-    if (chain && entry.LoadCorrections(true) == 0) {
-        stream = chain;
-    } else {
-        outcome = Outcome::OfLastError(ERR_IO);
-    }
-}
-
-EditAccess::~EditAccess() {
-    if (opened) ReleaseFileToPCM(&entry);
-}
-
-EditsBarred::EditsBarred() {
-    ++n_bars;
-}
-
-EditsBarred::~EditsBarred() {
-    --n_bars;
+EditAccess::EditAccess(FileHistoryEntry& entry) {
+    outcome = AskForRecording(entry, RecordingUse::Edit);
+    if (!outcome) return;
+    const Result<RefPtr<FileToPCM>> chain = GetFileToPCM(entry);
+    outcome = chain.GetOutcome();
+    if (chain) stream = *chain;
 }
 
 RepairsChange::RepairsChange(FileHistoryEntry& entry, int channels) : entry(entry) {

@@ -14,35 +14,23 @@ namespace Orvane {
 // Channels of a recording, as bits.
 enum Channels : int { CHANNEL_LEFT = 1, CHANNEL_RIGHT = 2, CHANNELS_BOTH = 3 };
 
-// Holds a recording open for an edit. What was not open before is closed again, and its repairs saved, at the end.
+// Holds a recording open for an edit, with its repairs loaded. What was not open before is closed again at the end.
 class EditAccess {
 public:
     explicit EditAccess(FileHistoryEntry& entry);
-    ~EditAccess();
     EditAccess(const EditAccess&) = delete;
     EditAccess& operator=(const EditAccess&) = delete;
 
-    explicit operator bool() const { return stream != nullptr; }
+    explicit operator bool() const { return static_cast<bool>(stream); }
     const Foundation::Outcome& GetOutcome() const { return outcome; }  // why the edit cannot be made
     // The entry's shared chain.
-    FileToPCM* Stream() const { return stream; }
+    FileToPCM* Stream() const { return stream.get(); }
     int64_t EditedLength() const { return stream->GetTotalSamples(Tesslib::PCM_NO_FILTERS); }
     int64_t FileLength() const { return stream->GetTotalSamples(Tesslib::PCM_NO_FILTERS | Tesslib::PCM_NO_CUTS); }
 
 private:
-    FileHistoryEntry& entry;
-    const bool opened;
-    FileToPCM* stream = nullptr;
     Foundation::Outcome outcome;
-};
-
-// While one lives, an EditAccess is refused: the "Patch Selection" dialog is open.
-class EditsBarred {
-public:
-    EditsBarred();
-    ~EditsBarred();
-    EditsBarred(const EditsBarred&) = delete;
-    EditsBarred& operator=(const EditsBarred&) = delete;
+    Foundation::RefPtr<FileToPCM> stream;
 };
 
 // A change of the click repairs of `channels`. Readers see both lists as they were before or as they are after.

@@ -60,7 +60,9 @@ void StorePatchOptions(const PatchOptions& options) {
 }
 
 PatchSelection::PatchSelection(FileHistoryEntry& entry, int64_t start, int64_t end)
-    : start(start), end(end), entry(entry), access(entry) {}
+    : start(start), end(end), entry(entry), access(entry) {
+    if (access) busy = std::move(*BusyRecording::Begin(entry, RecordingUse::Patch));
+}
 
 PatchSelection::~PatchSelection() {
     Withdraw();

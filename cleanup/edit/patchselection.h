@@ -9,6 +9,7 @@
 #include "cleanup/edit/editaccess.h"
 #include "cleanup/edit/undo_corrections.h"
 #include "cleanup/repair/patchmethods.h"
+#include "collection/recordinguse.h"
 
 namespace Orvane {
 
@@ -53,8 +54,8 @@ private:
 
     FileHistoryEntry& entry;
     EditAccess access;
-    EditsBarred bar;
-    std::unique_ptr<UndoPatch> undo;  // null while nothing has been tried
+    std::optional<BusyRecording> busy;  // while this has access
+    std::unique_ptr<UndoPatch> undo;    // null while nothing has been tried
     PatchMethod used = PatchMethod::APA;
 };
 

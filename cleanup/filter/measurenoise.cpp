@@ -2,6 +2,7 @@
 
 #include "cleanup/chain/audiofilter.h"
 #include "cleanup/filter/orvanefft.h"
+#include "collection/recordinguse.h"
 #include "foundation/lasterror.h"
 
 using namespace Foundation;
@@ -23,8 +24,10 @@ int MeasureRecordingNoise(FileHistoryEntry& entry, int64_t start, int64_t end, N
                          std::to_string(FFTBlockSize(noise.samplerate) * 1000 / noise.samplerate + 1) + " ms");
         return ERR_LIMIT;
     }
-    FileToPCM* stream = GetFileToPCM(&entry);
-    if (!stream) return ERR_CANNOT_OPEN;
+    const Result<BusyRecording> busy = BusyRecording::Begin(entry, RecordingUse::Read);
+    const Result<RefPtr<FileToPCM>> chain = busy ? GetFileToPCM(entry) : Result<RefPtr<FileToPCM>>(busy.GetOutcome());
+    if (!chain) return chain.GetOutcome().ToStreamError();
+    FileToPCM* const stream = chain->get();
     std::vector<float> pairs;
     const auto read = [&](int64_t position, float* left, float* right, int32_t n) {
         pairs.resize(static_cast<size_t>(n) * 2);
@@ -35,9 +38,7 @@ int MeasureRecordingNoise(FileHistoryEntry& entry, int64_t start, int64_t end, N
         }
         return n_read;
     };
-    const int32_t error = MeasureNoise(start, end, stream->GetTotalSamples(kBeforeHiss), read, noise);
-    ReleaseFileToPCM(&entry);
-    return error;
+    return MeasureNoise(start, end, stream->GetTotalSamples(kBeforeHiss), read, noise);
 }
 
 }  // namespace Orvane

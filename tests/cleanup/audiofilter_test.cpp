@@ -30,7 +30,7 @@ class Chain : public testing::Test {
 protected:
     Chain() {
         entry->facts.samplerate = 44100;
-        entry->corrections_file.loaded = true;
+        entry->corrections_file.SetLoaded(true);
     }
 
     void AddRandomRepairs() {

@@ -238,7 +238,6 @@ TEST(FilterStages, AChangeIsHeardWhilePlayingAsItWillBeSaved) {
         SCOPED_TRACE(c.name);
         Recording playing(audio, kRate, PCM_NO_FADERS), saved(audio, kRate, PCM_NO_FADERS);
         for (Recording* r : {&playing, &saved}) {
-            r->entry.corrections_file.loaded = true;
             for (const auto& set : c.before) set(*r);
         }
         c.change(saved);

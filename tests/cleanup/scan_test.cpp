@@ -128,7 +128,7 @@ TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereTh
         return outcome;
     };
     const auto stored = [&] {
-        entry.LoadCorrections(false);
+        EXPECT_TRUE(entry.LoadCorrections());
         return OrvaneTest::Serialised(entry);
     };
     ScanSettings once;
@@ -164,7 +164,7 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     std::vector<float> pairs;
     for (const float sample : left) pairs.insert(pairs.end(), {sample, 0.0f});
     OrvaneTest::RecordedSide recorded(pairs);
-    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    ASSERT_TRUE(recorded.entry->LoadCorrections());
     ClickRepairList& list = recorded.entry->click_repairs[0];
     for (const auto& [start, end] : {std::pair{10000, 10020}, {20000, 20100}}) {
         std::vector<int16_t> samples;
@@ -175,7 +175,7 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     request.settings.options = SCAN_KEEP_PREVIOUS;
     ScanStats stats;
     EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
-    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    ASSERT_TRUE(recorded.entry->LoadCorrections());
     ASSERT_EQ(list.size(), 2);
     EXPECT_LT(list.First()->absolute_start_time, 10000);
     EXPECT_EQ(list.Last()->Length(), 100);
@@ -187,7 +187,7 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     request.settings.options = 0, request.settings.channels = 1, request.last_sample = 20050;
     EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
     EXPECT_EQ(recorded.entry->decided.click_scan.total_clicks, 2 + stats.repaired);
-    ASSERT_EQ(recorded.entry->LoadCorrections(false), 0);
+    ASSERT_TRUE(recorded.entry->LoadCorrections());
     EXPECT_EQ(std::pair(list.size(), right.size()), std::pair(2, 1));
 }
 

@@ -3,8 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "collection/crd_file.h"
-#include "fake_hosts.h"
-#include "foundation/fileerror.h"
+#include "foundation/reports.h"
 #include "live_collection.h"
 #include "repairs.h"
 #include "riff_builder.h"
@@ -36,70 +35,92 @@ protected:
         list.dirty = true;
     }
 
-    OrvaneTest::FakeMessageHost host;
+    static OpenRecording Open(FileHistoryEntry& entry, RecordingUser user) {
+        Result<OpenRecording> opened = entry.Open(user);
+        EXPECT_TRUE(opened.Ok()) << opened.GetOutcome().Plain();
+        return std::move(*opened);
+    }
+
+    // The next load reads the file again.
+    static void Forget(FileHistoryEntry& entry) {
+        entry.click_repairs.Clear();
+        entry.corrections_file.SetLoaded(false);
+    }
+
     AlbumInfo* album = Add("A/C", "T: 1");
 };
 
-TEST_F(FileHistory, SeveralUsersShareOneOpenFile) {
+TEST_F(FileHistory, TheFileIsOpenAsLongAsSomebodyHoldsIt) {
     FileHistoryEntry& entry = AddRecording(48000);
-    ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
+    OpenRecording player = Open(entry, USER_PLAY);
     EXPECT_TRUE(std::exchange(set.dirty, false));  // what the file says is stored
     EXPECT_EQ(entry.facts.samplerate, 48000);
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
+    OpenRecording first = Open(entry, USER_WAVEFORM), second = Open(entry, USER_WAVEFORM);
     EXPECT_EQ(album->open_fhe_count, 1);
-    entry.Close(USER_PLAY);
-    EXPECT_TRUE(entry.IsOpen());
-    entry.Close(USER_EDIT);
+    first.Close();
+    first.Close();
+    EXPECT_EQ(entry.active_users, USER_PLAY | USER_WAVEFORM) << "the second of them is still there";
+    player = {};
+    float pair[2];
+    EXPECT_EQ(second.File().Read(0, pair, 1, 0), 1);
+    const OpenRecording moved = std::move(second);
+    second.Close();
+    EXPECT_EQ(entry.active_users, USER_WAVEFORM);
+    const_cast<OpenRecording&>(moved).Close();
     EXPECT_FALSE(entry.IsOpen());
     EXPECT_EQ(album->open_fhe_count, 0);
     EXPECT_EQ(entry.TotalSamples(), 1000);
+
     ASSERT_EQ(RemoveFile(entry.GetPath()), 0);
-    EXPECT_EQ(entry.Open(USER_PLAY, false), OPEN_MISSING);
+    EXPECT_TRUE(entry.Open(USER_PLAY).GetOutcome().Is(Kind::CannotOpen));
+    EXPECT_EQ(entry.facts.open_status, OPEN_MISSING);
     folder.Write("Mine/A+C~T- 1~side1.wav", "RIFF no wave");
-    EXPECT_EQ(entry.Open(USER_PLAY, true), ERR_CONTENTS);
+    EXPECT_TRUE(entry.Open(USER_PLAY).GetOutcome().Is(Kind::Contents));
     EXPECT_EQ(entry.active_users, 0u);
 }
 
 TEST_F(FileHistory, RepairsAreSavedOnCloseAndLoadedOnUse) {
     FileHistoryEntry& entry = AddRecording(44100, 100000);
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
-    AddRepair(entry, 1, 2000);
-    entry.Close(USER_EDIT);
+    {
+        const OpenRecording open = Open(entry, USER_EDIT);
+        ASSERT_TRUE(entry.LoadCorrections());
+        AddRepair(entry, 1, 2000);
+    }
     EXPECT_TRUE(entry.click_repairs[1].empty());
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    const OpenRecording open = Open(entry, USER_EDIT);
+    ASSERT_TRUE(entry.LoadCorrections());
     ASSERT_EQ(entry.click_repairs[1].size(), 1);
     EXPECT_EQ(entry.click_repairs[1].First()->absolute_start_time, 2000);
 
     // A private copy has its own lists and saves nothing.
-    const RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_CORRECTIONS);
-    ASSERT_EQ(copy->Open(USER_SAVE, true), 0);
-    copy->click_repairs[1].Clear();
-    copy->click_repairs[1].dirty = true;
-    copy->Close(USER_SAVE);
+    {
+        const RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_CORRECTIONS);
+        const OpenRecording open_copy = Open(*copy, USER_SAVE);
+        copy->click_repairs[1].Clear();
+        copy->click_repairs[1].dirty = true;
+    }
     EXPECT_EQ(entry.click_repairs[1].size(), 1);
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
 
     // Without any repairs there is no file.
     entry.click_repairs[1].Clear();
     entry.click_repairs[1].dirty = true;
-    entry.Close(USER_EDIT);
+    const_cast<OpenRecording&>(open).Close();
     EXPECT_FALSE(FileExists(entry.CorrectionsPath()));
 }
 
 TEST_F(FileHistory, RepairsThatCannotBeSavedStay) {
     FileHistoryEntry& entry = AddRecording(44100);
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
-    AddRepair(entry, 0, 100);
-    folder.Write("Mine/A+C~T- 1~side1.wav.$$$/in the way", "");
-    entry.Close(USER_EDIT);
-    EXPECT_EQ(host.asked.size(), 1);
+    {
+        const OpenRecording open = Open(entry, USER_EDIT);
+        ASSERT_TRUE(entry.LoadCorrections());
+        AddRepair(entry, 0, 100);
+        folder.Write("Mine/A+C~T- 1~side1.wav.$$$/in the way", "");
+    }
+    EXPECT_EQ(TakeReports().size(), 1u);
     EXPECT_EQ(entry.click_repairs[0].size(), 1);
     std::filesystem::remove_all(folder / "Mine/A+C~T- 1~side1.wav.$$$");
-    ASSERT_EQ(entry.Open(USER_EDIT, true), 0);
-    entry.Close(USER_EDIT);
+    Open(entry, USER_EDIT);
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
 }
 
@@ -111,43 +132,54 @@ TEST_F(FileHistory, OddCorrectionsFilesAreToldAbout) {
     struct {
         std::string name;  // behind "side1"
         std::string bytes;
-        int result;
+        bool good;
         const char* message;
         int n_repairs;
         std::set<std::string> left;  // likewise
     } const rows[] = {
-        {".wav.crd", "12345678901", 0, nullptr, 0, {}},
-        {".wav.crd", "XXXX" + good.substr(4), ERR_CONTENTS, "valid CRD header", 0, {}},
-        {".wav.crd", good.substr(0, 4) + "\x04" + good.substr(5), ERR_CONTENTS, "later version", 0, {".wav.crd"}},
-        {".wav.crd", good.substr(0, 200), ERR_CONTENTS, "has been kept as", 0, {".wav.crd.damaged"}},
-        {".wav.crd", good, 0, "1 repairs were removed", 2, {".wav.crd"}},
-        {".crd", good, 0, "1 repairs were removed", 2, {".crd"}},
+        {".wav.crd", "12345678901", true, nullptr, 0, {}},
+        {".wav.crd", "XXXX" + good.substr(4), false, "valid CRD header", 0, {}},
+        {".wav.crd", good.substr(0, 4) + "\x04" + good.substr(5), false, "later version", 0, {".wav.crd"}},
+        {".wav.crd", good.substr(0, 200), false, "has been kept as", 0, {".wav.crd.damaged"}},
+        {".wav.crd", good, true, "1 repairs were removed", 2, {".wav.crd"}},
+        {".crd", good, true, "1 repairs were removed", 2, {".crd"}},
     };
     const std::string beginning = "A+C~T- 1~side1";
     for (const auto& row : rows) {
         SCOPED_TRACE(row.message ? row.message : "short");
         folder.Write("Mine/" + beginning + row.name, row.bytes);
-        // Who says nothing of it, or only reads, leaves the file where it is.
-        entry.corrections_file.loaded = false;
-        EXPECT_EQ(entry.LoadCorrections(false), row.result);
-        EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections(true), row.result);
+        // A job, which only reads, leaves the file where it is.
+        Forget(entry);
+        EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections().Ok(), row.good);
         EXPECT_EQ(OrvaneTest::ReadBytes(folder / ("Mine/" + beginning + row.name)), row.bytes);
-        for (ClickRepairList& list : entry.click_repairs) list.Clear();
-        host.asked.clear();
-        entry.corrections_file.loaded = false;
-        EXPECT_EQ(entry.LoadCorrections(true), row.result);
-        EXPECT_EQ(host.asked.size(), row.message ? 1u : 0u);
-        const std::string text = host.asked.empty() ? "" : host.Texts()[0];
+        TakeReports();
+        const Outcome loaded = entry.LoadCorrections();
+        EXPECT_EQ(loaded.Ok(), row.good);
+        const std::vector<Outcome> reports = TakeReports();
+        EXPECT_EQ(reports.size(), row.good && row.message ? 1u : 0u);
+        const std::string text = loaded.Plain() + (reports.empty() ? "" : reports[0].Plain());
         EXPECT_NE(text.find(row.message ? row.message : ""), std::string::npos) << text;
         EXPECT_EQ(entry.click_repairs[0].size(), row.n_repairs);
-        EXPECT_EQ(entry.corrections_file.loaded, row.result == 0);
+        EXPECT_EQ(entry.CorrectionsLoaded(), row.good);
         std::set<std::string> left;
         for (const char* name : {".wav.crd", ".crd", ".wav.crd.damaged"}) {
             if (std::filesystem::remove(folder / ("Mine/" + beginning + name))) left.insert(name);
         }
         EXPECT_EQ(left, row.left);
-        for (ClickRepairList& list : entry.click_repairs) list.Clear();
     }
+}
+
+TEST_F(FileHistory, AFaultThatStaysIsToldOnce) {
+    FileHistoryEntry& entry = AddRecording(44100);
+    for (int64_t start : {100, 130}) AddRepair(entry, 0, start);
+    folder.Write("Mine/A+C~T- 1~side1.wav.crd", WriteCrd(entry.click_repairs));
+    gAlbumSet = nullptr;  // as in a collection that is only read: the file stays damaged
+    for (const size_t n_told : {1u, 0u, 0u}) {
+        Forget(entry);
+        EXPECT_TRUE(entry.LoadCorrections());
+        EXPECT_EQ(TakeReports().size(), n_told);
+    }
+    gAlbumSet = &set;
 }
 
 TEST_F(FileHistory, OlderNamesGiveWay) {
@@ -155,15 +187,15 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     AddRepair(entry, 0, 100);
     const std::string old_name = folder.Write("Mine/A+C~T- 1~side1.crd", WriteCrd(entry.click_repairs));
     AddRepair(entry, 0, 300);
-    ASSERT_EQ(entry.SaveCorrections(), 0);
-    entry.click_repairs[0].Clear();
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    ASSERT_TRUE(entry.SaveCorrections());
+    Forget(entry);
+    ASSERT_TRUE(entry.LoadCorrections());
     EXPECT_EQ(entry.click_repairs[0].size(), 2);
     entry.click_repairs[0].Clear();
-    ASSERT_EQ(entry.SaveCorrections(), 0);
+    ASSERT_TRUE(entry.SaveCorrections());
     EXPECT_TRUE(FileExists(old_name)) << "another recording's, for all we know";
-    entry.corrections_file.loaded = false;
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    Forget(entry);
+    ASSERT_TRUE(entry.LoadCorrections());
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "deleted repairs would come back";
 
     ASSERT_EQ(RemoveFile(entry.CorrectionsPath()), 0);
@@ -171,8 +203,8 @@ TEST_F(FileHistory, OlderNamesGiveWay) {
     folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
     EXPECT_TRUE(entry.CheckFile());
     EXPECT_TRUE(FileExists(old_name));
-    entry.corrections_file.loaded = false;
-    ASSERT_EQ(entry.LoadCorrections(true), 0);
+    Forget(entry);
+    ASSERT_TRUE(entry.LoadCorrections());
     EXPECT_TRUE(entry.click_repairs[0].empty()) << "they are of the file before";
 }
 
@@ -203,26 +235,27 @@ TEST_F(FileHistory, AnotherFileMakesWhatWasDerivedStale) {
 TEST_F(FileHistory, RepairsOfAnotherFileAreNeitherUsedNorLost) {
     FileHistoryEntry& entry = AddRecording(44100);
     AddRepair(entry, 0, 100);
-    ASSERT_EQ(entry.SaveCorrections(), 0);
+    ASSERT_TRUE(entry.SaveCorrections());
     folder.Write("Mine/A+C~T- 1~side1.wav", Wav(44100, 1001));
     gAlbumSet = nullptr;  // as in a collection that is only read
-    for (size_t time = 1; time <= 2; ++time) {
-        ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
-        EXPECT_EQ(entry.LoadCorrections(true), 0);
+    {
+        const OpenRecording open = Open(entry, USER_PLAY);
+        EXPECT_TRUE(entry.LoadCorrections());
         EXPECT_TRUE(entry.click_repairs[0].empty());
-        EXPECT_EQ(entry.Copy(COPY_SETTINGS)->LoadCorrections(true), 0);
-        EXPECT_EQ(host.asked.size(), 2 * time);
-        entry.Close(USER_PLAY);
+        EXPECT_EQ(TakeReports().size(), 1u);
+        const RefPtr<FileHistoryEntry> copy = entry.Copy(COPY_SETTINGS);
+        EXPECT_TRUE(copy->LoadCorrections());
+        EXPECT_TRUE(copy->click_repairs[0].empty());
     }
     EXPECT_TRUE(FileExists(entry.CorrectionsPath()));
     gAlbumSet = &set;
 
     const OrvaneTest::ScopedEnvironment no_trash("XDG_DATA_HOME", folder.Write("data", "no folder"));
-    ASSERT_EQ(entry.Open(USER_PLAY, true), 0);
-    EXPECT_EQ(entry.LoadCorrections(true), 0);
+    const OpenRecording open = Open(entry, USER_PLAY);
+    EXPECT_TRUE(entry.LoadCorrections());
     EXPECT_TRUE(entry.click_repairs[0].empty());
-    EXPECT_TRUE(host.Texts().back().ends_with("wav.crd.old")) << host.Texts().back();
-    entry.Close(USER_PLAY);
+    const std::string told = TakeReports().back().Plain();
+    EXPECT_TRUE(told.ends_with("wav.crd.old")) << told;
     EXPECT_FALSE(FileExists(entry.CorrectionsPath()));
     EXPECT_TRUE(FileExists(entry.CorrectionsPath() + ".old"));
 }

@@ -359,12 +359,12 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
 
     // An open recording cannot take a new name; the reason is left to the caller to tell.
     const std::string renaming = side.folder.Write("y.cue", "TITLE New\nFILE a.wav WAVE\nTRACK 1\nINDEX 1 0:1:0\n");
-    ASSERT_EQ(side.entry->Open(USER_PLAY, false), OPEN_GOOD);
+    Result<OpenRecording> open = side.entry->Open(USER_PLAY);
     side.set.current_album = nullptr;
     EXPECT_FALSE(ReadCueSheet(album, renaming));
     EXPECT_EQ(side.set.current_album, nullptr);
     EXPECT_EQ(messages.Texts(), std::vector<std::string>());
-    side.entry->Close(USER_PLAY);
+    open->Close();
 
     album.art_file = side.folder / "cover.jpg";
     std::vector<std::string> kept = side.entry->AllPaths();

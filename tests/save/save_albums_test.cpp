@@ -192,13 +192,12 @@ TEST_F(SavedAlbum, ARepairMadeByHandMakesTheTracksThatItTouchesStale) {
     for (int i = 0; i < 3; ++i) AddTrack(i * 30000, (i + 1) * 30000);
     ASSERT_EQ(Save().n_saved, 3);
     FileHistoryEntry& entry = *album.sides[0]->newest;
-    ASSERT_EQ(entry.Open(USER_EDIT, false), OPEN_GOOD);
-    ASSERT_EQ(entry.LoadCorrections(false), 0);
+    const Result<OpenRecording> open = entry.Open(USER_EDIT);
+    ASSERT_TRUE(entry.LoadCorrections());
     entry.click_repairs[1].Append(OrvaneTest::MakeRepair(REPAIR_MANUAL, 29998, {1, 2, 3}).release());
     const SaveResult result = Save();
     EXPECT_EQ(result.n_saved, 2);
     EXPECT_EQ(result.tracks[2].status, SAVE_ALREADY);
-    entry.Close(USER_EDIT);
 }
 
 TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {

@@ -123,12 +123,12 @@ TEST_F(Signature, WhatFiltersFindOutsideOfTheirRecordCounts) {
     filter->values = {.hiss_mode = FILTER_ON};
     FrameRange& noise = side1.decided.noise_stretch;
     for (int64_t* end : {&noise.start, &noise.end}) EXPECT_EQ(StaleAfterMore(*end), "12");
-    ASSERT_EQ(side1.Open(USER_EDIT, false), OPEN_GOOD);
+    Result<OpenRecording> open = side1.Open(USER_EDIT);
     EXPECT_EQ(
         StaleAfter([&] { side1.click_repairs[0].Append(OrvaneTest::MakeRepair(REPAIR_MANUAL, 100, {1}).release()); }),
         "12")
         << "a repair in the noise that is measured";
-    side1.Close(USER_EDIT);
+    open->Close();
     filter->extra = recorded.folder.Write("room.vns", "noise");
     EXPECT_EQ(StaleAfter([&] { recorded.folder.Write("room.vns", "other noise"); }), "12");
     EXPECT_EQ(StaleAfterMore(side1.decided.noise_stretch.start), "");
@@ -140,8 +140,8 @@ TEST_F(Signature, ARepairCountsForTheTracksInWhichItIsHeard) {
     album.tracks[0].fade_out = 4;
     album.tracks[0].filter_flags = TRACK_FADE_OUT;
     album.tracks[1].start = kTrack / 2 + 20;
-    ASSERT_EQ(side1.Open(USER_EDIT, false), OPEN_GOOD);
-    ASSERT_EQ(side1.LoadCorrections(false), 0);
+    Result<OpenRecording> open = side1.Open(USER_EDIT);
+    ASSERT_TRUE(side1.LoadCorrections());
     const struct {
         int64_t start;
         const char* stale;
@@ -168,7 +168,7 @@ TEST_F(Signature, ARepairCountsForTheTracksInWhichItIsHeard) {
     EXPECT_EQ(StaleAfterMore(repair->samples[1]), "1");
     EXPECT_EQ(StaleAfter([&] { repair->TrimEnd(1); }), "1");
     EXPECT_EQ(StaleAfter([&] { repair->repair_type = REPAIR_RECOMPUTED; }), "1") << "it is not heard for now";
-    side1.Close(USER_EDIT);
+    open->Close();
 }
 
 }  // namespace

@@ -52,7 +52,11 @@ public:
         correction.end_time = correction.absolute_end_time = end;
     }
 
-    FileHistoryEntry entry{nullptr, nullptr};
+    // Without a file, so that nothing is loaded.
+    struct Entry : FileHistoryEntry {
+        Entry() : FileHistoryEntry(nullptr, nullptr) { corrections_file.SetLoaded(true); }
+    };
+    Entry entry;
     Tesslib::Testing::MemoryStream source;
     PCMStack stack;
     int32_t n_read = 0;
