@@ -7,6 +7,7 @@
 
 #include "foundation/lasterror.h"
 #include "foundation/messages.h"
+#include "foundation/reports.h"
 
 using namespace Foundation;
 
@@ -60,7 +61,8 @@ int CommandContext::FailLastError() {
 }
 
 int CommandContext::FailShown() {
-    return Fail(messages.last_shown);
+    const std::vector<Outcome> reports = TakeReports();
+    return Fail(reports.empty() ? messages.last_shown : reports.back().Text());
 }
 
 int CommandContext::Usage(std::string_view reason) {

@@ -51,7 +51,7 @@ public:
     // Note why the command ends here; `reason` is plain text or mark-up. Each returns its exit code.
     int Fail(std::string_view reason);
     int FailLastError();
-    int FailShown();  // for what the engine has told the user already
+    int FailShown();  // for what the engine has told the user, or reported, already
     int Usage(std::string_view reason);
     int Cancelled();
     // The exit code of what the engine has done, its reason noted.

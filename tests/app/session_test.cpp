@@ -187,9 +187,14 @@ TEST_F(Application, GoingToSleepSavesAndAsksNothingWhileQuittingClosesOpenRecord
     EXPECT_TRUE(messages.asked.empty());
     LetSavingWork();
     album->running_jobs = 0;
-    AlbumSide* side = album->GetSide(0, true);
-    side->AddRecording(RefPtr<FileHistoryEntry>(new FileHistoryEntry(album, side)));
-    side->newest->active_users = USER_PLAY;
+    const std::string file = folder.Write(
+        "open.wav", OrvaneTest::Riff(OrvaneTest::Fmt(1, 2, 44100, 16) + OrvaneTest::Chunk("data", std::string(400, 0))));
+    FileHistoryEntry* entry = AddRecording(*album, 1, file, PlaceOfFile::WhereItIs);
+    ASSERT_TRUE(entry);
+    const RefPtr<FileHistoryEntry> kept(entry);
+    const Result<OpenRecording> held = entry->Open(USER_PLAY);
+    ASSERT_TRUE(held.Ok());
+    messages.script = {Answer::Yes};
     EXPECT_TRUE(CanQuit(false, true));
     EXPECT_EQ(gAlbumSet, nullptr);
 }

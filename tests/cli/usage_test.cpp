@@ -75,7 +75,7 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
         {{"fade", "c.mcf", "1", "1", "in=-2"}, "fade_in"},
         {{"render", "c.mcf", "1", "--track", "1", "out.wav", "--without", "hats"}, "the stages are clicks"},
         {{"render", "c.mcf", "1", "--track", "1", "out.xyz"}, "extension"},
-        {{"save", "c.mcf", "--format", "tape"}, "the formats are flac"},
+        {{"save", "c.mcf", "--format", "tape"}, "the formats are wav, flac"},
         {{"save", "c.mcf", "--template", "[Colour]"}, "[Colour]"},
         {{"convert", "a.wav", "a.wav"}, "cannot be written"},
         {{"convert", "a.wav", "b.w64"}, "Wave64 files cannot be written"},
