@@ -113,6 +113,7 @@ Answer ConsoleMessages::Ask(const Message& message) {
         remark(message.text.substr(0, message.text.rfind("\n\n")));  // the question itself stands last
         return choices[0].answer;
     }
+    if (message.hide_key.starts_with("Report ")) return Answer::Ok;  // the command tells its results itself
     last_shown = PlainText(message.text);
     if (!may_ask || choices.empty()) {
         WriteError("orvane-cli: " + last_shown);

@@ -104,7 +104,7 @@ int Convert(CommandContext& context, const ConvertArguments& arguments) {
     if (int code = MakeOutput(context, arguments.out, kept, out)) return code;
     SampleForm source{in->GetSampleRate(0), in->BitDepth(), (in->Flags() & FORMAT_INT32) != 0};
     SampleForm form = arguments.form;
-    if (ChooseForm(*out, form, source, in->Channels()) < 0) return context.FailLastError();
+    if (int code = context.End(ChooseForm(*out, form, source, in->Channels()))) return code;
 
     RefPtr<PCMStream> stream = in;
     if (form.samplerate != source.samplerate) stream = MakeRef<JOSConvert>(in.get(), form.samplerate, PCM_BEST_QUALITY);

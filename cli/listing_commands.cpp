@@ -1,10 +1,10 @@
 // Cue sheets and listings.
+#include "app/jobs/cuesheets.h"
 #include "cli/commands.h"
 #include "cli/model_view.h"
 #include "cli/parsing.h"
 #include "cli/texts.h"
 #include "foundation/messages.h"
-#include "save/cuesheet.h"
 #include "save/export_track_listing.h"
 
 using namespace Foundation;
@@ -28,34 +28,34 @@ int ChooseAlbums(CommandContext& context, int number, std::vector<AlbumInfo*>& a
     return context.FindAlbum(number, albums.emplace_back());
 }
 
-int ReportFile(CommandContext& context, const AlbumInfo& album, ListingWritten written, const std::string& path) {
-    if (written == ListingWritten::Failed) return context.FailLastError();
+int ReportFile(CommandContext& context, const AlbumInfo& album, const Result<WrittenListing>& written) {
+    if (!written) return context.End(written.GetOutcome());
     context.result["album"] = NumberOf(album);
-    context.result["file"] = path;
+    context.result["file"] = written->path;
     context.result["tracks"] = album.tracks.size();
-    context.Line("{}: {} of {}", path, CountText(album.tracks.size(), "track"), AlbumName(album));
+    context.Line("{}: {} of {}", written->path, CountText(album.tracks.size(), "track"), AlbumName(album));
     return CLI_DONE;
 }
 
 // Of files for several albums, in one job.
-int ReportFiles(CommandContext& context, const std::vector<ListingDone>& listings) {
-    std::string first_error;
+int ReportFiles(CommandContext& context, const std::vector<AlbumListing>& listings) {
+    Outcome first;
     int n_failed = 0;
     context.result["files"] = Json::array();
-    for (const ListingDone& listing : listings) {
+    for (const AlbumListing& listing : listings) {
         Json json = {{"album", NumberOf(*listing.album)}, {"file", listing.path}};
-        if (listing.error.empty()) {
+        if (listing.outcome) {
             context.Line("{}", listing.path);
         } else {
-            json["error"] = PlainText(listing.error);
-            if (n_failed++ == 0) first_error = listing.error;
+            json["error"] = listing.outcome.Plain();
+            if (n_failed++ == 0) first = listing.outcome;
         }
         context.result["files"].push_back(json);
     }
     if (Interrupted()) return context.Cancelled();
     if (n_failed == 0) return CLI_DONE;
     return context.Fail(fmt::format("{} of {} could not be written: {}", n_failed,
-                                    CountText(static_cast<int64_t>(listings.size()), "file"), first_error));
+                                    CountText(static_cast<int64_t>(listings.size()), "file"), first.Text()));
 }
 
 int WriteCue(CommandContext& context, const ListingArguments& arguments) {
@@ -64,19 +64,17 @@ int WriteCue(CommandContext& context, const ListingArguments& arguments) {
     if (int code = ChooseAlbums(context, arguments.album, albums)) return code;
     if (arguments.album == 0) {
         ProgressJob job("Writing cue sheets");
-        return ReportFiles(context, GenerateCueSheets(albums));
+        return ReportFiles(context, WriteCueSheets(albums));
     }
-    std::string path = arguments.file.empty() ? CueSheetPath(*albums[0]) : arguments.file;
-    const ListingWritten written = WriteCueSheet(*albums[0], path, CueSheetOptions::FromStore());
-    return ReportFile(context, *albums[0], written, path);
+    const std::string path = arguments.file.empty() ? CueSheetPath(*albums[0]) : arguments.file;
+    return ReportFile(context, *albums[0], WriteCueSheet(*albums[0], path, CueSheetOptions::FromStore()));
 }
 
 int ReadCue(CommandContext& context, const ListingArguments& arguments) {
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     AlbumInfo* album = nullptr;
     if (int code = context.FindAlbum(arguments.album, album)) return code;
-    const int code = context.ChangeAndSave(
-        *album, [&] { return ReadCueSheet(*album, arguments.file) ? Outcome() : Outcome::OfLastError(ERR_CONTENTS); });
+    const int code = context.ChangeAndSave(*album, [&] { return ReadCueSheet(*album, arguments.file); });
     if (code) return code;
     context.result["album"] = NumberOf(*album);
     context.result["artist"] = album->artist;
@@ -113,9 +111,7 @@ int Listing(CommandContext& context, const ListingArguments& arguments) {
         context.Text(text);
         return CLI_DONE;
     }
-    std::string path = arguments.file;
-    const ListingWritten written = ExportListing(albums, arguments.format, path);
-    return ReportFile(context, *albums[0], written, path);
+    return ReportFile(context, *albums[0], ExportListing(albums, arguments.format, arguments.file));
 }
 
 }  // namespace

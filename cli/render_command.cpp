@@ -80,7 +80,7 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
         return code;
     }
     SampleForm form = arguments.form;
-    if (ChooseForm(*writer, form, source, 2) < 0) return context.FailLastError();
+    if (int code = context.End(ChooseForm(*writer, form, source, 2))) return code;
 
     RefPtr<PCMStream> stream;
     std::optional<HeldRepairs> repairs;
@@ -90,7 +90,7 @@ int Render(CommandContext& context, const RenderArguments& arguments) {
         stream = *chain;
     } else {
         repairs.emplace(*album, std::span(&track, 1), flags);
-        if (!repairs->FailureOf(track).empty()) return context.Fail(repairs->FailureOf(track));
+        if (int code = context.End(repairs->Check(track))) return code;
         stream = MakeTrackPCMStream(album, track, flags, form.samplerate, -1);
     }
     int64_t frames = stream->GetTotalSamples(flags);

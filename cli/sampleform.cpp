@@ -40,17 +40,12 @@ int MakeOutput(CommandContext& context, const std::string& path, const KeptFiles
 
 int WriteWithProgress(CommandContext& context, PCMStream& stream, FileStream& writer, const std::string& path,
                       uint32_t flags) {
-    int result = 0;
-    {
-        ProgressJob job("Writing " + FileNameOf(path));
-        result =
-            WriteStream(stream, writer, path, OldFile::Drop, flags, CHANNELS_STEREO, [](int64_t done, int64_t total) {
-                if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
-                return Progress::Tick();
-            });
-    }
-    if (result > 0) return context.Cancelled();
-    return result < 0 ? context.FailLastError() : CLI_DONE;
+    const ProgressJob job("Writing " + FileNameOf(path));
+    return context.End(
+        WriteStream(stream, writer, path, OldFile::Drop, flags, CHANNELS_STEREO, [](int64_t done, int64_t total) {
+            if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
+            return Progress::Tick();
+        }));
 }
 
 void ReportOutput(CommandContext& context, const std::string& path, const FileStream& writer, const SampleForm& form,

@@ -94,6 +94,8 @@ void ReportSaved(CommandContext& context, const SaveTracksResult& result) {
     context.result["skipped"] = saved.n_skipped;
     context.result["failed"] = saved.n_failed;
     context.result["seconds"] = result.seconds;
+    context.result["leftovers"] = Json::array();
+    for (const Leftover& leftover : saved.leftovers) context.result["leftovers"].push_back(leftover.path);
 }
 
 }  // namespace Orvane

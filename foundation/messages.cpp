@@ -332,6 +332,33 @@ std::string_view MessageText(Msg id) {
             return "File:\n\n<b>%s</b>\n\nis the collection or one of its recordings and is not written over.";
         case Msg::DefineNoiseSample:
             return "Define noise sample";
+        case Msg::NoTrackBreakYet:
+            return "<fg color=#ff0000>No track break has yet been defined for this track.</fg>  To add track breaks, "
+                   "click on the <b>Split Tracks</b> tab and then place a red marker at the end of each track.";
+        case Msg::TrackNotRecorded:
+            return "<fg color='#ff0000'>This track has not yet been recorded (or starts beyond the end of the "
+                   "recording).</fg>  You can delete it in the <b>Split Tracks window</b> if you no longer want it.";
+        case Msg::CannotSaveAsDsd:
+            return "Orvane cannot save a PCM recording as a DSD file, sorry.";
+        case Msg::FilenameTooLong:
+            return "Filename is too long";
+        case Msg::NeverWrittenOver:
+            return "File:\n\n<b>%s</b>\n\nis a recording, which is never changed.";
+        case Msg::CannotHoldRate:
+            return "%s files cannot hold %d Hz; the nearest they can is %d Hz";
+        case Msg::CannotHoldBits:
+            return "%s files cannot hold %d bits; the nearest they can is %d bits";
+        case Msg::OtherExtension:
+            return "Warning: the file extension you have entered does not match the file type you selected.  Do you "
+                   "want to save the file anyway?";
+        case Msg::LeftoverTracks:
+            return "%d files of tracks that were saved earlier are left over, because tracks or albums have other names "
+                   "now:\n\n%s\n\nDo you want to move them to the Trash?";
+        case Msg::ReviewSave:
+            return "You can review your results in the progress window before you close it.\n\n%s";
+        case Msg::SelectionSaved:
+            return "File:\n\n<b>%s</b>\n\nsaved successfully.  The saved file is in folder:\n\n<b>%s</b>\n\n"
+                   "<l><h>{browse_file:%s}</h>View in File Manager</l>";
         case Msg::CrdOfOtherFile:
             return "Click repair file:\n\n<b>%s</b>\n\nis of an older version of the recording and is not used.";
         case Msg::CrdOfOtherFileKept:

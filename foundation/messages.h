@@ -161,6 +161,17 @@ enum class Msg : int {
     NoTracks,            // artist, title
     NotForListings,      // file
     DefineNoiseSample,
+    NoTrackBreakYet,       // a line of a job's log
+    TrackNotRecorded,      // likewise
+    CannotSaveAsDsd,
+    FilenameTooLong,
+    NeverWrittenOver,    // file
+    CannotHoldRate,      // format, Hz, the nearest
+    CannotHoldBits,      // format, bits, the nearest
+    OtherExtension,
+    LeftoverTracks,      // number, files
+    ReviewSave,          // the summary
+    SelectionSaved,      // file, folder, file
     CrdOfOtherFile,      // file
     CrdOfOtherFileKept,  // file, name it is kept under
     NoAudioDevices,

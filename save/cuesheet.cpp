@@ -6,7 +6,6 @@
 #include "collection/recordingplaces.h"
 #include "collection/undo_records.h"
 #include "foundation/fileerror.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/settings.h"
@@ -25,18 +24,17 @@ constexpr const char* kCueExtension = ".cue";
 
 enum CueSheetFolder : int { CUE_BESIDE_RECORDING = 0, CUE_IN_DIRECTORY = 1 };
 
-// The album's recordings as a sheet's files. False, with the reason as last error, when one is missing on whose length
-// the place of another depends.
-bool FindRecordings(AlbumInfo& album, std::vector<CueFile>& files) {
+// The album's recordings as a sheet's files. Fails when one is missing on whose length the place of another depends.
+Result<std::vector<CueFile>> FindRecordings(AlbumInfo& album) {
+    std::vector<CueFile> files;
     for (const RecordingPlace& place : PlaceRecordings(album)) {
         if (!files.empty() && files.back().end < 0) {
-            files.back().opened.ToStreamError();
-            return false;
+            return files.back().opened;
         }
         files.push_back({place.entry->GetPath(), place.start, place.opened ? place.end : -1, &place.entry->decided.cuts,
                          place.entry->SampleRate(), place.opened});
     }
-    return true;
+    return files;
 }
 
 // The length of an audio file in ticks.
@@ -84,19 +82,15 @@ std::vector<CueFile> MatchRecordings(const CueSheet& sheet, const std::vector<Cu
 }
 
 // Where the files of a sheet lie on the album's time line.
-bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& files, CueProblem& problem) {
-    std::vector<CueFile> recordings;
-    if (!FindRecordings(album, recordings)) {
-        problem = {GetLastError().text, sheet.files.front().line};
-        return false;
-    }
-    files = MatchRecordings(sheet, recordings);
-    if (!files.empty()) return true;
+Result<std::vector<CueFile>> PlaceFiles(AlbumInfo& album, const CueSheet& sheet) {
+    const Result<std::vector<CueFile>> recordings = FindRecordings(album);
+    if (!recordings) return InSheet(recordings.GetOutcome(), sheet.path, sheet.files.front().line);
+    std::vector<CueFile> files = MatchRecordings(sheet, *recordings);
+    if (!files.empty()) return files;
     for (const CueSheet::File& file : sheet.files) {
         const int64_t start = files.empty() ? 0 : files.back().end;
         if (start < 0) {
-            problem = {files.back().opened.Text(), file.line};
-            return false;
+            return InSheet(files.back().opened, sheet.path, file.line);
         }
         const Result<int64_t> length = LengthOf(file.path);
         CueFile& other = files.emplace_back();
@@ -105,7 +99,7 @@ bool PlaceFiles(AlbumInfo& album, const CueSheet& sheet, std::vector<CueFile>& f
         other.opened = length.GetOutcome();
         if (length) other.end = start + *length;
     }
-    return true;
+    return files;
 }
 
 bool IsOurs(const std::string& sheet_path) {
@@ -133,17 +127,13 @@ bool SameBreaks(const simple_vector<ALBUMTRACK>& a, const simple_vector<ALBUMTRA
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), same);
 }
 
-// One action that can be undone. False, with the reason as last error, when the recordings cannot take the album's new
-// name.
-bool TakeSheet(AlbumInfo& album, const AlbumDetails& details, simple_vector<ALBUMTRACK> tracks) {
+// One action that can be undone. Fails when the recordings cannot take the album's new name.
+Outcome TakeSheet(AlbumInfo& album, const AlbumDetails& details, simple_vector<ALBUMTRACK> tracks) {
     const std::string description = FormatMsg(Msg::ImportTrackListing);
     auto undo = std::make_unique<UndoGroup>(description);
     if (!SameDetails(album, details)) {
         AlbumDetails before = album.Details();
-        if (const Outcome changed = ChangeDetails(album, details); !changed) {
-            changed.ToStreamError();
-            return false;
-        }
+        if (Outcome changed = ChangeDetails(album, details); !changed) return changed;
         undo->Add(std::make_unique<UndoEditAlbumDetails>(album, std::move(before)));
     }
     if (gAlbumSet->current_album != &album) GetUndoHost().ShowAlbum(&album);
@@ -154,7 +144,7 @@ bool TakeSheet(AlbumInfo& album, const AlbumDetails& details, simple_vector<ALBU
         album.tracks = std::move(tracks);
     }
     if (!undo->Empty()) AddUndo(std::move(undo));
-    return true;
+    return {};
 }
 
 }  // namespace
@@ -172,26 +162,21 @@ CueSheetOptions CueSheetOptions::FromStore() {
 
 namespace {
 
-ListingWritten WriteSheet(const KeptFiles& kept, AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
-    std::vector<CueFile> files;
-    if (!FindRecordings(album, files)) return ListingWritten::Failed;
-    std::string problem;
-    if (files.empty()) problem = FormatMsg(Msg::NoRecordings, album.artist, album.title);
-    if (album.tracks.empty()) problem = FormatMsg(Msg::NoTracks, album.artist, album.title);
-    if (album.tracks.size() > kMostCueTracks) {
-        problem = FormatMsg(Msg::CueTrackNumber, album.tracks.size(), kMostCueTracks);
-    }
-    if (!problem.empty()) {
-        FailContents(problem);
-        return ListingWritten::Failed;
-    }
-    return WriteListingFile(kept, path, kCueExtension, CueSheetText(album, files, options), options.encoding,
+Result<WrittenListing> WriteSheet(const KeptFiles& kept, AlbumInfo& album, const std::string& path,
+                                  const CueSheetOptions& options) {
+    const auto refused = [](Msg id, const auto&... args) { return Outcome::Fail(Kind::Refused, id, args...); };
+    const Result<std::vector<CueFile>> files = FindRecordings(album);
+    if (!files) return files.GetOutcome();
+    if (album.tracks.size() > kMostCueTracks) return refused(Msg::CueTrackNumber, album.tracks.size(), kMostCueTracks);
+    if (album.tracks.empty()) return refused(Msg::NoTracks, album.artist, album.title);
+    if (files->empty()) return refused(Msg::NoRecordings, album.artist, album.title);
+    return WriteListingFile(kept, path, kCueExtension, CueSheetText(album, *files, options), options.encoding,
                             LineEnds::LF, IsOurs);
 }
 
 }  // namespace
 
-ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options) {
+Result<WrittenListing> WriteCueSheet(AlbumInfo& album, const std::string& path, const CueSheetOptions& options) {
     return WriteSheet(KeptFiles({&album}), album, path, options);
 }
 
@@ -222,43 +207,32 @@ std::string CueSheetPath(const AlbumInfo& album) {
     return JoinPath(folder, ListingFileName(album, kCueExtension));
 }
 
-std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums, const AskCueSheetName& ask) {
+std::vector<AlbumListing> GenerateCueSheets(std::vector<AlbumListing> sheets) {
+    std::vector<AlbumInfo*> albums;
+    for (const AlbumListing& sheet : sheets) albums.push_back(sheet.album);
     const CueSheetOptions options = CueSheetOptions::FromStore();
-    const bool prompt = ask && GetSetting("Cue Sheet Prompt For Filename", 0) != 0;
-    const auto name = [&](const AlbumInfo& album) {
-        std::string path = CueSheetPath(album);
-        return !prompt || ask(path) ? path : std::string();
-    };
     const KeptFiles kept(albums);
-    std::vector<ListingDone> sheets = WriteForEachAlbum(
-        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteSheet(kept, album, path, options); });
-    const auto n = std::count_if(sheets.begin(), sheets.end(), [](const auto& sheet) { return sheet.error.empty(); });
-    Messages().Ask(
-        {FormatMsg(Msg::CueSheetsGenerated, n), Buttons::Ok, Severity::Information, "Report Cue Sheets Generated"});
-    return sheets;
+    return WriteForEachAlbum(std::move(sheets), [&](AlbumInfo& album, const std::string& path) {
+        return WriteSheet(kept, album, path, options);
+    });
 }
 
-bool ReadCueSheet(AlbumInfo& album, const std::string& path) {
+Outcome ReadCueSheet(AlbumInfo& album, const std::string& path) {
     ORVANE_ASSERT(gAlbumSet && album.set == gAlbumSet);
     const std::string full_path = AbsolutePath(path);
-    const auto fail = [](std::string text) {
-        FailContents(std::move(text));
-        return false;
-    };
-    if (album.running_jobs > 0) return fail(FormatMsg(Msg::AlbumInUse, album.artist, album.title));
-    if (!FileExists(full_path)) return fail(FormatMsg(Msg::CannotFindFile, full_path));
-    const auto reader = OpenTextFile(full_path, Encoding::Detect, 16384, NotUtf8::Windows1252);
-    if (!reader) return false;
-
-    CueSheet sheet;
-    CueProblem problem;
-    std::vector<CueFile> files;
-    simple_vector<ALBUMTRACK> tracks{16};
-    if (!ParseCueSheet(*reader, FolderOf(full_path), sheet, problem) || !PlaceFiles(album, sheet, files, problem) ||
-        !PlaceCueTracks(sheet, files, album.tracks, tracks, problem)) {
-        return fail(FormatMsg(Msg::InFileAtLine, problem.text, full_path, problem.line));
+    if (album.running_jobs > 0) return Outcome::Fail(Kind::Busy, Msg::AlbumInUse, album.artist, album.title);
+    if (!FileExists(full_path)) {
+        return Outcome::Fail(Kind::CannotOpen, Msg::CannotFindFile, full_path).About(full_path);
     }
-    return TakeSheet(album, NewDetails(album, sheet.details), std::move(tracks));
+    const auto reader = OpenTextFile(full_path, Encoding::Detect, 16384, NotUtf8::Windows1252);
+    if (!reader) return Outcome::OfLastError(ERR_CANNOT_OPEN);
+    const Result<CueSheet> sheet = ParseCueSheet(*reader, full_path);
+    if (!sheet) return sheet.GetOutcome();
+    const Result<std::vector<CueFile>> files = PlaceFiles(album, *sheet);
+    if (!files) return files.GetOutcome();
+    Result<CueTracks> tracks = PlaceCueTracks(*sheet, *files, album.tracks);
+    if (!tracks) return tracks.GetOutcome();
+    return TakeSheet(album, NewDetails(album, sheet->details), std::move(*tracks));
 }
 
 }  // namespace Orvane

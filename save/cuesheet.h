@@ -1,7 +1,6 @@
 // Cue sheets: an album's track breaks in the text form that burning and splitting programs share.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -41,9 +40,10 @@ struct CueFile {
 // at least one file.
 std::string CueSheetText(const AlbumInfo& album, const std::vector<CueFile>& files, const CueSheetOptions& options);
 
-// Writes the sheet of an album to `path`, which becomes absolute and gets the extension if it has none. What is there
-// already goes to the Trash unless it is a sheet that Orvane wrote. Main thread.
-ListingWritten WriteCueSheet(AlbumInfo& album, std::string& path, const CueSheetOptions& options);
+// Writes the sheet of an album to `path`, which gets the extension if it has none. What is there already goes to the
+// Trash unless it is a sheet that Orvane wrote. Main thread.
+Foundation::Result<WrittenListing> WriteCueSheet(AlbumInfo& album, const std::string& path,
+                                                 const CueSheetOptions& options);
 
 // `path`, or the first of it with " (2)" and so on at which no sheet of other recordings stands, by their whole paths.
 std::string OwnCueSheetPath(const AlbumInfo& album, const std::string& path);
@@ -52,18 +52,14 @@ std::string OwnCueSheetPath(const AlbumInfo& album, const std::string& path);
 // Sheet Directory".
 std::string CueSheetPath(const AlbumInfo& album);
 
-// Offers a name to the user, who may change it; false leaves the album out.
-using AskCueSheetName = std::function<bool(std::string& path)>;
-
-// Writes the sheets of albums as one job (see WriteForEachAlbum) and tells how many there are. `ask` is heard with "Cue
-// Sheet Prompt For Filename".
-std::vector<ListingDone> GenerateCueSheets(const std::vector<AlbumInfo*>& albums, const AskCueSheetName& ask = {});
+// Writes the sheets of albums as one job (see WriteForEachAlbum).
+std::vector<AlbumListing> GenerateCueSheets(std::vector<AlbumListing> sheets);
 
 // Takes what a sheet says into an album of the live collection, which becomes the current one: its details, its track
 // listing and the track breaks, as one action that can be undone. What the sheet does not say about the album or a
 // track stays. The sheet's files are the album's recordings, known by path, name or order, or else other files, one
-// behind the other. False with the reason as last error, which names the sheet and its line where the sheet is at
-// fault; then nothing has changed. Main thread.
-bool ReadCueSheet(AlbumInfo& album, const std::string& path);
+// behind the other. A failure names the sheet and its line where the sheet is at fault; then nothing has changed. Main
+// thread.
+Foundation::Outcome ReadCueSheet(AlbumInfo& album, const std::string& path);
 
 }  // namespace Orvane

@@ -10,7 +10,7 @@
 #include "collection/recordingplaces.h"
 #include "collection/steering_records.h"
 #include "collection/tracktime.h"
-#include "foundation/messages.h"
+#include "foundation/fileerror.h"
 #include "foundation/path.h"
 #include "foundation/text.h"
 #include "save/cuesheet_keys.h"
@@ -62,54 +62,57 @@ bool ReadIndexTime(std::string_view text, int64_t& ticks) {
 
 class CueSheetParser {
 public:
-    CueSheetParser(const std::string& folder, CueSheet& sheet, CueProblem& problem)
-        : folder(folder), sheet(sheet), problem(problem) {}
+    explicit CueSheetParser(CueSheet& sheet) : sheet(sheet) {}
 
-    bool Parse(TextFileReader& reader) {
+    Outcome Parse(TextFileReader& reader) {
         sheet.details.playing_speed = 0;
         for (std::string text; reader.ReadLine(text);) {
             // Sheets of old Macs end their lines with CR alone.
             for (std::string_view rest : Split(text, '\r')) {
-                ++problem.line;
+                ++line;
                 const std::string_view word = TakeWord(rest);
-                if (!word.empty() && !ReadStatement(word, rest)) return false;
+                if (word.empty()) continue;
+                if (const Outcome read = ReadStatement(word, rest); !read) return InSheet(read, sheet.path, line);
             }
         }
+        Outcome whole;
         if (reader.Failed()) {
-            problem.text = GetLastError().text;
-            return false;
+            whole = Outcome::OfLastError(ERR_IO);
+        } else if (sheet.tracks.empty()) {
+            whole = Missing("TRACK");
+        } else if (!HasIndex()) {
+            whole = Missing("INDEX");
         }
-        if (sheet.tracks.empty()) return Missing("TRACK");
-        return HasIndex() || Missing("INDEX");
+        return whole ? whole : InSheet(whole, sheet.path, line);
     }
 
 private:
-    bool Fail(std::string text) {
-        problem.text = std::move(text);
-        return false;
+    template <class... Args>
+    static Outcome Fail(Msg id, const Args&... args) {
+        return Outcome::Fail(Kind::Contents, id, args...);
     }
-    bool Missing(const char* what) { return Fail(FormatMsg(Msg::CueMissing, what)); }
+    static Outcome Missing(const char* what) { return Fail(Msg::CueMissing, what); }
     bool HasIndex() const { return sheet.tracks.back().index >= 0; }
 
-    bool ReadStatement(std::string_view word, std::string_view rest) {
+    Outcome ReadStatement(std::string_view word, std::string_view rest) {
         if (EqualNoCaseAscii(word, "FILE")) return ReadFile(rest);
         if (EqualNoCaseAscii(word, "TRACK")) return ReadTrack(rest);
         if (EqualNoCaseAscii(word, "INDEX")) return ReadIndex(rest);
         if (EqualNoCaseAscii(word, "REM")) {
             ReadRemark(rest);
-            return true;
+            return {};
         }
         // Anything else is for programs that burn.
         for (const char* known : {"TITLE", "PERFORMER", "SONGWRITER"}) {
             if (!EqualNoCaseAscii(word, known)) continue;
             const std::string value = Unquoted(rest);
-            if (value.empty()) return Fail(FormatMsg(Msg::CueEmpty, known));
+            if (value.empty()) return Fail(Msg::CueEmpty, known);
             TakeText(known, CueKeyForm::Statement, value);
         }
-        return true;
+        return {};
     }
 
-    bool ReadFile(std::string_view rest) {
+    Outcome ReadFile(std::string_view rest) {
         // The word behind the name tells nothing that the file does not.
         std::string name;
         if (rest.starts_with('"')) {
@@ -118,49 +121,49 @@ private:
         } else {
             name = Trim(rest.substr(0, rest.find_last_of(" \t")));
         }
-        if (name.empty()) return Fail(FormatMsg(Msg::CueEmpty, "FILE"));
+        if (name.empty()) return Fail(Msg::CueEmpty, "FILE");
         const std::string extension = ExtensionOf(name);
         if (FormatOfExtension(extension) == FF_NONE) {
-            return Fail(FormatMsg(Msg::CueFileExtension, extension.empty() ? name : extension));
+            return Fail(Msg::CueFileExtension, extension.empty() ? name : extension);
         }
         const bool has_drive = name.size() > 2 && name[1] == ':' && IsSeparator(name[2]);
         const bool absolute = has_drive || IsAbsolutePath(name);
         name = NativePath(name);
-        const std::string path = absolute ? name : AbsolutePath(JoinPath(folder, name));
+        const std::string path = absolute ? name : AbsolutePath(JoinPath(FolderOf(sheet.path), name));
         // Ours count the recordings from the second on. Other programs may name one file before every track.
         if (is_ours && sheet.files.empty() && file_number == 0) file_number = 1;
         const auto [known, is_new] = files.try_emplace({path, file_number}, static_cast<int>(sheet.files.size()));
         current_file = known->second;
-        if (is_new) sheet.files.push_back({path, file_number, problem.line});
+        if (is_new) sheet.files.push_back({path, file_number, line});
         file_number = 0;
-        return true;
+        return {};
     }
 
-    bool ReadTrack(std::string_view rest) {
+    Outcome ReadTrack(std::string_view rest) {
         if (sheet.files.empty()) return Missing("FILE");
         if (!sheet.tracks.empty() && !HasIndex()) return Missing("INDEX");
         const int64_t number = ParseInt(TakeWord(rest));
         if (number < 1 || number > kMostCueTracks) {
-            return Fail(FormatMsg(Msg::CueTrackNumber, number, kMostCueTracks));
+            return Fail(Msg::CueTrackNumber, number, kMostCueTracks);
         }
-        if (number <= last_number) return Fail(FormatMsg(Msg::CueTrackOrder));
+        if (number <= last_number) return Fail(Msg::CueTrackOrder);
         last_number = number;
-        sheet.tracks.emplace_back().line = problem.line;
-        return true;
+        sheet.tracks.emplace_back().line = line;
+        return {};
     }
 
-    bool ReadIndex(std::string_view rest) {
+    Outcome ReadIndex(std::string_view rest) {
         if (sheet.tracks.empty()) return Missing("TRACK");
         int64_t number = 0, ticks = 0;
         if (!ReadDigits(TakeWord(rest), number) || !ReadIndexTime(TakeWord(rest), ticks)) {
-            return Fail(FormatMsg(Msg::CueIncompleteIndex));
+            return Fail(Msg::CueIncompleteIndex);
         }
         CueSheet::Track& track = sheet.tracks.back();
-        if (number != 1 || track.index >= 0) return true;
+        if (number != 1 || track.index >= 0) return {};
         track.file = current_file;
         track.index = ticks;
-        track.line = problem.line;
-        return true;
+        track.line = line;
+        return {};
     }
 
     // A remark is what programs make of it: one without a value, which some write for every field that is blank, says
@@ -214,9 +217,8 @@ private:
         }
     }
 
-    const std::string& folder;
     CueSheet& sheet;
-    CueProblem& problem;
+    int line = 0;
     int64_t last_number = 0;
     std::map<std::pair<std::string, int>, int> files;  // indexes by path and number
     int current_file = 0;
@@ -269,8 +271,15 @@ std::vector<const ALBUMTRACK*> FindKnown(const simple_vector<ALBUMTRACK>& known,
 
 }  // namespace
 
-bool ParseCueSheet(TextFileReader& reader, const std::string& folder, CueSheet& sheet, CueProblem& problem) {
-    return CueSheetParser(folder, sheet, problem).Parse(reader);
+Outcome InSheet(const Outcome& problem, const std::string& path, int line) {
+    return Outcome::FailText(Kind::Contents, FormatMsg(Msg::InFileAtLine, problem.Text(), path, line)).About(path);
+}
+
+Result<CueSheet> ParseCueSheet(TextFileReader& reader, const std::string& path) {
+    CueSheet sheet;
+    sheet.path = path;
+    if (Outcome parsed = CueSheetParser(sheet).Parse(reader); !parsed) return parsed;
+    return sheet;
 }
 
 void TakeCueTexts(const AlbumDetails& said, AlbumDetails& album) {
@@ -281,12 +290,10 @@ void TakeCueTexts(const ALBUMTRACK& said, ALBUMTRACK& track) {
     TakeTexts<ALBUMTRACK>(kCueTrackKeys, said, track);
 }
 
-bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, const simple_vector<ALBUMTRACK>& known,
-                    simple_vector<ALBUMTRACK>& tracks, CueProblem& problem) {
+Result<CueTracks> PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, const CueTracks& known) {
     ORVANE_ASSERT(files.size() == sheet.files.size());
-    const auto fail = [&problem](int line, std::string text) {
-        problem = {std::move(text), line};
-        return false;
+    const auto fail = [&sheet](int line, Msg id, const auto&... args) {
+        return InSheet(Outcome::Fail(Kind::Contents, id, args...), sheet.path, line);
     };
     const size_t n_tracks = sheet.tracks.size();
     std::vector<int64_t> indexes(n_tracks);  // as the sheet has them
@@ -296,11 +303,11 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         const CueSheet::Track& said = sheet.tracks[i];
         const CueFile& file = files[static_cast<size_t>(said.file)];
         indexes[i] = starts[i] = std::min(kLatest, file.ToAlbum(said.index));
-        if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, FormatMsg(Msg::CueTrackOrder));
+        if (i > 0 && indexes[i] < indexes[i - 1]) return fail(said.line, Msg::CueTrackOrder);
         if (rows[i] && InFrame(file.ToFile(rows[i]->start), said.index)) starts[i] = rows[i]->start;
     }
 
-    tracks.clear();
+    CueTracks tracks{16};
     int64_t end_before = 0;
     bool unset_before = false;
     for (size_t i = 0; i < n_tracks; ++i) {
@@ -311,21 +318,21 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         int64_t start = std::max(starts[i], end_before);
         int64_t end = said.end < indexes[i] ? next : said.end;
         if (end < 0) {
-            return fail(sheet.files[static_cast<size_t>(said.file)].line, file.opened.Text());
+            return InSheet(file.opened, sheet.path, sheet.files[static_cast<size_t>(said.file)].line);
         }
         // An end further behind the next start than a frame has been left over from before that was moved.
         if (!last && end >= indexes[i + 1] + kCueFrame) end = next;
         const bool unset = end < start + kCueFrame;
         if (unset) start = end = std::max(end_before, said.end < indexes[i] ? start : end);
-        if (unset_before && !unset) return fail(said.line, FormatMsg(Msg::CueTrackOrder));
+        if (unset_before && !unset) return fail(said.line, Msg::CueTrackOrder);
         // Only a track that has no audio yet, as its END_TIME tells, may lie behind the audio.
         if (file.end >= 0 && indexes[i] >= file.end && !(unset && said.end >= 0)) {
-            return fail(said.line, FormatMsg(Msg::CueIndexBehindEnd, file.path));
+            return fail(said.line, Msg::CueIndexBehindEnd, file.path);
         }
         // The next check of the track breaks would take such a track away.
         if (!unset && end - start < kTooShortTrack) {
             const std::string title = said.details.title.empty() ? std::to_string(i + 1) : said.details.title;
-            return fail(said.line, FormatMsg(Msg::TrackTooShort, title, FormatTime(end - start)));
+            return fail(said.line, Msg::TrackTooShort, title, FormatTime(end - start));
         }
         unset_before = unset;
         end_before = end;
@@ -338,7 +345,7 @@ bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files, co
         track.end = end;
         tracks.push_back(std::move(track));
     }
-    return true;
+    return tracks;
 }
 
 }  // namespace Orvane

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "collection/dataobjects.h"
+#include "foundation/outcome.h"
 #include "foundation/textfile.h"
 #include "save/cuesheet.h"
 
@@ -23,27 +24,25 @@ struct CueSheet {
         int64_t end = -1;    // ticks on the album's time line; -1: not said
         int line = 0;        // of its INDEX
     };
+    std::string path;      // of the sheet
     AlbumDetails details;  // an empty text or 0 was not said
     std::vector<File> files;
     std::vector<Track> tracks;
 };
 
-// Where in a sheet something is wrong, and what, in mark-up.
-struct CueProblem {
-    std::string text;
-    int line = 0;
-};
+// What is wrong in a line of the sheet `path`: the outcome names both.
+Foundation::Outcome InSheet(const Foundation::Outcome& problem, const std::string& path, int line);
 
-// False with the problem when it is no proper sheet. `folder` is where names without a folder lie.
-bool ParseCueSheet(Foundation::TextFileReader& reader, const std::string& folder, CueSheet& sheet, CueProblem& problem);
+// Fails when it is no proper sheet. `path` is where it lies, and files that it names without a folder.
+Foundation::Result<CueSheet> ParseCueSheet(Foundation::TextFileReader& reader, const std::string& path);
 
 // The sheet's tracks on the album's time line, in order and not overlapping; `files` belong to those of the sheet, one
 // for one. INDEX is exact to a frame of 588 ticks only: a track of `known`, the listing so far, keeps its start where
-// the sheet means the same, and a track that ends with END_TIME within the frame is met by the next one. False with the
-// problem, which may be a track that is too short to be kept or lies behind the end of its file.
-bool PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files,
-                    const Foundation::simple_vector<ALBUMTRACK>& known, Foundation::simple_vector<ALBUMTRACK>& tracks,
-                    CueProblem& problem);
+// the sheet means the same, and a track that ends with END_TIME within the frame is met by the next one. Fails where a
+// track is too short to be kept or lies behind the end of its file.
+using CueTracks = Foundation::simple_vector<ALBUMTRACK>;
+Foundation::Result<CueTracks> PlaceCueTracks(const CueSheet& sheet, const std::vector<CueFile>& files,
+                                             const CueTracks& known);
 
 // Takes over the texts that were said and differ in more than the quotes that a sheet cannot hold.
 void TakeCueTexts(const AlbumDetails& said, AlbumDetails& album);

@@ -77,8 +77,8 @@ std::unique_ptr<ExportTrackListing> MakeListing(const AlbumInfo& album, ListingF
     return std::make_unique<ExportTXTTrackListing>(album);
 }
 
-ListingWritten WriteListing(const KeptFiles& kept, const std::vector<AlbumInfo*>& albums, ListingFormat format,
-                            std::string& path) {
+Result<WrittenListing> WriteListing(const KeptFiles& kept, const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                                    const std::string& path) {
     // A line break inside a value of a CSV file is no end of a line.
     const LineEnds line_ends = format == ListingFormat::CSV ? LineEnds::LF : LineEnds::CRLF;
     // Programs look for the first word of a playlist at the very start, so no mark stands before it.
@@ -184,18 +184,22 @@ std::string ListingText(const std::vector<AlbumInfo*>& albums, ListingFormat for
     return text;
 }
 
-ListingWritten ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format, std::string& path) {
+Result<WrittenListing> ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                                     const std::string& path) {
     return WriteListing(KeptFiles(albums), albums, format, path);
 }
 
-std::vector<ListingDone> ExportListings(const std::vector<AlbumInfo*>& albums, ListingFormat format,
-                                        const std::string& folder) {
-    const auto name = [&](const AlbumInfo& album) {
-        return JoinPath(folder, ListingFileName(album, GetListingFormatInfo(format).extension));
-    };
+std::vector<AlbumListing> ExportListings(const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                                         const std::string& folder) {
+    std::vector<AlbumListing> listings;
+    for (AlbumInfo* album : albums) {
+        const std::string name = ListingFileName(*album, GetListingFormatInfo(format).extension);
+        listings.push_back({album, JoinPath(folder, name), {}});
+    }
     const KeptFiles kept(albums);
-    return WriteForEachAlbum(
-        albums, name, [&](AlbumInfo& album, std::string& path) { return WriteListing(kept, {&album}, format, path); });
+    return WriteForEachAlbum(std::move(listings), [&](AlbumInfo& album, const std::string& path) {
+        return WriteListing(kept, {&album}, format, path);
+    });
 }
 
 ListingDialog ListingDialogFor(const AlbumInfo& album) {

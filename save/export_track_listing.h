@@ -81,12 +81,13 @@ private:
 // The listing of albums, of more than one where the format takes them. Recordings are opened for a moment. Main thread.
 std::string ListingText(const std::vector<AlbumInfo*>& albums, ListingFormat format);
 
-// Writes it to `path`, which becomes absolute and gets the format's extension if it has none. Main thread.
-ListingWritten ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format, std::string& path);
+// Writes it to `path`, which gets the format's extension if it has none. Main thread.
+Foundation::Result<WrittenListing> ExportListing(const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                                                 const std::string& path);
 
 // Writes a listing of its own for each album, "Artist - Title" in `folder`, as one job (see WriteForEachAlbum).
-std::vector<ListingDone> ExportListings(const std::vector<AlbumInfo*>& albums, ListingFormat format,
-                                        const std::string& folder);
+std::vector<AlbumListing> ExportListings(const std::vector<AlbumInfo*>& albums, ListingFormat format,
+                                         const std::string& folder);
 
 // What the file dialog begins with, as the settings "Export Tracklisting Format", "... Directory" and "... Filename"
 // have it, and keeping the user's choice there.

@@ -8,6 +8,7 @@
 #include "collection/recordingplaces.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "save/savedfiles.h"
 #include "save/tracknames.h"
@@ -21,6 +22,7 @@ namespace {
 // Bytes of a name, and of a path, that the system takes with the temporary file's mark.
 constexpr size_t kMaxFileName = 251;
 constexpr size_t kMaxPath = 4091;
+constexpr int kMaxForeignPath = 259;  // characters
 
 // All albums of the collection, or just `albums` where they are in none. What has not been recorded yet comes last.
 std::vector<AlbumInfo*> InOrderOfRecording(std::vector<AlbumInfo*> albums) {
@@ -80,7 +82,8 @@ std::vector<UnsureAlbum> FindSides(const std::vector<AlbumInfo*>& albums, const 
 }  // namespace
 
 bool IsTooLong(const std::string& filename) {
-    return FileNameOf(filename).size() > kMaxFileName || filename.size() > kMaxPath;
+    if (FileNameOf(filename).size() > kMaxFileName || filename.size() > kMaxPath) return true;
+    return !GetSetting("Permit Long Filenames", 1) && CharacterCount(filename) > kMaxForeignPath;
 }
 
 std::vector<std::vector<std::string>> TrackFileNames(const std::vector<AlbumInfo*>& albums,

@@ -18,9 +18,7 @@ std::vector<std::vector<std::string>> TrackFileNames(const std::vector<AlbumInfo
                                                      const SaveSettings& settings);
 std::vector<std::string> TrackFileNames(AlbumInfo& album, const SaveSettings& settings);
 
-// What the red lines and messages say of a name that file systems do not take, and of a file that is a recording.
+// Whether file systems do not take the name; without "Permit Long Filenames", whether those of other systems do not.
 bool IsTooLong(const std::string& filename);
-inline constexpr const char* kFilenameTooLong = "Filename is too long";
-inline constexpr const char* kNeverChanged = "File:\n\n<b>%s</b>\n\nis a recording, which is never changed.";
 
 }  // namespace Orvane

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "foundation/messages.h"
+#include "foundation/muldiv.h"
 #include "foundation/settings.h"
 
 using namespace Foundation;
@@ -77,6 +78,9 @@ CorrectionKeys KeysFor(OptionsContext context) {
 
 }  // namespace
 
+RateFamily FamilyOf(int32_t samplerate) {
+    return samplerate % (kTicksPerSecond / 4) == 0 ? RateFamily::Of44100 : RateFamily::Of48000;
+}
 int32_t SampleRateOfIndex(int index) {
     return Entry(kSampleRates, index);
 }
@@ -99,7 +103,9 @@ FileOptions FileOptions::Load(OptionsContext context, RateFamily family) {
         options.rows[format].level = GetFileFormatInfo(format).UsualLevel(saving);
     }
     options.file_format = saving ? FF_FLAC : FF_WAV;
-    FromText(GetStringSetting(SettingsKey(context, family)), options);
+    for (const RateFamily kept : {RateFamily::Of44100, family}) {
+        FromText(GetStringSetting(SettingsKey(context, kept)), options);
+    }
     CorrectionKeys keys = KeysFor(context);
     options.save_corrections = GetSetting(keys.save, keys.save_default) != 0;
     options.preserve_corrections = keys.preserve && GetSetting(keys.preserve, keys.preserve_default) != 0;

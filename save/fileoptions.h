@@ -25,6 +25,7 @@ enum class OptionsContext : int {
 
 // Which set of choices: targets of the 44.1 kHz family and of the 48 kHz family are kept apart.
 enum class RateFamily { Of44100, Of48000 };
+RateFamily FamilyOf(int32_t samplerate);
 
 // One format's choices. Indices into the tables below; 0 leaves the recording's own value.
 struct FormatRow {
@@ -44,7 +45,8 @@ int IndexOfSampleRate(int32_t samplerate);
 int IndexOfBitDepth(int32_t bit_depth);
 
 struct FileOptions {
-    // The stored choices for `context`, or their defaults.
+    // The stored choices for `context`, or their defaults. Until choices are stored for the 48 kHz family, those of the
+    // other count.
     static FileOptions Load(OptionsContext context, RateFamily family = RateFamily::Of44100);
     // Stores them; true if anything changed.
     bool Store() const;

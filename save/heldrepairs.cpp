@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "foundation/lasterror.h"
 #include "tesslib/audiostream.h"
 
 using namespace Foundation;
@@ -26,14 +25,14 @@ HeldRepairs::HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t
         if (!opened) continue;  // the track's stream says why
         Result<BusyRecording> busy = BusyRecording::Begin(*place.entry, RecordingUse::Read);
         const Outcome ready = busy ? place.entry->LoadCorrections() : busy.GetOutcome();
-        recordings.push_back({place, std::move(*opened), {}, ready.Text()});
+        recordings.push_back({place, std::move(*opened), {}, ready});
         if (busy) recordings.back().busy = std::move(*busy);
     }
 }
 
-std::string HeldRepairs::FailureOf(int track) const {
+Outcome HeldRepairs::Check(int track) const {
     for (const Held& held : recordings) {
-        if (!held.failure.empty() && LiesIn(album.tracks[track], held.place)) return held.failure;
+        if (!held.outcome && LiesIn(album.tracks[track], held.place)) return held.outcome;
     }
     return {};
 }

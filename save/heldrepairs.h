@@ -3,11 +3,11 @@
 
 #include <optional>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "collection/recordingplaces.h"
 #include "collection/recordinguse.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -16,15 +16,15 @@ bool LiesIn(const ALBUMTRACK& track, const RecordingPlace& place);
 
 // Holds the recordings in which `tracks` (indices) lie open, with their repairs loaded, so that the private copies of
 // a job have them. What cannot be used has been shown. With PCM_NO_CLICK_REPAIR in `flags` nothing is needed. Main
-// thread; FailureOf on any.
+// thread; Check on any.
 class HeldRepairs {
 public:
     HeldRepairs(AlbumInfo& album, std::span<const int> tracks, uint32_t flags);
     HeldRepairs(const HeldRepairs&) = delete;
     HeldRepairs& operator=(const HeldRepairs&) = delete;
 
-    // Why there are repairs in the track that cannot be used, in mark-up; empty when there are none.
-    std::string FailureOf(int track) const;
+    // Fails when there are repairs in the track that cannot be used.
+    Foundation::Outcome Check(int track) const;
     const std::vector<RecordingPlace>& Places() const { return places; }  // of the album's recordings
 
 private:
@@ -32,7 +32,7 @@ private:
         RecordingPlace place;
         OpenRecording opened;
         std::optional<BusyRecording> busy;
-        std::string failure;
+        Foundation::Outcome outcome;
     };
     const AlbumInfo& album;
     const std::vector<RecordingPlace> places;

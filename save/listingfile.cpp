@@ -6,7 +6,6 @@
 #include <unordered_set>
 
 #include "foundation/fileerror.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -36,66 +35,55 @@ bool SameBytes(const std::string& a, const std::string& b) {
 
 }  // namespace
 
-ListingWritten WriteListingFile(const KeptFiles& kept, std::string& path, std::string_view extension,
-                                std::string_view text, Encoding encoding, LineEnds line_ends,
-                                bool (*is_ours)(const std::string& path)) {
-    path = AbsolutePath(path);
-    if (ExtensionOf(path).empty()) path.append(extension);
-    if (IsTooLong(path)) {
-        Messages().Ask({kFilenameTooLong, Buttons::Ok, Severity::Warning, "Warn Filename Too Long"});
-        FailContents(kFilenameTooLong);
-        return ListingWritten::Failed;
-    }
-    if (kept.Has(path)) {
-        FailContents(FormatMsg(Msg::NotForListings, path));
-        return ListingWritten::Failed;
-    }
-    if (const int error = CreateFolders(FolderOf(path))) {
-        FailCreateFolder(FolderOf(path), error);
-        return ListingWritten::Failed;
-    }
-    const std::string temporary = TemporaryName(path);
+Result<WrittenListing> WriteListingFile(const KeptFiles& kept, const std::string& path, std::string_view extension,
+                                        std::string_view text, Encoding encoding, LineEnds line_ends,
+                                        bool (*is_ours)(const std::string& path)) {
+    std::string target = AbsolutePath(path);
+    if (ExtensionOf(target).empty()) target.append(extension);
+    if (IsTooLong(target)) return Outcome::Fail(Kind::Refused, Msg::FilenameTooLong).About(target);
+    if (kept.Has(target)) return Outcome::Fail(Kind::Refused, Msg::NotForListings, target).About(target);
+    const std::string folder = FolderOf(target);
+    if (const int error = CreateFolders(folder)) return CannotCreateFolder(folder, error);
+    const std::string temporary = TemporaryName(target);
     const auto writer = CreateTextFile(temporary, encoding, TEXT_CREATE, line_ends);
-    if (!writer) return ListingWritten::Failed;
+    if (!writer) return Outcome::OfLastError(ERR_CANNOT_OPEN);
     const bool written = writer->Write(text);
     if (!writer->Close(true) || !written) {
+        const Outcome failure = Outcome::OfLastError(ERR_IO);
         RemoveFile(temporary);
-        return ListingWritten::Failed;
+        return failure;
     }
-    if (SameBytes(temporary, path)) {
+    if (SameBytes(temporary, target)) {
         RemoveFile(temporary);
-        return ListingWritten::Unchanged;
+        return WrittenListing{target, false};
     }
-    const bool foreign = is_ours && FileExists(path) && !is_ours(path);
-    const bool replaced = PutInPlace(temporary, path, foreign ? OldFile::Trash : OldFile::Drop) == 0;
-    return replaced ? ListingWritten::Written : ListingWritten::Failed;
+    const bool foreign = is_ours && FileExists(target) && !is_ours(target);
+    if (const int error = PutInPlace(temporary, target, foreign ? OldFile::Trash : OldFile::Drop)) {
+        return Outcome::OfLastError(error);
+    }
+    return WrittenListing{target, true};
 }
 
-std::vector<ListingDone> WriteForEachAlbum(const std::vector<AlbumInfo*>& albums,
-                                           const std::function<std::string(const AlbumInfo&)>& name,
-                                           const std::function<ListingWritten(AlbumInfo&, std::string& path)>& write) {
-    std::vector<ListingDone> listings;
+std::vector<AlbumListing> WriteForEachAlbum(std::vector<AlbumListing> listings, const WriteAlbumListing& write) {
     std::unordered_set<std::string> taken;
-    for (size_t i = 0; i < albums.size(); ++i) {
-        Progress::SetPosition(static_cast<int>(1000 * i / albums.size()));
+    for (size_t i = 0; i < listings.size(); ++i) {
+        AlbumListing& listing = listings[i];
+        Progress::SetPosition(static_cast<int>(1000 * i / listings.size()));
         if (!Progress::Tick()) {
             Progress::Log(FormatMsg(Msg::Cancelled) + "\n");
+            listings.resize(i);
             break;
         }
-        ListingDone listing{albums[i], name(*albums[i]), {}};
-        if (listing.path.empty()) continue;
         const std::string wanted = listing.path;
         for (int copy = 2; !taken.insert(LowerAscii(listing.path)).second; ++copy) {
             listing.path = fmt::sprintf("%s (%d)%s", WithoutExtension(wanted), copy, ExtensionOf(wanted));
         }
-        Progress::Log(albums[i]->artist + " - " + albums[i]->title);
-        if (write(*albums[i], listing.path) != ListingWritten::Failed) {
-            Progress::Log(" - <fg color=#00a000>done</fg>\n");
-        } else {
-            listing.error = GetLastError().text;
-            Progress::Log(FormatMsg(Msg::JobFailedLine, listing.error));
-        }
-        listings.push_back(std::move(listing));
+        Progress::Log(listing.album->artist + " - " + listing.album->title);
+        const Result<WrittenListing> written = write(*listing.album, listing.path);
+        listing.outcome = written.GetOutcome();
+        if (written) listing.path = written->path;
+        Progress::Log(written ? " - <fg color=#00a000>done</fg>\n"
+                              : FormatMsg(Msg::JobFailedLine, listing.outcome.Text()));
     }
     return listings;
 }

@@ -9,6 +9,7 @@
 #include "collection/tracktime.h"
 #include "foundation/criticalsection.h"
 #include "foundation/fileerror.h"
+#include "foundation/hiddenfile.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -74,17 +75,18 @@ public:
 private:
     int64_t Ticks(int track) const { return album.tracks[track].FadeEnd() - album.tracks[track].FadeStart(); }
 
-    SaveTrackStatus Check(const TrackToSave& job, SavedTrack& saved) const {
-        SaveTrackStatus status = CheckTrack(job, settings, saved.message);
-        if (status != SAVE_NEEDED && status != SAVE_ALREADY) return status;
-        saved.message = repairs.FailureOf(saved.track);  // what cannot be read is not in the signature
-        if (saved.message.empty() && status == SAVE_ALREADY) return status;
-        if (saved.message.empty() && kept.Has(saved.file)) saved.message = fmt::sprintf(kNeverChanged, saved.file);
-        return saved.message.empty() ? SAVE_NEEDED : SAVE_FAILED;
+    TrackResult Check(const TrackToSave& job) const {
+        TrackResult checked = CheckTrack(job, settings);
+        if (checked.status != SAVE_NEEDED && checked.status != SAVE_ALREADY) return checked;
+        Outcome usable = repairs.Check(job.track);  // what cannot be read is not in the signature
+        if (usable && checked.status == SAVE_NEEDED && kept.Has(job.filename)) {
+            usable = Outcome::Fail(Kind::Refused, Msg::NeverWrittenOver, job.filename).About(job.filename);
+        }
+        return usable ? checked : TrackResult{SAVE_FAILED, usable};
     }
 
     void Save(const TrackToSave& job, SavedTrack& saved) {
-        saved.status = Check(job, saved);
+        TrackResult track = Check(job);
         int64_t told = 0;  // of this track, in ticks
         auto Tell = [&](int64_t ticks) {
             Locked guard(lock);
@@ -92,13 +94,15 @@ private:
             told = ticks;
             if (total_ticks > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done_ticks, 1000, total_ticks)));
         };
-        if (saved.status == SAVE_NEEDED) {
+        if (track.status == SAVE_NEEDED) {
             auto OnProgress = [&](int64_t done, int64_t total) {
                 Tell(total > 0 ? MulDiv64(Ticks(saved.track), done, total) : 0);
                 return Progress::Tick();
             };
-            saved.status = WriteTrack(job, settings, OnProgress, saved.message);
+            track = WriteTrack(job, settings, OnProgress);
         }
+        saved.status = track.status;
+        saved.reason = track.reason;
         Tell(Ticks(saved.track));
     }
 
@@ -117,9 +121,9 @@ private:
             case SAVE_CANCELLED:
                 return what + " - " + Red("cancelled") + "\n";
             case SAVE_NO_BREAK:
-                return what + " - " + saved.message + "\n";
+                return what + " - " + saved.reason.Text() + "\n";
             default:
-                return what + " - " + Red(saved.message) + "\n";
+                return what + " - " + Red(saved.reason.Text()) + "\n";
         }
     }
 
@@ -154,24 +158,29 @@ void WarnOfMissingNoiseSamples(const AlbumInfo& album) {
     }
 }
 
-// Copies the album's cover into the folder that its tracks share, as folder.jpg. A cover in another format is left out:
-// it would have to be converted.
-void CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
-    if (album.art_file.empty() || album.tracks.empty() || !GetSetting("Generate Folder.jpg", 1)) return;
+// Copies the album's cover into the folder that its tracks share. A cover in another format is left out: it would have
+// to be converted.
+Outcome CopyAlbumArt(const AlbumInfo& album, const SaveSettings& settings) {
+    if (album.art_file.empty() || album.tracks.empty() || !GetSetting("Generate Folder.jpg", 1)) return {};
     const std::string art = album.ArtPath();
-    std::string extension = ExtensionOf(art);
-    if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return;
-    std::string album_folder =
+    const std::string extension = ExtensionOf(art);
+    if (extension != ".jpg" && extension != ".jpeg" && extension != ".jpe") return {};
+    const std::string album_folder =
         ExpandTemplate(settings.TemplateOf(album), album, 0, NamePart::AlbumFolder, settings.Format());
-    if (album_folder.empty()) return;  // a folder of many albums
-    std::string folder = JoinPath(settings.output_folder, album_folder);
-    std::string target = JoinPath(folder, "folder.jpg");
+    if (album_folder.empty()) return {};  // a folder of many albums
+    const std::string folder = JoinPath(settings.output_folder, album_folder);
+    const std::string target = JoinPath(folder, kFolderArt);
     FileInfo from, to;
-    if (GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time)
-        return;
-    int error = CreateFolders(folder);
-    if (error) FailCreateFolder(folder, error);
-    if (error || CopyContents(art, target) < 0) Progress::Log(Red(GetLastError().text) + "\n");
+    const bool there =
+        GetFileInfo(art, from) == 0 && GetFileInfo(target, to) == 0 && from.size == to.size && from.time <= to.time;
+    if (!there) {
+        if (const int error = CreateFolders(folder)) return CannotCreateFolder(folder, error);
+        // What is there may be the user's own picture.
+        const std::string temporary = TemporaryName(target);
+        if (const int error = CopyContents(art, temporary); error < 0) return Outcome::OfLastError(error);
+        if (const int error = PutInPlace(temporary, target, OldFile::Trash)) return Outcome::OfLastError(error);
+    }
+    return SetHidden(target, GetSetting("Hide Folder.jpg", 1) != 0);
 }
 
 void Count(const SavedTrack& saved, SaveResult& result) {
@@ -195,6 +204,16 @@ void Count(const SavedTrack& saved, SaveResult& result) {
         default:
             ++result.n_failed;
     }
+}
+
+// Whether no track of the album is still to be saved under its name.
+bool WentWell(const AlbumInfo& album, const std::vector<SavedTrack>& tracks) {
+    const auto is_settled = [](const SavedTrack& saved) {
+        return saved.status != SAVE_NEEDED && saved.status != SAVE_CANCELLED && saved.status != SAVE_FAILED &&
+               saved.status != SAVE_CANNOT_HOLD;
+    };
+    return static_cast<int>(tracks.size()) == album.tracks.size() &&
+           std::all_of(tracks.begin(), tracks.end(), is_settled);
 }
 
 // Whether everything that the album's listing has times for is saved, and there is such a thing.
@@ -227,6 +246,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
     if (n_threads <= 0) n_threads = MaxThreads();
     SaveResult result;
     result.folder = settings.output_folder;
+    std::vector<size_t> well;  // indices of albums
     int64_t started = MonotonicNs();
     const KeptFiles kept(albums);
     const auto names = TrackFileNames(albums, settings);
@@ -240,7 +260,7 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
         Progress::Log(
             fmt::sprintf("<u>Saving tracks for album: %s - %s (%d threads)</u>\n\n", album->artist, album->title, n));
         if (settings.options.save_corrections) WarnOfMissingNoiseSamples(*album);
-        CopyAlbumArt(*album, settings);
+        if (const Outcome copied = CopyAlbumArt(*album, settings); !copied) Progress::Log(Red(copied.Text()) + "\n");
         AlbumJob job(*album, settings, tracks, names[n_album], kept);
         ++album->running_jobs;
         std::vector<std::unique_ptr<SaveAlbumTrackThread>> workers;
@@ -259,12 +279,20 @@ SaveResult SaveAlbums(const std::vector<AlbumInfo*>& albums, const SaveSettings&
             Count(saved, result);
             result.tracks.push_back(saved);
         }
+        if (WentWell(*album, job.results)) well.push_back(n_album);
         if (IsWhole(*album, job.results) && GetSetting("Update Status On Save", 1)) {
             bool burned = album->status == STATUS_BURNED || album->status == STATUS_BURNED_AND_SAVED;
             SetStatus(*album, burned ? STATUS_BURNED_AND_SAVED : STATUS_SAVED, true);
         }
     }
     result.cancelled = Progress::Cancelled();
+    // Another album may have been saved in the place of what one leaves behind, so they are all looked at at the end.
+    for (const size_t i : well) {
+        if (result.cancelled) break;
+        for (Leftover& leftover : FindLeftovers(*albums[i], names[i], settings, kept)) {
+            result.leftovers.push_back(std::move(leftover));
+        }
+    }
     result.duration = MulDiv64(MonotonicNs() - started, kTicksPerSecond, 1'000'000'000);
     Progress::Log(result.cancelled ? std::string(MessageText(Msg::Cancelled)) + "\n"
                                    : "\n" + SummaryText(result) + "\n");

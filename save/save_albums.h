@@ -6,6 +6,7 @@
 
 #include "foundation/outcome.h"
 #include "save/save_track.h"
+#include "save/savedfiles.h"
 
 namespace Orvane {
 
@@ -14,7 +15,7 @@ struct SavedTrack {
     int track;  // index
     std::string file;
     SaveTrackStatus status;
-    std::string message;  // why it failed, in mark-up
+    Foundation::Outcome reason;  // why it was not saved
 };
 
 struct SaveResult {
@@ -26,8 +27,9 @@ struct SaveResult {
     int n_skipped = 0;  // left out by the user, or without audio yet
     int n_failed = 0;
     bool cancelled = false;
-    int64_t duration = 0;  // ticks
-    std::string folder;    // the tracks lie below it
+    std::vector<Leftover> leftovers;  // of the albums that were saved without a failure
+    int64_t duration = 0;             // ticks
+    std::string folder;               // the tracks lie below it
 };
 
 // How many tracks were saved, and where, in mark-up: what the log ends with.

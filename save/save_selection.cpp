@@ -3,11 +3,10 @@
 #include "cleanup/chain/audiofilter.h"
 #include "collection/recordinguse.h"
 #include "foundation/fileerror.h"
-#include "foundation/host.h"
-#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
+#include "foundation/safefile.h"
 #include "foundation/settings.h"
 #include "foundation/workerthread.h"
 #include "save/filenames.h"
@@ -26,41 +25,38 @@ public:
                         const std::string& filename)
         : entry(recording.Copy(COPY_CORRECTIONS)), start(start), end(end), options(options), filename(filename) {}
 
+    Outcome outcome;  // once it has run
+
 private:
     int Work() override {
-        const SaveTrackStatus status = Write();
-        if (status == SAVE_FAILED) SaveError();
-        return status;
+        outcome = Write();
+        return 0;
     }
 
-    SaveTrackStatus Write() {
-        RefPtr<FileStream> writer = MakeWriter(options.file_format, options);
-        if (!writer) return SAVE_FAILED;
-        int32_t samplerate, bit_depth;
-        options.Resolve(options.file_format, samplerate, bit_depth);
-        if (!samplerate) samplerate = entry->SampleRate();
-        if (!bit_depth) bit_depth = entry->facts.bits;
-        writer->AdjustFormat(samplerate, bit_depth, entry->facts.channels);
-        if (writer->SetSBC(samplerate, bit_depth, entry->facts.channels) < 0) return SAVE_FAILED;
-        if (int error = CreateFolders(FolderOf(filename))) {
-            FailCreateFolder(FolderOf(filename), error);
-            return SAVE_FAILED;
-        }
-        uint32_t flags = SaveFlags(options) | PCM_NO_FADERS;
-        const Result<RefPtr<FileToPCM>> source = OpenFileToPCM(*entry, USER_SAVE, flags, samplerate);
-        if (!source) {
-            source.GetOutcome().ToStreamError();
-            return SAVE_FAILED;
-        }
-        int64_t first = MulDiv64(start, samplerate, entry->SampleRate());
-        int64_t last = MulDiv64(end, samplerate, entry->SampleRate());
+    Outcome Write() {
+        const uint32_t flags = SaveFlags(options) | PCM_NO_FADERS;
+        const RefPtr<FileStream> writer = MakeWriter(options.file_format, options);
+        if (!writer) return Outcome::OfLastError(ERR_CONTENTS);
+        SampleForm form;
+        options.Resolve(options.file_format, form.samplerate, form.bit_depth);
+        const Result<OpenRecording> opened = entry->Open(USER_SAVE);
+        if (!opened) return opened.GetOutcome();
+        writer->AdjustFormat(form.samplerate, form.bit_depth, entry->facts.channels);
+        if (Outcome chosen = ChooseForm(*writer, form, {entry->SampleRate(), entry->facts.bits}, entry->facts.channels);
+            !chosen)
+            return chosen;
+        const std::string folder = FolderOf(filename);
+        if (const int error = CreateFolders(folder)) return CannotCreateFolder(folder, error);
+        const Result<RefPtr<FileToPCM>> source = OpenFileToPCM(*entry, USER_SAVE, flags, form.samplerate);
+        if (!source) return source.GetOutcome();
+        const int64_t first = MulDiv64(start, form.samplerate, entry->SampleRate());
+        const int64_t last = MulDiv64(end, form.samplerate, entry->SampleRate());
         auto selection = MakeRef<ChopPCMStream>(source->get(), first, last, flags);
         const auto tell = [](int64_t done, int64_t total) {
             if (total > 0) Progress::SetPosition(static_cast<int>(MulDiv64(done, 1000, total)));
             return Progress::Tick();
         };
-        int result = WriteStream(*selection, *writer, filename, OldFile::Drop, flags, CHANNELS_STEREO, tell);
-        return result > 0 ? SAVE_CANCELLED : result < 0 ? SAVE_FAILED : SAVE_DONE;
+        return WriteStream(*selection, *writer, filename, OldFile::Trash, flags, CHANNELS_STEREO, tell);
     }
 
     RefPtr<FileHistoryEntry> entry;
@@ -77,53 +73,27 @@ SelectionDialog SelectionDialogFor(std::string_view name) {
             SaveSettings::FromStore().Format()};
 }
 
-bool AcceptSelectionName(std::string& filename, int file_format) {
+Result<std::string> SelectionName(const std::string& typed, int file_format, Answered answered) {
     const std::string_view extension = GetFileFormatInfo(file_format).extension;
-    if (ExtensionOf(filename).empty()) filename.append(extension);
-    if (ExtensionOf(filename) != extension) {
-        Message question{
-            "Warning: the file extension you have entered does not match the file type you selected.  Do you "
-            "want to save the file anyway?",
-            Buttons::YesNo,
-            Severity::Warning,
-            {}};
-        if (Messages().Ask(question) != Answer::Yes) return false;
+    const std::string filename = ExtensionOf(typed).empty() ? typed + std::string(extension) : typed;
+    if (IsTooLong(filename)) return Outcome::Fail(Kind::Refused, Msg::FilenameTooLong).About(filename);
+    if (answered == Answered::No && ExtensionOf(filename) != extension) {
+        return Outcome::Fail(Kind::NeedsAnswer, Msg::OtherExtension).About(filename);
     }
-    if (!IsTooLong(filename)) return true;
-    Messages().Ask({std::string(kFilenameTooLong), Buttons::Ok, Severity::Warning, "Warn Filename Too Long"});
-    return false;
+    return filename;
 }
 
-SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_t end, const FileOptions& options,
-                              const std::string& filename) {
-    const std::string folder = FolderOf(filename);
-    SetSettings({{"Save Tracks Directory", folder}, {"Save Track As File Format", options.file_format}});
+Outcome SaveSelection(FileHistoryEntry& recording, int64_t start, int64_t end, const FileOptions& options,
+                      const std::string& filename) {
+    SetSettings({{"Save Tracks Directory", FolderOf(filename)}, {"Save Track As File Format", options.file_format}});
     if (KeptFiles({recording.album}).Has(filename)) {
-        ShowMessage(fmt::sprintf(kNeverChanged, filename));
-        return SAVE_FAILED;
+        return Outcome::Fail(Kind::Refused, Msg::NeverWrittenOver, filename).About(filename);
     }
     const Result<BusyRecording> busy = BusyRecording::Begin(recording, RecordingUse::Read);
-    if (!busy) {
-        ShowMessage(busy.GetOutcome().Text());
-        return SAVE_FAILED;
-    }
+    if (!busy) return busy.GetOutcome();
     SaveSelectionThread thread(recording, start, end, options, filename);
-    if (const Outcome launched = thread.Launch(); !launched) {
-        ShowMessage(launched.Text());
-        return SAVE_FAILED;
-    }
-    auto status = static_cast<SaveTrackStatus>(thread.WorkResult());
-    if (status == SAVE_FAILED) {
-        thread.ReportError();
-        ShowLastError();
-    } else if (status == SAVE_DONE) {
-        ShowMessage(
-            fmt::sprintf("File:\n\n<b>%s</b>\n\nsaved successfully.  The saved file is in folder:\n\n<b>%s</b>\n\n"
-                         "<l><h>{browse_file:%s}</h>View in File Manager</l>",
-                         filename, folder, filename),
-            Severity::Information);
-    }
-    return status;
+    if (Outcome launched = thread.Launch(); !launched) return launched;
+    return thread.outcome;
 }
 
 }  // namespace Orvane

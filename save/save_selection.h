@@ -4,7 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "save/save_track.h"
+#include "collection/filehistory.h"
+#include "foundation/outcome.h"
+#include "save/fileoptions.h"
 
 namespace Orvane {
 
@@ -16,14 +18,14 @@ struct SelectionDialog {
 };
 SelectionDialog SelectionDialogFor(std::string_view name);
 
-// Gives the name that came out of the dialog the format's extension if it has none, and asks about what is odd in it.
-// False: it will not do, back to the dialog. Main thread.
-bool AcceptSelectionName(std::string& filename, int file_format);
+// The name that came out of the dialog, with the format's extension if it has none. Refused when file systems do not
+// take it; the question whether another extension is meant needs an answer.
+Foundation::Result<std::string> SelectionName(const std::string& typed, int file_format, Foundation::Answered answered);
 
-// Saves the frames `start` to `end` of the recording's edited time line as a job of one thread, in options.file_format,
-// and tells the user how it went. `filename` has been accepted; its folder and the format are remembered. Main thread;
-// Progress::Begin and End are the caller's.
-SaveTrackStatus SaveSelection(FileHistoryEntry& recording, int64_t start, int64_t end, const FileOptions& options,
-                              const std::string& filename);
+// Saves the frames `start` to `end` of the recording's edited time line as a job of one thread, in options.file_format.
+// The folder of `filename`, which is a SelectionName, and the format are remembered. What is there already goes to the
+// Trash. Main thread; Progress::Begin and End are the caller's.
+Foundation::Outcome SaveSelection(FileHistoryEntry& recording, int64_t start, int64_t end, const FileOptions& options,
+                                  const std::string& filename);
 
 }  // namespace Orvane

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "foundation/outcome.h"
 #include "save/savesettings.h"
 
 namespace Orvane {
@@ -31,22 +32,21 @@ struct TrackToSave {
     std::string signature;  // its TrackFileSignature
 };
 
-// The check before a save: SAVE_ALREADY, SAVE_NEEDED, SAVE_SKIPPED, SAVE_NO_BREAK, SAVE_CANNOT_HOLD or SAVE_FAILED. For
-// the last three `message` says why, in mark-up.
-SaveTrackStatus CheckTrack(const TrackToSave& job, const SaveSettings& settings, std::string& message);
+// What became of it, and why it was not saved as a whole.
+struct TrackResult {
+    SaveTrackStatus status = SAVE_NEEDED;
+    Foundation::Outcome reason;
+};
+
+// The check before a save: SAVE_ALREADY, SAVE_NEEDED, SAVE_SKIPPED, SAVE_NO_BREAK, SAVE_CANNOT_HOLD or SAVE_FAILED.
+TrackResult CheckTrack(const TrackToSave& job, const SaveSettings& settings);
 
 // Called during a save with what has been written and will be, in frames; false cancels.
 using SaveProgress = std::function<bool(int64_t done, int64_t total)>;
 
-// Writes the track through a temporary file, so that at every moment the old file or the new
-// one is there, whole; a file that Orvane did not save goes to the Trash. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK,
-// SAVE_FAILED or SAVE_CANCELLED. Any thread; the album must not change meanwhile.
-SaveTrackStatus WriteTrack(const TrackToSave& job, const SaveSettings& settings, const SaveProgress& progress,
-                           std::string& message);
-
-// Copies what `stream` gives with `flags` to `file`, which is open for writing, in blocks. 0, a StreamError, or 1 when
-// `progress` cancelled. `channel_mode` is the album's.
-int CopySamples(Tesslib::PCMStream& stream, Tesslib::FileStream& file, uint32_t flags, uint8_t channel_mode,
-                const SaveProgress& progress);
+// Writes the track through a temporary file, so that at every moment the old file or the new one is there, whole; a
+// file that Orvane did not save goes to the Trash. SAVE_DONE, SAVE_PARTIAL, SAVE_NO_BREAK, SAVE_FAILED or
+// SAVE_CANCELLED. Any thread; the album must not change meanwhile.
+TrackResult WriteTrack(const TrackToSave& job, const SaveSettings& settings, const SaveProgress& progress);
 
 }  // namespace Orvane

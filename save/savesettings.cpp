@@ -20,6 +20,11 @@ int32_t Channels(const AlbumInfo& album) {
     return !recordings.empty() && mono ? 1 : 2;
 }
 
+int32_t RateOf(const AlbumInfo& album) {
+    const std::vector<FileHistoryEntry*> recordings = album.Recordings();
+    return recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
+}
+
 }  // namespace
 
 uint32_t SaveFlags(const FileOptions& options) {
@@ -33,6 +38,7 @@ SaveSettings SaveSettings::FromStore() {
     int format = GetSetting("Save Track As File Format", FF_MP3);
     bool known = format > FF_NONE && format < kFileFormats && MakeFileStream(format);
     settings.options.file_format = known ? format : FF_FLAC;
+    settings.rows_48000 = FileOptions::Load(OptionsContext::SaveTracks, RateFamily::Of48000).rows;
     settings.output_folder = GetStringSetting("Output Directory", MusicFolder());
     return settings;
 }
@@ -48,21 +54,25 @@ RefPtr<FileStream> MakeWriter(int format, const FileOptions& options) {
     return writer;
 }
 
+FileOptions SaveSettings::OptionsOf(const AlbumInfo& album) const {
+    FileOptions of_album = options;
+    if (FamilyOf(RateOf(album)) == RateFamily::Of48000) of_album.rows = rows_48000;
+    return of_album;
+}
+
 std::string SaveSettings::TemplateOf(const AlbumInfo& album) const {
     return name_template.empty() ? TemplateFor(album) : name_template;
 }
 
 TrackFormat OutputFormat(const AlbumInfo& album, const SaveSettings& settings, const FileStream& writer) {
-    FileOptions options = settings.options;
+    FileOptions options = settings.OptionsOf(album);
     TrackFormat format{0, 0, Channels(album)};
     options.Resolve(settings.Format(), format.samplerate, format.bit_depth);
     if (settings.samplerate) format.samplerate = settings.samplerate;
     if (settings.bit_depth) format.bit_depth = settings.bit_depth;
-    std::vector<FileHistoryEntry*> recordings = album.Recordings();
-    if (!format.samplerate)
-        format.samplerate = recordings.empty() ? album.samplerate : recordings.front()->SampleRate();
+    if (!format.samplerate) format.samplerate = RateOf(album);
     if (!format.bit_depth) {
-        for (const FileHistoryEntry* entry : recordings)
+        for (const FileHistoryEntry* entry : album.Recordings())
             format.bit_depth = std::max<int32_t>(format.bit_depth, entry->facts.bits);
     }
     writer.AdjustFormat(format.samplerate, format.bit_depth, format.n_channels);

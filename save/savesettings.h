@@ -1,6 +1,7 @@
 // How tracks are saved.
 #pragma once
 
+#include <array>
 #include <string>
 
 #include "collection/dataobjects.h"
@@ -10,14 +11,17 @@ namespace Orvane {
 
 // The same for all tracks of a job, and not changed while it runs.
 struct SaveSettings {
-    FileOptions options;
+    FileOptions options;  // for recordings of the 44.1 kHz family
+    std::array<FormatRow, Tesslib::kFileFormats>
+        rows_48000{};           // what the formats' choices are for those of the 48 kHz family
     int32_t samplerate = 0;     // 0: as the options say, which may be the recording's own
     int32_t bit_depth = 0;      // likewise
     std::string output_folder;  // saved tracks go below it
     std::string name_template;  // empty: the album's own by TemplateFor
 
     int Format() const { return options.file_format; }
-    std::string TemplateOf(const AlbumInfo& album) const;  // in force for the album
+    FileOptions OptionsOf(const AlbumInfo& album) const;   // in force for the album, by its recordings' rate
+    std::string TemplateOf(const AlbumInfo& album) const;  // likewise
     // From the settings store: options for saving tracks, "Save Track As File Format", "Output Directory".
     static SaveSettings FromStore();
     // Gives the output folder the collection's name as one more level when "Append Collection Output" is on.

@@ -129,22 +129,23 @@ std::string CorrectionsText(const ALBUMTRACK& track, const RecordingPlace& place
 std::string TrackFileSignature(const AlbumInfo& album, int track, const std::vector<RecordingPlace>& places,
                                const SaveSettings& settings) {
     const ALBUMTRACK& t = album.tracks[track];
+    const FileOptions options = settings.OptionsOf(album);
     const Locked lists(ListChangeLock());
     int32_t silence_start, silence_end;
     GetTrackSilence(album, track, 0, silence_start, silence_end);
-    std::string more = fmt::sprintf("%s\n%d,%d,%d\n", settings.options.ChoicesText(settings.Format()),
-                                    album.channel_mode, silence_start, silence_end);
+    std::string more = fmt::sprintf("%s\n%d,%d,%d\n", options.ChoicesText(settings.Format()), album.channel_mode,
+                                    silence_start, silence_end);
     for (const std::string& comment : MakeVorbisTags(album, track, {}).comments) more += comment + "\n";
     for (const RecordingPlace& place : places) {
         if (!LiesIn(t, place)) continue;
         more += fmt::sprintf("recording at %d, %d,", place.start, place.entry->SwapChannels());
         more += FileText(place.entry->GetPath());
-        if (settings.options.save_corrections) more += CorrectionsText(t, place);
+        if (options.save_corrections) more += CorrectionsText(t, place);
     }
     const FileTime recorded = places.empty() ? 0 : places.front().entry->facts.file_time;
     std::string text =
         fmt::sprintf("%d/%d/%d/%d/%d/%d/%s", recorded, t.start, t.end, t.filter_flags, t.fade_in, t.fade_out, more);
-    if (const RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options)) {
+    if (const RefPtr<FileStream> writer = MakeWriter(settings.Format(), options)) {
         const TrackFormat format = OutputFormat(album, settings, *writer);
         text += fmt::sprintf("%d,%d,%d", format.samplerate, format.bit_depth, format.n_channels);
     }

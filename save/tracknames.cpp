@@ -96,7 +96,10 @@ std::string TemplateFor(const AlbumInfo& album) {
     const char* key = album.IsSingle() ? "Singles Track Name Template" : "Albums Track Name Template";
     std::string text = GetStringSetting(key);
     if (!text.empty()) return text;
-    return std::string((album.IsSingle() ? SinglesTemplates() : AlbumTemplates()).front().text);
+    if (album.IsSingle()) return std::string(SinglesTemplates().front().text);
+    // The first has the artist in front of the folder's name, the last has not.
+    const auto& templates = AlbumTemplates();
+    return std::string((GetSetting("Prepend Artist To Track Folders", 1) ? templates.front() : templates.back()).text);
 }
 
 std::string WithoutSideKeywords(std::string_view text) {

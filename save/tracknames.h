@@ -25,6 +25,7 @@ const std::vector<TrackNameTemplate>& AlbumTemplates();
 const std::vector<TrackNameTemplate>& SinglesTemplates();
 
 // The template in force for an album: "Albums Track Name Template" or, for a single, "Singles Track Name Template".
+// While the user has chosen none for albums, "Prepend Artist To Track Folders" decides what folders are called.
 std::string TemplateFor(const AlbumInfo& album);
 
 // Expands a template for the track of `track` (an index). Folders in the result are separated as the platform does it;

@@ -10,7 +10,7 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-constexpr const char* kTitle = "Scanning for clicks";
+constexpr const char* kDeclickTitle = "Scanning for clicks";
 
 std::string ErrorOf(const ScannedSide& side) {
     const std::string error = PlainText(side.error);
@@ -51,7 +51,7 @@ DeclickResult Run(const DeclickOptions& options) {
 }  // namespace
 
 DeclickResult Declick(const DeclickOptions& options) {
-    const Job job(kTitle, options.places.empty() ? nullptr : options.places.front().entry->album->set);
+    const Job job(kDeclickTitle, options.places.empty() ? nullptr : options.places.front().entry->album->set);
     if (job.Refusal()) return Run(options);
     DeclickResult refused;
     refused.outcome = job.Refusal();
@@ -59,7 +59,7 @@ DeclickResult Declick(const DeclickOptions& options) {
 }
 
 DeclickResult Declick(const Job& job, const DeclickOptions& options) {
-    job.Phase(kTitle);
+    job.Phase(kDeclickTitle);
     return Run(options);
 }
 

@@ -241,9 +241,9 @@ Outcome DigitiseJob::WriteSheet() {
         OwnCueSheetPath(*album, JoinPath(FolderOf(saved.front().file), FileNameOf(CueSheetPath(*album))));
     CueSheetOptions sheet_options = CueSheetOptions::FromStore();
     sheet_options.absolute_paths = true;
-    const ListingWritten written = WriteCueSheet(*album, sheet, sheet_options);
-    if (written == ListingWritten::Failed) return LastReason();
-    result.changed |= written == ListingWritten::Written;
+    const Result<WrittenListing> written = WriteCueSheet(*album, sheet, sheet_options);
+    if (!written) return written.GetOutcome();
+    result.changed |= written->changed;
     result.cue_sheet = std::move(sheet);
     return {};
 }

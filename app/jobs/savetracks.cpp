@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "app/jobs/aftersave.h"
 #include "app/texts.h"
 #include "foundation/clock.h"
 #include "foundation/path.h"
@@ -36,10 +37,13 @@ SaveTracksResult Run(const SaveTracksOptions& options) {
     result.saved = SaveAlbums(options.albums, options.settings, options.threads);
     result.seconds = static_cast<double>(MonotonicNs() - started) / 1e9;
     result.outcome = OutcomeOf(result.saved);
+    const Outcome deleted = OfferLeftovers(result.saved);
+    if (result.outcome) result.outcome = deleted;
+    ReportSave(result.saved);
     return result;
 }
 
-constexpr const char* kTitle = "Saving tracks";
+constexpr const char* kSavingTitle = "Saving tracks";
 
 }  // namespace
 
@@ -48,9 +52,7 @@ Result<SaveSettings> MakeSaveSettings(const SaveChoices& choices) {
     if (choices.file_format) settings.options.file_format = choices.file_format;
     const RefPtr<FileStream> writer = MakeWriter(settings.Format(), settings.options);
     if (!writer) return Outcome::OfLastError(ERR_CONTENTS);
-    if (const int error = CheckForm(*writer, {choices.samplerate, choices.bit_depth}, 2); error < 0) {
-        return Outcome::FailText(Kind::WrongOptions, Outcome::OfLastError(error).Text());
-    }
+    if (Outcome held = CheckForm(*writer, {choices.samplerate, choices.bit_depth}, 2); !held) return held;
     settings.samplerate = choices.samplerate;
     settings.bit_depth = choices.bit_depth;
     if (!choices.output_folder.empty()) settings.output_folder = AbsolutePath(choices.output_folder);
@@ -62,7 +64,7 @@ Result<SaveSettings> MakeSaveSettings(const SaveChoices& choices) {
 }
 
 SaveTracksResult SaveTracks(const SaveTracksOptions& options) {
-    const Job job(kTitle, options.albums.empty() ? nullptr : options.albums.front()->set);
+    const Job job(kSavingTitle, options.albums.empty() ? nullptr : options.albums.front()->set);
     if (job.Refusal()) return Run(options);
     SaveTracksResult refused;
     refused.outcome = job.Refusal();
@@ -70,12 +72,12 @@ SaveTracksResult SaveTracks(const SaveTracksOptions& options) {
 }
 
 SaveTracksResult SaveTracks(const Job& job, const SaveTracksOptions& options) {
-    job.Phase(kTitle);
+    job.Phase(kSavingTitle);
     return Run(options);
 }
 
 std::string NotSavedText(const SavedTrack& saved) {
-    return saved.status == SAVE_SKIPPED ? "the track is left out (excluded=1)" : saved.message;
+    return saved.status == SAVE_SKIPPED ? "the track is left out (excluded=1)" : saved.reason.Text();
 }
 
 }  // namespace Orvane

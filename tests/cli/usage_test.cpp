@@ -58,6 +58,7 @@ TEST_F(Usage, WrongUsageEndsWithTwoAndASentenceThatHelps) {
     };
     const Row rows[] = {
         {{}, "A command is required"},
+        {{"convert", "a.wav", "b.flac", "--bits", "32"}, "nearest"},
         {{"album"}, "album --help"},
         {{"nosuch"}, "no command \"nosuch\""},
         {{"album", "nosuch"}, "no command \"nosuch\" of orvane-cli album"},
@@ -131,7 +132,6 @@ TEST_F(Usage, FailedJobsEndWithOneAndTheReason) {
         {digitise({"two\nlines.wav"}), "line break"},
         {digitise({"tiny.wav"}), "tiny.wav: This file is too small"},
         {{"probe", "b.mp3"}, "b.mp3"},
-        {{"convert", "a.wav", "b.flac", "--bits", "32"}, "nearest"},
         {{"convert", "a.wav", "b.mp3"}, "MP3"},
     };
     for (const Row& row : rows) {

@@ -5,7 +5,6 @@
 #include "collection/albumset.h"
 #include "collection/undo.h"
 #include "fake_hosts.h"
-#include "foundation/progress.h"
 #include "foundation/settings.h"
 #include "recorded_side.h"
 #include "save/cuesheet_reader.h"
@@ -17,7 +16,6 @@ namespace Orvane {
 namespace {
 
 using OrvaneTest::FakeMessageHost;
-using OrvaneTest::FakeProgressHost;
 
 constexpr int64_t kSecond = kTicksPerSecond;
 
@@ -92,32 +90,36 @@ FILE "three.aiff" WAVE
     EXPECT_NE(other.find("FILE \"/b/three.aiff\" WAVE\n"), std::string::npos);
     EXPECT_NE(other.find("PERFORMER \"The \"Examples\"\"\n"), std::string::npos);
 
-    CueSheet sheet;
-    CueProblem problem;
-    ASSERT_TRUE(ParseCueSheet(*ReadTextFrom(other), "/", sheet, problem)) << problem.text;
+    const auto sheet = ParseCueSheet(*ReadTextFrom(other), "/s.cue");
+    ASSERT_TRUE(sheet) << sheet.GetOutcome().Text();
     AlbumInfo back;
-    TakeCueTexts(sheet.details, back);
+    TakeCueTexts(sheet->details, back);
     EXPECT_EQ(back.artist, album.artist);
     EXPECT_EQ(back.notes, album.notes);
     EXPECT_EQ(back.art_file, album.art_file);
-    EXPECT_EQ(sheet.files[1].number, 3);
+    EXPECT_EQ(sheet->files[1].number, 3);
 }
 
-// What a sheet means over files of ten minutes each: details, then each track with its times in frames of the album.
+// What a sheet means over files of ten minutes each: details, then each track with its times in frames of the album. Or
+// what is wrong with it, and in which line.
 std::string Meaning(const std::string& text) {
-    CueSheet sheet;
-    CueProblem problem;
-    simple_vector<ALBUMTRACK> tracks;
+    const auto told = [](const Outcome& problem) {
+        std::string whole = problem.Text();
+        const size_t start = whole.find("\n\nIn file:");
+        return whole.replace(start, whole.rfind("at line") + 7 - start, " at");
+    };
+    const auto parsed = ParseCueSheet(*ReadTextFrom(text, Encoding::Detect, NotUtf8::Windows1252), "/music/s.cue");
+    if (!parsed) return told(parsed.GetOutcome());
+    const CueSheet& sheet = *parsed;
     std::vector<CueFile> files;
-    bool good = ParseCueSheet(*ReadTextFrom(text, Encoding::Detect, NotUtf8::Windows1252), "/music", sheet, problem);
     for (const CueSheet::File& file : sheet.files) {
         const int64_t start = static_cast<int64_t>(files.size()) * 600 * kSecond;
         files.push_back({file.path, start, start + 600 * kSecond});
     }
-    good = good && PlaceCueTracks(sheet, files, simple_vector<ALBUMTRACK>(), tracks, problem);
-    if (!good) return problem.text + " at " + std::to_string(problem.line);
+    const auto tracks = PlaceCueTracks(sheet, files, CueTracks());
+    if (!tracks) return told(tracks.GetOutcome());
     std::string meaning = sheet.details.artist + "/" + sheet.details.title + "/" + std::to_string(sheet.details.year);
-    for (const ALBUMTRACK& track : tracks) {
+    for (const ALBUMTRACK& track : *tracks) {
         meaning += "|" + (track.artist.empty() ? "" : track.artist + ": ") + track.title + " " +
                    std::to_string(track.start / 588) + "-" + std::to_string(track.end / 588);
         if (track.excluded) meaning += " skipped";
@@ -237,12 +239,13 @@ protected:
     }
 
     std::string Write() {
-        std::string path = side.folder / "sheets/s";
-        EXPECT_EQ(WriteCueSheet(album, path, CueSheetOptions::FromStore()), ListingWritten::Written)
-            << GetLastError().text;
-        EXPECT_EQ(WriteCueSheet(album, path, CueSheetOptions::FromStore()), ListingWritten::Unchanged);
-        return path;
+        const auto written = WriteCueSheet(album, side.folder / "sheets/s", CueSheetOptions::FromStore());
+        EXPECT_TRUE(written && written->changed) << written.GetOutcome().Text();
+        EXPECT_FALSE(WriteCueSheet(album, written->path, CueSheetOptions::FromStore())->changed);
+        return written->path;
     }
+    // Why a sheet is not read; empty when it is.
+    std::string Read(const std::string& path) { return ReadCueSheet(album, path).Text(); }
 
     OrvaneTest::RecordedSide side;
     AlbumInfo& album;
@@ -253,14 +256,14 @@ TEST_F(CueSheetFiles, ASheetReadBackChangesNothing) {
     const simple_vector<ALBUMTRACK> before = album.tracks;
     const std::string path = Write();
     EXPECT_EQ(path, side.folder / "sheets/s.cue");
-    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    ASSERT_EQ(Read(path), "");
     EXPECT_TRUE(album.tracks == before);
     EXPECT_EQ(GetUndoState().undo_index, 0);
 
     // Into an empty listing it brings all but the ticks below a frame of a start that no end tells.
     album.tracks.clear();
     album.title = "Blue";
-    ASSERT_TRUE(ReadCueSheet(album, path));
+    ASSERT_EQ(Read(path), "");
     ASSERT_EQ(album.tracks.size(), 2);
     EXPECT_EQ(album.tracks[0].start, 588);
     EXPECT_EQ(album.tracks[0].fade_in, 5000);
@@ -283,10 +286,10 @@ TEST_F(CueSheetFiles, IndexesAreThoseOfTheFileWithNothingCutOut) {
     const std::string text = OrvaneTest::ReadBytes(path);
     for (size_t at = 0; (at = text.find("INDEX 01 ", at)) != text.npos; ++at) indexes += text.substr(at + 9, 9);
     EXPECT_EQ(indexes, "00:02:00\n00:10:00\n00:20:01\n00:40:00\n");
-    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    ASSERT_EQ(Read(path), "");
     EXPECT_TRUE(album.tracks == before);
     album.tracks.clear();
-    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    ASSERT_EQ(Read(path), "");
     ASSERT_EQ(album.tracks.size(), 4);
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(album.tracks[i].start, before[i].start / 588 * 588);
@@ -295,7 +298,7 @@ TEST_F(CueSheetFiles, IndexesAreThoseOfTheFileWithNothingCutOut) {
     // Without END_TIME a track inside a cut has no audio.
     const std::string other = side.folder.Write(
         "x.cue", "FILE a.wav WAVE\nTRACK 1\nINDEX 1 0:0:0\nTRACK 2\nINDEX 1 0:8:0\nTRACK 3\nINDEX 1 0:9:0\n");
-    EXPECT_FALSE(ReadCueSheet(album, other));
+    EXPECT_NE(Read(other), "");
 }
 
 TEST_F(CueSheetFiles, TracksOfOneTitleStayApart) {
@@ -303,10 +306,10 @@ TEST_F(CueSheetFiles, TracksOfOneTitleStayApart) {
     album.tracks[0].custom_tags = "first";
     album.tracks[1].custom_tags = "second";
     album.sides_adjusted = 1;
-    ASSERT_TRUE(
-        ReadCueSheet(album, side.folder.Write("x.cue",
-                                              "FILE a.wav WAVE\nTRACK 1\nTITLE Same\nINDEX 1 0:0:0\nTRACK 2\nTITLE "
-                                              "Same\nINDEX 1 0:9:0\nTRACK 3\nTITLE Same\nINDEX 1 0:20:0\n")));
+    ASSERT_EQ(Read(side.folder.Write("x.cue",
+                                     "FILE a.wav WAVE\nTRACK 1\nTITLE Same\nINDEX 1 0:0:0\nTRACK 2\nTITLE "
+                                     "Same\nINDEX 1 0:9:0\nTRACK 3\nTITLE Same\nINDEX 1 0:20:0\n")),
+              "");
     ASSERT_EQ(album.tracks.size(), 3);
     EXPECT_EQ(album.tracks[0].custom_tags + album.tracks[1].custom_tags + album.tracks[2].custom_tags, "firstsecond");
     EXPECT_EQ(album.sides_adjusted, 0) << "the breaks are others";
@@ -320,7 +323,7 @@ TEST_F(CueSheetFiles, WhatASheetBringsIsUndoneAtOnce) {
     const std::string path = side.folder.Write("x.cue",
                                                "PERFORMER \"New\"\nREM DATE 1980\nFILE \"other.wav\" WAVE\n"
                                                "TRACK 1 AUDIO\nTITLE \"C\"\nINDEX 1 0:1:0\n");
-    ASSERT_TRUE(ReadCueSheet(album, path)) << GetLastError().text;
+    ASSERT_EQ(Read(path), "");
     EXPECT_EQ(album.artist, "New");
     EXPECT_EQ(album.title, "Blue") << "not in the sheet";
     EXPECT_EQ(album.year, 1980);
@@ -347,13 +350,11 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     const std::string path = side.folder.Write("x.cue",
                                                "TITLE \"New\"\nFILE \"a.wav\" WAVE\nTRACK 1 AUDIO\nINDEX 1 0:1:0\n"
                                                "FILE \"b.wav\" WAVE\nTRACK 2 AUDIO\nINDEX 1 0:1:0\n");
-    EXPECT_FALSE(ReadCueSheet(album, path));
-    EXPECT_EQ(GetLastError().text, "Cannot find file:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nIn file:\n\n<b>" +
-                                       path + "</b>\n\nat line 5");
+    EXPECT_EQ(Read(path), "Cannot find file:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nIn file:\n\n<b>" + path +
+                              "</b>\n\nat line 5");
     side.folder.Write("a.wav", "");
-    EXPECT_FALSE(ReadCueSheet(album, path));
-    EXPECT_EQ(GetLastError().text, "File:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nis empty\n\nIn file:\n\n<b>" +
-                                       path + "</b>\n\nat line 5");
+    EXPECT_EQ(Read(path), "File:\n\n<b>" + side.folder / "a.wav" + "</b>\n\nis empty\n\nIn file:\n\n<b>" + path +
+                              "</b>\n\nat line 5");
     EXPECT_EQ(album.title, "Blue");
     EXPECT_EQ(album.tracks.size(), 2);
 
@@ -361,7 +362,7 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     const std::string renaming = side.folder.Write("y.cue", "TITLE New\nFILE a.wav WAVE\nTRACK 1\nINDEX 1 0:1:0\n");
     Result<OpenRecording> open = side.entry->Open(USER_PLAY);
     side.set.current_album = nullptr;
-    EXPECT_FALSE(ReadCueSheet(album, renaming));
+    EXPECT_NE(Read(renaming), "");
     EXPECT_EQ(side.set.current_album, nullptr);
     EXPECT_EQ(messages.Texts(), std::vector<std::string>());
     open->Close();
@@ -370,13 +371,12 @@ TEST_F(CueSheetFiles, WhatFailsIsToldAndChangesNothing) {
     std::vector<std::string> kept = side.entry->AllPaths();
     std::filesystem::create_symlink(side.entry->GetPath(), side.folder / "link.cue");
     for (const char* name : {"Mine.mcf", "Mine.mcf_bak", "cover.jpg", "link.cue"}) kept.push_back(side.folder / name);
-    for (std::string& path_of_other : kept) {
-        EXPECT_EQ(WriteCueSheet(album, path_of_other, {}), ListingWritten::Failed) << path_of_other;
+    for (const std::string& path_of_other : kept) {
+        EXPECT_TRUE(WriteCueSheet(album, path_of_other, {}).GetOutcome().Is(Msg::NotForListings)) << path_of_other;
     }
-    std::string a_folder = side.folder / "folder.cue";
+    const std::string a_folder = side.folder / "folder.cue";
     std::filesystem::create_directory(a_folder);
-    EXPECT_EQ(WriteCueSheet(album, a_folder, {}), ListingWritten::Failed);
-    EXPECT_EQ(GetLastError().text,
+    EXPECT_EQ(WriteCueSheet(album, a_folder, {}).GetOutcome().Text(),
               "Cannot open file:\n\n<b>" + a_folder + "</b>\n\nfor writing, error 21 (Is a directory)");
     EXPECT_FALSE(FileExists(side.folder / "folder_$$$.cue"));
     EXPECT_EQ(GetUndoState().undo_index, 0);
@@ -396,24 +396,6 @@ TEST_F(CueSheetFiles, OnlyAnotherProgramsSheetGoesToTheTrash) {
         EXPECT_FALSE(FileExists(trashed));
     }
     EXPECT_EQ(OrvaneTest::ReadBytes(side.folder / "sheets/s.cue_bak"), "mine");
-}
-
-TEST_F(CueSheetFiles, ManySheetsAreOneJob) {
-    FakeProgressHost progress;
-    AlbumInfo empty;
-    empty.artist = "Nobody";
-    Progress::Begin("Cue sheets");
-    const std::vector<ListingDone> sheets = GenerateCueSheets({&empty, &album, &album});
-    Progress::End();
-    ASSERT_EQ(sheets.size(), 3u);
-    EXPECT_NE(sheets[0].error, "");
-    EXPECT_EQ(sheets[1].path, side.folder / "Mine/Art - Blue.cue");
-    EXPECT_TRUE(FileExists(sheets[1].path));
-    EXPECT_EQ(sheets[2].path, side.folder / "Mine/Art - Blue (2).cue") << "no sheet writes over another";
-    EXPECT_EQ(progress.log,
-              "Nobody -  - <fg color=#ff0000>Album:\n\n<b>Nobody - </b>\n\nhas no tracks.</fg>\n"
-              "Art - Blue - <fg color=#00a000>done</fg>\nArt - Blue - <fg color=#00a000>done</fg>\n");
-    EXPECT_EQ(messages.Texts(), std::vector<std::string>{"2 cue sheets generated."});
 }
 
 }  // namespace

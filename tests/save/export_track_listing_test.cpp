@@ -100,19 +100,17 @@ TEST_F(Listings, SettingsChooseWhatTextAndColumnsHold) {
 }
 
 TEST_F(Listings, FilesGetTheirExtensionAndTheUsersChoiceIsKept) {
-    std::string path = folder / "new/list";
-    ASSERT_EQ(ExportListing({&album}, ListingFormat::M3U8, path), ListingWritten::Written);
-    EXPECT_EQ(path, folder / "new/list.m3u8");
-    EXPECT_TRUE(OrvaneTest::ReadBytes(path).starts_with("#EXTM3U\r\n#EXTINF:2,"));
-    RememberListing(ListingFormat::M3U8, path);
+    const auto written = ExportListing({&album}, ListingFormat::M3U8, folder / "new/list");
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->path, folder / "new/list.m3u8");
+    EXPECT_TRUE(OrvaneTest::ReadBytes(written->path).starts_with("#EXTM3U\r\n#EXTINF:2,"));
+    RememberListing(ListingFormat::M3U8, written->path);
     const ListingDialog dialog = ListingDialogFor(album);
     EXPECT_EQ(dialog.format, ListingFormat::M3U8);
     EXPECT_EQ(dialog.folder + "|" + dialog.filename, folder / "new" + "|list.m3u8");
 
     folder.Write("blocked", "");
-    const std::vector<ListingDone> done = ExportListings({&album}, ListingFormat::WPL, folder / "blocked");
-    ASSERT_EQ(done.size(), 1u);
-    EXPECT_NE(done[0].error, "");
+    EXPECT_FALSE(ExportListings({&album}, ListingFormat::WPL, folder / "blocked").at(0).outcome);
     EXPECT_EQ(ExportListings({&album}, ListingFormat::WPL, folder / "all")[0].path, folder / "all/A & B - First.wpl");
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "collection/albumset.h"
 #include "fake_hosts.h"
 #include "foundation/path.h"
 #include "foundation/progress.h"
@@ -28,7 +29,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-using OrvaneTest::FakeMessageHost;
 using OrvaneTest::FakeProgressHost;
 using OrvaneTest::ReadBytes;
 using OrvaneTest::TempFolder;
@@ -68,6 +68,12 @@ protected:
         Progress::End();
         log = progress.log;
         return result;
+    }
+
+    static void Retitle(AlbumInfo& album, const char* title) {
+        AlbumDetails details = album.Details();
+        details.title = title;
+        EXPECT_TRUE(ChangeDetails(album, details));
     }
 
     std::vector<float> ReadTrack(int track, int trim_seconds = -1) {
@@ -227,7 +233,8 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
                              {SAVE_FAILED, "In the way"}};
     for (size_t i = 0; i < std::size(expected); ++i) {
         EXPECT_EQ(result.tracks[i].status, expected[i].status) << i;
-        EXPECT_NE(result.tracks[i].message.find(expected[i].message), std::string::npos) << result.tracks[i].message;
+        const std::string reason = result.tracks[i].reason.Text();
+        EXPECT_NE(reason.find(expected[i].message), std::string::npos) << reason;
     }
     EXPECT_NE(log.find("<fg color=#ff0000>"), std::string::npos);
     EXPECT_EQ(result.n_failed, 1);
@@ -236,13 +243,22 @@ TEST_F(SavedAlbum, EachTrackHasItsOwnFate) {
         << log;
     EXPECT_NE(album.status, STATUS_SAVED);
 
+    settings.output_folder = folder / std::string(150, 'd');
+    SetSetting("Permit Long Filenames", 0);
+    result = Save();
+    EXPECT_EQ(result.tracks[0].status, SAVE_DONE);
+    EXPECT_TRUE(result.tracks[5].reason.Is(Msg::FilenameTooLong));
+    SetSetting("Permit Long Filenames", 1);
+    EXPECT_EQ(Save().tracks[5].status, SAVE_DONE);
+    settings.output_folder = folder / "out";
+
     AddSide(40000);
     album.tracks[2].start = 55000;
     fs::remove(PathOfSide(1));
     result = Save();
     EXPECT_EQ(result.tracks[0].status, SAVE_ALREADY) << "it does not need the side that is missing";
     EXPECT_EQ(result.tracks[2].status, SAVE_FAILED);
-    EXPECT_NE(result.tracks[2].message.find("side2.wav"), std::string::npos);
+    EXPECT_NE(result.tracks[2].reason.Text().find("side2.wav"), std::string::npos);
 }
 
 TEST_F(SavedAlbum, AnAlbumIsSavedWhenAllThatWasRecordedIs) {
@@ -272,9 +288,8 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     const std::string file = Save().tracks[0].file, before = ReadBytes(file);
     // A cancel leaves the track of an earlier save as it was, and no half file.
     album.tracks[0].end -= 1000;
-    std::string message;
     const auto cancel = [](int64_t, int64_t) { return false; };
-    EXPECT_EQ(WriteTrack({album, 0, file, "x"}, settings, cancel, message), SAVE_CANCELLED);
+    EXPECT_EQ(WriteTrack({album, 0, file, "x"}, settings, cancel).status, SAVE_CANCELLED);
     EXPECT_TRUE(ReadBytes(file) == before);
     EXPECT_EQ(std::distance(fs::directory_iterator(fs::path(file).parent_path()), {}), 1);
     // What somebody else put there goes to the Trash.
@@ -300,6 +315,63 @@ TEST_F(SavedAlbum, NoFileOfTheUsersIsLost) {
     EXPECT_TRUE(ReadBytes(PathOfSide(0)) == recording);
 }
 
+TEST_F(SavedAlbum, WhatARenamedTrackOrAlbumLeavesBehindIsFound) {
+    OrvaneTest::ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
+    AddSide(30000);
+    for (int i = 0; i < 3; ++i) AddTrack(i * 10000, (i + 1) * 10000);
+    album.art_file = folder.Write("art/front.jpg", "cover");
+    const auto left = [&] {
+        std::string names;
+        for (const Leftover& leftover : Save().leftovers) {
+            EXPECT_EQ(leftover.album, &album);
+            names += fs::path(leftover.path).lexically_relative(folder / "out").string() + "|";
+        }
+        return names;
+    };
+    EXPECT_EQ(left(), "");
+    album.tracks[0].title = "New";
+    EXPECT_EQ(left(), "Art - Blue/01 - Track 1.flac|");
+    EXPECT_EQ(left(), "Art - Blue/01 - Track 1.flac|") << "as long as it is there";
+    // Not while a track is not saved under its new name, nor files of another format or folder, nor the user's own.
+    fs::create_directories(folder / "out/Art - Blue/03 - Blocked.flac/x");
+    album.tracks[2].title = "Blocked";
+    EXPECT_EQ(left(), "");
+    fs::remove_all(folder / "out/Art - Blue/03 - Blocked.flac");
+    EXPECT_EQ(left(), "Art - Blue/01 - Track 1.flac|Art - Blue/03 - Track 3.flac|");
+    settings.options.file_format = FF_WAV;
+    EXPECT_EQ(left(), "");
+    settings.options.file_format = FF_FLAC;
+    settings.output_folder = folder / "stick";
+    EXPECT_EQ(left(), "");
+    settings.output_folder = folder / "out";
+    folder.Write("out/Art - Blue/03 - Track 3.flac", "mine");
+    EXPECT_EQ(left(), "Art - Blue/01 - Track 1.flac|");
+    // Nor a file that has become a recording, nor what another album has been saved as since.
+    Retitle(album, "Red");
+    AlbumInfo& other = *recorded.Add("Art", "Blue");
+    other.tracks = album.tracks;
+    recorded.AddRecording(other, 0, ReadBytes(PathOfSide(0)));
+    other.tracks[0].title = "Elsewhere";
+    FakeProgressHost progress;
+    const SaveResult both = SaveAlbums({&album, &other}, settings);
+    ASSERT_EQ(both.leftovers.size(), 2u);
+    EXPECT_EQ(both.leftovers[0].path, folder / "out/Art - Blue/01 - Track 1.flac");
+    EXPECT_EQ(both.leftovers[1].path, folder / "out/Art - Blue/01 - New.flac");
+    FileHistoryEntry& imported = recorded.AddRecording(other, 1, "");
+    imported.name.external_file = both.leftovers[0].path;
+    EXPECT_EQ(left(), "Art - Blue/01 - New.flac|");
+
+    // To the Trash; the last of a folder takes the folder along, and the cover in it.
+    EXPECT_TRUE(DeleteLeftover(both.leftovers[1]));
+    EXPECT_TRUE(fs::exists(folder / "data/Trash/files/01 - New.flac"));
+    EXPECT_TRUE(fs::exists(folder / "out/Art - Blue/folder.jpg")) << "other files lie beside it";
+    EXPECT_EQ(left(), "");
+    ASSERT_TRUE(fs::exists(folder / "out/Art - Red/folder.jpg"));
+    Retitle(album, "Green");
+    for (const Leftover& leftover : Save().leftovers) EXPECT_TRUE(DeleteLeftover(leftover));
+    EXPECT_FALSE(fs::exists(folder / "out/Art - Red"));
+}
+
 TEST_F(SavedAlbum, NamesWithSidesNeverTakeTheFileOfAnotherAlbum) {
     settings.name_template = "[Album Title]\\[Album Side]-[Track Title]";
     AlbumInfo& other = *recorded.Add("Other", "Blue");
@@ -322,11 +394,27 @@ TEST_F(SavedAlbum, TheCoverGoesIntoTheAlbumsFolder) {
     AddSide(20000);
     AddTrack(0, 10000);
     Save();
+    OrvaneTest::ScopedEnvironment data("XDG_DATA_HOME", folder / "data");
+    folder.Write("out/Art - Blue/folder.jpg", "the user's own");
     for (const char* contents : {"first", "another"}) {
         album.art_file = folder.Write("art/front.jpg", contents);
         Save();  // of tracks saved already, too
         EXPECT_EQ(ReadBytes(folder / "out/Art - Blue/folder.jpg"), contents);
     }
+    EXPECT_EQ(ReadBytes(folder / "data/Trash/files/folder.jpg"), "the user's own");
+    // Hidden or shown as the user wishes, without a change of what else the user has hidden.
+    const std::string hidden = folder / "out/Art - Blue/.hidden";
+    EXPECT_EQ(ReadBytes(hidden), "folder.jpg\n");
+    folder.Write("out/Art - Blue/.hidden", "other\nfolder.jpg\n");
+    for (const int hide : {0, 1}) {
+        SetSetting("Hide Folder.jpg", hide);
+        Save();
+        EXPECT_EQ(ReadBytes(hidden), hide ? "other\nfolder.jpg\n" : "other\n");
+    }
+    folder.Write("out/Art - Blue/.hidden", "folder.jpg\n");
+    SetSetting("Hide Folder.jpg", 0);
+    Save();
+    EXPECT_FALSE(fs::exists(hidden));
     album.art_file = folder / "art/gone.jpg";
     Save();
     EXPECT_NE(log.find("gone.jpg"), std::string::npos);
@@ -336,11 +424,10 @@ TEST_F(SavedAlbum, ASelectionIsSavedAsItIsHeard) {
     AddSide(30000);
     FileHistoryEntry* recording = album.sides[0]->newest;
     recording->decided.cuts.Add(10000, 15000, 0, kRate);
-    FakeMessageHost messages;
     FakeProgressHost progress;
     FileOptions options = FileOptions::Load(OptionsContext::SaveSelection);
     options.file_format = FF_FLAC;
-    ASSERT_EQ(SaveSelection(*recording, 9000, 12000, options, folder / "out/part.flac"), SAVE_DONE);
+    ASSERT_TRUE(SaveSelection(*recording, 9000, 12000, options, folder / "out/part.flac"));
     int error = 0;
     RefPtr<FileStream> saved = OpenForReading(folder / "out/part.flac", error);
     ASSERT_TRUE(saved);
@@ -350,11 +437,34 @@ TEST_F(SavedAlbum, ASelectionIsSavedAsItIsHeard) {
 
     options.file_format = FF_WAV;
     const std::string before = ReadBytes(PathOfSide(0));
-    EXPECT_EQ(SaveSelection(*recording, 0, 100, options, PathOfSide(0)), SAVE_FAILED);
+    EXPECT_TRUE(SaveSelection(*recording, 0, 100, options, PathOfSide(0)).Is(Msg::NeverWrittenOver));
     EXPECT_TRUE(ReadBytes(PathOfSide(0)) == before);
-    const char* expected[] = {"part.flac</b>\n\nsaved successfully", "never changed"};
-    ASSERT_EQ(messages.asked.size(), 2u);
-    for (size_t i = 0; i < 2; ++i) EXPECT_NE(messages.asked[i].text.find(expected[i]), std::string::npos) << i;
+    // Not as if repairs that cannot be read were not there.
+    folder.Write("Mine/" + fs::path(PathOfSide(0) + ".crd").filename().string(), std::string(30, 'x'));
+    const Outcome damaged = SaveSelection(*recording, 0, 100, options, folder / "out/damaged.wav");
+    EXPECT_NE(damaged.Text().find(".crd"), std::string::npos) << damaged.Text();
+    EXPECT_FALSE(fs::exists(folder / "out/damaged.wav"));
+}
+
+TEST_F(SavedAlbum, RecordingsOfThe48kHzFamilyHaveChoicesOfTheirOwn) {
+    recorded.AddSide(std::vector<float>(2 * 48000, 0.1f), 48000);
+    AddTrack(0, kRate);
+    const auto rate_of_saved = [&] {
+        settings.options = FileOptions::Load(OptionsContext::SaveTracks);
+        settings.rows_48000 = FileOptions::Load(OptionsContext::SaveTracks, RateFamily::Of48000).rows;
+        int error = 0;
+        return OpenForReading(Save().tracks[0].file, error)->GetSampleRate(0);
+    };
+    FileOptions usual = FileOptions::Load(OptionsContext::SaveTracks);
+    usual.Row(FF_FLAC).samplerate = IndexOfSampleRate(32000);
+    usual.Store();
+    EXPECT_EQ(rate_of_saved(), 32000) << "as long as there are none";
+    FileOptions own = FileOptions::Load(OptionsContext::SaveTracks, RateFamily::Of48000);
+    own.Row(FF_FLAC).samplerate = IndexOfSampleRate(96000);
+    own.Store();
+    EXPECT_EQ(rate_of_saved(), 96000);
+    for (const int rate : {11025, 44100, 176400}) EXPECT_EQ(FamilyOf(rate), RateFamily::Of44100) << rate;
+    for (const int rate : {8000, 32000, 96000, 768000}) EXPECT_EQ(FamilyOf(rate), RateFamily::Of48000) << rate;
 }
 
 TEST(FileOptionsText, SurvivesBeingStoredAndDamaged) {
@@ -406,6 +516,11 @@ TEST(TrackNames, ExpandTemplatesByTheRules) {
         {"x\x01y\tz [Track Title]", 0, whole, "x y z One"},
     };
     for (const Case& c : cases) EXPECT_EQ(Expand(c.text, c.track, c.part), c.expected) << c.text;
+    OrvaneTest::TempFolder folder;
+    ASSERT_TRUE(OpenSettings(folder / "config"));
+    EXPECT_EQ(TemplateFor(album), AlbumTemplates()[0].text);
+    SetSetting("Prepend Artist To Track Folders", 0);
+    EXPECT_EQ(Expand(TemplateFor(album), 0), "First/01 - One");
     // Long values are cut, and the numbers of long listings widened.
     EXPECT_EQ(Expand("[Track Title]", 2), std::string(79, 'x') + "\u2026");
     album.tracks.resize(100);

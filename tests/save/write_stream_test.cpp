@@ -4,7 +4,6 @@
 
 #include "audiosignals.h"
 #include "failing_store.h"
-#include "foundation/lasterror.h"
 #include "memorystream.h"
 #include "temp_folder.h"
 
@@ -25,8 +24,9 @@ TEST(WriteStreamTest, OfAFileThatFailsNothingIsLeftAndTheOldOneStands) {
             RefPtr<FileStream> writer = MakeFileStream(format);
             writer->SetStore(store);
             ASSERT_EQ(writer->SetSBC(44100, 16, 2), 0);
-            EXPECT_EQ(WriteStream(music, *writer, path, OldFile::Drop, 0, CHANNELS_STEREO, nullptr), ERR_IO) << format;
-            EXPECT_EQ(GetLastError().code, OrvaneTest::FailingStore::kError);
+            const Outcome written = WriteStream(music, *writer, path, OldFile::Drop, 0, CHANNELS_STEREO, nullptr);
+            EXPECT_TRUE(written.Is(Kind::ReadWrite)) << format;
+            EXPECT_EQ(written.SystemError(), OrvaneTest::FailingStore::kError);
             EXPECT_EQ(folder.Listing(), std::set<std::string>{"a.x"}) << format;
             EXPECT_EQ(OrvaneTest::ReadBytes(path), "old");
         }
