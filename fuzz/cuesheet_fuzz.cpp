@@ -8,13 +8,13 @@ using namespace Orvane;
 
 namespace {
 
-using Tracks = simple_vector<ALBUMTRACK>;
-
 // Reads a sheet over files of ten minutes each: its own, or with `is_ours` those that it has been written with.
-bool Read(std::string_view bytes, bool is_ours, CueSheet& sheet, std::vector<CueFile>& files, Tracks& tracks) {
-    CueProblem problem;
+bool Read(std::string_view bytes, bool is_ours, CueSheet& sheet, std::vector<CueFile>& files, CueTracks& tracks) {
     const auto reader = ReadTextFrom(bytes, Encoding::Detect, NotUtf8::Windows1252);
-    bool good = ParseCueSheet(*reader, "/music", sheet, problem);
+    Result<CueSheet> read = ParseCueSheet(*reader, "/music/sheet.cue");
+    ORVANE_ASSERT(read || !read.GetOutcome().Text().empty());
+    if (!read) return false;
+    sheet = std::move(*read);
     std::vector<CueFile> named;
     for (const CueSheet::File& file : sheet.files) {
         const int64_t start = static_cast<int64_t>(named.size()) * 600 * kTicksPerSecond;
@@ -26,9 +26,11 @@ bool Read(std::string_view bytes, bool is_ours, CueSheet& sheet, std::vector<Cue
         const size_t number = std::max<size_t>(1, static_cast<size_t>(sheet.files[i].number));
         if (is_ours) named[i] = files[std::min(number, files.size()) - 1];
     }
-    good = good && PlaceCueTracks(sheet, named, Tracks(), tracks, problem);
-    ORVANE_ASSERT(good || (!problem.text.empty() && problem.line >= 0));
-    return good;
+    Result<CueTracks> placed = PlaceCueTracks(sheet, named, CueTracks());
+    ORVANE_ASSERT(placed || !placed.GetOutcome().Text().empty());
+    if (!placed) return false;
+    tracks = std::move(*placed);
+    return true;
 }
 
 }  // namespace
@@ -36,7 +38,7 @@ bool Read(std::string_view bytes, bool is_ours, CueSheet& sheet, std::vector<Cue
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CueSheet sheet;
     std::vector<CueFile> files;
-    Tracks tracks;
+    CueTracks tracks;
     if (!Read({reinterpret_cast<const char*>(data), size}, false, sheet, files, tracks)) return 0;
     int64_t end = 0;
     for (const ALBUMTRACK& track : tracks) {
@@ -49,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     TakeCueTexts(sheet.details, album);
     album.tracks = tracks;
     CueSheet sheet_again;
-    Tracks again;
+    CueTracks again;
     ORVANE_ASSERT(Read(CueSheetText(album, files, {}), true, sheet_again, files, again));
     ORVANE_ASSERT(again.size() == tracks.size());
     for (int i = 0; i < tracks.size(); ++i) {
