@@ -101,7 +101,12 @@ void PulseStream::Close() {
     if (stream) {
         PulseConnection::Hold hold(connection);
         running = false;
+        // The server may still answer before it lets the stream go; nobody is here to hear it then.
         pulse.pa_stream_set_state_callback(stream, nullptr, nullptr);
+        pulse.pa_stream_set_moved_callback(stream, nullptr, nullptr);
+        pulse.pa_stream_set_read_callback(stream, nullptr, nullptr);
+        pulse.pa_stream_set_suspended_callback(stream, nullptr, nullptr);
+        pulse.pa_stream_set_write_callback(stream, nullptr, nullptr);
         pulse.pa_stream_disconnect(stream);
         pulse.pa_stream_unref(stream);
         stream = nullptr;
