@@ -88,9 +88,10 @@ void Shipped(benchmark::State& state) {
     const std::string path = SideWith(static_cast<int>(state.range(0)));
     ScanStats stats;
     Run(state, [&] {
+        ClearUndo();
         AlbumInfo album;
         RefPtr<FileHistoryEntry> entry = Entry(album, path);
-        ScanForClicks(entry.get(), {}, stats);
+        stats = ScanForClicks(*entry, {}).stats;
     });
     state.counters["repaired"] = stats.repaired;
 }

@@ -95,13 +95,6 @@ bool CommandContext::Agreed(const Outcome& question, const std::string& hide_key
     return answer == Answer::Ok;
 }
 
-bool CommandContext::Wanted(FunctionRef<bool()> edit) {
-    messages.remark = [this](const std::string& text) { Remark(text); };
-    const bool done = edit();
-    messages.remark = nullptr;
-    return done;
-}
-
 int CommandContext::Finish(int code) {
     if (code != CLI_DONE && error.empty()) error = "The command failed";
     if (options.json) {

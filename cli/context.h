@@ -64,10 +64,6 @@ public:
     // be asked it is agreed to, and what it warns of becomes a remark. True to go on.
     bool Agreed(const Foundation::Outcome& question, const std::string& hide_key = {});
 
-    // Runs an edit that the command itself asks for: where nobody can be asked, what would be asked becomes a remark.
-    // What the edit gives.
-    bool Wanted(Foundation::FunctionRef<bool()> edit);
-
     // Prints the results, and the reason of a failure; the exit code of the whole. Last of all.
     int Finish(int code);
 

@@ -7,6 +7,8 @@
 #include "cli/texts.h"
 #include "collection/dataobjects.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 namespace {
 
@@ -73,7 +75,7 @@ int Add(CommandContext& context, const CurveArguments& arguments) {
     context.result["curves"] = Json::array();
     for (FFTEq& eq : curves) {
         SetRange(eq, *side.entry, start, end);
-        if (!AddSetting(*side.entry, eq)) return context.FailShown();
+        if (Outcome added = EditSettings(*side.entry, AddSetting(eq)); !added) return context.End(added);
         const FFTEq& added = *side.entry->decided.fft_eqs.Last();
         context.result["curves"].push_back(CurveJson(*side.entry, added));
         context.Line("{}: {}", RangeText(*side.entry, added), added.name);
@@ -98,7 +100,8 @@ int Remove(CommandContext& context, const CurveArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
     if (!FindNumbered(context, side.entry->decided.fft_eqs, arguments.number, "curve", code)) return code;
-    return RemoveSetting<FFTEq>(*side.entry, arguments.number - 1) ? context.Save() : context.FailShown();
+    const Outcome removed = EditSettings(*side.entry, RemoveSetting<FFTEq>(arguments.number - 1));
+    return removed ? context.Save() : context.End(removed);
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ int Add(CommandContext& context, const CutArguments& arguments) {
     int64_t start = 0, end = 0;
     if (int code = RangeOf(context, arguments, side, start, end)) return code;
     if (start == 0 && end == side.total) return context.Usage("The cut would leave nothing of the side");
-    if (!CutSelection(*side.entry, start, end, arguments.splice_ms)) return context.FailShown();
+    if (Outcome done = CutSelection(*side.entry, start, end, arguments.splice_ms); !done) return context.End(done);
     const CutAndSpliceCorrection* made = nullptr;
     for (const CutAndSpliceCorrection& cut : side.entry->decided.cuts) {
         if (cut.start_time <= start) made = &cut;
@@ -60,7 +60,8 @@ int Remove(CommandContext& context, const CutArguments& arguments) {
     int code = CLI_DONE;
     CutAndSpliceCorrection* cut = FindNumbered(context, side.entry->decided.cuts, arguments.number, "cut", code);
     if (!cut) return code;
-    return DeleteCut(*side.entry, *cut) ? context.Save() : context.FailShown();
+    const Outcome deleted = DeleteCut(*side.entry, *cut);
+    return deleted ? context.Save() : context.End(deleted);
 }
 
 }  // namespace

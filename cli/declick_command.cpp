@@ -24,7 +24,9 @@ int RunDeclick(CommandContext& context, const DeclickArguments& arguments) {
     ScanSettings settings;
     if (int code = ReadScanSettings(context, arguments, settings)) return code;
     // Where nobody can be asked the command itself says that it is wanted.
-    if (context.CanAsk() && !ConfirmScan(settings)) return context.Cancelled();
+    if (const Outcome question = CheckScan(settings); context.CanAsk() && !question) {
+        if (!context.Agreed(question, kStrongScanWarning)) return context.Cancelled();
+    }
     if (int code = context.Open(arguments.collection, Access::Change)) return code;
     std::vector<int> albums = arguments.albums;
     std::sort(albums.begin(), albums.end());
@@ -58,17 +60,11 @@ struct OutcomeText {
     const char* words;
 };
 
-OutcomeText TextOf(ScanOutcome outcome) {
-    switch (outcome) {
-        case ScanOutcome::Done:
-            return {"scanned", ""};
-        case ScanOutcome::Skipped:
-            return {"scanned before", "scanned before with these settings"};
-        case ScanOutcome::Cancelled:
-            return {"cancelled", "cancelled"};
-        default:
-            return {"failed", "failed"};
-    }
+OutcomeText TextOf(const ScanResult& result) {
+    if (result.skipped) return {"scanned before", "scanned before with these settings"};
+    if (result.outcome) return {"scanned", ""};
+    if (result.outcome.Is(Kind::Cancelled)) return {"cancelled", "cancelled"};
+    return {"failed", "failed"};
 }
 
 Json StatsJson(const ScanStats& stats) {
@@ -78,10 +74,11 @@ Json StatsJson(const ScanStats& stats) {
 }  // namespace
 
 std::string WordsFor(const DeclickedSide& side) {
-    if (side.outcome != ScanOutcome::Done) return TextOf(side.outcome).words;
-    std::string words = CountText(side.stats.repaired, "click") + " repaired";
-    if (side.stats.pp) words += fmt::format(", {} left alone as drums", side.stats.pp);
-    if (side.stats.bp) words += fmt::format(", {} left alone as brass", side.stats.bp);
+    const ScanResult& result = side.result;
+    if (!result.outcome || result.skipped) return TextOf(result).words;
+    std::string words = CountText(result.stats.repaired, "click") + " repaired";
+    if (result.stats.pp) words += fmt::format(", {} left alone as drums", result.stats.pp);
+    if (result.stats.bp) words += fmt::format(", {} left alone as brass", result.stats.bp);
     return words;
 }
 
@@ -129,8 +126,8 @@ int ReadScanSettings(CommandContext& context, const ScanArguments& arguments, Sc
 void ReportDeclick(const DeclickResult& result, Json& figures) {
     figures["sides"] = Json::array();
     for (const DeclickedSide& side : result.sides) {
-        Json json = {{"album", side.album}, {"side", side.side}, {"status", TextOf(side.outcome).status}};
-        json.update(StatsJson(side.stats));
+        Json json = {{"album", side.album}, {"side", side.side}, {"status", TextOf(side.result).status}};
+        json.update(StatsJson(side.result.stats));
         if (!side.error.empty()) json["error"] = side.error;
         figures["sides"].push_back(json);
     }

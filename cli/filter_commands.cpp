@@ -64,6 +64,13 @@ int List(CommandContext& context, const FilterArguments& arguments) {
     return CLI_DONE;
 }
 
+// Puts the question that is due.
+Outcome EditAsking(CommandContext& context, FileHistoryEntry& entry, const SettingsEdit<FilterSetting>& edit) {
+    Outcome done = EditSettings(entry, edit);
+    if (!done.Is(Kind::NeedsAnswer)) return done;
+    return context.Agreed(done) ? EditSettings(entry, edit, Answered::Yes) : Outcome::Cancelled();
+}
+
 int Add(CommandContext& context, const FilterArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
@@ -79,8 +86,10 @@ int Add(CommandContext& context, const FilterArguments& arguments) {
     NoiseStretch noise;
     if (int code = SetFilterValues(context, arguments.values, setting, side.entry, &noise)) return code;
     SetRange(setting, *side.entry, start, end);
-    if (noise.end > 0 && !DefineNoiseSample(*side.entry, noise.start, noise.end)) return context.FailShown();
-    if (!context.Wanted([&] { return AddSetting(*side.entry, setting); })) return context.FailShown();
+    if (noise.end > 0) {
+        if (Outcome done = DefineNoiseSample(*side.entry, noise.start, noise.end); !done) return context.End(done);
+    }
+    if (Outcome done = EditAsking(context, *side.entry, AddSetting(setting)); !done) return context.End(done);
     const FilterSetting& added = *side.entry->decided.filters.Last();
     context.result["filter"] = FilterJson(*side.entry, added);
     context.Line("{}: {}", RangeText(*side.entry, added), FilterText(added));
@@ -95,8 +104,8 @@ int Remove(CommandContext& context, const FilterArguments& arguments) {
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     int code = CLI_DONE;
     if (!FindNumbered(context, side.entry->decided.filters, arguments.number, "filter", code)) return code;
-    const auto remove = [&] { return RemoveSetting<FilterSetting>(*side.entry, arguments.number - 1); };
-    return context.Wanted(remove) ? context.Save() : context.FailShown();
+    const Outcome removed = EditAsking(context, *side.entry, RemoveSetting<FilterSetting>(arguments.number - 1));
+    return removed ? context.Save() : context.End(removed);
 }
 
 // Keeps the noise of a stretch, or of the one that is set, for other recordings.

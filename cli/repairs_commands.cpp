@@ -122,7 +122,8 @@ int Add(CommandContext& context, const RepairArguments& arguments) {
         return context.Usage(fmt::format("A repair is {} frames long at most at {} Hz, not {}; \"patch\" takes more",
                                          most, rate, arguments.end - arguments.start));
     }
-    if (!InsertRepair(*side.entry, arguments.channels, arguments.start, arguments.end)) return context.FailShown();
+    const Outcome inserted = InsertRepair(*side.entry, arguments.channels, arguments.start, arguments.end);
+    if (!inserted) return context.End(inserted);
     return ReportAndSave(context, arguments, *side.entry);
 }
 
@@ -130,11 +131,12 @@ int Remove(CommandContext& context, const RepairArguments& arguments) {
     OpenSide side;
     if (int code = OpenTheSide(context, arguments, Access::Change, side)) return code;
     const int64_t end = arguments.end < 0 ? arguments.start + 1 : arguments.end;
-    const int removed = DeleteRepairs(*side.entry, arguments.channels, arguments.start, end);
+    const Result<int> removed = DeleteRepairs(*side.entry, arguments.channels, arguments.start, end);
+    if (!removed) return context.End(removed.GetOutcome());
     if (int code = CheckWritten(context, *side.entry)) return code;
-    context.result["removed"] = removed;
-    if (removed == 0) return context.Fail(fmt::format("There is no repair at {}", arguments.start));
-    context.Line("{} removed", CountText(removed, "repair"));
+    context.result["removed"] = *removed;
+    if (*removed == 0) return context.Fail(fmt::format("There is no repair at {}", arguments.start));
+    context.Line("{} removed", CountText(*removed, "repair"));
     return context.Save();
 }
 
@@ -145,11 +147,17 @@ int Apply(CommandContext& context, const RepairArguments& arguments) {
     const int64_t start = std::max<int64_t>(0, arguments.start);
     const int64_t end = arguments.end < 0 ? INT64_MAX : arguments.end;
     int applied = 0;
+    Outcome failure;
     for (const int16_t type : {REPAIR_PP, REPAIR_BP}) {
-        if (arguments.type.empty() || arguments.type == (type == REPAIR_PP ? "pp" : "bp")) {
-            applied += RepairMarkers(*side.entry, arguments.channels, type, start, end);
+        if (!arguments.type.empty() && arguments.type != (type == REPAIR_PP ? "pp" : "bp")) continue;
+        const Result<int> made = RepairMarkers(*side.entry, arguments.channels, type, start, end);
+        if (made) {
+            applied += *made;
+        } else {
+            failure = made.GetOutcome();
         }
     }
+    if (applied == 0 && !failure) return context.End(failure);
     if (int code = CheckWritten(context, *side.entry)) return code;
     context.result["applied"] = applied;
     context.Line("{} made of markers", CountText(applied, "repair"));
@@ -166,10 +174,16 @@ int PatchSide(CommandContext& context, const RepairArguments& arguments) {
     for (size_t i = 0; i < std::size(kMethods); ++i) {
         if (arguments.method == kMethods[i]) options.method = static_cast<PatchMethod>(i);
     }
-    PatchMethod used;
-    if (!PatchRecording(*side.entry, arguments.start, arguments.end, options, &used)) return context.FailShown();
-    context.result["method"] = kMethods[static_cast<size_t>(used)];
-    context.Line("Patched by {}", kMethods[static_cast<size_t>(used)]);
+    Result<PatchMethod> used = PatchRecording(*side.entry, arguments.start, arguments.end, options);
+    if (used.GetOutcome().Is(Kind::NeedsAnswer) && context.CanAsk()) {
+        if (!context.Agreed(used.GetOutcome(), kAlreadyPatchedWarning)) return context.Cancelled();
+        options.replace = true;
+        used = PatchRecording(*side.entry, arguments.start, arguments.end, options);
+    }
+    if (!used) return context.End(used.GetOutcome());
+    const char* method = kMethods[static_cast<size_t>(*used)];
+    context.result["method"] = method;
+    context.Line("Patched by {}", method);
     return ReportAndSave(context, arguments, *side.entry);
 }
 

@@ -11,6 +11,19 @@ namespace Orvane {
 
 int gDebugLevel = 0;
 
+namespace {
+
+// Frames between the signposts of a list: longer than any repair, patches at high rates included. Times beyond those of
+// any recording share the last.
+constexpr int kSignpostBits = 17;
+constexpr size_t kMostSignposts = 1 << 16;
+
+size_t SignpostFor(int64_t time) {
+    return std::min(static_cast<size_t>(std::max<int64_t>(time, 0)) >> kSignpostBits, kMostSignposts - 1);
+}
+
+}  // namespace
+
 int64_t CutList::OffsetAt(int64_t start_time) const {
     int64_t offset = 0;
     for (const CutAndSpliceCorrection& cut : *this) {
@@ -102,36 +115,32 @@ ClickRepair::ClickRepair(int16_t repair_type, int64_t start, int64_t end, int16_
     absolute_end_time = end_time = end;
 }
 
-ClickRepair::ClickRepair(const ClickRepair& other)
-    : BaseCorrection(other),
-      repair_type(other.repair_type),
-      cross_fade(other.cross_fade),
-      wiggles(other.wiggles),
-      min_sample(other.min_sample),
-      max_sample(other.max_sample) {
-    if (!other.samples) return;
-    samples = std::make_unique_for_overwrite<int16_t[]>(static_cast<size_t>(Length()));
-    std::copy_n(other.samples.get(), Length(), samples.get());
-}
-
-void ClickRepair::SetSamples(std::unique_ptr<int16_t[]> new_samples) {
+void ClickRepair::SetSamples(std::shared_ptr<const int16_t[]> new_samples) {
     samples = std::move(new_samples);
     FindExtremes();
+}
+
+void ClickRepair::WriteInside(int64_t start, std::span<const int16_t> values) {
+    const int64_t offset = start - absolute_start_time;
+    ORVANE_ASSERT(samples && offset >= 0 && offset <= Length());
+    auto changed = std::make_shared_for_overwrite<int16_t[]>(static_cast<size_t>(Length()));
+    std::copy_n(samples.get(), Length(), changed.get());
+    std::copy_n(values.data(), std::min(std::ssize(values), Length() - offset), changed.get() + offset);
+    SetSamples(std::move(changed));
 }
 
 void ClickRepair::FindExtremes() {
     min_sample = 32767;
     max_sample = -32767;
-    if (!samples) return;
-    for (int64_t i = 0; i < Length(); ++i) {
-        min_sample = std::min(min_sample, samples[static_cast<size_t>(i)]);
-        max_sample = std::max(max_sample, samples[static_cast<size_t>(i)]);
+    for (const int16_t sample : Samples()) {
+        min_sample = std::min(min_sample, sample);
+        max_sample = std::max(max_sample, sample);
     }
 }
 
 void ClickRepair::TrimStart(int64_t n) {
     ORVANE_ASSERT(n >= 0 && n <= Length());
-    if (samples) std::copy(samples.get() + n, samples.get() + Length(), samples.get());
+    if (samples) samples = {samples, samples.get() + n};
     absolute_start_time += n;
     if (start_time >= 0) start_time += n;
     FindExtremes();
@@ -144,22 +153,67 @@ void ClickRepair::TrimEnd(int64_t n) {
     FindExtremes();
 }
 
+void ClickRepairList::Insert(ClickRepair* e, ClickRepair* before) {
+    LinkedList::Insert(e, before);
+    const size_t i = SignpostFor(e->absolute_start_time);
+    if (i >= signposts.size()) signposts.resize(i + 1);
+    if (!signposts[i]) signposts[i] = e;
+}
+
+// A signpost that goes hands over to a neighbour of its stretch. One whose start has been trimmed may stand at the
+// stretch before.
+ClickRepair* ClickRepairList::Remove(ClickRepair* e) {
+    const size_t last = SignpostFor(e->absolute_start_time);
+    for (size_t i = last > 0 ? last - 1 : 0; i <= last; ++i) {
+        if (i >= signposts.size() || signposts[i] != e) continue;
+        signposts[i] = nullptr;
+        for (ClickRepair* neighbour : {Next(e), Previous(e)}) {
+            if (neighbour && SignpostFor(neighbour->absolute_start_time) == i) signposts[i] = neighbour;
+        }
+    }
+    return LinkedList::Remove(e);
+}
+
+void ClickRepairList::Clear() {
+    signposts.clear();
+    LinkedList::Clear();
+}
+
+void ClickRepairList::Swap(ClickRepairList& other) {
+    signposts.swap(other.signposts);
+    LinkedList::Swap(other);
+}
+
+ClickRepair* ClickRepairList::FirstEndingAfter(int64_t position) const {
+    ClickRepair* e = nullptr;
+    for (size_t i = std::min(SignpostFor(position) + 1, signposts.size()); !e && i > 0;) e = signposts[--i];
+    if (!e) e = First();
+    while (e && e->absolute_start_time <= position) e = Next(e);
+    ClickRepair* before = e ? Previous(e) : Last();
+    while (before && before->absolute_end_time > position) {
+        e = before;
+        before = Previous(before);
+    }
+    return e;
+}
+
 ClickRepair* ClickRepairList::Twin(const ClickRepair& repair) const {
     if (!buddy || !repair.HasTwin()) return nullptr;
-    for (ClickRepair& other : *buddy) {
-        if (other.absolute_start_time > repair.absolute_start_time) break;
-        if (other.absolute_start_time != repair.absolute_start_time) continue;
-        return other.HasTwin() && other.absolute_end_time == repair.absolute_end_time ? &other : nullptr;
-    }
-    return nullptr;
+    ClickRepair* other = buddy->FirstEndingAfter(repair.absolute_start_time);
+    const bool is_twin = other && other->HasTwin() && other->absolute_start_time == repair.absolute_start_time &&
+                         other->absolute_end_time == repair.absolute_end_time;
+    return is_twin ? other : nullptr;
 }
 
 ClickRepairs::ClickRepairs(int32_t samplerate) : lists{ClickRepairList(0, samplerate), ClickRepairList(1, samplerate)} {
     Pair();
 }
 
-ClickRepairs::ClickRepairs(const ClickRepairs& other) : lists{other.lists[0], other.lists[1]} {
-    Pair();
+ClickRepairs::ClickRepairs(const ClickRepairs& other) : ClickRepairs(other.lists[0].samplerate) {
+    for (int channel : {0, 1}) {
+        other.lists[channel].ForEachDecided(
+            [&](const ClickRepair& repair) { lists[channel].Append(new ClickRepair(repair)); });
+    }
 }
 
 void ClickRepairs::Pair() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -95,33 +96,76 @@ constexpr int64_t MaxRepairLength(int32_t samplerate) {
 struct ClickRepair : BaseCorrection {
     // Times at 44100 Hz, scaled to `samplerate` unless that is 0 or 44100; at least one frame is left.
     ClickRepair(int16_t repair_type, int64_t start, int64_t end, int16_t cross_fade, int32_t samplerate = 0);
-    ClickRepair(const ClickRepair& other);
 
     int64_t Length() const { return absolute_end_time - absolute_start_time; }
     bool Applied() const { return repair_type < 10 && samples; }
     bool IsMarker() const { return repair_type > 9; }
     // A stereo patch, whose twin stands in the other channel's list.
     bool HasTwin() const { return repair_type == REPAIR_PATCH && wiggles < 0; }
-    // Takes `n` = Length() samples over and finds their extremes.
-    void SetSamples(std::unique_ptr<int16_t[]> new_samples);
-    void FindExtremes();
+    std::span<const int16_t> Samples() const { return {samples.get(), samples ? static_cast<size_t>(Length()) : 0}; }
+    // Takes Length() samples over and finds their extremes.
+    void SetSamples(std::shared_ptr<const int16_t[]> new_samples);
+    // Gives the frames from `start` on, inside the repair, other values; what reaches over its end is left out.
+    void WriteInside(int64_t start, std::span<const int16_t> values);
     // Moves the start or the end inwards by `n` frames; the samples go with them.
     void TrimStart(int64_t n);
     void TrimEnd(int64_t n);
 
-    std::unique_ptr<int16_t[]> samples;  // one a frame, -32767 to 32767; null for markers
+    // One a frame, -32767 to 32767; null for markers. Never changed, so that copies of the repair share them.
+    std::shared_ptr<const int16_t[]> samples;
     int16_t repair_type;
     int16_t cross_fade;   // frames at each end that are a fade into the real audio, at the recording's rate
     int16_t wiggles = 0;  // the scanner's score; in patches the sign bit marks a stereo pair
     int16_t min_sample = 32767;
     int16_t max_sample = -32767;
+
+private:
+    void FindExtremes();
 };
 
-// The repairs of one channel: ascending, no two overlapping.
-class ClickRepairList : public Foundation::LinkedList<ClickRepair> {
+// The repairs that stand, or stood, in one channel from `from` up to `to`; none reaches over these ends.
+struct NotedRepairs {
+    int64_t from = INT64_MAX, to = INT64_MIN;  // nothing
+    std::vector<std::unique_ptr<ClickRepair>> repairs;
+};
+
+// The repairs of one channel: ascending, no two overlapping. A linked list with a fast search by time.
+class ClickRepairList : private Foundation::LinkedList<ClickRepair> {
 public:
     explicit ClickRepairList(int channel = 0, int32_t samplerate = Foundation::kTicksPerSecond)
         : channel(channel), samplerate(samplerate) {}
+    ClickRepairList(const ClickRepairList&) = delete;
+    ClickRepairList& operator=(const ClickRepairList&) = delete;
+
+    using LinkedList::begin;
+    using LinkedList::empty;
+    using LinkedList::end;
+    using LinkedList::First;
+    using LinkedList::Last;
+    using LinkedList::Next;
+    using LinkedList::Previous;
+    using LinkedList::size;
+    void Append(ClickRepair* e) { Insert(e, nullptr); }
+    void Insert(ClickRepair* e, ClickRepair* before);
+    ClickRepair* Remove(ClickRepair* e);
+    void Delete(ClickRepair* e) { delete Remove(e); }
+    void Clear();
+    void Swap(ClickRepairList& other);
+
+    // The first repair that ends after `position`, or null.
+    ClickRepair* FirstEndingAfter(int64_t position) const;
+    // Calls `use` with every repair that the user has decided on, in their order: those of the list, but for what
+    // `undecided` says. Files, copies and signatures are made of these.
+    template <class Use>
+    void ForEachDecided(Use use) const {
+        const ClickRepair* e = First();
+        if (undecided) {
+            for (; e && e->absolute_start_time < undecided->from; e = Next(e)) use(*e);
+            for (const auto& noted : undecided->repairs) use(static_cast<const ClickRepair&>(*noted));
+            while (e && e->absolute_start_time < undecided->to) e = Next(e);
+        }
+        for (; e; e = Next(e)) use(*e);
+    }
 
     // The stereo twin of a patch, which covers the same stretch in the other channel's list, or null: a file may be
     // damaged, and what is done to one twin must be possible for the other.
@@ -131,13 +175,21 @@ public:
     int32_t samplerate;
     bool dirty = false;
     ClickRepairList* buddy = nullptr;
+    // While something is tried in the list, or a scan works on it: what the stretch held before. Owned by whoever
+    // tries; set and reset under the ListChangeLock.
+    const NotedRepairs* undecided = nullptr;
+
+private:
+    // The i-th is an entry that starts in the i-th stretch of time, or did before its start was trimmed; null where the
+    // list has none. Written only by changes of the list, so that any number of readers may search.
+    std::vector<ClickRepair*> signposts;
 };
 
 // The repairs of both channels, left and right.
 class ClickRepairs {
 public:
     explicit ClickRepairs(int32_t samplerate = Foundation::kTicksPerSecond);
-    ClickRepairs(const ClickRepairs& other);
+    ClickRepairs(const ClickRepairs& other);  // what is decided
     ClickRepairs& operator=(const ClickRepairs& other) = delete;
 
     ClickRepairList& operator[](int channel) { return lists[channel]; }

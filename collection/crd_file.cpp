@@ -55,7 +55,7 @@ bool ReadList(ByteReader& reader, size_t time_size, ClickRepairList& list) {
             if (n > SIZE_MAX / 2) return false;
             const std::span<const uint8_t> bytes = reader.Take(2 * n);
             if (reader.failed) return false;
-            auto samples = std::make_unique_for_overwrite<int16_t[]>(n);
+            auto samples = std::make_shared_for_overwrite<int16_t[]>(n);
             for (size_t i = 0; i < n; ++i) samples[i] = static_cast<int16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
             repair->SetSamples(std::move(samples));
         }
@@ -72,11 +72,13 @@ void AppendInt16(std::string& bytes, int16_t value) {
 }
 
 bool NeedsVersion3(const ClickRepairList& list) {
-    return !list.empty() && list.Last()->absolute_end_time > kLastTimeOfVersion2;
+    int64_t end = 0;
+    list.ForEachDecided([&end](const ClickRepair& repair) { end = repair.absolute_end_time; });
+    return end > kLastTimeOfVersion2;
 }
 
 void AppendList(std::string& bytes, size_t time_size, const ClickRepairList& list) {
-    for (const ClickRepair& repair : list) AppendRepair(bytes, repair, time_size);
+    list.ForEachDecided([&](const ClickRepair& repair) { AppendRepair(bytes, repair, time_size); });
     AppendInt16(bytes, 0);
 }
 

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -110,6 +111,13 @@ public:
     // Writes the click lists.
     Foundation::Outcome SaveCorrections();
 
+    // What is heard: the settings that are tried, or else those decided on, which files, copies and signatures are made
+    // of. Under the lock of a stack that watches their lists.
+    const Foundation::LinkedList<FilterSetting>& FiltersInForce() const {
+        return tried ? tried->filters : decided.filters;
+    }
+    const Foundation::LinkedList<FFTEq>& CurvesInForce() const { return tried ? tried->curves : decided.fft_eqs; }
+
     // --- Copies ---
     // A private copy for a background job, with its own lists and no file open. It keeps the id, the path and the rate
     // that the album's recordings must have, all as they are now, so that the job needs nothing else of the collection.
@@ -128,6 +136,7 @@ public:
     RecordingName name;
     RecordingFacts facts;
     RecordingDecisions decided;
+    std::unique_ptr<TriedSettings> tried;  // changes inside a ListChange of the lists that it stands for
     ClickRepairs click_repairs;
     CorrectionsFile corrections_file;
     WaveformState waveform;

@@ -1,5 +1,6 @@
 #include "collection/gesture.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "foundation/assert.h"
@@ -9,7 +10,6 @@ using namespace Foundation;
 namespace Orvane {
 
 void UndoGroup::Add(std::unique_ptr<UndoEntry> entry) {
-    size += entry->size;
     entries.push_back(std::move(entry));
 }
 
@@ -33,6 +33,12 @@ UndoResult UndoGroup::Apply() {
 
 void UndoGroup::Show() const {
     for (const auto& entry : entries) entry->Show();
+}
+
+int32_t UndoGroup::Bytes() const {
+    int64_t bytes = 0;
+    for (const auto& entry : entries) bytes += entry->Bytes();
+    return static_cast<int32_t>(std::min<int64_t>(bytes, INT32_MAX));
 }
 
 Gesture::Joining::Joining(Gesture& gesture) {

@@ -20,6 +20,7 @@ public:
     Foundation::Result<AlbumInfo*> Target() const override;
     UndoResult Apply() override;
     void Show() const override;
+    int32_t Bytes() const override;
 
 private:
     std::vector<std::unique_ptr<UndoEntry>> entries;

@@ -1,5 +1,7 @@
 #include "collection/recordingdata.h"
 
+using namespace Foundation;
+
 namespace Orvane {
 
 const char* OpenStatusText(int status) {
@@ -38,17 +40,30 @@ bool ScanSettings::SameScan(const ScanSettings& other) const {
            (a.options & ~kWhenAndWhere) == (b.options & ~kWhenAndWhere);
 }
 
+namespace {
+
+template <class T>
+void MoveToEdited(const CutList& cuts, LinkedList<T>& settings) {
+    for (T& setting : settings) {
+        setting.start_time = cuts.ToEdited(setting.absolute_start_time);
+        setting.end_time = cuts.ToEdited(setting.absolute_end_time);
+    }
+}
+
+}  // namespace
+
 void RecordingDecisions::RecomputeTimes() {
     for (MarkerCorrection& marker : markers) {
         marker.absolute_start_time = cuts.ToAbsolute(marker.start_time);
         marker.absolute_end_time = cuts.ToAbsolute(marker.end_time);
     }
-    const auto to_edited = [this](BaseGenericFilterSetting& setting) {
-        setting.start_time = cuts.ToEdited(setting.absolute_start_time);
-        setting.end_time = cuts.ToEdited(setting.absolute_end_time);
-    };
-    for (FilterSetting& filter : filters) to_edited(filter);
-    for (FFTEq& eq : fft_eqs) to_edited(eq);
+    MoveToEdited(cuts, filters);
+    MoveToEdited(cuts, fft_eqs);
+}
+
+void TriedSettings::RecomputeTimes(const CutList& cuts) {
+    MoveToEdited(cuts, filters);
+    MoveToEdited(cuts, curves);
 }
 
 }  // namespace Orvane

@@ -112,6 +112,14 @@ struct RecordingDecisions {
     int32_t normalise_gain = 0;  // tenths of a dB; heard with PCM_NORMALISE, and kept for this run only
 };
 
+// Settings that the chain uses in place of those decided on, while they are tried (cleanup/edit/settingstrial.h).
+struct TriedSettings {
+    void RecomputeTimes(const CutList& cuts);  // as those decided on, when the cuts have changed
+
+    Foundation::LinkedList<FilterSetting> filters;
+    Foundation::LinkedList<FFTEq> curves;
+};
+
 // The making of a recording's waveform files.
 struct WaveformState {
     std::atomic<bool> generating{false};

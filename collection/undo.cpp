@@ -23,6 +23,7 @@ std::unique_ptr<UndoEntry>& Slot(int index) {
 }
 
 void Put(int index, std::unique_ptr<UndoEntry> entry) {
+    entry->size = entry->Bytes();
     state.undo_size += entry->size;
     Slot(index) = std::move(entry);
 }

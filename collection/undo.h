@@ -61,12 +61,13 @@ public:
     virtual UndoResult Apply() = 0;
     // Points out to the user what has been put back in exchange for what this record holds now.
     virtual void Show() const {}
+    virtual int32_t Bytes() const { return 0; }  // held, of records that may hold many
     // Whether putting back what this record holds also undoes `later`, the action right after it.
     virtual bool Covers(const UndoEntry& /*later*/) const { return false; }
 
     std::string description;  // what the menu shows
     int screen;
-    int32_t size = 0;          // bytes held, for records that may hold many; set before the record is added
+    int32_t size = 0;          // Bytes() when the record came on the stack, which keeps their sum
     bool needs_screen = true;  // it must be applied on its own screen
 };
 

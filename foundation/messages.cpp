@@ -276,6 +276,20 @@ std::string_view MessageText(Msg id) {
             return "Album:\n\n<b>%s - %s</b>\n\nis being worked on and cannot be changed at the moment.";
         case Msg::RepairNotMade:
             return "No repair could be made here";
+        case Msg::RepairGone:
+            return "The repair is no longer there";
+        case Msg::PatchKeepsItsWidth:
+            return "A patch keeps its width.  To change it, please patch the selection again.";
+        case Msg::CutTakesTrack:
+            return "The cut would take all of the track <b>%s</b>.  Please delete the track first.";
+        case Msg::NothingTried:
+            return "There is nothing to keep";
+        case Msg::RepairsOfAScan:
+            return "%d repairs of a scan";
+        case Msg::OneRepairOfAScan:
+            return "1 repair of a scan";
+        case Msg::ClickScan:
+            return "Scan for clicks";
         case Msg::RepairMarkers:
             return "Repair markers";
         case Msg::PatchSelection:
@@ -352,7 +366,8 @@ std::string_view MessageText(Msg id) {
             return "Warning: the file extension you have entered does not match the file type you selected.  Do you "
                    "want to save the file anyway?";
         case Msg::LeftoverTracks:
-            return "%d files of tracks that were saved earlier are left over, because tracks or albums have other names "
+            return "%d files of tracks that were saved earlier are left over, because tracks or albums have other "
+                   "names "
                    "now:\n\n%s\n\nDo you want to move them to the Trash?";
         case Msg::ReviewSave:
             return "You can review your results in the progress window before you close it.\n\n%s";

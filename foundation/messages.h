@@ -133,6 +133,13 @@ enum class Msg : int {
     NothingToRedo,
     AlbumInUse,  // artist, title
     RepairNotMade,
+    RepairGone,
+    PatchKeepsItsWidth,
+    CutTakesTrack,  // track
+    NothingTried,
+    RepairsOfAScan,  // count
+    OneRepairOfAScan,
+    ClickScan,
     RepairMarkers,
     PatchSelection,
     CutSelection,
@@ -161,13 +168,13 @@ enum class Msg : int {
     NoTracks,            // artist, title
     NotForListings,      // file
     DefineNoiseSample,
-    NoTrackBreakYet,       // a line of a job's log
-    TrackNotRecorded,      // likewise
+    NoTrackBreakYet,   // a line of a job's log
+    TrackNotRecorded,  // likewise
     CannotSaveAsDsd,
     FilenameTooLong,
-    NeverWrittenOver,    // file
-    CannotHoldRate,      // format, Hz, the nearest
-    CannotHoldBits,      // format, bits, the nearest
+    NeverWrittenOver,  // file
+    CannotHoldRate,    // format, Hz, the nearest
+    CannotHoldBits,    // format, bits, the nearest
     OtherExtension,
     LeftoverTracks,      // number, files
     ReviewSave,          // the summary

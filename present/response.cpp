@@ -76,8 +76,8 @@ FilterResponse ComputeResponse(const FilterValues& values, const CurvesAt& curve
 }
 
 FilterResponse ResponseAt(const FileHistoryEntry& entry, int64_t position, std::span<const double> frequencies) {
-    return ComputeResponse(GetSettingsAt(entry.decided.filters, position, 0).values,
-                           GetCurvesAt(entry.decided.fft_eqs, position, 0), entry.SampleRate(), frequencies);
+    return ComputeResponse(GetSettingsAt(entry.FiltersInForce(), position, 0).values,
+                           GetCurvesAt(entry.CurvesInForce(), position, 0), entry.SampleRate(), frequencies);
 }
 
 }  // namespace Orvane

@@ -101,10 +101,10 @@ std::string RepairsText(const FileHistoryEntry& entry, const Stretch& heard) {
     std::string bytes;
     for (const ClickRepairList& list : entry.click_repairs) {
         bytes += "channel\n";
-        for (const ClickRepair& repair : list) {
-            if (!repair.Applied()) continue;
+        list.ForEachDecided([&](const ClickRepair& repair) {
+            if (!repair.Applied()) return;
             if (heard.Touches(repair) || (own_noise && noise.Touches(repair))) AppendRepair(bytes, repair);
-        }
+        });
     }
     return bytes;
 }

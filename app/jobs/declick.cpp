@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kDeclickTitle = "Scanning for clicks";
 
 std::string ErrorOf(const ScannedSide& side) {
-    const std::string error = PlainText(side.error);
+    const std::string error = side.result.outcome.Plain();
     const std::string path = side.side.entry->GetPath();
     return error.empty() || error.find(path) != error.npos ? error : path + ": " + error;
 }
@@ -35,15 +35,14 @@ DeclickResult Run(const DeclickOptions& options) {
     int64_t ticks = 0;
     for (size_t i = 0; i < scanned.size(); ++i) {
         const ScannedSide& done = scanned[i];
-        result.sides.push_back(
-            {NumberOf(*done.side.entry->album), done.side.side, done.outcome, done.stats, ErrorOf(done)});
+        result.sides.push_back({NumberOf(*done.side.entry->album), done.side.side, done.result, ErrorOf(done)});
         const std::string& error = result.sides.back().error;
         if (result.outcome && !error.empty()) result.outcome = Outcome::FailText(Kind::Contents, error);
-        if (done.outcome == ScanOutcome::Done) ticks += options.places[i].end - options.places[i].start;
-        Add(result.total, done.stats);
+        if (done.result.outcome && !done.result.skipped) ticks += options.places[i].end - options.places[i].start;
+        Add(result.total, done.result.stats);
     }
     if (result.seconds > 0) result.times_real_time = static_cast<double>(ticks) / kTicksPerSecond / result.seconds;
-    const bool cancelled = !scanned.empty() && scanned.back().outcome == ScanOutcome::Cancelled;
+    const bool cancelled = !scanned.empty() && scanned.back().result.outcome.Is(Kind::Cancelled);
     if (cancelled || scanned.size() < options.places.size()) result.outcome = Outcome::Cancelled();
     return result;
 }

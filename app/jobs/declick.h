@@ -18,8 +18,7 @@ struct DeclickOptions {
 
 struct DeclickedSide {
     int album, side;  // from 1
-    ScanOutcome outcome;
-    ScanStats stats;
+    ScanResult result;
     std::string error;  // why it failed, with the name of its file; plain text
 };
 

@@ -144,8 +144,8 @@ struct PCMStack::PCMStackData {
 
     // True if the samples reach the top as the source makes them, cuts aside.
     bool PassesSourceThrough(uint32_t flags) const {
-        const bool filters = !(flags & PCM_NO_FILTERS) && !entry->decided.filters.empty();
-        const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->decided.fft_eqs.empty();
+        const bool filters = !(flags & PCM_NO_FILTERS) && !entry->FiltersInForce().empty();
+        const bool curves = !(flags & PCM_DENOISE_OFF) && !entry->CurvesInForce().empty();
         if (filters || curves) return false;
         if (flags & PCM_NO_CLICK_REPAIR) return true;
         return entry->click_repairs.IsEmpty();

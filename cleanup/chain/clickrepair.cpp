@@ -6,6 +6,11 @@ using namespace Foundation;
 using namespace Tesslib;
 
 namespace Orvane {
+namespace {
+
+constexpr int kNear = 64;  // repairs that are looked at before a search
+
+}  // namespace
 
 PCMClickRepair::PCMClickRepair(PCMStream* source, FileHistoryEntry* entry, CriticalSection& lock)
     : PCMStream(source, 0), ListWatcher(lock), entry(entry), lock(lock) {
@@ -16,25 +21,18 @@ bool PCMClickRepair::Watches(const void* list) const {
     return list == &entry->click_repairs[0] || list == &entry->click_repairs[1];
 }
 
-// The first repair of the channel that ends after `position`, null when there is none. Looks from where the last
-// search ended, so that reading on costs nothing and jumps cost the way between.
+// The first repair of the channel that ends after `position`, null when there is none. Reading on costs nothing: it is
+// the one found last or one of the next.
 const ClickRepair* PCMClickRepair::FirstEndingAfter(int channel, int64_t position) {
-    const ClickRepairList& list = entry->click_repairs[channel];
     const ClickRepair*& cursor = next_repair[channel];
     if (list_changed || Changing()) cursor = nullptr;
-    if (!cursor) cursor = list.First();
-    if (!cursor) return nullptr;
-    while (cursor->absolute_end_time > position) {
-        const ClickRepair* previous = ClickRepairList::Previous(cursor);
-        if (!previous) break;
-        cursor = previous;
+    for (int steps = 0; cursor && steps < kNear; ++steps, cursor = ClickRepairList::Next(cursor)) {
+        if (cursor->absolute_end_time <= position) continue;
+        const ClickRepair* before = ClickRepairList::Previous(cursor);
+        if (!before || before->absolute_end_time <= position) return cursor;
+        break;
     }
-    while (cursor->absolute_end_time <= position) {
-        const ClickRepair* next = ClickRepairList::Next(cursor);
-        if (!next) return nullptr;
-        cursor = next;
-    }
-    return cursor;
+    return cursor = entry->click_repairs[channel].FirstEndingAfter(position);
 }
 
 int32_t PCMClickRepair::Read(int64_t position, float* buffer, int32_t n_samples, uint32_t flags) {

@@ -4,7 +4,6 @@
 #include <numeric>
 
 #include "collection/dataobjects.h"
-#include "foundation/lasterror.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
 
@@ -19,19 +18,6 @@ constexpr int kWholeBar = 1000;
 double Weight(const FileHistoryEntry& entry, const ScanSettings& settings, bool only_if_new) {
     if (only_if_new && ScannedBefore(entry, settings)) return 0;
     return static_cast<double>(entry.TotalSamples()) / entry.SampleRate();
-}
-
-std::string ReasonFor(ScanOutcome outcome) {
-    switch (outcome) {
-        case ScanOutcome::TooSmall:
-            return FormatMsg(Msg::TooSmallToDeclick);
-        case ScanOutcome::NoChannels:
-            return FormatMsg(Msg::NoChannelsSpecified);
-        case ScanOutcome::Failed:
-            return GetLastError().text;
-        default:
-            return {};
-    }
 }
 
 // The place of each side's album among the albums, from 1; the last is their number.
@@ -62,13 +48,14 @@ std::vector<ScannedSide> ScanSides(std::span<const SideToScan> sides, const Scan
         Progress::Log(FormatMsg(Msg::ScanningSide, album.artist, album.title, albums[i], albums.back(), sides[i].side));
         request.progress_base = static_cast<int>(done / all * kWholeBar);
         request.progress_range = static_cast<int>(weights[i] / all * kWholeBar);
-        ScannedSide result{sides[i], ScanOutcome::Done, {}, {}};
-        result.outcome = ScanForClicks(sides[i].entry, request, result.stats);
-        result.error = ReasonFor(result.outcome);
-        if (!result.error.empty()) Progress::Log("\n<fg color=#ff0000>" + result.error + "</fg>\n");
-        scanned.push_back(std::move(result));
+        ScanResult result = ScanForClicks(*sides[i].entry, request);
+        const bool cancelled = result.outcome.Is(Kind::Cancelled) || Progress::Cancelled();
+        if (!result.outcome && !result.outcome.Is(Kind::Cancelled)) {
+            Progress::Log("\n<fg color=#ff0000>" + result.outcome.Text() + "</fg>\n");
+        }
+        scanned.push_back({sides[i], std::move(result)});
         done += weights[i];
-        if (scanned.back().outcome == ScanOutcome::Cancelled || Progress::Cancelled()) {
+        if (cancelled) {
             Progress::Log(FormatMsg(Msg::Cancelled) + "\n");
             break;
         }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <span>
-#include <string>
 #include <vector>
 
 #include "cleanup/declick/scanforclicks.h"
@@ -16,9 +15,7 @@ struct SideToScan {
 
 struct ScannedSide {
     SideToScan side;
-    ScanOutcome outcome;
-    ScanStats stats;
-    std::string error;  // why it failed
+    ScanResult result;
 };
 
 // Scans the sides in their order; with `only_if_new` those are left out that were scanned before with these settings. A

@@ -5,14 +5,15 @@
 
 #include "cleanup/chain/audiofilter.h"
 #include "cleanup/declick/scanblocks.h"
+#include "cleanup/edit/undo_corrections.h"
 #include "cleanup/repair/correctionslist.h"
 #include "cleanup/repair/repairsurroundings.h"
 #include "collection/dataobjects.h"
 #include "collection/listchange.h"
 #include "collection/recordinguse.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
+#include "foundation/workerthread.h"
 
 using namespace Foundation;
 
@@ -218,9 +219,7 @@ private:
                 slot->repair_type = type;
             } else if (outcome == AddOutcome::Inside) {
                 MakeAgain(scan, *repair);
-                const int64_t offset = repair->absolute_start_time - slot->absolute_start_time;
-                if (repair->samples) std::copy_n(repair->samples.get(), repair->Length(), slot->samples.get() + offset);
-                slot->FindExtremes();
+                if (repair->samples) slot->WriteInside(repair->absolute_start_time, repair->Samples());
                 list.dirty = true;
             }
         }
@@ -228,7 +227,7 @@ private:
 
     void MakeAgain(ChannelScan& scan, ClickRepair& repair) {
         const auto result = MakeRepair(reader, scan.repairer, scan.found.channel, entry->SampleRate(), repair);
-        if (result == RepairResult::Repaired) repair.wiggles = -1;
+        if (result && *result == RepairResult::Repaired) repair.wiggles = -1;
     }
 
     FileHistoryEntry* entry;
@@ -260,49 +259,37 @@ private:
     const int channel;
 };
 
-// The repairs that a scan does not keep: out of the recording while the scan runs, and gone with this. Only what is
-// scanned anew can go: not a repair that reaches out of the stretch, nor half of a stereo patch.
-class DroppedRepairs {
-public:
-    DroppedRepairs(FileHistoryEntry& entry, const ScanRequest& request) : entry(entry) {
-        const ScanSettings& settings = request.settings;
-        const int64_t end = request.last_sample < 0 ? INT64_MAX : request.last_sample;
-        const bool both = (settings.channels & 3) == 3;
-        for (int channel = 0; channel < 2; ++channel) {
-            if (!(settings.channels & (1 << channel))) continue;
-            ClickRepairList& list = entry.click_repairs[channel];
-            ListChange change(&list);
-            for (ClickRepair* e = list.First(); e;) {
-                ClickRepair* next = ClickRepairList::Next(e);
-                const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
-                const bool keeps = settings.options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS);
-                const bool within = e->absolute_start_time >= request.first_sample && e->absolute_end_time <= end;
-                if (!keeps && within && (both || !list.Twin(*e))) {
-                    dropped[channel].Append(list.Remove(e));
-                    list.dirty = true;
-                }
-                e = next;
-            }
-        }
-    }
-    // Only while nothing else has been entered.
-    void PutBack() {
-        for (int channel = 0; channel < 2; ++channel) {
-            ClickRepairList& list = entry.click_repairs[channel];
-            ListChange change(&list);
-            ClickRepair* before = list.First();
-            while (ClickRepair* e = dropped[channel].First()) {
-                while (before && before->absolute_start_time < e->absolute_start_time)
-                    before = ClickRepairList::Next(before);
-                list.Insert(dropped[channel].Remove(e), before);
-            }
-        }
-    }
+// A repair that a scan enters may reach out of the stretch that it scans by this, in ticks.
+constexpr int64_t kReach = 2 * kMaxRepair;
 
-private:
-    FileHistoryEntry& entry;
-    ClickRepairList dropped[2];
-};
+// The record of a scan, noted before it begins.
+std::unique_ptr<UndoUpdateCorrections> NoteRepairs(const FileHistoryEntry& entry, const ScanRequest& request) {
+    const int64_t reach = to_samples(entry.SampleRate(), kReach);
+    const int64_t end = request.last_sample < 0 ? INT64_MAX : request.last_sample + reach;
+    return std::make_unique<UndoUpdateCorrections>(entry, request.settings.channels, request.first_sample - reach, end,
+                                                   FormatMsg(Msg::ClickScan));
+}
+
+// Takes out the repairs that a scan does not keep. Only what is scanned anew can go: not a repair that reaches out of
+// the stretch, nor half of a stereo patch.
+void DropRepairs(FileHistoryEntry& entry, const ScanRequest& request) {
+    const ScanSettings& settings = request.settings;
+    const int64_t end = request.last_sample < 0 ? INT64_MAX : request.last_sample;
+    const bool both = (settings.channels & CHANNELS_BOTH) == CHANNELS_BOTH;
+    const RepairsBracket change(entry, settings.channels);
+    for (int channel = 0; channel < 2; ++channel) {
+        if (!(settings.channels & (1 << channel))) continue;
+        ClickRepairList& list = entry.click_repairs[channel];
+        for (ClickRepair* e = list.First(); e;) {
+            ClickRepair* next = ClickRepairList::Next(e);
+            const bool by_hand = e->repair_type == REPAIR_MANUAL || e->repair_type == REPAIR_PATCH;
+            const bool keeps = settings.options & (by_hand ? SCAN_KEEP_MANUAL : SCAN_KEEP_PREVIOUS);
+            const bool within = e->absolute_start_time >= request.first_sample && e->absolute_end_time <= end;
+            if (!keeps && within && (both || !list.Twin(*e))) list.Delete(e);
+            e = next;
+        }
+    }
+}
 
 // Clicks repaired by earlier scans that are still in force, whether all of them were to be kept or not.
 int32_t EarlierClicks(const FileHistoryEntry& entry, uint8_t options) {
@@ -325,78 +312,88 @@ void LogResult(const FileHistoryEntry& entry, const ScanStats& stats) {
                             stats.pp, stats.bp));
 }
 
+ScanResult Failed(Outcome outcome) {
+    ScanResult result;
+    result.outcome = std::move(outcome);
+    return result;
+}
+
 }  // namespace
 
-bool ConfirmScan(const ScanSettings& settings) {
+Outcome CheckScan(const ScanSettings& settings) {
     constexpr int8_t kMax = 5;
-    if (settings.WithDefaults().sensitivity <= kMax) return true;
-    const Message question{FormatMsg(Msg::StrongScan), Buttons::OkCancel, Severity::Warning, "Warn Turbo Declick"};
-    return Messages().Ask(question) == Answer::Ok;
+    if (settings.WithDefaults().sensitivity <= kMax) return {};
+    return Outcome::Fail(Kind::NeedsAnswer, Msg::StrongScan);
 }
 
 bool ScannedBefore(const FileHistoryEntry& entry, const ScanSettings& settings) {
     return entry.decided.click_scan.sensitivity >= 0 && entry.decided.click_scan.SameScan(settings);
 }
 
-ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats) {
+ScanResult ScanForClicks(FileHistoryEntry& entry, const ScanRequest& request) {
     const ScanSettings settings = request.settings.WithDefaults();
-    stats = {};
     std::vector<int> channels;
     for (int channel = 0; channel < 2; ++channel) {
         if (settings.channels & (1 << channel)) channels.push_back(channel);
     }
-    if (channels.empty()) return ScanOutcome::NoChannels;
-    const uint8_t only_if_new = settings.options & SCAN_BATCH ? SCAN_BATCH_IF_NEW : SCAN_IF_NEW;
-
-    const Result<BusyRecording> busy = BusyRecording::Begin(*entry, RecordingUse::Scan);
-    const Result<RefPtr<FileToPCM>> chain = busy ? GetFileToPCM(*entry) : Result<RefPtr<FileToPCM>>(busy.GetOutcome());
-    if (!chain) {
-        chain.GetOutcome().ToStreamError();
-        return ScanOutcome::Failed;
-    }
+    if (channels.empty()) return Failed(Outcome::Fail(Kind::WrongOptions, Msg::NoChannelsSpecified));
+    const Result<BusyRecording> busy = BusyRecording::Begin(entry, RecordingUse::Scan);
+    if (!busy) return Failed(busy.GetOutcome());
+    const Result<RefPtr<FileToPCM>> chain = GetFileToPCM(entry);
+    if (!chain) return Failed(chain.GetOutcome());
     FileToPCM* const stream = chain->get();
-    ScanOutcome outcome = ScanOutcome::Done;
-    if ((settings.options & only_if_new) && ScannedBefore(*entry, settings) && HasRepairs(*entry)) {
-        outcome = ScanOutcome::Skipped;
-    } else if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
-        outcome = ScanOutcome::TooSmall;
-    } else if (settings.sensitivity > 0) {
-        DroppedRepairs dropped(*entry, request);
-        const int32_t earlier = EarlierClicks(*entry, settings.options);
-        ScanJob job(entry, stream, request, channels, earlier);
-        std::vector<std::unique_ptr<ScanForClicksThread>> threads;
-        std::vector<WorkerThread*> running;
-        for (const int channel : channels) {
-            threads.push_back(std::make_unique<ScanForClicksThread>(job, channel));
-            running.push_back(threads.back().get());
-        }
-        const Outcome launched = WorkerThread::LaunchAll(running);
-        stats = job.stats;
-        MarkDirty();
-        if (!launched) {
-            launched.ToStreamError();
-            outcome = ScanOutcome::Failed;
-        } else if (job.error < 0) {
-            threads.front()->ReportError();
-            outcome = ScanOutcome::Failed;
-        } else if (job.cancelled) {
-            outcome = ScanOutcome::Cancelled;
-        }
-        if (outcome != ScanOutcome::Done && !job.merged) {
-            dropped.PutBack();
-        } else {
-            entry->decided.click_scan = outcome == ScanOutcome::Done ? settings : ScanSettings();
-            entry->decided.click_scan.total_clicks = earlier + stats.repaired;
-        }
-        if (job.line_open) Progress::Log("\n");
-        if (outcome == ScanOutcome::Done) LogResult(*entry, stats);
-        const Outcome saved = entry->SaveCorrections();
-        if (!saved && outcome == ScanOutcome::Done) {
-            saved.ToStreamError();
-            outcome = ScanOutcome::Failed;
-        }
+    const uint8_t only_if_new = settings.options & SCAN_BATCH ? SCAN_BATCH_IF_NEW : SCAN_IF_NEW;
+    if ((settings.options & only_if_new) && ScannedBefore(entry, settings) && HasRepairs(entry)) {
+        ScanResult left_out;
+        left_out.skipped = true;
+        return left_out;
     }
-    return outcome;
+    if (ScanReader(stream).TotalSamples() <= EXTRA_DATA_WING) {
+        return Failed(Outcome::Fail(Kind::Contents, Msg::TooSmallToDeclick));
+    }
+    if (settings.sensitivity == 0) return {};
+
+    std::unique_ptr<UndoUpdateCorrections> undo = NoteRepairs(entry, request);
+    undo->BeginTrial(entry);
+    DropRepairs(entry, request);
+    const int32_t earlier = EarlierClicks(entry, settings.options);
+    ScanJob job(&entry, stream, request, channels, earlier);
+    std::vector<std::unique_ptr<ScanForClicksThread>> threads;
+    std::vector<WorkerThread*> running;
+    for (const int channel : channels) {
+        threads.push_back(std::make_unique<ScanForClicksThread>(job, channel));
+        running.push_back(threads.back().get());
+    }
+    const Outcome launched = WorkerThread::LaunchAll(running);
+
+    ScanResult result;
+    result.stats = job.stats;
+    if (!launched) {
+        result.outcome = launched;
+    } else if (job.error < 0) {
+        threads.front()->ReportError();
+        result.outcome = Outcome::OfLastError(job.error);
+    } else if (job.cancelled) {
+        result.outcome = Outcome::Cancelled();
+    }
+    if (job.line_open) Progress::Log("\n");
+    if (!result.outcome && !job.merged) {
+        undo->Withdraw(entry);
+        return result;
+    }
+    {
+        const RepairsChange change(entry, undo->TouchedChannels());
+        undo->EndTrial(entry);
+    }
+    entry.decided.click_scan = result.outcome ? settings : ScanSettings();
+    entry.decided.click_scan.total_clicks = earlier + result.stats.repaired;
+    const int n = result.stats.repaired;
+    undo->description = n == 1 ? FormatMsg(Msg::OneRepairOfAScan) : FormatMsg(Msg::RepairsOfAScan, n);
+    AddUndo(std::move(undo));
+    if (result.outcome) LogResult(entry, result.stats);
+    const Outcome saved = entry.SaveCorrections();
+    if (result.outcome) result.outcome = saved;
+    return result;
 }
 
 }  // namespace Orvane

@@ -1,14 +1,11 @@
 // The click scan as a job: passes over a recording, one thread a channel, and the merging of what they find.
 #pragma once
 
-#include <array>
-#include <atomic>
-#include <memory>
-#include <string>
+#include <cstdint>
 
 #include "cleanup/declick/declick.h"
 #include "collection/filehistory.h"
-#include "foundation/workerthread.h"
+#include "foundation/outcome.h"
 
 namespace Orvane {
 
@@ -20,13 +17,12 @@ struct ScanStats {
     int bp = 0;            // markers of the first pass
 };
 
-enum class ScanOutcome {
-    Done,
-    Skipped,     // scanned before with these settings, and what was found is still there
-    TooSmall,    // "This file is too small to declick"
-    NoChannels,  // "No channels specified!"
-    Cancelled,   // the lists keep what earlier passes merged; before the first has ended they are as they were
-    Failed,      // the reason is the thread's last error
+struct ScanResult {
+    // Cancelled or a failure: the lists keep what earlier passes merged; before the first has ended they are as they
+    // were.
+    Foundation::Outcome outcome;
+    bool skipped = false;  // scanned before with these settings, and what was found is still there
+    ScanStats stats;
 };
 
 struct ScanRequest {
@@ -39,13 +35,14 @@ struct ScanRequest {
 
 // Scans `entry` and enters what it finds into its lists, which other threads may be reading meanwhile; saves the
 // corrections file at the end. Keeps, before it begins, of the existing repairs what the settings say, and all of the
-// other channel and outside of the stretch; a scan that ends early counts as none. Main thread, which stays alive; one
-// scan at a time in the program. Progress::Begin and End are the caller's; Progress::Cancel ends the scan.
-ScanOutcome ScanForClicks(FileHistoryEntry* entry, const ScanRequest& request, ScanStats& stats);
+// other channel and outside of the stretch; a scan that ends early counts as none. What it has changed is one action
+// that can be undone; until its end nothing of it stands in a file or a copy. Main thread, which stays alive; one scan
+// at a time in the program. Progress::Begin and End are the caller's; Progress::Cancel ends the scan.
+ScanResult ScanForClicks(FileHistoryEntry& entry, const ScanRequest& request);
 
-// Asks before a scan, of one side or of many, whose sensitivity is above "Max"; false when the user does not want it.
-// The message is "Warn Turbo Declick". Main thread.
-[[nodiscard]] bool ConfirmScan(const ScanSettings& settings);
+// What to ask before a scan, of one side or of many: NeedsAnswer, with StrongScan, above the sensitivity "Max".
+Foundation::Outcome CheckScan(const ScanSettings& settings);
+inline constexpr const char* kStrongScanWarning = "Warn Turbo Declick";  // the user's wish not to be asked
 
 // True if the recording was scanned before with settings that would find the same. A batch may leave it out if what was
 // found is still there.

@@ -14,14 +14,18 @@ EditAccess::EditAccess(FileHistoryEntry& entry) {
     if (chain) stream = *chain;
 }
 
-RepairsChange::RepairsChange(FileHistoryEntry& entry, int channels) : entry(entry) {
+RepairsBracket::RepairsBracket(FileHistoryEntry& entry, int channels) {
     if (channels & CHANNEL_LEFT) left.emplace(&entry.click_repairs[0]);
     if (channels & CHANNEL_RIGHT) right.emplace(&entry.click_repairs[1]);
 }
 
+RepairsChange::RepairsChange(FileHistoryEntry& entry, int channels)
+    : entry(entry), channels(channels), bracket(entry, channels) {}
+
 RepairsChange::~RepairsChange() {
-    if (left) entry.click_repairs[0].dirty = true;
-    if (right) entry.click_repairs[1].dirty = true;
+    for (int channel = 0; channel < 2; ++channel) {
+        if (channels & (1 << channel)) entry.click_repairs[channel].dirty = true;
+    }
     MarkDirty();
 }
 
@@ -34,6 +38,7 @@ TimelineChange::TimelineChange(FileHistoryEntry& entry)
 
 TimelineChange::~TimelineChange() {
     entry.decided.RecomputeTimes();
+    if (entry.tried) entry.tried->RecomputeTimes(entry.decided.cuts);
     MarkDirty();
 }
 

@@ -33,7 +33,16 @@ private:
     Foundation::RefPtr<FileToPCM> stream;
 };
 
-// A change of the click repairs of `channels`. Readers see both lists as they were before or as they are after.
+// Around a change of the click repairs of `channels`. Readers see both lists as they were before or as they are after.
+class RepairsBracket {
+public:
+    RepairsBracket(FileHistoryEntry& entry, int channels);
+
+private:
+    std::optional<ListChange> left, right;
+};
+
+// Around one that the user has decided on.
 class RepairsChange {
 public:
     RepairsChange(FileHistoryEntry& entry, int channels);
@@ -41,7 +50,8 @@ public:
 
 private:
     FileHistoryEntry& entry;
-    std::optional<ListChange> left, right;
+    const int channels;
+    const RepairsBracket bracket;
 };
 
 // A change of cuts, filter settings, curves and markers, whose times depend on each other: at its end they agree.

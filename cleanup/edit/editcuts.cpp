@@ -8,15 +8,12 @@
 #include "collection/albumset.h"
 #include "collection/recordingplaces.h"
 #include "collection/undo_records.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
 
 namespace Orvane {
 namespace {
-
-constexpr const char* kTakesTrack = "The cut would take all of the track <b>%s</b>.  Please delete the track first.";
 
 // Where the recording begins on the time line of its album; -1 for one that is not in use, and behind one that is
 // missing, since its length is not known.
@@ -30,11 +27,11 @@ int64_t StartOnTimeLine(FileHistoryEntry& entry) {
 }
 
 // Changes the cuts so that `shift` frames come in (or below 0 go), as one action. `follow(tracks, recording, ticks)`
-// gives the tracks their new times, on later sides too: -1, or the track that would lose all its music, which is shown;
+// gives the tracks their new times, on later sides too: -1, or the track that would lose all its music: refused,
 // then nothing has changed.
 template <class Undo, class Follow, class Edit>
-bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t shift, Msg description, Follow follow,
-                Edit edit) {
+Outcome ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t shift, Msg description, Follow follow,
+                   Edit edit) {
     const int64_t side_start = StartOnTimeLine(entry);
     const int32_t rate = entry.SampleRate();
     const int64_t length = std::max<int64_t>(0, access.FileLength() - entry.decided.cuts.TotalLength() + shift);
@@ -43,8 +40,7 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t shift
     simple_vector<ALBUMTRACK> moved = tracks;
     const int lost = side_start < 0 ? -1 : follow(moved, RecordingOnAlbum{side_start, rate}, ticks);
     if (lost >= 0) {
-        ShowMessage(fmt::sprintf(kTakesTrack, tracks[lost].title), Severity::Information);
-        return false;
+        return Outcome::Fail(Kind::Refused, Msg::CutTakesTrack, tracks[lost].title);
     }
 
     auto undo = std::make_unique<UndoGroup>(FormatMsg(description));
@@ -59,18 +55,15 @@ bool ChangeCuts(FileHistoryEntry& entry, const EditAccess& access, int64_t shift
         tracks = moved;
     }
     AddUndo(std::move(undo));
-    return true;
+    return {};
 }
 
-bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_length, Msg description) {
+Outcome Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_length, Msg description) {
     const EditAccess access(entry);
-    if (!access) return false;
+    if (!access) return access.GetOutcome();
     start = std::max<int64_t>(start, 0);
     end = std::min(end, access.EditedLength());
-    if (end - start <= splice_length) {
-        ShowMessage(FormatMsg(Msg::SelectionTooShortToCut), Severity::Information);
-        return false;
-    }
+    if (end - start <= splice_length) return Outcome::Fail(Kind::Refused, Msg::SelectionTooShortToCut);
     // More goes than was selected: the splice, and what lies between the new cut and others near to it.
     CutList after;
     for (const CutAndSpliceCorrection& cut : entry.decided.cuts) after.Append(new CutAndSpliceCorrection(cut));
@@ -84,17 +77,17 @@ bool Cut(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_len
 
 }  // namespace
 
-bool CutSelection(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_ms) {
+Outcome CutSelection(FileHistoryEntry& entry, int64_t start, int64_t end, int32_t splice_ms) {
     return Cut(entry, start, end, MulDiv(splice_ms, entry.SampleRate(), 1000) & ~1, Msg::CutSelection);
 }
 
-bool TruncateRecording(FileHistoryEntry& entry, int64_t position) {
+Outcome TruncateRecording(FileHistoryEntry& entry, int64_t position) {
     return Cut(entry, position, INT64_MAX, 0, Msg::TruncateRecording);
 }
 
-bool DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
+Outcome DeleteCut(FileHistoryEntry& entry, CutAndSpliceCorrection& cut) {
     const EditAccess access(entry);
-    if (!access) return false;
+    if (!access) return access.GetOutcome();
     const auto follow = [&](simple_vector<ALBUMTRACK>& tracks, const RecordingOnAlbum& recording, int64_t length) {
         FollowDeletedCut(tracks, recording, entry.decided.cuts, length, cut);
         return -1;

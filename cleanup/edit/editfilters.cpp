@@ -5,7 +5,6 @@
 
 #include "cleanup/edit/undo_corrections.h"
 #include "cleanup/filter/filtersettings.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -22,22 +21,32 @@ constexpr Descriptions kDescriptions = {Msg::AddFilter, Msg::ChangeFilter, Msg::
 template <>
 constexpr Descriptions kDescriptions<FFTEq> = {Msg::AddCurve, Msg::ChangeCurve, Msg::RemoveCurve, Msg::MoveCurve};
 
-// Runs `edit` on the list as one action.
-template <class T, class Edit>
-bool EditSettings(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit edit) {
-    const EditAccess access(entry);
-    if (!access) return false;
-    {
-        const TimelineChange change(entry);
-        edit(SettingsOf<T>(entry));
-    }
-    AddUndo(std::move(undo));
-    return true;
+template <class T>
+std::string DescriptionOf(const SettingsEdit<T>& edit) {
+    const Descriptions& all = kDescriptions<T>;
+    const Msg texts[] = {all.add, all.change, all.remove, all.move};
+    return FormatMsg(texts[static_cast<int>(edit.what)]);
 }
 
-template <class Edit>
-bool MayEdit(const LinkedList<FFTEq>&, Edit) {
-    return true;
+// The places that settings come from when one is moved.
+std::vector<int> OrderAfterMove(int n, int from, int to) {
+    std::vector<int> order(static_cast<size_t>(n));
+    ORVANE_ASSERT(from >= 0 && from < n && to >= 0 && to < n);
+    std::iota(order.begin(), order.end(), 0);
+    order.erase(order.begin() + from);
+    order.insert(order.begin() + to, from);
+    return order;
+}
+
+template <class T>
+std::unique_ptr<UndoEntry> MakeUndo(FileHistoryEntry& entry, const SettingsEdit<T>& edit) {
+    using What = typename SettingsEdit<T>::What;
+    if (edit.what == What::Change) return std::make_unique<UndoSetting<T>>(entry, edit.index, DescriptionOf(edit));
+    if (edit.what == What::Move) {
+        const std::vector<int> order = OrderAfterMove(SettingsOf<T>(entry).size(), edit.index, edit.to);
+        return std::make_unique<UndoOrder<T>>(entry, order, DescriptionOf(edit));
+    }
+    return std::make_unique<UndoSettings<T>>(entry, DescriptionOf(edit));
 }
 
 // The hiss filter relies on the rumble filter to keep the energy below its lowest bins out.
@@ -45,77 +54,75 @@ bool LosesRumble(const FilterValues& before, const FilterValues& after) {
     return before.rumble_mode == FILTER_ON && after.rumble_mode != FILTER_ON && after.hiss_mode == FILTER_ON;
 }
 
-// Asks if the edit turns the rumble filter off under the hiss filter, somewhere in the recording.
-template <class Edit>
-bool MayEdit(const LinkedList<FilterSetting>& settings, Edit edit) {
+// Whether the edit turns the rumble filter off under the hiss filter, somewhere in the recording.
+bool LosesRumble(const LinkedList<FilterSetting>& settings, const SettingsEdit<FilterSetting>& edit) {
     LinkedList<FilterSetting> edited;
     for (const FilterSetting& setting : settings) edited.Append(new FilterSetting(setting));
-    edit(edited);
+    edit.ApplyTo(edited);
     for (int64_t position = 0; position != kNoChange;) {
         const SettingsAt before = GetSettingsAt(settings, position, PCM_NO_CUTS);
         const SettingsAt after = GetSettingsAt(edited, position, PCM_NO_CUTS);
-        if (LosesRumble(before.values, after.values)) {
-            const Message question{FormatMsg(Msg::HissWithoutRumble), Buttons::OkCancel, Severity::Warning, ""};
-            return Messages().Ask(question) == Answer::Ok;
-        }
+        if (LosesRumble(before.values, after.values)) return true;
         position = std::min(before.next_change, after.next_change);
     }
-    return true;
+    return false;
 }
 
-// As EditSettings, if the user wants what comes of it.
-template <class T, class Edit>
-bool AskAndEdit(FileHistoryEntry& entry, std::unique_ptr<UndoEntry> undo, Edit edit) {
-    return MayEdit(SettingsOf<T>(entry), edit) && EditSettings<T>(entry, std::move(undo), edit);
+bool LosesRumble(const LinkedList<FFTEq>&, const SettingsEdit<FFTEq>&) {
+    return false;
 }
 
 }  // namespace
 
 template <class T>
-bool AddSetting(FileHistoryEntry& entry, const T& setting) {
-    return AskAndEdit<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMsg(kDescriptions<T>.add)),
-                         [&](LinkedList<T>& list) { list.Append(new T(setting)); });
+void SettingsEdit<T>::ApplyTo(LinkedList<T>& list) const {
+    switch (what) {
+        case What::Add:
+            for (const T& setting : settings) list.Append(new T(setting));
+            break;
+        case What::Change:
+            *SettingAt(list, index) = settings.front();
+            break;
+        case What::Remove:
+            list.Delete(SettingAt(list, index));
+            break;
+        case What::Move:
+            Reorder(list, OrderAfterMove(list.size(), index, to));
+    }
 }
 
 template <class T>
-bool ChangeSetting(FileHistoryEntry& entry, int index, const T& setting) {
-    return AskAndEdit<T>(entry, std::make_unique<UndoSetting<T>>(entry, index, FormatMsg(kDescriptions<T>.change)),
-                         [&](LinkedList<T>& list) { *SettingAt(list, index) = setting; });
+Outcome EditSettings(FileHistoryEntry& entry, const SettingsEdit<T>& edit, Answered answered) {
+    if (answered == Answered::No && LosesRumble(SettingsOf<T>(entry), edit)) {
+        return Outcome::Fail(Kind::NeedsAnswer, Msg::HissWithoutRumble);
+    }
+    const EditAccess access(entry);
+    if (!access) return access.GetOutcome();
+    auto undo = MakeUndo(entry, edit);
+    {
+        const SettingsChange change(entry);
+        edit.ApplyTo(SettingsOf<T>(entry));
+    }
+    AddUndo(std::move(undo));
+    return {};
 }
 
-template <class T>
-bool RemoveSetting(FileHistoryEntry& entry, int index) {
-    return AskAndEdit<T>(entry, std::make_unique<UndoSettings<T>>(entry, FormatMsg(kDescriptions<T>.remove)),
-                         [&](LinkedList<T>& list) { list.Delete(SettingAt(list, index)); });
-}
-
-template <class T>
-bool MoveSetting(FileHistoryEntry& entry, int from, int to) {
-    std::vector<int> order(static_cast<size_t>(SettingsOf<T>(entry).size()));
-    ORVANE_ASSERT(from >= 0 && from < static_cast<int>(order.size()) && to >= 0 && to < static_cast<int>(order.size()));
-    std::iota(order.begin(), order.end(), 0);
-    order.erase(order.begin() + from);
-    order.insert(order.begin() + to, from);
-    return AskAndEdit<T>(entry, std::make_unique<UndoOrder<T>>(entry, order, FormatMsg(kDescriptions<T>.move)),
-                         [&](LinkedList<T>& list) { Reorder(list, order); });
-}
-
-bool DefineNoiseSample(FileHistoryEntry& entry, int64_t start, int64_t end) {
+Outcome DefineNoiseSample(FileHistoryEntry& entry, int64_t start, int64_t end) {
     ORVANE_ASSERT(start >= 0 && end > start);
-    return EditSettings<FilterSetting>(entry,
-                                       std::make_unique<UndoNoiseSample>(entry, FormatMsg(Msg::DefineNoiseSample)),
-                                       [&](LinkedList<FilterSetting>&) {
-                                           SetNoiseSample(entry, {start, end});
-                                       });
+    const EditAccess access(entry);
+    if (!access) return access.GetOutcome();
+    auto undo = std::make_unique<UndoNoiseSample>(entry, FormatMsg(Msg::DefineNoiseSample));
+    {
+        const TimelineChange change(entry);
+        SetNoiseSample(entry, {start, end});
+    }
+    AddUndo(std::move(undo));
+    return {};
 }
 
-template bool AddSetting(FileHistoryEntry&, const FilterSetting&);
-template bool AddSetting(FileHistoryEntry&, const FFTEq&);
-template bool ChangeSetting(FileHistoryEntry&, int, const FilterSetting&);
-template bool ChangeSetting(FileHistoryEntry&, int, const FFTEq&);
-template bool RemoveSetting<FilterSetting>(FileHistoryEntry&, int);
-template bool RemoveSetting<FFTEq>(FileHistoryEntry&, int);
-template bool MoveSetting<FilterSetting>(FileHistoryEntry&, int, int);
-template bool MoveSetting<FFTEq>(FileHistoryEntry&, int, int);
+template struct SettingsEdit<FilterSetting>;
+template struct SettingsEdit<FFTEq>;
+template Outcome EditSettings(FileHistoryEntry&, const SettingsEdit<FilterSetting>&, Answered);
+template Outcome EditSettings(FileHistoryEntry&, const SettingsEdit<FFTEq>&, Answered);
 
 }  // namespace Orvane

@@ -5,7 +5,6 @@
 #include "cleanup/edit/undo_corrections.h"
 #include "cleanup/repair/correctionslist.h"
 #include "cleanup/repair/repairsurroundings.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 
 using namespace Foundation;
@@ -20,108 +19,114 @@ class ManualRepairs {
 public:
     ManualRepairs(FileToPCM* stream, int32_t samplerate) : reader(stream), samplerate(samplerate) {}
 
-    // Null when there is none, see `outcome`.
-    OwnedRepair Make(int channel, int64_t start, int64_t end) {
+    Result<OwnedRepair> Make(int channel, int64_t start, int64_t end) {
+        if (start < 0) return Failure(RepairResult::TooNearEdge);
         end = std::min(end, start + to_samples(samplerate, kMaxRepair));
         const int pad = RepairPad(to_ticks(samplerate, end - start));
         auto repair = std::make_unique<ClickRepair>(REPAIR_MANUAL, start, end,
                                                     static_cast<int16_t>(MulDiv(pad, samplerate, kTicksPerSecond)));
-        outcome = start < 0 ? RepairResult::TooNearEdge : MakeRepair(reader, repairer, channel, samplerate, *repair);
-        const bool made = outcome == RepairResult::Repaired || outcome == RepairResult::Overshoot;
-        return made ? std::move(repair) : nullptr;
-    }
-
-    // Says why the last one could not be made.
-    void ShowReason() const {
-        if (!outcome) {
-            ShowLastError();
-        } else {
-            ShowMessage(FormatMsg(outcome == RepairResult::TooNearEdge ? Msg::NoRoomForRepair : Msg::RepairNotMade));
-        }
+        const Result<RepairResult> made = MakeRepair(reader, repairer, channel, samplerate, *repair);
+        if (!made) return made.GetOutcome();
+        if (*made != RepairResult::Repaired && *made != RepairResult::Overshoot) return Failure(*made);
+        return repair;
     }
 
 private:
+    static Outcome Failure(RepairResult result) {
+        return Outcome::Fail(Kind::Refused,
+                             result == RepairResult::TooNearEdge ? Msg::NoRoomForRepair : Msg::RepairNotMade);
+    }
+
     ScanReader reader;
     ClickRepairer repairer;
     const int32_t samplerate;
-    std::optional<RepairResult> outcome;
 };
 
-// Enters a manual repair. Inside an existing one it changes only its own stretch of that.
-void Enter(ClickRepairList& list, OwnedRepair repair) {
+// Enters a manual repair; what stands in its place now. Inside an existing one it changes only its own stretch of that.
+const ClickRepair& Enter(ClickRepairList& list, OwnedRepair repair) {
     ClickRepair* slot = nullptr;
-    if (AddRepair(list, repair, slot, ADD_SCANNED).outcome != AddOutcome::Inside) return;
-    const int64_t offset = repair->absolute_start_time - slot->absolute_start_time;
-    std::copy_n(repair->samples.get(), repair->Length(), slot->samples.get() + offset);
-    slot->FindExtremes();
-    if (slot->repair_type != REPAIR_PATCH) slot->repair_type = REPAIR_MANUAL;
+    if (AddRepair(list, repair, slot, ADD_SCANNED).outcome == AddOutcome::Inside) {
+        slot->WriteInside(repair->absolute_start_time, repair->Samples());
+        if (slot->repair_type != REPAIR_PATCH) slot->repair_type = REPAIR_MANUAL;
+    }
+    return *slot;
 }
 
-bool HasSelection(int channels, int64_t start, int64_t end) {
-    if (channels & CHANNELS_BOTH && end > start) return true;
-    ShowMessage(FormatMsg(channels & CHANNELS_BOTH ? Msg::NothingSelected : Msg::NoChannelSelected),
-                Severity::Information);
-    return false;
+Outcome CheckSelection(int channels, int64_t start, int64_t end) {
+    if (!(channels & CHANNELS_BOTH)) return Outcome::Fail(Kind::Refused, Msg::NoChannelSelected);
+    if (end <= start) return Outcome::Fail(Kind::Refused, Msg::NothingSelected);
+    return {};
+}
+
+ClickRepair* Find(const FileHistoryEntry& entry, const RepairPlace& place) {
+    ClickRepair* repair = entry.click_repairs[place.channel].FirstEndingAfter(place.start);
+    return repair && repair->absolute_start_time == place.start ? repair : nullptr;
 }
 
 }  // namespace
 
-bool InsertRepair(FileHistoryEntry& entry, int channels, int64_t start, int64_t end) {
-    if (!HasSelection(channels, start, end)) return false;
+Outcome InsertRepair(FileHistoryEntry& entry, int channels, int64_t start, int64_t end) {
+    if (Outcome checked = CheckSelection(channels, start, end); !checked) return checked;
     const EditAccess access(entry);
-    if (!access) return false;
+    if (!access) return access.GetOutcome();
     ManualRepairs manual(access.Stream(), entry.SampleRate());
-    OwnedRepair made[2];
+    OwnedRepair repairs[2];
     for (int channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
-        made[channel] = manual.Make(channel, start, end);
-        if (made[channel]) continue;
-        manual.ShowReason();
-        return false;
+        Result<OwnedRepair> made = manual.Make(channel, start, end);
+        if (!made) return made.GetOutcome();
+        repairs[channel] = std::move(*made);
     }
     auto undo = std::make_unique<UndoInsertClickRepair>(entry, channels, start, end, FormatMsg(Msg::ManualRepair));
     {
         const RepairsChange change(entry, undo->TouchedChannels());
         for (int channel = 0; channel < 2; ++channel) {
-            if (made[channel]) Enter(entry.click_repairs[channel], std::move(made[channel]));
+            if (repairs[channel]) Enter(entry.click_repairs[channel], std::move(repairs[channel]));
         }
     }
     AddUndo(std::move(undo));
-    return true;
+    return {};
 }
 
-bool AdjustRepair(FileHistoryEntry& entry, int channel, ClickRepair& repair, int64_t start, int64_t end) {
-    if (repair.repair_type == REPAIR_PATCH || !HasSelection(1 << channel, start, end)) return false;
+Result<RepairPlace> AdjustRepair(FileHistoryEntry& entry, const RepairPlace& place, int64_t start, int64_t end) {
+    const int channel = place.channel;
+    if (Outcome checked = CheckSelection(1 << channel, start, end); !checked) return checked;
     const EditAccess access(entry);
-    if (!access) return false;
+    if (!access) return access.GetOutcome();
+    ClickRepair* repair = Find(entry, place);
+    if (!repair) return Outcome::Fail(Kind::Refused, Msg::RepairGone);
+    if (repair->repair_type == REPAIR_PATCH) return Outcome::Fail(Kind::Refused, Msg::PatchKeepsItsWidth);
     auto undo =
-        std::make_unique<UndoAdjustClickRepair>(entry, channel, repair, start, end, FormatMsg(Msg::AdjustRepairWidth));
-    if (!repair.IsMarker()) {
+        std::make_unique<UndoAdjustClickRepair>(entry, channel, *repair, start, end, FormatMsg(Msg::AdjustRepairWidth));
+    undo->BeginTrial(entry);
+    if (!repair->IsMarker()) {
         // What the repair no longer covers must be read as it is in the file.
-        const RepairsChange change(entry, 1 << channel);
-        repair.repair_type = REPAIR_RECOMPUTED;
+        const RepairsBracket change(entry, 1 << channel);
+        repair->repair_type = REPAIR_RECOMPUTED;
     }
     ManualRepairs manual(access.Stream(), entry.SampleRate());
-    OwnedRepair made = manual.Make(channel, start, end);
+    Result<OwnedRepair> made = manual.Make(channel, start, end);
     if (!made) {
-        undo->PutBack(entry);
-        manual.ShowReason();
-        return false;
+        undo->Withdraw(entry);
+        return made.GetOutcome();
     }
+    RepairPlace now;
     {
         const RepairsChange change(entry, undo->TouchedChannels());
+        undo->EndTrial(entry);
         ClickRepairList& list = entry.click_repairs[channel];
-        list.Delete(&repair);
-        Enter(list, std::move(made));
+        list.Delete(repair);
+        const ClickRepair& entered = Enter(list, std::move(*made));
+        now = {channel, entered.absolute_start_time, entered.absolute_end_time};
     }
     AddUndo(std::move(undo));
-    return true;
+    return now;
 }
 
-int DeleteRepairs(FileHistoryEntry& entry, int channels, int64_t start, int64_t end) {
-    if (!HasSelection(channels, start, end)) return 0;
+Result<int> DeleteRepairs(FileHistoryEntry& entry, int channels, int64_t start, int64_t end) {
+    if (Outcome checked = CheckSelection(channels, start, end); !checked) return checked;
     const EditAccess access(entry);
-    if (!access) return 0;
+    if (!access) return access.GetOutcome();
     auto undo = std::make_unique<UndoDeleteClickRepair>(entry, channels, start, end, FormatMsg(Msg::DeleteRepair));
     int n_deleted = 0;
     {
@@ -136,30 +141,28 @@ int DeleteRepairs(FileHistoryEntry& entry, int channels, int64_t start, int64_t 
     return n_deleted;
 }
 
-int RepairMarkers(FileHistoryEntry& entry, int channels, int16_t type, int64_t start, int64_t end) {
-    if (!HasSelection(channels, start, end)) return 0;
+Result<int> RepairMarkers(FileHistoryEntry& entry, int channels, int16_t type, int64_t start, int64_t end) {
+    if (Outcome checked = CheckSelection(channels, start, end); !checked) return checked;
     const EditAccess access(entry);
-    if (!access) return 0;
+    if (!access) return access.GetOutcome();
     ManualRepairs manual(access.Stream(), entry.SampleRate());
     std::vector<OwnedRepair> made[2];
-    bool failed = false;
+    Outcome failure;
     for (int channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
-        const ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], start);
+        const ClickRepair* e = entry.click_repairs[channel].FirstEndingAfter(start);
         for (; e && e->absolute_start_time < end; e = ClickRepairList::Next(e)) {
             if (e->repair_type != type) continue;
-            OwnedRepair repair = manual.Make(channel, e->absolute_start_time, e->absolute_end_time);
+            Result<OwnedRepair> repair = manual.Make(channel, e->absolute_start_time, e->absolute_end_time);
             if (!repair)
-                failed = true;
+                failure = repair.GetOutcome();
             else
-                made[channel].push_back(std::move(repair));
+                made[channel].push_back(std::move(*repair));
         }
     }
     const int n_made = static_cast<int>(made[0].size() + made[1].size());
-    if (n_made == 0) {
-        if (failed) manual.ShowReason();
-        return 0;
-    }
+    if (n_made == 0 && !failure) return failure;
+    if (n_made == 0) return 0;
     auto undo = std::make_unique<UndoInsertClickRepair>(entry, channels, start, end, FormatMsg(Msg::RepairMarkers));
     {
         const RepairsChange change(entry, undo->TouchedChannels());

@@ -4,7 +4,6 @@
 
 #include "cleanup/repair/correctionslist.h"
 #include "cleanup/repair/patchaudio.h"
-#include "foundation/host.h"
 #include "foundation/messages.h"
 #include "foundation/progress.h"
 #include "foundation/settings.h"
@@ -22,7 +21,7 @@ bool IsPatch(const ClickRepair& repair) {
 }
 
 bool HasPatch(const ClickRepairList& list, int64_t start, int64_t end) {
-    const ClickRepair* e = FirstRepairAfter(list, start);
+    const ClickRepair* e = list.FirstEndingAfter(start);
     for (; e && e->absolute_start_time < end; e = ClickRepairList::Next(e)) {
         if (IsPatch(*e)) return true;
     }
@@ -31,17 +30,13 @@ bool HasPatch(const ClickRepairList& list, int64_t start, int64_t end) {
 
 void Enter(ClickRepairList& list, int64_t start, int64_t end, const std::vector<int16_t>& samples, bool stereo) {
     auto patch = std::make_unique<ClickRepair>(REPAIR_PATCH, start, end, int16_t{0});
-    auto stored = std::make_unique_for_overwrite<int16_t[]>(samples.size());
+    auto stored = std::make_shared_for_overwrite<int16_t[]>(samples.size());
     std::copy(samples.begin(), samples.end(), stored.get());
     patch->SetSamples(std::move(stored));
     patch->wiggles = stereo ? INT16_MIN : 0;
     ClickRepair* slot = nullptr;
     const AddOutcome add_entry_result = AddRepair(list, patch, slot, ADD_SCANNED).outcome;
     ORVANE_ASSERT(add_entry_result != AddOutcome::Inside);
-}
-
-void Tell(Msg id) {
-    ShowMessage(FormatMsg(id), Severity::Information);
 }
 
 }  // namespace
@@ -68,32 +63,27 @@ PatchSelection::~PatchSelection() {
     Withdraw();
 }
 
-bool PatchSelection::CheckLength() const {
-    if (end <= start) {
-        Tell(Msg::NothingSelected);
-    } else if (end - start > entry.SampleRate() / 4) {
-        Tell(Msg::SelectionTooLargeToPatch);
-    } else if (start < 0 || end > access.FileLength()) {
-        Tell(Msg::NoRoomForRepair);
-    } else {
-        return true;
-    }
-    return false;
+Outcome PatchSelection::CheckLength() const {
+    if (end <= start) return Outcome::Fail(Kind::Refused, Msg::NothingSelected);
+    if (end - start > entry.SampleRate() / 4) return Outcome::Fail(Kind::Refused, Msg::SelectionTooLargeToPatch);
+    if (start < 0 || end > access.FileLength()) return Outcome::Fail(Kind::Refused, Msg::NoRoomForRepair);
+    return {};
 }
 
-bool PatchSelection::Begin() {
-    if (!access || !CheckLength()) return false;
-    if (!HasPatch(entry.click_repairs[0], start, end) && !HasPatch(entry.click_repairs[1], start, end)) return true;
-    const Message question{FormatMsg(Msg::AlreadyPatched), Buttons::OkCancel, Severity::Warning,
-                           "Warn Already Patched"};
-    return Messages().Ask(question) == Answer::Ok;
+Outcome PatchSelection::Begin() const {
+    if (!access) return access.GetOutcome();
+    if (Outcome checked = CheckLength(); !checked) return checked;
+    for (const ClickRepairList& list : entry.click_repairs) {
+        if (HasPatch(list, start, end)) return Outcome::Fail(Kind::NeedsAnswer, Msg::AlreadyPatched);
+    }
+    return {};
 }
 
 // A patch inside a longer repair would leave only parts of that in force, so it takes all of it; patches go before.
 void PatchSelection::WidenOverRepairs(int channels) {
     for (int channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
-        const ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], start);
+        const ClickRepair* e = entry.click_repairs[channel].FirstEndingAfter(start);
         if (!e || e->IsMarker() || IsPatch(*e)) continue;
         if (e->absolute_start_time > start || e->absolute_end_time < end) continue;
         start = e->absolute_start_time;
@@ -101,61 +91,61 @@ void PatchSelection::WidenOverRepairs(int channels) {
     }
 }
 
-bool PatchSelection::Try(const PatchOptions& options) {
+Outcome PatchSelection::Try(const PatchOptions& options) {
     Withdraw();
     const int channels = options.channels & CHANNELS_BOTH;
-    if (channels == 0) {
-        Tell(Msg::NoChannelSelected);
-        return false;
-    }
-    if (!access || !CheckLength()) return false;
+    if (channels == 0) return Outcome::Fail(Kind::Refused, Msg::NoChannelSelected);
+    if (!access) return access.GetOutcome();
+    if (Outcome checked = CheckLength(); !checked) return checked;
     const int64_t selected_start = start, selected_end = end;
     WidenOverRepairs(channels);
     undo = std::make_unique<UndoPatch>(entry, channels, start, end);
+    undo->BeginTrial(entry);
     {
-        const RepairsChange change(entry, undo->TouchedChannels());
+        const RepairsBracket change(entry, undo->TouchedChannels());
         for (int channel = 0; channel < 2; ++channel) {
             if (!(channels & (1 << channel))) continue;
             DeleteStretch(entry.click_repairs[channel], selected_start, selected_end, IsPatch);
         }
     }
     Progress::Log("Calculating patch...");
-    const PatchAudio patch = MakePatch(*access.Stream(), channels, {start, end, options.method, options.preamp});
-    if (patch.outcome != PatchOutcome::Made) {
+    const Result<PatchAudio> patch =
+        MakePatch(*access.Stream(), channels, {start, end, options.method, options.preamp});
+    if (!patch) {
         Withdraw();
-        if (patch.outcome == PatchOutcome::NoRoom) {
-            Tell(Msg::NoRoomForRepair);
-        } else {
-            ShowLastError();
-        }
-        return false;
+        return patch.GetOutcome();
     }
-    used = patch.used;
-    const RepairsChange change(entry, undo->TouchedChannels());
+    used = patch->used;
+    const RepairsBracket change(entry, undo->TouchedChannels());
     for (int channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
-        Enter(entry.click_repairs[channel], start, end, patch.samples[channel], channels == CHANNELS_BOTH);
+        Enter(entry.click_repairs[channel], start, end, patch->samples[channel], channels == CHANNELS_BOTH);
     }
-    return true;
+    return {};
 }
 
 void PatchSelection::Keep() {
+    if (!undo) return;
+    {
+        const RepairsChange change(entry, undo->TouchedChannels());
+        undo->EndTrial(entry);
+    }
     AddUndo(std::move(undo));
 }
 
 void PatchSelection::Withdraw() {
     if (!undo) return;
-    undo->PutBack(entry);
+    undo->Withdraw(entry);
     undo.reset();
 }
 
-bool PatchRecording(FileHistoryEntry& entry, int64_t start, int64_t end, const PatchOptions& options,
-                    PatchMethod* used) {
+Result<PatchMethod> PatchRecording(FileHistoryEntry& entry, int64_t start, int64_t end, const PatchOptions& options) {
     PatchSelection selection(entry, start, end);
-    if ((!options.replace && !selection.Begin()) || !selection.Try(options)) return false;
-    if (used) *used = selection.Used();
+    Outcome begun = selection.Begin();
+    if (!begun && !(begun.Is(Kind::NeedsAnswer) && options.replace)) return begun;
+    if (Outcome tried = selection.Try(options); !tried) return tried;
     selection.Keep();
-    return true;
+    return selection.Used();
 }
 
 }  // namespace Orvane

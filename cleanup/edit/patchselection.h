@@ -17,14 +17,18 @@ struct PatchOptions {
     int channels = CHANNELS_BOTH;
     std::optional<PatchMethod> method;  // none: each is tried, and the best picked
     int preamp = 0;                     // tenths of a decibel, -120 (Cut) to 120 (Boost)
-    bool replace = false;               // patches that are there go without a question
+    bool replace = false;               // the user has been asked about patches that are there
 };
 
 // Method and preamp as the user left them: "Patch Method", "Patch Preamp".
 PatchOptions LoadPatchOptions();
 void StorePatchOptions(const PatchOptions& options);
 
-// While it lives, all other edits of corrections and their undoing are refused. A patch that was not kept goes with it.
+// The user's wish not to be asked about a patch over another, as the hosts know it.
+inline constexpr const char* kAlreadyPatchedWarning = "Warn Already Patched";
+
+// While it lives, all other edits of corrections and their undoing are refused. A patch that was not kept goes with it;
+// until then it is heard and drawn, but stands in no file and no copy.
 class PatchSelection {
 public:
     // `start` to `end` (exclusive) are frames in the file, at the recording's own rate.
@@ -33,12 +37,12 @@ public:
     PatchSelection(const PatchSelection&) = delete;
     PatchSelection& operator=(const PatchSelection&) = delete;
 
-    // Whether the selection can be patched. Says why not, and asks when there is a patch already.
-    bool Begin();
+    // Whether the selection can be patched. NeedsAnswer, with AlreadyPatched, when there is a patch already.
+    Foundation::Outcome Begin() const;
     // Puts a patch into the recording, in the place of the one tried before, so that it can be heard; the recording's
-    // own audio is then what is read without click repairs. False when that failed, which has been shown: then no patch
-    // is there. Moved ends of the selection count from the next Try on.
-    bool Try(const PatchOptions& options);
+    // own audio is then what is read without click repairs. After a failure no patch is there. Moved ends of the
+    // selection count from the next Try on.
+    Foundation::Outcome Try(const PatchOptions& options);
     // The method of the patch that is there.
     PatchMethod Used() const { return used; }
     // Makes the patch that is there an action that can be undone.
@@ -49,7 +53,7 @@ public:
     int64_t start, end;
 
 private:
-    bool CheckLength() const;
+    Foundation::Outcome CheckLength() const;
     void WidenOverRepairs(int channels);
 
     FileHistoryEntry& entry;
@@ -59,8 +63,8 @@ private:
     PatchMethod used = PatchMethod::APA;
 };
 
-// All of it at once. False when nothing was patched, which has been shown.
-bool PatchRecording(FileHistoryEntry& entry, int64_t start, int64_t end, const PatchOptions& options,
-                    PatchMethod* used = nullptr);
+// All of it at once. The method used; NeedsAnswer as Begin.
+Foundation::Result<PatchMethod> PatchRecording(FileHistoryEntry& entry, int64_t start, int64_t end,
+                                               const PatchOptions& options);
 
 }  // namespace Orvane

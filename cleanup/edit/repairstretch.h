@@ -14,30 +14,27 @@ public:
     // repairs; of a stereo patch among them the twin too.
     RepairStretch(const FileHistoryEntry& entry, int channels, int64_t from, int64_t to);
 
-    // Puts the repairs back in place of all that stand there now, and holds those instead. An EditAccess is held.
+    // Puts the repairs back in place of all that stand there now, and holds those instead. The caller brackets the
+    // change (RepairsChange).
     void Exchange(FileHistoryEntry& entry);
+    // Until EndTrial or Withdraw what stands there does not count: the repairs noted are those that were decided on.
+    // The stretch stays where it is meanwhile.
+    void BeginTrial(FileHistoryEntry& entry);
+    void EndTrial(FileHistoryEntry& entry);
+    // Ends the trial with everything as it was before.
+    void Withdraw(FileHistoryEntry& entry);
 
     int NotedChannels() const;
-    int32_t Bytes() const;  // that the copies take
+    int32_t Bytes() const;  // held; samples that others hold too do not count
 
 private:
-    // What is noted of one channel. No repair reaches over its ends: each list is without overlaps, so the stretch only
-    // ever grows by the repairs that it holds.
-    struct Noted {
-        bool Widen(const ClickRepair& repair);  // true if it grew
-
-        int64_t from = INT64_MAX, to = INT64_MIN;  // nothing
-        std::vector<std::unique_ptr<ClickRepair>> repairs;
-    };
     void WidenToWholeRepairs(const FileHistoryEntry& entry);
 
-    Noted noted[2];
+    NotedRepairs noted[2];
+    bool was_dirty[2] = {false, false};  // before the trial
 };
 
 // Deletes the repairs of a list that touch `start` to `end` and are `wanted`, with their twins; the number of them.
 int DeleteStretch(ClickRepairList& list, int64_t start, int64_t end, bool (*wanted)(const ClickRepair&));
-
-// The first repair of a list that ends after `position`, or null.
-ClickRepair* FirstRepairAfter(const ClickRepairList& list, int64_t position);
 
 }  // namespace Orvane

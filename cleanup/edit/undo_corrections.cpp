@@ -10,11 +10,6 @@ namespace Orvane {
 namespace {
 
 template <class T>
-void CopyTo(const LinkedList<T>& from, LinkedList<T>& to) {
-    for (const T& e : from) to.Append(new T(e));
-}
-
-template <class T>
 std::vector<T> Copies(const LinkedList<T>& list) {
     std::vector<T> copies;
     for (const T& e : list) copies.push_back(e);
@@ -38,12 +33,15 @@ UndoResult UndoCorrections::Apply() {
 }
 
 UndoRepairs::UndoRepairs(const FileHistoryEntry& entry, RepairStretch stretch, std::string description)
-    : UndoCorrections(entry, std::move(description)), stretch(std::move(stretch)) {
-    size = this->stretch.Bytes();
+    : UndoCorrections(entry, std::move(description)), stretch(std::move(stretch)) {}
+
+void UndoRepairs::ExchangeStretch(FileHistoryEntry& entry) {
+    const RepairsChange change(entry, stretch.NotedChannels());
+    stretch.Exchange(entry);
 }
 
 std::unique_ptr<UndoEntry> UndoRepairs::Exchange(FileHistoryEntry& entry) {
-    stretch.Exchange(entry);
+    ExchangeStretch(entry);
     return std::make_unique<UndoRepairs>(entry, std::move(stretch), description);
 }
 
@@ -67,38 +65,19 @@ std::unique_ptr<UndoEntry> UndoCuts::Exchange(FileHistoryEntry& entry) {
     return opposite;
 }
 
-struct UndoUpdateCorrections::Lists {
-    ClickRepairList repairs[2];
-    CutList cuts;
-    LinkedList<MarkerCorrection> markers;
-    LinkedList<FilterSetting> filters;
-    LinkedList<FFTEq> curves;
-    ScanSettings scan;
-};
+UndoUpdateCorrections::UndoUpdateCorrections(const FileHistoryEntry& entry, RepairStretch stretch,
+                                             std::string description)
+    : UndoRepairs(entry, std::move(stretch), std::move(description)), scan(entry.decided.click_scan) {}
 
-UndoUpdateCorrections::UndoUpdateCorrections(const FileHistoryEntry& entry, std::string description)
-    : UndoCorrections(entry, std::move(description)), lists(std::make_unique<Lists>()) {
-    for (int channel : {0, 1}) CopyTo(entry.click_repairs[channel], lists->repairs[channel]);
-    CopyTo(entry.decided.cuts, lists->cuts);
-    CopyTo(entry.decided.markers, lists->markers);
-    CopyTo(entry.decided.filters, lists->filters);
-    CopyTo(entry.decided.fft_eqs, lists->curves);
-    lists->scan = entry.decided.click_scan;
-    size = RepairStretch(entry, CHANNELS_BOTH, 0, INT64_MAX).Bytes();
-}
-
-UndoUpdateCorrections::~UndoUpdateCorrections() = default;
+UndoUpdateCorrections::UndoUpdateCorrections(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end,
+                                             std::string description)
+    : UndoUpdateCorrections(entry, RepairStretch(entry, channels, start, end), std::move(description)) {}
 
 std::unique_ptr<UndoEntry> UndoUpdateCorrections::Exchange(FileHistoryEntry& entry) {
-    auto opposite = std::make_unique<UndoUpdateCorrections>(entry, description);
-    const RepairsChange repairs_change(entry, CHANNELS_BOTH);
-    const TimelineChange timeline_change(entry);
-    for (int channel : {0, 1}) entry.click_repairs[channel].Swap(lists->repairs[channel]);
-    entry.decided.cuts.Swap(lists->cuts);
-    entry.decided.markers.Swap(lists->markers);
-    entry.decided.filters.Swap(lists->filters);
-    entry.decided.fft_eqs.Swap(lists->curves);
-    entry.decided.click_scan = lists->scan;
+    ExchangeStretch(entry);
+    auto opposite =
+        std::unique_ptr<UndoUpdateCorrections>(new UndoUpdateCorrections(entry, std::move(stretch), description));
+    entry.decided.click_scan = scan;
     return opposite;
 }
 
@@ -141,7 +120,7 @@ bool UndoSetting<T>::Covers(const UndoEntry& later) const {
 template <class T>
 std::unique_ptr<UndoEntry> UndoSetting<T>::Exchange(FileHistoryEntry& entry) {
     auto opposite = std::make_unique<UndoSetting<T>>(entry, index, description);
-    const TimelineChange change(entry);
+    const SettingsChange change(entry);
     *SettingAt(SettingsOf<T>(entry), index) = setting;
     return opposite;
 }
@@ -154,7 +133,7 @@ UndoOrder<T>::UndoOrder(const FileHistoryEntry& entry, const std::vector<int>& o
 
 template <class T>
 std::unique_ptr<UndoEntry> UndoOrder<T>::Exchange(FileHistoryEntry& entry) {
-    const TimelineChange change(entry);
+    const SettingsChange change(entry);
     Reorder(SettingsOf<T>(entry), back);
     return std::make_unique<UndoOrder<T>>(entry, back, description);
 }
@@ -166,7 +145,7 @@ UndoSettings<T>::UndoSettings(FileHistoryEntry& entry, std::string description)
 template <class T>
 std::unique_ptr<UndoEntry> UndoSettings<T>::Exchange(FileHistoryEntry& entry) {
     auto opposite = std::make_unique<UndoSettings<T>>(entry, description);
-    const TimelineChange change(entry);
+    const SettingsChange change(entry);
     Replace(SettingsOf<T>(entry), settings);
     return opposite;
 }

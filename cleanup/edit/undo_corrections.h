@@ -33,13 +33,17 @@ class UndoRepairs : public UndoCorrections {
 public:
     UndoRepairs(const FileHistoryEntry& entry, RepairStretch stretch, std::string description);
 
-    // Takes the change back without asking anybody: it was not finished.
-    void PutBack(FileHistoryEntry& entry) { stretch.Exchange(entry); }
+    // A change that is only tried does not count yet. The record must not die during a trial.
+    void BeginTrial(FileHistoryEntry& entry) { stretch.BeginTrial(entry); }
+    void EndTrial(FileHistoryEntry& entry) { stretch.EndTrial(entry); }
+    void Withdraw(FileHistoryEntry& entry) { stretch.Withdraw(entry); }
     // The channels whose lists the change may touch.
     int TouchedChannels() const { return stretch.NotedChannels(); }
+    int32_t Bytes() const override { return stretch.Bytes(); }
 
-private:
+protected:
     std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
+    void ExchangeStretch(FileHistoryEntry& entry);
 
     RepairStretch stretch;
 };
@@ -92,17 +96,27 @@ class UndoDeleteCut : public UndoCuts {
     using UndoCuts::UndoCuts;
 };
 
-// All corrections of a recording, and what the last scan was: for changes of any kind and extent, as by a scan.
-class UndoUpdateCorrections : public UndoCorrections {
+// A click scan of `channels` from `start` to `end`, and what the last scan was. Made before the scan takes out what it
+// does not keep: those repairs then belong to this record alone, the others share their samples with it.
+class UndoUpdateCorrections : public UndoRepairs {
 public:
-    UndoUpdateCorrections(const FileHistoryEntry& entry, std::string description);
-    ~UndoUpdateCorrections() override;
+    UndoUpdateCorrections(const FileHistoryEntry& entry, int channels, int64_t start, int64_t end,
+                          std::string description);
 
 private:
-    struct Lists;
+    UndoUpdateCorrections(const FileHistoryEntry& entry, RepairStretch stretch, std::string description);
     std::unique_ptr<UndoEntry> Exchange(FileHistoryEntry& entry) override;
 
-    std::unique_ptr<Lists> lists;
+    ScanSettings scan;
+};
+
+// Around a change of cleanup settings or curves. What was tried of them is withdrawn with it.
+class SettingsChange {
+public:
+    explicit SettingsChange(FileHistoryEntry& entry) : change(entry) { entry.tried.reset(); }
+
+private:
+    const TimelineChange change;
 };
 
 // Cleanup settings and curves alike: T is FilterSetting or FFTEq.

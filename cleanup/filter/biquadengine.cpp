@@ -22,7 +22,7 @@ void BiQuadEngine::ListChanged() {
 }
 
 const SettingsAt& BiQuadEngine::SettingsFor(int64_t position, uint32_t flags) {
-    return memo.At(position, flags, [&](int64_t at) { return GetSettingsAt(entry->decided.filters, at, flags); });
+    return memo.At(position, flags, [&](int64_t at) { return GetSettingsAt(entry->FiltersInForce(), at, flags); });
 }
 
 bool BiQuadEngine::ActiveAt(int64_t position, uint32_t flags) {

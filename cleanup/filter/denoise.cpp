@@ -46,11 +46,11 @@ void Denoise::ListChanged() {
 
 const SettingsAt& Denoise::SettingsFor(int64_t position, uint32_t flags) {
     return settings_memo.At(position, flags,
-                            [&](int64_t at) { return GetSettingsAt(entry->decided.filters, at, flags); });
+                            [&](int64_t at) { return GetSettingsAt(entry->FiltersInForce(), at, flags); });
 }
 
 const CurvesAt& Denoise::CurvesFor(int64_t position, uint32_t flags) {
-    return curves_memo.At(position, flags, [&](int64_t at) { return GetCurvesAt(entry->decided.fft_eqs, at, flags); });
+    return curves_memo.At(position, flags, [&](int64_t at) { return GetCurvesAt(entry->CurvesInForce(), at, flags); });
 }
 
 Denoise::Wanted Denoise::WantedAt(int64_t position, uint32_t flags) {

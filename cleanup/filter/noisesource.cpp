@@ -74,7 +74,7 @@ NoiseSource FindNoiseSource(const FileHistoryEntry& entry, const SettingsAt& set
     source.end = entry.decided.noise_stretch.end;
     // The filters run over a block before the first frame that is measured.
     const int64_t from = std::max<int64_t>(0, source.start - FFTBlockSize(entry.SampleRate()));
-    source.hum_and_rumble = HumAndRumble(entry.decided.filters, from, source.end);
+    source.hum_and_rumble = HumAndRumble(entry.FiltersInForce(), from, source.end);
     source.repairs = HashOfRepairs(entry.click_repairs, from, source.end);
     return source;
 }

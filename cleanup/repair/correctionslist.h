@@ -8,10 +8,10 @@
 namespace Orvane {
 
 enum AddMode : int {
-    ADD_OVER_BP = 1,         // a new repair does not give way to a BP marker
-    ADD_ALWAYS_WINS = 2,     // the new repair never gives way
-    ADD_WITH_TWINS = 4,      // what happens to a stereo patch happens to its twin in the other channel's list
-    ADD_MAY_GIVE_WAY = 8,    // without it the new repair always wins
+    ADD_OVER_BP = 1,       // a new repair does not give way to a BP marker
+    ADD_ALWAYS_WINS = 2,   // the new repair never gives way
+    ADD_WITH_TWINS = 4,    // what happens to a stereo patch happens to its twin in the other channel's list
+    ADD_MAY_GIVE_WAY = 8,  // without it the new repair always wins
 
     ADD_SCANNED = ADD_WITH_TWINS,
     ADD_SCANNED_BP = ADD_WITH_TWINS | ADD_OVER_BP,
@@ -29,7 +29,7 @@ struct AddResult {
 // trimmed (never to 2 * cross_fade frames or fewer) or goes, by `mode` and the kinds of both: markers give way to
 // repairs, and a repair that covers a manual one becomes manual.
 //
-// `slot` is in-out: on entry a hint where to start looking, null for the end of the list; on exit the repair now in the
+// `slot` is in-out: on entry a hint that is near, or null; on exit the repair now in the
 // place. With Inserted and Trimmed the list has taken `repair` over, Refused has deleted it. Inside means that it lies
 // wholly inside the existing repair `slot` and is still the caller's, who writes its samples into that one.
 //

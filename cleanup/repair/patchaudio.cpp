@@ -57,9 +57,13 @@ int32_t ReadPairs(PCMStream& stream, int64_t position, std::vector<float>& pairs
     return static_cast<int32_t>(total);
 }
 
+Outcome NoRoom() {
+    return Outcome::Fail(Kind::Refused, Msg::NoRoomForRepair);
+}
+
 }  // namespace
 
-PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
+Result<PatchAudio> MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
     PatchAudio patch;
     const int32_t rate = stream.GetSampleRate(kScanFlags);
     const int32_t working_rate = WorkingRate(rate);
@@ -81,11 +85,8 @@ PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
     const int64_t wanted = std::min(total, last + 1 + context) - from;
     std::vector<float> pairs;
     const int32_t n = ReadPairs(source, from, pairs, wanted, kScanFlags | PCM_BEST_QUALITY);
-    if (n < 0) {
-        patch.outcome = PatchOutcome::ReadError;
-        return patch;
-    }
-    if (n <= last - from || n - (last - first + 1) < kLeastContext) return patch;
+    if (n < 0) return Outcome::OfLastError(n);
+    if (n <= last - from || n - (last - first + 1) < kLeastContext) return NoRoom();
 
     std::optional<PatchMethod> method = job.method;
     std::vector<float> signal(static_cast<size_t>(n));
@@ -111,7 +112,7 @@ PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
     const RefPtr<PCMStream> back =
         working_rate == rate ? made : RefPtr<PCMStream>(MakeRef<JOSConvert>(made.get(), rate));
     const int64_t begin = job.start - MulDiv64(from, rate, working_rate);
-    if (ReadPairs(*back, begin, result, length, PCM_BEST_QUALITY) < length) return patch;
+    if (ReadPairs(*back, begin, result, length, PCM_BEST_QUALITY) < length) return NoRoom();
     std::vector<float> one(static_cast<size_t>(length));
     for (size_t channel = 0; channel < 2; ++channel) {
         if (!(channels & (1 << channel))) continue;
@@ -120,7 +121,6 @@ PatchAudio MakePatch(PCMStream& stream, int channels, const PatchJob& job) {
         patch.samples[channel].resize(one.size());
         RepairTo16Bit(one, patch.samples[channel]);
     }
-    patch.outcome = PatchOutcome::Made;
     return patch;
 }
 

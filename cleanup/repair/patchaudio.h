@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cleanup/repair/patchmethods.h"
+#include "foundation/outcome.h"
 #include "tesslib/audiostream.h"
 
 namespace Orvane {
@@ -17,16 +18,14 @@ struct PatchJob {
     int preamp = 0;                     // tenths of a decibel
 };
 
-enum class PatchOutcome { Made, NoRoom, ReadError };
-
 struct PatchAudio {
-    PatchOutcome outcome = PatchOutcome::NoRoom;  // with ReadError the reason is the last error
-    PatchMethod used = PatchMethod::APA;          // the first channel's pick when the best was wanted
-    std::vector<int16_t> samples[2];              // end - start of them, for each of the wanted channels
+    PatchMethod used = PatchMethod::APA;  // the first channel's pick when the best was wanted
+    std::vector<int16_t> samples[2];      // end - start of them, for each of the wanted channels
 };
 
 // `channels`: bit 0 left, bit 1 right. Reads `stream`, a recording's chain, with all stages behind the repairs off.
-// With the best method wanted, both channels take the one that fits the first of them.
-PatchAudio MakePatch(Tesslib::PCMStream& stream, int channels, const PatchJob& job);
+// With the best method wanted, both channels take the one that fits the first of them. Refused where there is no room
+// for the methods.
+Foundation::Result<PatchAudio> MakePatch(Tesslib::PCMStream& stream, int channels, const PatchJob& job);
 
 }  // namespace Orvane

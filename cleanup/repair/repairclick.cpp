@@ -15,7 +15,7 @@ constexpr int16_t kClippedScore = -99;
 // At a low rate rounding can leave the record one sample more than there are: the last one then stands twice.
 void StoreSamples(ClickRepair& repair, std::span<const int16_t> samples) {
     const auto length = static_cast<size_t>(repair.Length());
-    auto stored = std::make_unique_for_overwrite<int16_t[]>(length);
+    auto stored = std::make_shared_for_overwrite<int16_t[]>(length);
     int16_t* const rest = std::copy_n(samples.begin(), std::min(samples.size(), length), stored.get());
     std::fill(rest, stored.get() + length, samples.back());
     repair.SetSamples(std::move(stored));
@@ -83,11 +83,8 @@ RepairResult ClickRepairer::RepairClick(const RepairSource& source, const Repair
     if (outcome == AddOutcome::Inside) {
         if (!made) return result;
         // Only its own stretch of the existing repair changes.
-        const int64_t offset = start - slot->absolute_start_time;
-        const int64_t room = std::min<int64_t>(repair->Length(), slot->Length() - offset);
-        std::copy_n(samples.begin(), std::min<int64_t>(room, static_cast<int64_t>(samples.size())),
-                    slot->samples.get() + offset);
-        slot->FindExtremes();
+        const size_t n_given = std::min(samples.size(), static_cast<size_t>(repair->Length()));
+        slot->WriteInside(start, std::span(samples).first(n_given));
         list.dirty = true;
         return result;
     }

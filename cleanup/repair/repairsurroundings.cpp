@@ -12,8 +12,8 @@ constexpr int64_t kDetectorNeeds = 3;  // samples from the repair's start on
 
 }  // namespace
 
-std::optional<RepairResult> MakeRepair(ScanReader& reader, ClickRepairer& repairer, int channel, int32_t samplerate,
-                                       ClickRepair& repair) {
+Result<RepairResult> MakeRepair(ScanReader& reader, ClickRepairer& repairer, int channel, int32_t samplerate,
+                                ClickRepair& repair) {
     RepairRequest request;
     request.start = to_ticks(samplerate, repair.absolute_start_time);
     request.end = std::max(request.start, to_ticks(samplerate, repair.absolute_end_time) - 1);
@@ -30,7 +30,7 @@ std::optional<RepairResult> MakeRepair(ScanReader& reader, ClickRepairer& repair
     std::vector<float> audio[2];
     for (auto& buffer : audio) buffer.resize(static_cast<size_t>(to - from + 1));
     const int n = reader.ReadSamples(from, to, audio[0].data(), audio[1].data());
-    if (n < 0) return std::nullopt;
+    if (n < 0) return Outcome::OfLastError(n);
     if (n < request.start - from + kDetectorNeeds) return RepairResult::TooNearEdge;
     const std::span<const float> signal(audio[channel].data(), static_cast<size_t>(n));
     ClickDetector detector;

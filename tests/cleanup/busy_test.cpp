@@ -24,9 +24,8 @@ TEST(BusyRecording, TheSharedChainStaysForThoseWhoHoldIt) {
     const RefPtr<FileToPCM> chain = *GetFileToPCM(*side.entry);
     NoiseSample noise(44100);
     EXPECT_EQ(MeasureRecordingNoise(*side.entry, 0, 60000, noise), 0);
-    ScanStats stats;
     Progress::Begin("Scan");
-    EXPECT_EQ(ScanForClicks(side.entry, {}, stats), ScanOutcome::Done);
+    EXPECT_TRUE(ScanForClicks(*side.entry, {}).outcome);
     Progress::End();
     EXPECT_EQ((*GetFileToPCM(*side.entry)).get(), chain.get());
     std::vector<float> pairs(2000);
@@ -39,9 +38,7 @@ TEST(BusyRecording, APatchOnTrialKeepsJobsAway) {
     PatchSelection dialog(*side.entry, 50000, 51000);
     ASSERT_TRUE(dialog.Try({CHANNELS_BOTH, PatchMethod::AR, 0}));
     const std::string tried = OrvaneTest::Serialised(*side.entry);
-    ScanStats stats;
-    EXPECT_EQ(ScanForClicks(side.entry, {}, stats), ScanOutcome::Failed);
-    EXPECT_NE(GetLastError().text.find("Patch Selection"), std::string::npos);
+    EXPECT_TRUE(ScanForClicks(*side.entry, {}).outcome.Is(Msg::PatchDialogOpen));
     NoiseSample noise(44100);
     EXPECT_LT(MeasureRecordingNoise(*side.entry, 0, 60000, noise), 0);
     EXPECT_EQ(OrvaneTest::Serialised(*side.entry), tried);
@@ -56,12 +53,10 @@ TEST(BusyRecording, AScanKeepsEditsAndASecondScanAway) {
     int n_refused = 0;
     GetMainLoop().Post([&] {
         n_refused += EditAccess(entry).GetOutcome().Is(Msg::RecordingScanned);
-        ScanStats second;
-        n_refused += ScanForClicks(&entry, {}, second) == ScanOutcome::Failed;
+        n_refused += ScanForClicks(entry, {}).outcome.Is(Kind::Busy);
     });
-    ScanStats stats;
     Progress::Begin("Scan");
-    EXPECT_EQ(ScanForClicks(&entry, {}, stats), ScanOutcome::Done);
+    EXPECT_TRUE(ScanForClicks(entry, {}).outcome);
     Progress::End();
     EXPECT_EQ(n_refused, 2);
     EXPECT_TRUE(EditAccess(entry)) << "and not longer";

@@ -11,13 +11,13 @@
 #include <tuple>
 #include <vector>
 
+#include "cleanup/declick/scanforclicks.h"
 #include "cleanup/edit/editcuts.h"
 #include "cleanup/edit/editfilters.h"
 #include "cleanup/edit/editrepairs.h"
 #include "cleanup/edit/patchselection.h"
 #include "cleanup/edit/undo_corrections.h"
 #include "cleanup/repair/correctionslist.h"
-#include "fake_hosts.h"
 #include "recorded_side.h"
 #include "repairs.h"
 
@@ -26,7 +26,6 @@ using namespace Foundation;
 namespace Orvane {
 namespace {
 
-using OrvaneTest::FakeMessageHost;
 using OrvaneTest::MusicPairs;
 using OrvaneTest::RecordedSide;
 using OrvaneTest::Serialised;
@@ -64,6 +63,32 @@ protected:
 
     int64_t Place(int64_t margin) { return static_cast<int64_t>(random() % static_cast<unsigned>(kFrames - margin)); }
 
+    template <class T>
+    bool Edit(const SettingsEdit<T>& edit) {
+        return EditSettings(entry, edit).Ok();
+    }
+
+    // Where it has come to is told.
+    bool Adjust(int channel, const ClickRepair& e, int64_t by) {
+        const RepairPlace place{channel, e.absolute_start_time, e.absolute_end_time};
+        const Result<RepairPlace> now = AdjustRepair(entry, place, place.start - by, place.end + by);
+        if (!now) return false;
+        const ClickRepair* there = entry.click_repairs[channel].FirstEndingAfter(now->start);
+        EXPECT_TRUE(there && there->absolute_start_time == now->start && there->absolute_end_time == now->end);
+        EXPECT_TRUE(now->start <= place.start - by && there->repair_type <= REPAIR_PATCH);
+        return true;
+    }
+
+    Outcome RandomScan(int channels, int64_t at) {
+        ScanRequest request;
+        request.settings.channels = static_cast<uint8_t>(channels);
+        request.settings.options = static_cast<uint8_t>(random() % 4);
+        request.settings.sensitivity = 5;
+        request.first_sample = at;
+        request.last_sample = at + 20000;
+        return ScanForClicks(entry, request).outcome;
+    }
+
     bool RandomFilterEdit() {
         const int n = entry.decided.filters.size();
         FilterSetting filter;
@@ -77,17 +102,17 @@ protected:
         const int any = n ? static_cast<int>(random()) % n : 0;
         switch (random() % 7) {
             case 6:
-                return DefineNoiseSample(entry, filter.absolute_start_time, filter.absolute_end_time);
+                return DefineNoiseSample(entry, filter.absolute_start_time, filter.absolute_end_time).Ok();
             case 0:
-                return n && ChangeSetting(entry, std::abs(any), filter);
+                return n && Edit(ChangeSetting(std::abs(any), filter));
             case 1:
-                return n && RemoveSetting<FilterSetting>(entry, std::abs(any));
+                return n && Edit(RemoveSetting<FilterSetting>(std::abs(any)));
             case 2:
-                return n && MoveSetting<FilterSetting>(entry, std::abs(any), static_cast<int>(random() % n));
+                return n && Edit(MoveSetting<FilterSetting>(std::abs(any), static_cast<int>(random() % n)));
             case 3:
-                return entry.decided.fft_eqs.empty() ? AddSetting(entry, eq) : ChangeSetting(entry, 0, eq);
+                return Edit(entry.decided.fft_eqs.empty() ? AddSetting(eq) : ChangeSetting(0, eq));
             default:
-                return AddSetting(entry, filter);
+                return Edit(AddSetting(filter));
         }
     }
 
@@ -97,37 +122,32 @@ protected:
         const int channel = static_cast<int>(random() % 2);
         const int64_t at = Place(60000);
         switch (random() % 11) {
-            case 10: {
-                AddUndo(std::make_unique<UndoUpdateCorrections>(entry, "Scan for clicks"));
-                const RepairsChange repairs(entry, CHANNELS_BOTH);
-                const TimelineChange timeline(entry);
-                for (int i = 0; i < 40; ++i) Enter(channel, at + 100 * i, at + 100 * i + 50, REPAIR_SCANNER);
-                entry.decided.cuts.Clear();
-                return true;
-            }
+            case 10:
+                return RandomScan(channels, at).Ok();
             case 0:
             case 1:
-                return InsertRepair(entry, channels, at, at + 1 + static_cast<int64_t>(random() % 200));
+                return InsertRepair(entry, channels, at, at + 1 + static_cast<int64_t>(random() % 200)).Ok();
             case 2:
             case 3: {
-                ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], at);
+                ClickRepair* e = entry.click_repairs[channel].FirstEndingAfter(at);
                 const int64_t by = static_cast<int64_t>(random() % 60) - 20;
-                return e && AdjustRepair(entry, channel, *e, e->absolute_start_time - by, e->absolute_end_time + by);
+                return e && Adjust(channel, *e, by);
             }
             case 4:
-                return DeleteRepairs(entry, channels, at, at + 8000) > 0;
+                return *DeleteRepairs(entry, channels, at, at + 8000) > 0;
             case 5:
-                return RepairMarkers(entry, channels, random() % 2 ? REPAIR_PP : REPAIR_BP, at, at + 30000) > 0;
+                return *RepairMarkers(entry, channels, random() % 2 ? REPAIR_PP : REPAIR_BP, at, at + 30000) > 0;
             case 6: {
-                PatchOptions options{channels, static_cast<PatchMethod>(random() % 3), 20};
-                return PatchRecording(entry, at, at + 20 + static_cast<int64_t>(random() % 600), options);
+                PatchOptions options{channels, static_cast<PatchMethod>(random() % 3), 20, true};
+                return PatchRecording(entry, at, at + 20 + static_cast<int64_t>(random() % 600), options).Ok();
             }
             case 7:
                 return CutSelection(entry, at, at + 1 + static_cast<int64_t>(random() % 9000),
-                                    kSpliceChoices[random() % 5].ms);
+                                    kSpliceChoices[random() % 5].ms)
+                    .Ok();
             case 8:
                 if (entry.decided.cuts.empty() || random() % 2) return RandomFilterEdit();
-                return DeleteCut(entry, random() % 2 ? *entry.decided.cuts.First() : *entry.decided.cuts.Last());
+                return DeleteCut(entry, random() % 2 ? *entry.decided.cuts.First() : *entry.decided.cuts.Last()).Ok();
             default:
                 return RandomFilterEdit();
         }
@@ -143,7 +163,6 @@ protected:
 TEST_F(Edits, UndoingAllGivesTheFirstStateAndRedoingAllTheLast) {
     std::vector<std::string> states = {Serialised(entry)};
     while (states.size() <= kMostUndo) {
-        FakeMessageHost messages(std::deque<Answer>(1, Answer::Ok));
         const int before = GetUndoState().undo_index;
         const bool done = RandomEdit();
         ASSERT_EQ(GetUndoState().undo_index, before + done);
@@ -184,10 +203,10 @@ TEST_F(Edits, WhatIsTakenBackLeavesTheNeighboursAlone) {
     const PatchOptions patch{CHANNELS_BOTH, PatchMethod::AR, 0};
     const std::string before = Serialised(entry);
     const std::function<bool()> edits[] = {
-        [&] { return InsertRepair(entry, CHANNELS_BOTH, at + 100, at + 120); },
-        [&] { return DeleteRepairs(entry, CHANNELS_BOTH, at + 100, at + 120) > 0; },
-        [&] { return PatchRecording(entry, at + 92, at + 105, patch); },
-        [&] { return PatchSelection(entry, at + 100, at + 120).Try(patch); },  // and not kept
+        [&] { return InsertRepair(entry, CHANNELS_BOTH, at + 100, at + 120).Ok(); },
+        [&] { return *DeleteRepairs(entry, CHANNELS_BOTH, at + 100, at + 120) > 0; },
+        [&] { return PatchRecording(entry, at + 92, at + 105, patch).Ok(); },
+        [&] { return PatchSelection(entry, at + 100, at + 120).Try(patch).Ok(); },  // and not kept
     };
     for (size_t i = 0; i < std::size(edits); ++i) {
         EXPECT_TRUE(edits[i]()) << i;
@@ -199,7 +218,7 @@ TEST_F(Edits, WhatIsTakenBackLeavesTheNeighboursAlone) {
 TEST_F(Edits, ACutAndItsTruncationMoveTheEditedTimes) {
     FilterSetting filter;
     filter.absolute_start_time = 300000, filter.absolute_end_time = 310000;
-    AddSetting(entry, filter);
+    EXPECT_TRUE(Edit(AddSetting(filter)));
     EXPECT_TRUE(CutSelection(entry, 100000, 120000, 5));
     EXPECT_EQ(entry.decided.cuts.First()->Length(), 20220);
     EXPECT_EQ(entry.decided.filters.First()->start_time, 279780);
@@ -308,10 +327,10 @@ TEST(ManualRepairs, StandWhereTheyWereSolved) {
         for (int64_t start = rate / 4; start < rate / 4 + 40; start += 7) {
             ASSERT_TRUE(InsertRepair(*side.entry, CHANNEL_LEFT, start, start + rate / 900));
             EXPECT_LT(worst(), 0.02f) << rate << " from " << start;
-            ASSERT_TRUE(
-                AdjustRepair(*side.entry, 0, *side.entry->click_repairs[0].First(), start - 3, start + rate / 900));
+            const int64_t end = start + rate / 900;
+            ASSERT_TRUE(AdjustRepair(*side.entry, {0, start, end}, start - 3, end));
             EXPECT_LT(worst(), 0.02f) << rate << " adjusted, from " << start;
-            ASSERT_EQ(DeleteRepairs(*side.entry, CHANNEL_LEFT, 0, rate / 2), 1);
+            ASSERT_EQ(*DeleteRepairs(*side.entry, CHANNEL_LEFT, 0, rate / 2), 1);
         }
     }
 }
@@ -360,17 +379,17 @@ TEST(PlayingWhileChanging, EveryBlockIsOneVersionOfTheLists) {
     curve.enable = CURVE_ON;
     curve.curve.points = {{100, -9}, {3000, 3}};
     const std::function<bool()> changes[] = {
-        [&] { return AddSetting(entry, rest); },
-        [&] { return InsertRepair(entry, CHANNELS_BOTH, kAt + 100, kAt + 250); },
-        [&] { return DefineNoiseSample(entry, 2000, 22000); },
-        [&] { return AddSetting(entry, hum); },
-        [&] { return CutSelection(entry, kAt + 1000, kAt + 2500, 5); },
-        [&] { return AddSetting(entry, curve); },
+        [&] { return EditSettings(entry, AddSetting(rest)).Ok(); },
+        [&] { return InsertRepair(entry, CHANNELS_BOTH, kAt + 100, kAt + 250).Ok(); },
+        [&] { return DefineNoiseSample(entry, 2000, 22000).Ok(); },
+        [&] { return EditSettings(entry, AddSetting(hum)).Ok(); },
+        [&] { return CutSelection(entry, kAt + 1000, kAt + 2500, 5).Ok(); },
+        [&] { return EditSettings(entry, AddSetting(curve)).Ok(); },
         [&] {
-            return PatchRecording(entry, kAt + 200, kAt + 3000, {CHANNELS_BOTH, PatchMethod::FFT, 0});
+            return PatchRecording(entry, kAt + 200, kAt + 3000, {CHANNELS_BOTH, PatchMethod::FFT, 0}).Ok();
         },
-        [&] { return RemoveSetting<FilterSetting>(entry, 0); },
-        [&] { return DeleteRepairs(entry, CHANNEL_LEFT, kAt, kAt + 10000) > 0; },
+        [&] { return EditSettings(entry, RemoveSetting<FilterSetting>(0), Answered::Yes).Ok(); },
+        [&] { return *DeleteRepairs(entry, CHANNEL_LEFT, kAt, kAt + 10000) > 0; },
     };
     std::vector<std::vector<float>> versions = {read(kAt)};
     for (const auto& change : changes) {

@@ -9,7 +9,6 @@
 #include "cleanup/edit/patchselection.h"
 #include "cleanup/repair/patchaudio.h"
 #include "cleanup/repair/patchmethods.h"
-#include "fake_hosts.h"
 #include "recorded_side.h"
 
 using namespace Foundation;
@@ -99,26 +98,35 @@ TEST(Patching, TriesAreReplacedAndWhatIsNotKeptIsGone) {
     FileHistoryEntry& entry = *side.entry;
     const EditAccess open(entry);
     const auto PatchOf = [&](int channel) {
-        const ClickRepair* e = FirstRepairAfter(entry.click_repairs[channel], 50000);
+        const ClickRepair* e = entry.click_repairs[channel].FirstEndingAfter(50000);
         return e && e->repair_type == REPAIR_PATCH ? e : nullptr;
     };
     EXPECT_TRUE(InsertRepair(entry, CHANNEL_LEFT, 50100, 50200));
-    const std::string before = Serialised(entry);
-    OrvaneTest::FakeMessageHost messages;
+    const std::string before = Serialised(entry), file = WriteCrd(entry.click_repairs);
+    for (ClickRepairList& list : entry.click_repairs) list.dirty = false;
+    ClearDirty();
     {
         PatchSelection dialog(entry, 50000, 51000);
         EXPECT_TRUE(dialog.Begin());
         EXPECT_TRUE(dialog.Try({CHANNELS_BOTH, PatchMethod::AR, 0}));
         EXPECT_TRUE(PatchOf(0) && PatchOf(1) && PatchOf(0)->HasTwin());
+        EXPECT_EQ(WriteCrd(entry.click_repairs), file) << "until it is kept it stands in no file";
+        EXPECT_EQ(WriteCrd(entry.Copy(COPY_CORRECTIONS)->click_repairs), file);
         EXPECT_TRUE(dialog.Try({CHANNEL_RIGHT, std::nullopt, 0}));
         EXPECT_TRUE(!PatchOf(0) && PatchOf(1) && !PatchOf(1)->HasTwin());
 
         // Other edits have to wait, and so has undoing.
-        EXPECT_FALSE(CutSelection(entry, 70000, 80000, 0));
+        EXPECT_TRUE(CutSelection(entry, 70000, 80000, 0).Is(Msg::PatchDialogOpen));
         EXPECT_TRUE(Undo().Is(Msg::PatchDialogOpen));
     }
     EXPECT_EQ(Serialised(entry), before);
     EXPECT_EQ(GetUndoState().undo_highwater, 1);
+    EXPECT_FALSE(side.set.dirty || entry.click_repairs[0].dirty || entry.click_repairs[1].dirty);
+    EXPECT_TRUE(PatchRecording(entry, 50000, 51000, {CHANNELS_BOTH, PatchMethod::AR, 0}));
+    EXPECT_NE(WriteCrd(entry.click_repairs), file);
+    EXPECT_TRUE(entry.click_repairs[0].dirty && entry.click_repairs[1].dirty);
+    EXPECT_TRUE(
+        PatchRecording(entry, 50500, 51500, {CHANNEL_LEFT, PatchMethod::AR, 0}).GetOutcome().Is(Kind::NeedsAnswer));
 }
 
 // The same tones recorded at several rates: the patch falls on its own place at each.
@@ -137,13 +145,13 @@ TEST(PatchRates, HighRatesAreConvertedDownAndBack) {
         }
         RecordedSide side(pairs, rate);
         const EditAccess open(*side.entry);
-        const PatchAudio patch = MakePatch(*open.Stream(), CHANNELS_BOTH, {start, end, PatchMethod::AR, 0});
-        ASSERT_EQ(patch.outcome, PatchOutcome::Made);
-        EXPECT_EQ(patch.samples[0], patch.samples[1]);
-        ASSERT_EQ(static_cast<int64_t>(patch.samples[0].size()), end - start);
+        const Result<PatchAudio> patch = MakePatch(*open.Stream(), CHANNELS_BOTH, {start, end, PatchMethod::AR, 0});
+        ASSERT_TRUE(patch);
+        EXPECT_EQ(patch->samples[0], patch->samples[1]);
+        ASSERT_EQ(static_cast<int64_t>(patch->samples[0].size()), end - start);
         double error = 0, signal = 0;
         for (int64_t i = start; i < end; ++i) {
-            error += std::pow(patch.samples[0][static_cast<size_t>(i - start)] / 32767.0 - tone(i), 2);
+            error += std::pow(patch->samples[0][static_cast<size_t>(i - start)] / 32767.0 - tone(i), 2);
             signal += tone(i) * tone(i);
         }
         EXPECT_LT(error, 0.001 * signal);  // a place that is off by one sample would make 0.002 and more
@@ -154,8 +162,7 @@ TEST(PatchRates, APatchMayReachTheEndOfARecordingOfAnyLength) {
     for (const int frames : {40000, 40001, 40002, 40003}) {
         RecordedSide side(OrvaneTest::MusicPairs(frames), 176400);
         const EditAccess open(*side.entry);
-        const PatchAudio patch = MakePatch(*open.Stream(), CHANNEL_LEFT, {frames - 900, frames, PatchMethod::AR, 0});
-        EXPECT_EQ(patch.outcome, PatchOutcome::Made) << frames;
+        EXPECT_TRUE(MakePatch(*open.Stream(), CHANNEL_LEFT, {frames - 900, frames, PatchMethod::AR, 0})) << frames;
     }
 }
 

@@ -7,6 +7,8 @@
 
 #include "cleanup/declick/scanblocks.h"
 #include "cleanup/declick/scanforclicks.h"
+#include "cleanup/edit/editrepairs.h"
+#include "cleanup/edit/patchselection.h"
 #include "cleanup/repair/shownclicks.h"
 #include "declick_signals.h"
 #include "fake_hosts.h"
@@ -104,54 +106,132 @@ TEST(ScanBlocks, ClicksAreFoundAtBothEndsAndAcrossSeams) {
     }
 }
 
-TEST(ScanForClicks, CancelledKeepsTheRepairsOfEarlierPassesOrElseThoseThatWereThere) {
-    std::vector<float> left = Signals::Noise(200000, 0.01, 3);
+// Clicks of all sizes in a tone with noise, the right channel the negative of the left.
+std::vector<float> ClickedPairs(int frames) {
+    std::vector<float> left = Signals::Noise(frames, 0.01, 3);
     Signals::AddTone(left, 440, 0.2);
     Signals::AddClicks(left, 8, 0.6, 5);
     std::vector<float> pairs;
     for (const float sample : left) pairs.insert(pairs.end(), {sample, -sample});
-    OrvaneTest::RecordedSide recorded(pairs);
-    FileHistoryEntry& entry = *recorded.entry;
+    return pairs;
+}
 
-    const auto scan = [&](int passes, const char* cancel_at, int sensitivity = 3) {
+class Scans : public ::testing::Test {
+protected:
+    ScanResult Scan(int passes, const char* cancel_at, int sensitivity = 3, uint8_t options = SCAN_KEEP_MANUAL) {
         OrvaneTest::FakeProgressHost progress;
         progress.on_log = [&](const std::string& markup) {
+            if (markup == "\nPass 2") seen_during_scan = Files();
             if (markup == cancel_at) Progress::Cancel();
         };
         Progress::Begin("Scan");
         ScanRequest request;
         request.settings.passes = static_cast<int8_t>(passes);
         request.settings.sensitivity = static_cast<int8_t>(sensitivity);
-        ScanStats stats;
-        const ScanOutcome outcome = ScanForClicks(&entry, request, stats);
+        request.settings.options = options;
+        const ScanResult result = ScanForClicks(entry, request);
         Progress::End();
-        return outcome;
-    };
-    const auto stored = [&] {
-        EXPECT_TRUE(entry.LoadCorrections());
-        return OrvaneTest::Serialised(entry);
-    };
+        return result;
+    }
+    // What a save would write, and what a job would be given.
+    std::string Files() {
+        const std::string file = WriteCrd(entry.click_repairs);
+        EXPECT_EQ(WriteCrd(entry.Copy(COPY_CORRECTIONS)->click_repairs), file);
+        return file;
+    }
+    std::string State() { return OrvaneTest::Serialised(entry); }
+
+    OrvaneTest::RecordedSide recorded{ClickedPairs(200000)};
+    FileHistoryEntry& entry = *recorded.entry;
+    const EditAccess open{entry};
+    std::string seen_during_scan;
+};
+
+TEST_F(Scans, CancelledKeepTheRepairsOfEarlierPassesOrElseThoseThatWereThere) {
     ScanSettings once;
     once.passes = 1;
-
-    ASSERT_EQ(scan(1, "", 5), ScanOutcome::Done);
-    const std::string other = stored();
-    ASSERT_EQ(scan(1, ""), ScanOutcome::Done);
-    const std::string one_pass = stored();
+    ASSERT_TRUE(Scan(1, "").outcome);
+    const std::string one_pass = Files();
+    ASSERT_TRUE(Scan(1, "", 5).outcome);
+    const std::string other = Files();
     ASSERT_NE(one_pass, other);
 
-    ASSERT_EQ(scan(1, "", 5), ScanOutcome::Done);
-    ASSERT_EQ(stored(), other);
-    EXPECT_EQ(scan(3, "\nPass 1"), ScanOutcome::Cancelled);
-    EXPECT_EQ(stored(), other) << "nothing had been merged";
+    const std::string before = State();
+    EXPECT_TRUE(Scan(3, "\nPass 1").outcome.Is(Kind::Cancelled));
+    EXPECT_EQ(State(), before) << "nothing had been merged";
+    EXPECT_EQ(GetUndoState().undo_index, 2);
     once.sensitivity = 5;
     EXPECT_TRUE(ScannedBefore(entry, once));
 
-    EXPECT_EQ(scan(3, "\nPass 2"), ScanOutcome::Cancelled);
-    EXPECT_EQ(stored(), one_pass);
+    EXPECT_TRUE(Scan(3, "\nPass 2").outcome.Is(Kind::Cancelled));
+    EXPECT_EQ(seen_during_scan, other) << "until its end a scan does not count";
+    EXPECT_EQ(Files(), one_pass);
     EXPECT_FALSE(ScannedBefore(entry, once));
     once.sensitivity = 3;
     EXPECT_FALSE(ScannedBefore(entry, once));
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(State(), before);
+}
+
+TEST_F(Scans, AreOneActionWithTheHandMadeRepairsThatTheyDrop) {
+    ASSERT_TRUE(InsertRepair(entry, CHANNEL_LEFT, 30000, 30050));
+    ASSERT_TRUE(PatchRecording(entry, 90000, 91000, {CHANNELS_BOTH, PatchMethod::FFT, 0}));
+    std::vector<std::string> states = {State()};
+    for (const int options : {0, int{SCAN_KEEP_PREVIOUS}, int{SCAN_KEEP_MANUAL}}) {
+        const ScanResult result = Scan(2, "", 4, static_cast<uint8_t>(options));
+        ASSERT_TRUE(result.outcome);
+        EXPECT_EQ(GetUndoMenu(UndoDirection::Undo).text,
+                  fmt::format("Undo {} repairs of a scan\tCtrl+Z", result.stats.repaired));
+        states.push_back(State());
+    }
+    ASSERT_NE(states[1], states[0]);
+    for (int round = 0; round < 2; ++round) {
+        for (size_t i = states.size() - 1; i > 0; --i) {
+            ASSERT_TRUE(Undo());
+            EXPECT_EQ(State(), states[i - 1]);
+        }
+        for (size_t i = 1; i < states.size(); ++i) {
+            ASSERT_TRUE(Redo());
+            EXPECT_EQ(State(), states[i]);
+        }
+    }
+}
+
+// What lies before a stretch, and behind it, is heard by the detector all the same: a burst right before the stretch
+// makes a click at its start one of many.
+TEST(ScanForClicks, AStretchScannedAloneGetsTheRepairsThatItGetsInTheWhole) {
+    std::vector<float> left = Signals::Noise(120000, 0.01, 7);
+    Signals::AddTone(left, 440, 0.2);
+    constexpr int kFirst = 40000, kLast = 70000;
+    for (const int at : {kFirst + 3, kFirst + 900, kFirst + 4000, kLast - 60}) Signals::AddClick(left, at, 4, 0.3);
+    for (int at = 0; at < 5700; at += 60) {
+        for (const int to : {kFirst - 5750 + at, kLast + at}) Signals::AddClick(left, to, 30, 0.05);
+    }
+    std::vector<float> pairs;
+    for (const float sample : left) pairs.insert(pairs.end(), {sample, -sample});
+    OrvaneTest::RecordedSide recorded(pairs);
+    const EditAccess open(*recorded.entry);
+    const auto repairs = [&](int64_t first, int64_t last) {
+        ScanRequest request;
+        request.settings.sensitivity = 5;
+        request.settings.brass_protection = 0;
+        request.settings.options = 0;
+        request.first_sample = first, request.last_sample = last;
+        EXPECT_TRUE(ScanForClicks(*recorded.entry, request).outcome);
+        std::vector<std::tuple<int, int64_t, int64_t, int>> found;
+        for (const ClickRepairList& list : recorded.entry->click_repairs) {
+            for (const ClickRepair& e : list) {
+                // Those that the ends of the stretch cut through may differ.
+                if (e.absolute_start_time <= kFirst || e.absolute_end_time >= kLast - 1) continue;
+                found.emplace_back(list.channel, e.absolute_start_time, e.absolute_end_time, e.repair_type);
+            }
+        }
+        EXPECT_TRUE(Undo());
+        return found;
+    };
+    const auto whole = repairs(0, -1);
+    EXPECT_GE(whole.size(), 4u);
+    EXPECT_EQ(repairs(kFirst, kLast), whole);
 }
 
 // A repair is found over a kept one, which goes, and then one within another, whose audio is read while the lists
@@ -173,8 +253,7 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     }
     ScanRequest request;
     request.settings.options = SCAN_KEEP_PREVIOUS;
-    ScanStats stats;
-    EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
+    EXPECT_TRUE(ScanForClicks(*recorded.entry, request).outcome);
     ASSERT_TRUE(recorded.entry->LoadCorrections());
     ASSERT_EQ(list.size(), 2);
     EXPECT_LT(list.First()->absolute_start_time, 10000);
@@ -185,20 +264,19 @@ TEST(ScanForClicks, MergesRepairsOverAndWithinKeptOnes) {
     ClickRepairList& right = recorded.entry->click_repairs[1];
     right.Append(OrvaneTest::MakeRepair(REPAIR_SCANNER, 12000, std::vector<int16_t>(9)).release());
     request.settings.options = 0, request.settings.channels = 1, request.last_sample = 20050;
-    EXPECT_EQ(ScanForClicks(recorded.entry, request, stats), ScanOutcome::Done);
-    EXPECT_EQ(recorded.entry->decided.click_scan.total_clicks, 2 + stats.repaired);
+    const ScanResult result = ScanForClicks(*recorded.entry, request);
+    EXPECT_TRUE(result.outcome);
+    EXPECT_EQ(recorded.entry->decided.click_scan.total_clicks, 2 + result.stats.repaired);
     ASSERT_TRUE(recorded.entry->LoadCorrections());
     EXPECT_EQ(std::pair(list.size(), right.size()), std::pair(2, 1));
 }
 
-TEST(ConfirmScan, AsksAboveTheUsualMaximum) {
-    OrvaneTest::FakeMessageHost messages({Answer::Ok, Answer::Cancel});
+TEST(CheckScan, AsksAboveTheUsualMaximum) {
     ScanSettings settings;
-    for (const auto& [sensitivity, goes_on] : {std::pair{-1, true}, {5, true}, {6, true}, {7, false}}) {
+    for (const auto& [sensitivity, goes_on] : {std::pair{-1, true}, {5, true}, {6, false}}) {
         settings.sensitivity = static_cast<int8_t>(sensitivity);
-        EXPECT_EQ(ConfirmScan(settings), goes_on) << sensitivity;
+        EXPECT_EQ(CheckScan(settings).Is(Kind::NeedsAnswer), !goes_on) << sensitivity;
     }
-    EXPECT_EQ(messages.asked.size(), 2u);
 }
 
 TEST(ShownClicks, AreThoseThatTheSettingsLeaveAtAnyRate) {

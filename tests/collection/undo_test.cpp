@@ -17,18 +17,18 @@ namespace {
 // Sets a number; the opposite sets it back.
 class SetNumber : public UndoEntry {
 public:
-    SetNumber(int& number, int value, int32_t bytes) : UndoEntry("Set"), number(number), value(value) {
-        size = bytes;
+    SetNumber(int& number, int value, int32_t bytes) : UndoEntry("Set"), number(number), value(value), bytes(bytes) {
         ++n_alive;
     }
     ~SetNumber() override { --n_alive; }
     UndoResult Apply() override {
         if (fails) return Outcome::FailText(Kind::Busy, "in use");
-        auto opposite = std::make_unique<SetNumber>(number, number, size);
+        auto opposite = std::make_unique<SetNumber>(number, number, bytes);
         number = value;
         return UndoResult(std::move(opposite));
     }
     bool Covers(const UndoEntry&) const override { return true; }
+    int32_t Bytes() const override { return bytes; }
 
     static inline int n_alive = 0;
     static inline bool fails = false;
@@ -36,6 +36,7 @@ public:
 private:
     int& number;
     int value;
+    int32_t bytes;
 };
 
 class FakeScreens : public UndoHost {

@@ -165,7 +165,8 @@ TEST_F(Signature, ARepairCountsForTheTracksInWhichItIsHeard) {
     side1.click_repairs[0].Append(repair);
     EXPECT_EQ(StaleAfterMore(repair->repair_type), "1");
     EXPECT_EQ(StaleAfterMore(repair->cross_fade), "1");
-    EXPECT_EQ(StaleAfterMore(repair->samples[1]), "1");
+    const int16_t other_sample[] = {7};
+    EXPECT_EQ(StaleAfter([&] { repair->WriteInside(1001, other_sample); }), "1");
     EXPECT_EQ(StaleAfter([&] { repair->TrimEnd(1); }), "1");
     EXPECT_EQ(StaleAfter([&] { repair->repair_type = REPAIR_RECOMPUTED; }), "1") << "it is not heard for now";
     open->Close();

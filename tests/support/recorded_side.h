@@ -62,6 +62,7 @@ inline std::string Serialised(const Orvane::FileHistoryEntry& entry) {
     std::string text = Orvane::WriteCrd(entry.click_repairs);
     const auto add = [&text](auto... values) { ((text += " " + std::to_string(values)), ...); };
     add(entry.decided.noise_stretch.start, entry.decided.noise_stretch.end);
+    add(static_cast<int>(entry.decided.click_scan.sensitivity), entry.decided.click_scan.total_clicks);
     const auto times = [&](const Orvane::BaseCorrection& c) {
         text += "\n";
         add(static_cast<int>(c.type), c.absolute_start_time, c.start_time, c.absolute_end_time, c.end_time);
