@@ -197,13 +197,17 @@ TEST_F(Scans, AreOneActionWithTheHandMadeRepairsThatTheyDrop) {
     }
 }
 
-// What lies before a stretch, and behind it, is heard by the detector all the same: a burst right before the stretch
-// makes a click at its start one of many.
+// What lies before a stretch, and behind it, is heard by the detector all the same: beside a crackling passage the
+// small clicks at its ends are some of many.
 TEST(ScanForClicks, AStretchScannedAloneGetsTheRepairsThatItGetsInTheWhole) {
     std::vector<float> left = Signals::Noise(120000, 0.01, 7);
     Signals::AddTone(left, 440, 0.2);
     constexpr int kFirst = 40000, kLast = 70000;
-    for (const int at : {kFirst + 3, kFirst + 900, kFirst + 4000, kLast - 60}) Signals::AddClick(left, at, 4, 0.3);
+    Signals::AddClick(left, kFirst + 4000, 4, 0.3);
+    for (int i = 0; i < 10; ++i) {
+        for (const int at : {kFirst + 60 + 60 * i, kLast - 60 - 60 * i})
+            Signals::AddClick(left, at, 4, 0.03 + 0.02 * i);
+    }
     for (int at = 0; at < 5700; at += 60) {
         for (const int to : {kFirst - 5750 + at, kLast + at}) Signals::AddClick(left, to, 30, 0.05);
     }
